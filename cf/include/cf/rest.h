@@ -1,0 +1,148 @@
+// REST requests: what is asked for, under which settings, and what came back. The requests are run by a client that
+// the app factory makes (cf/app.h).
+#pragma once
+
+#include <cf/export.h>
+#include <cf/json.h>
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Names with their values, in order: header fields or the pairs of a query string.
+using CMRestParams = std::vector<std::pair<std::string, std::string>>;
+
+/// Settings that hold for every request of a process or a library. A plain value; a client copies it when it is made.
+struct CMRestGlobalSettings {
+  /// "http://[user:password@]host:port" or the like with https; empty means no proxy. The environment's proxy
+  /// variables are never consulted.
+  std::string proxyURL;
+  /// Of these two, 0 or less is no limit.
+  std::chrono::milliseconds connectTimeout{10'000};  // name look-up, TCP and TLS together
+  std::chrono::milliseconds totalTimeout{600'000};   // the whole exchange
+  /// An exchange is given up when it moves fewer than `lowSpeedBytes` a second for `lowSpeedTime`. A model may think
+  /// for minutes before the first byte, so the default time is long; 0 bytes switches the limit off.
+  std::size_t lowSpeedBytes = 1;
+  std::chrono::seconds lowSpeedTime{300};
+  std::size_t maxReplyBytes = std::size_t{16} << 20;  // of the body after decompression
+  /// A PEM file with further certificate authorities, beside the system's hashed CA folder; where the system has no
+  /// such folder, the file stands in for the system's authorities. Empty means none.
+  std::string caFile;
+  std::string userAgent = "libqai";
+};
+
+/// Keeps the connections and TLS sessions of one assistant alive between its requests, and ends requests on demand.
+class CF_TYPE ICSHTTPPoolCenter {
+ public:
+  virtual ~ICSHTTPPoolCenter() = default;
+
+  /// Ends the request in flight with an error, at once. When none is in flight, the next one is ended before it is
+  /// sent; so a cancel that comes between the requests of one operation is never lost. One that comes as a request
+  /// completes may count for the next. May be called from any thread.
+  virtual void cancel() noexcept = 0;
+};
+
+/// What all requests of one assistant carry. Read while requests run; changed only between them.
+class CMRestSession {
+ public:
+  /// Sent as the header field "Authorization" of every request, as it stands ("Bearer …"); unset at first.
+  CF_API void setAuthorizationHeaderValue(std::string value);
+  CF_API bool hasAuthorization() const noexcept;
+  CF_API const std::string& getAuthorizationHeaderValue() const noexcept;
+
+  CF_API void addHeaderParam(std::string name, std::string value);
+  CF_API void addHeaderParams(const CMRestParams& params);
+  CF_API const CMRestParams& getHeaderParams() const noexcept;
+
+  /// Borrowed; null (the default) makes every request open a connection of its own.
+  ICSHTTPPoolCenter* httpPoolCenter = nullptr;
+
+ private:
+  std::string authorization_;
+  bool hasAuthorization_ = false;
+  CMRestParams headers_;
+};
+
+/// What the three kinds of request have in common.
+class CF_TYPE CMRestRequest {
+ public:
+  CF_API CMRestRequest();
+  CF_API virtual ~CMRestRequest();
+  CMRestRequest(const CMRestRequest&) = delete;
+  CMRestRequest& operator=(const CMRestRequest&) = delete;
+
+  /// The complete address: scheme (http or https), host, path, without user or password.
+  CF_API void setURL(std::string url);
+  CF_API const std::string& getURL() const noexcept;
+  CF_API const CMRestParams& getQueryParams() const noexcept;
+  CF_API const CMRestParams& getHeaderParams() const noexcept;
+
+  /// Marks who made the request, for hosts that watch their traffic; nothing here reads it.
+  std::int64_t requestTag = 0;
+
+ protected:
+  std::string url_;
+  CMRestParams query_;
+  CMRestParams headers_;
+};
+
+/// A GET request.
+class CF_TYPE CMRestGetRequest : public CMRestRequest {
+ public:
+  CF_API CMRestGetRequest();
+  CF_API ~CMRestGetRequest() override;
+  /// Appends pairs to the query string; they are percent-encoded when sent.
+  CF_API void addQueryParams(const CMRestParams& params);
+  /// Appends header fields of this one request.
+  CF_API virtual void addHeaderParams(const CMRestParams& params);
+};
+
+/// A POST request, with a JSON body or none.
+class CF_TYPE CMRestPostRequest : public CMRestRequest {
+ public:
+  CF_API CMRestPostRequest();
+  CF_API ~CMRestPostRequest() override;
+  CF_API void addQueryParams(const CMRestParams& params);
+  CF_API virtual void addHeaderParams(const CMRestParams& params);
+  /// Takes `json` as it is now as the body, serialised here and once; null leaves the request without a body.
+  CF_API void updateJson(const ICOJsonValue* json);
+  /// The body's text; meaningful when hasBody().
+  CF_API const std::string& getBody() const noexcept;
+  CF_API bool hasBody() const noexcept;
+
+ private:
+  std::string body_;
+  bool hasBody_ = false;
+};
+
+/// A DELETE request.
+class CF_TYPE CMRestDeleteRequest : public CMRestRequest {
+ public:
+  CF_API CMRestDeleteRequest();
+  CF_API ~CMRestDeleteRequest() override;
+};
+
+/// What a server answered.
+class CF_TYPE CMRestResourceResponse {
+ public:
+  /// `status` is the HTTP status; `body` the decoded body, which is parsed here.
+  CF_API CMRestResourceResponse(std::int32_t status, std::string body);
+  CF_API virtual ~CMRestResourceResponse();
+  CMRestResourceResponse(const CMRestResourceResponse&) = delete;
+  CMRestResourceResponse& operator=(const CMRestResourceResponse&) = delete;
+
+  CF_API std::int32_t getStatus() const noexcept;
+  /// The body as JSON, owned by the response; null when the body is no JSON.
+  CF_API const ICOJsonValue* getJson() const noexcept;
+  /// The body as it arrived (after decompression); any bytes.
+  CF_API const std::string& getBufferString() const noexcept;
+
+ private:
+  std::int32_t status_;
+  std::string body_;
+  std::unique_ptr<COJson> json_;
+};

@@ -1,0 +1,125 @@
+// Writing a JSON document as text.
+#include "json_internal.h"
+#include "text_internal.h"
+
+#include <cf/text.h>
+
+#include <array>
+#include <cmath>
+#include <utility>
+
+namespace {
+
+/// What stands after the '\' for each byte that must be escaped: 'u' for \u00XX, 0 for bytes that stay.
+constexpr std::array<char, 256> kEscapes = [] {
+  std::array<char, 256> escapes{};
+  for (std::size_t byte = 0; byte < 0x20; ++byte) escapes[byte] = 'u';
+  escapes['"'] = '"';
+  escapes['\\'] = '\\';
+  escapes['\b'] = 'b';
+  escapes['\f'] = 'f';
+  escapes['\n'] = 'n';
+  escapes['\r'] = 'r';
+  escapes['\t'] = 't';
+  return escapes;
+}();
+
+void appendEscaped(std::string& result, std::string_view text) {
+  constexpr std::string_view kHexDigits = "0123456789abcdef";
+  std::size_t plainStart = 0;
+  for (std::size_t index = 0; index < text.size(); ++index) {
+    const auto byte = static_cast<unsigned char>(text[index]);
+    const char escape = kEscapes[byte];
+    if (escape == 0) continue;
+    result.append(text.substr(plainStart, index - plainStart));
+    plainStart = index + 1;
+    result += '\\';
+    result += escape;
+    if (escape != 'u') continue;
+    result += "00";
+    result += kHexDigits[byte >> 4U];
+    result += kHexDigits[byte & 0x0FU];
+  }
+  result.append(text.substr(plainStart));
+}
+
+void appendString(std::string& result, std::string_view text) {
+  result += '"';
+  if (cfIsUTF8(text)) {
+    appendEscaped(result, text);
+  } else {
+    appendEscaped(result, cfToUTF8(text));
+  }
+  result += '"';
+}
+
+bool isContainer(const COJsonValue& value) noexcept {
+  return value.obtainType() == JsonType::Object || value.obtainType() == JsonType::Array;
+}
+
+void appendScalar(std::string& result, const COJsonValue& value) {
+  switch (value.obtainType()) {
+    case JsonType::String:
+      appendString(result, value.obtainString());
+      break;
+    case JsonType::Number:
+      appendJsonNumber(result, value.obtainNumber(), COJsonAccess::isInteger(value));
+      break;
+    case JsonType::Bool:
+      result += value.obtainBool() ? "true" : "false";
+      break;
+    default:
+      result += "null";
+      break;
+  }
+}
+
+/// A container that is being written.
+struct OpenContainer {
+  explicit OpenContainer(const COJsonValue& value)
+      : children(value), isObject(value.obtainType() == JsonType::Object) {}
+
+  JsonChildren children;
+  bool isObject;
+  bool isEmpty = true;
+};
+
+}  // namespace
+
+void appendJsonNumber(std::string& result, double value, bool integer) {
+  if (!std::isfinite(value)) {
+    result += "null";
+    return;
+  }
+  NumberBuffer buffer;
+  const std::string_view text = formatNumber(value, buffer);
+  result += text;
+  if (!integer && text.find_first_of(".e") == std::string_view::npos) result += ".0";
+}
+
+std::string COJsonValue::obtainJsonString() const {
+  std::string result;
+  if (arena_->top == this) result.reserve(arena_->jsonSize);
+  std::vector<OpenContainer> open;
+  // Writes a value that has no children, or the start of one that may have some.
+  const auto begin = [&](const COJsonValue& value) {
+    if (!isContainer(value)) return appendScalar(result, value);
+    result += open.emplace_back(value).isObject ? '{' : '[';
+  };
+  for (begin(*this); !open.empty();) {
+    OpenContainer& container = open.back();
+    const COJsonValue* const child = container.children.next();
+    if (child == nullptr) {
+      result += container.isObject ? '}' : ']';
+      open.pop_back();
+      continue;
+    }
+    if (!std::exchange(container.isEmpty, false)) result += ',';
+    if (container.isObject) {
+      appendString(result, COJsonAccess::key(*child));
+      result += ':';
+    }
+    begin(*child);
+  }
+  return result;
+}

@@ -1,0 +1,72 @@
+#include <cf/rest.h>
+
+namespace {
+void append(CMRestParams& list, const CMRestParams& more) { list.insert(list.end(), more.begin(), more.end()); }
+}  // namespace
+
+void CMRestSession::setAuthorizationHeaderValue(std::string value) {
+  authorization_ = std::move(value);
+  hasAuthorization_ = true;
+}
+
+bool CMRestSession::hasAuthorization() const noexcept { return hasAuthorization_; }
+
+const std::string& CMRestSession::getAuthorizationHeaderValue() const noexcept { return authorization_; }
+
+void CMRestSession::addHeaderParam(std::string name, std::string value) {
+  headers_.emplace_back(std::move(name), std::move(value));
+}
+
+void CMRestSession::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
+
+const CMRestParams& CMRestSession::getHeaderParams() const noexcept { return headers_; }
+
+CMRestRequest::CMRestRequest() = default;
+CMRestRequest::~CMRestRequest() = default;
+
+void CMRestRequest::setURL(std::string url) { url_ = std::move(url); }
+
+const std::string& CMRestRequest::getURL() const noexcept { return url_; }
+
+const CMRestParams& CMRestRequest::getQueryParams() const noexcept { return query_; }
+
+const CMRestParams& CMRestRequest::getHeaderParams() const noexcept { return headers_; }
+
+CMRestGetRequest::CMRestGetRequest() = default;
+CMRestGetRequest::~CMRestGetRequest() = default;
+
+void CMRestGetRequest::addQueryParams(const CMRestParams& params) { append(query_, params); }
+
+void CMRestGetRequest::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
+
+CMRestPostRequest::CMRestPostRequest() = default;
+CMRestPostRequest::~CMRestPostRequest() = default;
+
+void CMRestPostRequest::addQueryParams(const CMRestParams& params) { append(query_, params); }
+
+void CMRestPostRequest::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
+
+void CMRestPostRequest::updateJson(const ICOJsonValue* json) {
+  body_ = json == nullptr ? std::string() : json->obtainJsonString();
+  hasBody_ = json != nullptr;
+}
+
+const std::string& CMRestPostRequest::getBody() const noexcept { return body_; }
+
+bool CMRestPostRequest::hasBody() const noexcept { return hasBody_; }
+
+CMRestDeleteRequest::CMRestDeleteRequest() = default;
+CMRestDeleteRequest::~CMRestDeleteRequest() = default;
+
+CMRestResourceResponse::CMRestResourceResponse(std::int32_t status, std::string body)
+    : status_(status), body_(std::move(body)), json_(std::make_unique<COJson>(std::string_view(body_))) {
+  if (!json_->getIsValidJson()) json_.reset();
+}
+
+CMRestResourceResponse::~CMRestResourceResponse() = default;
+
+std::int32_t CMRestResourceResponse::getStatus() const noexcept { return status_; }
+
+const ICOJsonValue* CMRestResourceResponse::getJson() const noexcept { return json_.get(); }
+
+const std::string& CMRestResourceResponse::getBufferString() const noexcept { return body_; }

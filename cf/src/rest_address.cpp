@@ -1,0 +1,93 @@
+#include "rest_address.h"
+
+#include "rest_text.h"
+
+#include <cf/url.h>
+
+#include <new>
+#include <string_view>
+
+namespace {
+
+struct TextDeleter {
+  void operator()(char* text) const noexcept { curl_free(text); }
+};
+
+CURLUcode readPart(CURLU* handle, CURLUPart part, unsigned int flags, std::string& text) {
+  char* raw = nullptr;
+  const CURLUcode code = curl_url_get(handle, part, &raw, flags);
+  const std::unique_ptr<char, TextDeleter> owner(raw);
+  if (code == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (code == CURLUE_OK) text = raw;
+  return code;
+}
+
+// The part as text; "" when the address has none.
+std::string obtainPart(CURLU* handle, CURLUPart part, unsigned int flags = 0) {
+  std::string text;
+  readPart(handle, part, flags, text);
+  return text;
+}
+
+RestPeer obtainPeer(CURLU* handle) {
+  RestPeer peer{.host = plainText(obtainPart(handle, CURLUPART_HOST)), .name = {}};
+  peer.name = peer.host + ":" + obtainPart(handle, CURLUPART_PORT, CURLU_DEFAULT_PORT);
+  return peer;
+}
+
+// Takes `url` apart. `what` is how the sentence calls it: "address".
+std::string readURL(const std::string& url, const std::string& what, unsigned int flags, URLHandle& handle) {
+  if (holdsControlCharacter(url)) return "The " + what + " holds a control character";
+  handle.reset(curl_url());
+  if (handle == nullptr) throw std::bad_alloc();
+  const CURLUcode code = curl_url_set(handle.get(), CURLUPART_URL, url.c_str(), flags);
+  if (code == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (code == CURLUE_USER_NOT_ALLOWED) return "The " + what + " must not hold a user name or password";
+  const std::string scheme = code == CURLUE_OK ? obtainPart(handle.get(), CURLUPART_SCHEME) : "";
+  if (code == CURLUE_BAD_SCHEME || code == CURLUE_UNSUPPORTED_SCHEME ||
+      (code == CURLUE_OK && scheme != "http" && scheme != "https")) {
+    return "The " + what + " must begin with http:// or https://";
+  }
+  if (code != CURLUE_OK) return "The " + what + " can't be used: " + plainTextWithin(curl_url_strerror(code));
+  return "";
+}
+
+// Appends the query to `url`.
+std::string appendQuery(const CMRestParams& query, std::string& url) {
+  char separator = url.find('?') == std::string::npos ? '?' : '&';
+  for (const auto& [name, value] : query) {
+    if (holdsControlCharacter(name) || holdsControlCharacter(value)) {
+      return "The query parameter \"" + plainText(name) + "\" holds a control character";
+    }
+    url += separator + cfEncodeQueryText(name) + "=" + cfEncodeQueryText(value);
+    separator = '&';
+  }
+  return "";
+}
+
+}  // namespace
+
+std::string readRestAddress(const CMRestRequest& request, RestAddress& address) {
+  std::string url = request.getURL();
+  // A fragment is not sent, and would hide the query from the server.
+  if (url.find('#') != std::string::npos) return "The address must not hold a fragment (#)";
+  if (std::string refusal = appendQuery(request.getQueryParams(), url); !refusal.empty()) return refusal;
+  if (std::string refusal = readURL(url, "address", CURLU_DISALLOW_USER | CURLU_PATH_AS_IS, address.handle);
+      !refusal.empty()) {
+    return refusal;
+  }
+  address.peer = obtainPeer(address.handle.get());
+  return "";
+}
+
+std::string readRestProxy(const std::string& url, RestProxy& proxy) {
+  if (url.empty()) return "";
+  URLHandle handle;
+  if (std::string refusal = readURL(url, "address of the proxy", 0, handle); !refusal.empty()) return refusal;
+  proxy.peer = obtainPeer(handle.get());
+  proxy.url = obtainPart(handle.get(), CURLUPART_SCHEME) + "://" + obtainPart(handle.get(), CURLUPART_HOST) + ":" +
+              obtainPart(handle.get(), CURLUPART_PORT, CURLU_DEFAULT_PORT);
+  const bool decoded = readPart(handle.get(), CURLUPART_USER, CURLU_URLDECODE, proxy.user) != CURLUE_URLDECODE &&
+                       readPart(handle.get(), CURLUPART_PASSWORD, CURLU_URLDECODE, proxy.password) != CURLUE_URLDECODE;
+  return decoded ? "" : "The address of the proxy holds a control character";
+}

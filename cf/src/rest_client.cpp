@@ -1,0 +1,90 @@
+#include "rest_failure.h"
+#include "rest_options.h"
+#include "rest_pool.h"
+#include "rest_services.h"
+
+#include <cf/app.h>
+
+#include <memory>
+#include <new>
+#include <optional>
+#include <utility>
+
+namespace {
+
+class RestClient final : public ICSRestClient {
+ public:
+  RestClient(const CMRestGlobalSettings& settings, const CMRestSession* session)
+      : settings_(settings), session_(session) {}
+
+  std::int32_t executeGet(const CMRestGetRequest& request, CMRestResourceResponse** response) override {
+    return execute(RestMethod::Get, request, nullptr, response);
+  }
+  std::int32_t executePost(const CMRestPostRequest& request, CMRestResourceResponse** response) override {
+    return execute(RestMethod::Post, request, request.hasBody() ? &request.getBody() : nullptr, response);
+  }
+  std::int32_t executeDelete(const CMRestDeleteRequest& request, CMRestResourceResponse** response) override {
+    return execute(RestMethod::Delete, request, nullptr, response);
+  }
+  const std::string& obtainFailureText() const noexcept override { return failureText_; }
+
+ private:
+  std::int32_t execute(RestMethod method, const CMRestRequest& request, const std::string* body,
+                       CMRestResourceResponse** response);
+  std::int32_t send(const RestPlan& plan, RestPool* pool, CMRestResourceResponse** response);
+  std::int32_t fail(CFRestError error, std::string text) {
+    failureText_ = std::move(text);
+    return static_cast<std::int32_t>(error);
+  }
+  std::int32_t failCancelled() { return fail(CFRestError::Cancelled, "The request was cancelled"); }
+
+  const CMRestGlobalSettings settings_;
+  const CMRestSession* session_;
+  std::string failureText_;
+};
+
+std::int32_t RestClient::execute(RestMethod method, const CMRestRequest& request, const std::string* body,
+                                 CMRestResourceResponse** response) {
+  *response = nullptr;
+  failureText_.clear();
+  // Null also for a pool centre of another make, which has no connections to lend.
+  auto* pool = session_ == nullptr ? nullptr : dynamic_cast<RestPool*>(session_->httpPoolCenter);
+  if (pool != nullptr && pool->takeCancel()) return failCancelled();
+  RestPlan plan{.method = method, .body = body, .address = {}, .proxy = {}, .headers = {}};
+  if (std::string refusal = planRequest(request, session_, settings_, plan); !refusal.empty()) {
+    return fail(CFRestError::BadRequest, std::move(refusal));
+  }
+  return send(plan, pool, response);
+}
+
+std::int32_t RestClient::send(const RestPlan& plan, RestPool* pool, CMRestResourceResponse** response) {
+  RestReply reply;
+  RestTransfer transfer(pool);
+  CURL* easy = transfer.getEasy();
+  std::optional<CURLcode> code = applyOptions(easy, plan, settings_, reply);
+  if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+  if (code == CURLE_OK) code = transfer.run();
+  if (!code) return failCancelled();
+  RestFailure failure = judgeTransfer(*code, easy, plan, settings_, reply);
+  if (failure.error != CFRestError::None) return fail(failure.error, std::move(failure.text));
+  long status = 0;
+  curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
+  *response =
+      std::make_unique<CMRestResourceResponse>(static_cast<std::int32_t>(status), std::move(reply.body)).release();
+  return status >= 200 && status <= 299 ? 0 : static_cast<std::int32_t>(status);
+}
+
+class ClientFactory final : public ICSRestClientFactory {
+ public:
+  ICSRestClient* createRestClient(ICSAppFactory* /*app*/, const CMRestGlobalSettings& settings,
+                                  const CMRestSession* session) override {
+    return new RestClient(settings, session);
+  }
+};
+
+}  // namespace
+
+ICSRestClientFactory& obtainClientFactory() {
+  static ClientFactory factory;
+  return factory;
+}

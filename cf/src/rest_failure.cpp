@@ -1,0 +1,176 @@
+#include "rest_failure.h"
+
+#include "rest_text.h"
+
+#include <cf/text.h>
+
+#include <algorithm>
+#include <chrono>
+#include <iterator>
+#include <new>
+#include <string_view>
+#include <system_error>
+
+namespace {
+
+enum class Detail { None, System, Certificate, Library };
+
+// "{}" stands for the peer with its port, "{host}" without. The detail follows after a colon.
+struct Wording {
+  CURLcode code;
+  CFRestError error;
+  std::string_view text;
+  Detail detail = Detail::None;
+};
+
+constexpr std::string_view kLost = "The connection to {} was lost before the reply was complete";
+constexpr std::string_view kNotHTTP = "{} did not answer in HTTP";
+constexpr std::string_view kNotTrusted = "The certificate of {} can't be trusted";
+constexpr std::string_view kNotSecure = "No secure connection to {}";
+
+constexpr Wording kWordings[] = {
+    {CURLE_COULDNT_RESOLVE_HOST, CFRestError::HostNotFound, "Could not find the host {host}"},
+    {CURLE_COULDNT_RESOLVE_PROXY, CFRestError::HostNotFound, "Could not find {host}"},
+    {CURLE_COULDNT_CONNECT, CFRestError::CouldNotConnect, "Could not connect to {}", Detail::System},
+    {CURLE_PEER_FAILED_VERIFICATION, CFRestError::TLSFailed, kNotTrusted, Detail::Certificate},
+    {CURLE_SSL_CONNECT_ERROR, CFRestError::TLSFailed, kNotSecure, Detail::Certificate},
+    {CURLE_SSL_CACERT_BADFILE, CFRestError::TLSFailed, kNotSecure, Detail::Library},
+    {CURLE_SSL_CIPHER, CFRestError::TLSFailed, kNotSecure, Detail::Library},
+    {CURLE_SSL_CERTPROBLEM, CFRestError::TLSFailed, kNotSecure, Detail::Library},
+    {CURLE_SSL_ISSUER_ERROR, CFRestError::TLSFailed, kNotSecure, Detail::Library},
+    {CURLE_GOT_NOTHING, CFRestError::ConnectionLost, kLost},
+    {CURLE_PARTIAL_FILE, CFRestError::ConnectionLost, kLost},
+    {CURLE_SEND_ERROR, CFRestError::ConnectionLost, kLost},
+    {CURLE_RECV_ERROR, CFRestError::ConnectionLost, kLost},
+    {CURLE_UNSUPPORTED_PROTOCOL, CFRestError::NotHTTP, kNotHTTP},  // the scheme was checked: it is the reply's version
+    {CURLE_WEIRD_SERVER_REPLY, CFRestError::NotHTTP, kNotHTTP},
+    {CURLE_BAD_CONTENT_ENCODING, CFRestError::NotHTTP, "The compressed reply from {} can't be read"},
+    {CURLE_PROXY, CFRestError::ProxyRefused, "{} refused the connection"},
+};
+
+constexpr Wording kOther{CURLE_OK, CFRestError::Failed, "The request to {} failed", Detail::Library};
+
+const Wording& findWording(CURLcode code) {
+  const auto* const found =
+      std::find_if(std::begin(kWordings), std::end(kWordings), [&](const Wording& row) { return row.code == code; });
+  return found == std::end(kWordings) ? kOther : *found;
+}
+
+long obtainNumber(CURL* easy, CURLINFO info) {
+  long number = 0;
+  return curl_easy_getinfo(easy, info, &number) == CURLE_OK ? number : 0;
+}
+
+std::chrono::microseconds obtainTime(CURL* easy, CURLINFO info) {
+  curl_off_t time = 0;
+  return std::chrono::microseconds(curl_easy_getinfo(easy, info, &time) == CURLE_OK ? time : 0);
+}
+
+// Whether the request got as far as being sent.
+bool wasConnected(CURL* easy) { return obtainTime(easy, CURLINFO_PRETRANSFER_TIME_T).count() > 0; }
+
+// Who failed: the proxy until the way through it is open, then the server.
+std::string namePeer(CURL* easy, const RestPlan& plan, std::string RestPeer::*part) {
+  const bool proxy =
+      !plan.proxy.url.empty() && !wasConnected(easy) && obtainNumber(easy, CURLINFO_HTTP_CONNECTCODE) == 0;
+  return proxy ? "the proxy " + plan.proxy.peer.*part : plan.address.peer.*part;
+}
+
+std::string compose(std::string_view wording, CURL* easy, const RestPlan& plan) {
+  std::string text(wording);
+  if (const auto place = text.find("{host}"); place != std::string::npos) {
+    return text.replace(place, 6, namePeer(easy, plan, &RestPeer::host));
+  }
+  const auto place = text.find("{}");
+  if (place == std::string::npos) return text;
+  text.replace(place, 2, namePeer(easy, plan, &RestPeer::name));
+  if (text.starts_with("the ")) text[0] = 'T';
+  return text;
+}
+
+// libcurl's sentence about a certificate without its own introduction ("SSL certificate problem: ").
+std::string obtainCertificateDetail(std::string_view text) {
+  for (const std::string_view introduction : {"SSL certificate problem: ", "SSL: "}) {
+    if (text.starts_with(introduction)) text.remove_prefix(introduction.size());
+  }
+  return plainTextWithin(text);
+}
+
+std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, const RestReply& reply) {
+  switch (wording.detail) {
+    case Detail::None:
+      return "";
+    case Detail::System: {
+      const long number = obtainNumber(easy, CURLINFO_OS_ERRNO);
+      return number == 0 ? "" : plainTextWithin(std::system_category().message(static_cast<int>(number)));
+    }
+    case Detail::Certificate:
+      if (reply.errorText[0] != '\0') return obtainCertificateDetail(reply.errorText);
+      break;
+    case Detail::Library:
+      break;
+  }
+  return plainTextWithin(curl_easy_strerror(code));
+}
+
+std::string toSeconds(std::chrono::milliseconds time) {
+  return cfNumberToText(std::chrono::duration<double>(time).count()) + " s";
+}
+
+RestFailure tellTimeout(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings) {
+  constexpr auto kRounding = std::chrono::milliseconds(50);  // libcurl ends a little before the limit, by its rounding
+  const bool totalOver =
+      settings.totalTimeout.count() > 0 && obtainTime(easy, CURLINFO_TOTAL_TIME_T) + kRounding >= settings.totalTimeout;
+  if (!wasConnected(easy)) {
+    const auto limit = totalOver ? settings.totalTimeout : settings.connectTimeout;
+    return {CFRestError::TimedOut, compose("Could not connect to {} within ", easy, plan) + toSeconds(limit)};
+  }
+  if (totalOver) {
+    return {CFRestError::TimedOut, compose("No reply from {} within ", easy, plan) + toSeconds(settings.totalTimeout)};
+  }
+  return {CFRestError::TimedOut,
+          compose("The connection to {} was too slow for ", easy, plan) + toSeconds(settings.lowSpeedTime)};
+}
+
+std::string toSize(std::size_t bytes) {
+  constexpr std::size_t kMiB = std::size_t{1} << 20;
+  return bytes % kMiB == 0 ? std::to_string(bytes / kMiB) + " MiB" : std::to_string(bytes) + " bytes";
+}
+
+bool isSuccess(long status) { return status >= 200 && status <= 299; }
+
+// The status with which the proxy refused: to open a tunnel, or to pass a plain request on; else 0.
+long obtainProxyRefusal(CURL* easy, const RestPlan& plan) {
+  constexpr long kProxyAuthenticationRequired = 407;
+  if (plan.proxy.url.empty()) return 0;
+  const long tunnel = obtainNumber(easy, CURLINFO_HTTP_CONNECTCODE);
+  if (tunnel != 0) return isSuccess(tunnel) ? 0 : tunnel;
+  const long status = obtainNumber(easy, CURLINFO_RESPONSE_CODE);
+  return status == kProxyAuthenticationRequired ? status : 0;
+}
+
+}  // namespace
+
+RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings,
+                          const RestReply& reply) {
+  if (reply.outOfMemory) throw std::bad_alloc();
+  if (reply.tooLarge || code == CURLE_FILESIZE_EXCEEDED) {
+    return {CFRestError::ReplyTooLarge,
+            compose("The reply from {} is larger than ", easy, plan) + toSize(settings.maxReplyBytes)};
+  }
+  if (const long status = obtainProxyRefusal(easy, plan); status != 0) {
+    return {CFRestError::ProxyRefused,
+            "The proxy " + plan.proxy.peer.name + " refused the connection: HTTP " + std::to_string(status)};
+  }
+  if (code == CURLE_OPERATION_TIMEDOUT) return tellTimeout(easy, plan, settings);
+  if (code == CURLE_OK) {
+    // libcurl takes a connection that ends among the header fields for the end of an empty reply.
+    if (!reply.headersEnded) return {CFRestError::ConnectionLost, compose(kLost, easy, plan)};
+    const long status = obtainNumber(easy, CURLINFO_RESPONSE_CODE);
+    if (status < 100 || status > 999) return {CFRestError::NotHTTP, compose(kNotHTTP, easy, plan)};
+    return {};
+  }
+  const Wording& wording = findWording(code);
+  const std::string detail = obtainDetail(wording, code, easy, reply);
+  return {wording.error, compose(wording.text, easy, plan) + (detail.empty() ? "" : ": " + detail)};
+}

@@ -1,0 +1,21 @@
+// What is said about a request that failed in the transport.
+#pragma once
+
+#include "rest_options.h"
+
+#include <cf/app.h>
+
+#include <curl/curl.h>
+
+#include <string>
+
+/// A failure of the transport; `error` is None when there is none.
+struct RestFailure {
+  CFRestError error = CFRestError::None;
+  std::string text;
+};
+
+/// Judges a finished transfer: what libcurl says of it and what it passes over in silence. Throws std::bad_alloc when
+/// the reply found no memory.
+RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings,
+                          const RestReply& reply);

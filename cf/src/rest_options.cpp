@@ -1,0 +1,205 @@
+#include "rest_options.h"
+
+#include "rest_authorities.h"
+#include "rest_socket.h"
+#include "rest_text.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdint>
+#include <limits>
+#include <new>
+#include <string_view>
+
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kUploadBufferDefault = std::size_t{64} << 10;
+constexpr std::size_t kUploadBufferMost = std::size_t{2} << 20;
+
+// Sets options until one is refused.
+class Options {
+ public:
+  explicit Options(CURL* easy) : easy_(easy) {}
+
+  template <typename Value>
+  void set(CURLoption option, Value value) {
+    if (code_ == CURLE_OK) code_ = curl_easy_setopt(easy_, option, value);
+  }
+  CURLcode getCode() const { return code_; }
+
+ private:
+  CURL* easy_;
+  CURLcode code_ = CURLE_OK;
+};
+
+std::size_t takeBody(char* data, std::size_t /*one*/, std::size_t size, void* context) {
+  auto& reply = *static_cast<RestReply*>(context);
+  if (size > reply.limit - reply.body.size()) {
+    reply.tooLarge = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+  try {
+    reply.body.append(data, size);
+  } catch (...) {
+    reply.outOfMemory = true;
+    return CURL_WRITEFUNC_ERROR;
+  }
+  return size;
+}
+
+// Called for each line, those after a chunked body included. An interim reply (1xx) is followed by another status line.
+std::size_t takeHeader(char* data, std::size_t /*one*/, std::size_t size, void* context) {
+  auto& reply = *static_cast<RestReply*>(context);
+  const std::string_view line(data, size);
+  if (line.starts_with("HTTP/")) reply.headersEnded = false;
+  if (line == "\r\n" || line == "\n") reply.headersEnded = true;
+  return size;
+}
+
+// Whole milliseconds as libcurl takes them; what is no limit (0 or less) is the longest time that it knows.
+long toLimit(std::chrono::milliseconds time) {
+  constexpr auto kLongest = std::chrono::milliseconds(std::numeric_limits<int>::max());
+  return static_cast<long>((time.count() <= 0 ? kLongest : std::min(time, kLongest)).count());
+}
+
+long toLong(std::uint64_t value) {
+  return static_cast<long>(std::min<std::uint64_t>(value, std::numeric_limits<int>::max()));
+}
+
+void setSecurity(Options& options, const CMRestGlobalSettings& settings) {
+  options.set(CURLOPT_PROTOCOLS_STR, "http,https");
+  options.set(CURLOPT_FOLLOWLOCATION, 0L);
+  options.set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+  options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+  options.set(CURLOPT_HTTP09_ALLOWED, 0L);
+  for (const CURLoption option : {CURLOPT_SSL_VERIFYPEER, CURLOPT_PROXY_SSL_VERIFYPEER}) options.set(option, 1L);
+  for (const CURLoption option : {CURLOPT_SSL_VERIFYHOST, CURLOPT_PROXY_SSL_VERIFYHOST}) options.set(option, 2L);
+  for (const CURLoption option : {CURLOPT_SSLVERSION, CURLOPT_PROXY_SSLVERSION}) {
+    options.set(option, static_cast<long>(CURL_SSLVERSION_TLSv1_2));
+  }
+  // libcurl's default would read the system's whole bundle for each connection, for about 20 ms; the folder is looked
+  // up by the hash of the one name that is needed.
+  const char* folder = obtainAuthoritiesFolder();
+  if (folder != nullptr) {
+    for (const CURLoption option : {CURLOPT_CAPATH, CURLOPT_PROXY_CAPATH}) options.set(option, folder);
+  }
+  if (folder != nullptr || !settings.caFile.empty()) {
+    const char* file = settings.caFile.empty() ? nullptr : settings.caFile.c_str();
+    for (const CURLoption option : {CURLOPT_CAINFO, CURLOPT_PROXY_CAINFO}) options.set(option, file);
+  }
+}
+
+void setLimits(Options& options, const CMRestGlobalSettings& settings) {
+  options.set(CURLOPT_NOSIGNAL, 1L);
+  options.set(CURLOPT_QUICK_EXIT, 1L);  // a name look-up that hangs must not hold up the end of the request
+  options.set(CURLOPT_TIMEOUT_MS, toLimit(settings.totalTimeout));
+  options.set(CURLOPT_CONNECTTIMEOUT_MS, toLimit(settings.connectTimeout));
+  options.set(CURLOPT_LOW_SPEED_LIMIT, toLong(settings.lowSpeedBytes));
+  options.set(CURLOPT_LOW_SPEED_TIME, toLong(static_cast<std::uint64_t>(std::max(settings.lowSpeedTime, 0s).count())));
+  // Only for a length that the server announces; takeBody limits what comes.
+  options.set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(std::min<std::uint64_t>(
+                                             settings.maxReplyBytes, std::numeric_limits<curl_off_t>::max())));
+}
+
+// An empty proxy, set as such, keeps libcurl from looking into the environment.
+void setProxy(Options& options, const RestProxy& proxy) {
+  options.set(CURLOPT_PROXY, proxy.url.c_str());
+  options.set(CURLOPT_NOPROXY, "");
+  options.set(CURLOPT_SUPPRESS_CONNECT_HEADERS, 1L);
+  if (proxy.user.empty() && proxy.password.empty()) return;
+  options.set(CURLOPT_PROXYUSERNAME, proxy.user.c_str());
+  options.set(CURLOPT_PROXYPASSWORD, proxy.password.c_str());
+}
+
+void setBody(Options& options, const std::string& body) {
+  options.set(CURLOPT_POST, 1L);
+  options.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
+  options.set(CURLOPT_POSTFIELDS, body.c_str());  // not copied
+  if (body.size() > kUploadBufferDefault) {
+    options.set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(std::min(body.size(), kUploadBufferMost)));
+  }
+}
+
+void setRequest(Options& options, const RestPlan& plan, const CMRestGlobalSettings& settings) {
+  static const std::string kNoBody;
+  options.set(CURLOPT_CURLU, plan.address.handle.get());
+  options.set(CURLOPT_PATH_AS_IS, 1L);
+  options.set(CURLOPT_ACCEPT_ENCODING, "");
+  options.set(CURLOPT_USERAGENT, settings.userAgent.c_str());
+  options.set(CURLOPT_HTTPHEADER, plan.headers.get());
+  if (plan.method == RestMethod::Post) setBody(options, plan.body == nullptr ? kNoBody : *plan.body);
+  if (plan.method == RestMethod::Delete) options.set(CURLOPT_CUSTOMREQUEST, "DELETE");
+}
+
+void setCallbacks(Options& options, RestReply& reply) {
+  options.set(CURLOPT_WRITEFUNCTION, &takeBody);
+  options.set(CURLOPT_WRITEDATA, &reply);
+  options.set(CURLOPT_HEADERFUNCTION, &takeHeader);
+  options.set(CURLOPT_HEADERDATA, &reply);
+  options.set(CURLOPT_SOCKOPTFUNCTION, &prepareRestSocket);
+  options.set(CURLOPT_ERRORBUFFER, reply.errorText);
+}
+
+void appendLine(HeaderList& list, const std::string& line) {
+  curl_slist* longer = curl_slist_append(list.get(), line.c_str());
+  if (longer == nullptr) throw std::bad_alloc();
+  static_cast<void>(list.release());
+  list.reset(longer);
+}
+
+std::string appendHeader(HeaderList& list, const std::string& name, const std::string& value) {
+  if (!isToken(name)) return "\"" + plainText(name) + "\" can't be the name of a header field";
+  if (holdsControlCharacter(value)) return "The header field \"" + name + "\" holds a control character";
+  // libcurl takes "Name:" as the wish to leave the field out, and "Name;" as an empty one.
+  const bool blank = value.find_first_not_of(' ') == std::string::npos;
+  appendLine(list, blank ? name + ";" : name + ": " + value);
+  return "";
+}
+
+std::string appendHeaders(HeaderList& list, const CMRestParams& fields) {
+  for (const auto& [name, value] : fields) {
+    if (std::string refusal = appendHeader(list, name, value); !refusal.empty()) return refusal;
+  }
+  return "";
+}
+
+std::string planHeaders(const CMRestRequest& request, const CMRestSession* session, RestPlan& plan) {
+  CMRestParams fields;
+  if (session != nullptr) {
+    if (session->hasAuthorization()) fields.emplace_back("Authorization", session->getAuthorizationHeaderValue());
+    fields.insert(fields.end(), session->getHeaderParams().begin(), session->getHeaderParams().end());
+  }
+  fields.insert(fields.end(), request.getHeaderParams().begin(), request.getHeaderParams().end());
+  if (plan.body != nullptr) {
+    fields.emplace_back("Content-Type", "application/json");
+    fields.emplace_back("Accept", "application/json");
+  }
+  if (std::string refusal = appendHeaders(plan.headers, fields); !refusal.empty()) return refusal;
+  appendLine(plan.headers, "Expect:");  // a wait for "100 Continue" would cost a second with servers that send none
+  if (plan.body == nullptr) appendLine(plan.headers, "Content-Type:");
+  return "";
+}
+
+}  // namespace
+
+std::string planRequest(const CMRestRequest& request, const CMRestSession* session,
+                        const CMRestGlobalSettings& settings, RestPlan& plan) {
+  if (holdsControlCharacter(settings.userAgent)) return "The user agent holds a control character";
+  if (holdsControlCharacter(settings.caFile)) return "The name of the file of authorities holds a control character";
+  if (std::string refusal = readRestAddress(request, plan.address); !refusal.empty()) return refusal;
+  if (std::string refusal = readRestProxy(settings.proxyURL, plan.proxy); !refusal.empty()) return refusal;
+  return planHeaders(request, session, plan);
+}
+
+CURLcode applyOptions(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings, RestReply& reply) {
+  reply.limit = settings.maxReplyBytes;
+  Options options(easy);
+  setSecurity(options, settings);
+  setLimits(options, settings);
+  setProxy(options, plan.proxy);
+  setRequest(options, plan, settings);
+  setCallbacks(options, reply);
+  return options.getCode();
+}

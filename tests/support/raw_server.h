@@ -1,0 +1,98 @@
+// A server for tests that answers with exactly the bytes, stalls and closes that a script says.
+#pragma once
+
+#include <condition_variable>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+#include <thread>
+#include <variant>
+#include <vector>
+
+/// One step of a script.
+namespace raw {
+struct Send {  // these bytes
+  std::string bytes;
+};
+struct SendForever {  // these bytes again and again, until the client goes
+  std::string bytes;
+};
+struct Stall {};  // nothing more, until the client goes or the server stops
+struct Close {};  // an orderly end (FIN)
+struct Reset {};  // an end by RST
+struct Call {     // something on the test's side, on the server's thread
+  std::function<void()> action;
+};
+struct StartTLS {};  // the rest of the connection in TLS, behind a proxy's "200"
+
+using Step = std::variant<Send, SendForever, Stall, Close, Reset, Call, StartTLS>;
+using Script = std::vector<Step>;
+
+/// A complete reply with a Content-Length.
+std::string reply(int status, std::string_view body, std::string_view furtherFields = "");
+}  // namespace raw
+
+struct ssl_ctx_st;
+using TLSContext = std::shared_ptr<ssl_ctx_st>;
+
+/// Listens on a free port of the loopback. Each connection has its own thread, which reads a request and runs a
+/// script, again and again until the script ends the connection.
+class RawServer {
+ public:
+  enum class Greeting { None, TLS };
+
+  /// Request number n (from 0, over all connections) gets script n, the later ones the last. With a TLS context the
+  /// connections begin with TLS, or with `Greeting::None` at a StartTLS step.
+  explicit RawServer(std::vector<raw::Script> scripts, TLSContext tls = nullptr, Greeting greeting = Greeting::TLS);
+  /// One reply for every request, on connections that stay open.
+  explicit RawServer(std::string reply) : RawServer({raw::Script{raw::Send{std::move(reply)}}}) {}
+  ~RawServer();
+  RawServer(const RawServer&) = delete;
+  RawServer& operator=(const RawServer&) = delete;
+
+  /// Connections end by RST as soon as a request has come to this many bytes. Called before the first request.
+  void resetAfter(std::size_t bytes) { longestRequest_ = bytes; }
+
+  int getPort() const { return port_; }
+  /// "http://127.0.0.1:port", or "https://localhost:port" with TLS.
+  std::string getURL() const;
+  /// The requests so far, whole: head and body.
+  std::vector<std::string> getRequests() const;
+  std::size_t getConnections() const;
+  std::size_t getHandshakes() const;         // completed, resumed ones included
+  std::size_t getResumedHandshakes() const;  // of these
+
+  /// Each waits until the number is reached; false when that takes more than ten seconds.
+  bool waitForRequests(std::size_t count) const;
+  bool waitForEnds(std::size_t count) const;  // of connections, by whichever side
+
+ private:
+  struct Connection;
+  struct Log {
+    std::vector<std::string> requests;
+    std::size_t connections = 0, ends = 0, handshakes = 0, resumed = 0;
+  };
+
+  void acceptAll();
+  void serve(Connection& connection);
+  void converse(Connection& connection);
+  raw::Script takeScript(std::string request);
+  bool perform(Connection& connection, const raw::Step& step);
+  bool startTLS(Connection& connection);
+  void record(const std::function<void(Log&)>& change);
+
+  const std::vector<raw::Script> scripts_;
+  const TLSContext tls_;
+  const Greeting greeting_;
+  int listener_ = -1;
+  int port_ = 0;
+  std::size_t longestRequest_ = std::string::npos;
+  mutable std::mutex mutex_;
+  mutable std::condition_variable changed_;
+  Log log_;
+  std::vector<std::unique_ptr<Connection>> connections_;
+  std::thread acceptor_;
+};

@@ -1,0 +1,110 @@
+#include "support/test_ca.h"
+
+#include <openssl/evp.h>
+#include <openssl/pem.h>
+#include <openssl/ssl.h>
+#include <openssl/x509v3.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <stdexcept>
+
+namespace {
+
+using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
+using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
+using File = std::unique_ptr<std::FILE, decltype(&std::fclose)>;
+
+constexpr auto kDay = std::chrono::seconds(std::chrono::hours(24));
+
+void require(bool done) {
+  if (!done) throw std::runtime_error("The test's certificates can't be made");
+}
+
+Key makeKey() { return Key(EVP_EC_gen("P-256"), &EVP_PKEY_free); }
+
+void addExtension(X509* certificate, X509* issuer, int kind, const std::string& value) {
+  X509V3_CTX context;
+  X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
+  X509_EXTENSION* extension = X509V3_EXT_conf_nid(nullptr, &context, kind, value.c_str());
+  require(extension != nullptr && X509_add_ext(certificate, extension, -1) == 1);
+  X509_EXTENSION_free(extension);
+}
+
+// Valid from ten days ago; signing is left to the caller.
+Certificate makeCertificate(EVP_PKEY* key, const std::string& name, long serial, std::chrono::seconds validity) {
+  Certificate certificate(X509_new(), &X509_free);
+  X509_set_version(certificate.get(), X509_VERSION_3);
+  ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), serial);
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -(10 * kDay).count());
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), validity.count());
+  const auto* text = reinterpret_cast<const unsigned char*>(name.c_str());
+  X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8, text, -1, -1, 0);
+  require(X509_set_pubkey(certificate.get(), key) == 1);
+  return certificate;
+}
+
+void sign(X509* certificate, const X509* issuer, EVP_PKEY* key) {
+  X509_set_issuer_name(certificate, X509_get_subject_name(issuer));
+  require(X509_sign(certificate, key, EVP_sha256()) > 0);
+}
+
+void writeCertificate(const std::string& path, X509* certificate) {
+  const File file(std::fopen(path.c_str(), "w"), &std::fclose);
+  require(file != nullptr && PEM_write_X509(file.get(), certificate) == 1);
+}
+
+void writeKey(const std::string& path, EVP_PKEY* key) {
+  const File file(std::fopen(path.c_str(), "w"), &std::fclose);
+  require(file != nullptr && PEM_write_PrivateKey(file.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1);
+}
+
+}  // namespace
+
+struct TestCA::Authority {
+  explicit Authority(const std::string& name) : certificate(makeCertificate(key.get(), name, 1, 30 * kDay)) {}
+  Key key = makeKey();
+  Certificate certificate;
+};
+
+TestCA::TestCA() {
+  std::string pattern = (std::filesystem::temp_directory_path() / "qai-ca-XXXXXX").string();
+  require(mkdtemp(pattern.data()) != nullptr);
+  folder_ = pattern;
+  authority_ = std::make_unique<Authority>(folder_.filename().string());
+  X509* certificate = authority_->certificate.get();
+  addExtension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE");
+  addExtension(certificate, certificate, NID_key_usage, "critical,keyCertSign,cRLSign");
+  sign(certificate, certificate, authority_->key.get());
+  writeCertificate(getFile(), certificate);
+}
+
+TestCA::~TestCA() {
+  std::error_code ignored;
+  std::filesystem::remove_all(folder_, ignored);
+}
+
+std::string TestCA::getFile() const { return (folder_ / "authority.pem").string(); }
+
+TestCA::Names TestCA::issue(const std::string& host, std::chrono::seconds validity) const {
+  const std::string stem = (folder_ / ("server" + std::to_string(++issued_))).string();
+  const Key key = makeKey();
+  const Certificate certificate = makeCertificate(key.get(), "Test server", 1 + issued_, validity);
+  X509* issuer = authority_->certificate.get();
+  addExtension(certificate.get(), issuer, NID_subject_alt_name, "DNS:" + host);
+  addExtension(certificate.get(), issuer, NID_ext_key_usage, "serverAuth");
+  sign(certificate.get(), issuer, authority_->key.get());
+  Names names{stem + ".pem", stem + ".key"};
+  writeCertificate(names.certificateFile, certificate.get());
+  writeKey(names.keyFile, key.get());
+  return names;
+}
+
+TLSContext makeTLSContext(const TestCA::Names& certificate, int highestVersion) {
+  TLSContext context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
+  SSL_CTX_set_cipher_list(context.get(), "DEFAULT:@SECLEVEL=0");  // else OpenSSL itself refuses the old versions
+  require(SSL_CTX_set_max_proto_version(context.get(), highestVersion) == 1);
+  require(SSL_CTX_use_certificate_file(context.get(), certificate.certificateFile.c_str(), SSL_FILETYPE_PEM) == 1);
+  require(SSL_CTX_use_PrivateKey_file(context.get(), certificate.keyFile.c_str(), SSL_FILETYPE_PEM) == 1);
+  return context;
+}

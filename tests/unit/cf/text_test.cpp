@@ -1,0 +1,86 @@
+#include <cf/text.h>
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace std::string_literals;
+
+TEST(Trim, RemovesASCIIWhiteSpaceAtBothEnds) {
+  EXPECT_EQ(cfTrimAsString(" \t\n\v\f\r a b \t\n\v\f\r "), "a b");
+  EXPECT_EQ(cfTrimAsString("a"), "a");
+  EXPECT_EQ(cfTrimAsString(""), "");
+  EXPECT_EQ(cfTrimAsString(" \n "), "");
+}
+
+TEST(Trim, KeepsOtherSpaces) {
+  EXPECT_EQ(cfTrimAsString("\xC2\xA0x\xC2\xA0"), "\xC2\xA0x\xC2\xA0");
+  EXPECT_EQ(cfTrimAsString("\0 x"s), "\0 x"s);
+}
+
+/// A text, and what becomes of it, in which '?' stands for U+FFFD.
+struct UTF8Case {
+  const char* name;
+  std::string text;
+  std::string repaired;
+};
+
+class UTF8 : public testing::TestWithParam<UTF8Case> {};
+
+// Each form must be seen wherever it stands in the words in which text is looked through.
+TEST_P(UTF8, IsJudgedAndRepairedAtEveryOffset) {
+  std::string repaired;
+  for (const char character : GetParam().repaired) {
+    repaired += character == '?' ? "\xEF\xBF\xBD" : std::string(1, character);
+  }
+  for (std::size_t offset = 0; offset < 18; ++offset) {
+    for (const std::size_t rest : {0U, 1U, 17U}) {
+      const std::string before(offset, 'x');
+      const std::string after(rest, 'y');
+      const std::string text = std::string(before).append(GetParam().text).append(after);
+      EXPECT_EQ(cfIsUTF8(text), GetParam().text == repaired) << offset;
+      EXPECT_EQ(cfToUTF8(text), std::string(before).append(repaired).append(after)) << offset;
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(WellFormed, UTF8,
+                         testing::Values(UTF8Case{"empty", "", ""}, UTF8Case{"nul", "\0"s, "\0"s},
+                                         UTF8Case{"ascii", "\x7F", "\x7F"},
+                                         UTF8Case{"first_of_two", "\xC2\x80", "\xC2\x80"},
+                                         UTF8Case{"last_of_two", "\xDF\xBF", "\xDF\xBF"},
+                                         UTF8Case{"first_of_three", "\xE0\xA0\x80", "\xE0\xA0\x80"},
+                                         UTF8Case{"before_surrogates", "\xED\x9F\xBF", "\xED\x9F\xBF"},
+                                         UTF8Case{"after_surrogates", "\xEE\x80\x80", "\xEE\x80\x80"},
+                                         UTF8Case{"last_of_three", "\xEF\xBF\xBF", "\xEF\xBF\xBF"},
+                                         UTF8Case{"byte_order_mark", "\xEF\xBB\xBF", "\xEF\xBB\xBF"},
+                                         UTF8Case{"first_of_four", "\xF0\x90\x80\x80", "\xF0\x90\x80\x80"},
+                                         UTF8Case{"middle_of_four", "\xF1\x80\x80\x80", "\xF1\x80\x80\x80"},
+                                         UTF8Case{"last", "\xF4\x8F\xBF\xBF", "\xF4\x8F\xBF\xBF"}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+INSTANTIATE_TEST_SUITE_P(
+    IllFormed, UTF8,
+    testing::Values(UTF8Case{"lone_continuation", "\x80", "?"}, UTF8Case{"two_continuations", "\x80\xBF", "??"},
+                    UTF8Case{"overlong_slash", "\xC0\xAF", "??"}, UTF8Case{"overlong_c1", "\xC1\xBF", "??"},
+                    UTF8Case{"overlong_three", "\xE0\x9F\xBF", "???"},
+                    UTF8Case{"overlong_four", "\xF0\x8F\xBF\xBF", "????"},
+                    UTF8Case{"high_surrogate", "\xED\xA0\x80", "???"}, UTF8Case{"low_surrogate", "\xED\xBF\xBF", "???"},
+                    UTF8Case{"above_last", "\xF4\x90\x80\x80", "????"}, UTF8Case{"f5", "\xF5\x80\x80\x80", "????"},
+                    UTF8Case{"ff", "\xFF", "?"}, UTF8Case{"fe", "\xFE", "?"}, UTF8Case{"two_cut", "\xC3", "?"},
+                    UTF8Case{"three_cut", "\xE2\x82", "?"}, UTF8Case{"four_cut", "\xF0\x9F\x98", "?"},
+                    UTF8Case{"four_cut_early", "\xF0\x9F", "?"}, UTF8Case{"cut_by_a_letter", "\xE2\x82z", "?z"},
+                    UTF8Case{"cut_by_another", "\xE2\xC3\xA9", "?\xC3\xA9"},
+                    UTF8Case{"unicode_example", "\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64", "a???b?c??d"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(UTF8Runs, MixedTextIsWellFormed) {
+  std::string text;
+  for (int index = 0; index < 100; ++index) text += "ab\xC3\xA9\xE2\x82\xAC cd\xF0\x9F\x98\x80 efghijklmnop";
+  EXPECT_TRUE(cfIsUTF8(text));
+  EXPECT_EQ(cfToUTF8(text), text);
+  text.back() = '\xC3';
+  EXPECT_FALSE(cfIsUTF8(text));
+}
+
+}  // namespace

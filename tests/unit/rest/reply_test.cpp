@@ -1,0 +1,310 @@
+// What is made of a server's answer, or of none.
+#include "rest_caller.h"
+
+#include <zlib.h>
+
+#include <chrono>
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace std::string_literals;
+using raw::Close;
+using raw::Reset;
+using raw::Send;
+using raw::SendForever;
+using raw::Stall;
+
+std::string lost(const RawServer& server) {
+  return "The connection to " + nameOf(server) + " was lost before the reply was complete";
+}
+
+std::string notHTTP(const RawServer& server) { return nameOf(server) + " did not answer in HTTP"; }
+
+class SuccessStatus : public testing::TestWithParam<int> {};
+
+TEST_P(SuccessStatus, GivesZeroAndTheResponse) {
+  RawServer server(raw::reply(GetParam(), R"({"a":1})"));
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, 0);
+  ASSERT_NE(outcome.response, nullptr);
+  EXPECT_EQ(outcome.response->getStatus(), GetParam());
+  EXPECT_EQ(bodyOf(outcome), R"({"a":1})");
+  ASSERT_NE(outcome.response->getJson(), nullptr);
+  EXPECT_EQ(outcome.response->getJson()->obtainJsonValue("a")->obtainNumber(), 1.0);
+  EXPECT_EQ(outcome.text, "");
+}
+
+INSTANTIATE_TEST_SUITE_P(Statuses, SuccessStatus, testing::Values(200, 201, 206, 299));
+
+TEST(Reply, WithoutContentIsASuccessWithAnEmptyBody) {
+  RawServer server("HTTP/1.1 204 No Content\r\n\r\n");
+  const Outcome outcome = RestCaller{}.remove(server.getURL());
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(bodyOf(outcome), "");
+  ASSERT_NE(outcome.response, nullptr);
+  EXPECT_EQ(outcome.response->getJson(), nullptr);
+}
+
+TEST(Reply, MayFollowInterimReplies) {
+  RawServer server("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + raw::reply(200, "[]"));
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(bodyOf(outcome), "[]");
+}
+
+TEST(Reply, MayEndWithTrailerFields) {
+  RawServer server("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\nX-Sum: 1\r\n\r\n");
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(bodyOf(outcome), "{}");
+}
+
+TEST(Reply, WithoutLengthEndsWithTheConnection) {
+  RawServer server({{Send{"HTTP/1.0 200 OK\r\n\r\n{}"}, Close{}}});
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(bodyOf(outcome), "{}");
+}
+
+struct StatusCase {
+  int status;
+  std::string title;
+};
+class FailureStatus : public testing::TestWithParam<StatusCase> {};
+
+TEST_P(FailureStatus, IsTheErrorCodeAndKeepsTheBody) {
+  RawServer server(raw::reply(GetParam().status, R"({"error":"no"})", "Location: /elsewhere\r\nRetry-After: 1\r\n"));
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, GetParam().status);
+  ASSERT_NE(outcome.response, nullptr);
+  EXPECT_EQ(outcome.response->getStatus(), GetParam().status);
+  EXPECT_EQ(bodyOf(outcome), R"({"error":"no"})");
+  EXPECT_EQ(outcome.text, "");
+  EXPECT_EQ(outcome.title, GetParam().title);
+  EXPECT_EQ(outcome.message, GetParam().title);
+  EXPECT_EQ(server.getRequests().size(), 1U);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Statuses, FailureStatus,
+    testing::Values(StatusCase{301, "HTTP 301 Moved Permanently"}, StatusCase{302, "HTTP 302 Found"},
+                    StatusCase{303, "HTTP 303 See Other"}, StatusCase{307, "HTTP 307 Temporary Redirect"},
+                    StatusCase{308, "HTTP 308 Permanent Redirect"}, StatusCase{400, "HTTP 400 Bad Request"},
+                    StatusCase{401, "HTTP 401 Unauthorized"}, StatusCase{403, "HTTP 403 Forbidden"},
+                    StatusCase{404, "HTTP 404 Not Found"}, StatusCase{407, "HTTP 407 Proxy Authentication Required"},
+                    StatusCase{417, "HTTP 417 Expectation Failed"}, StatusCase{429, "HTTP 429 Too Many Requests"},
+                    StatusCase{500, "HTTP 500 Internal Server Error"}, StatusCase{503, "HTTP 503 Service Unavailable"},
+                    StatusCase{529, "HTTP 529"}, StatusCase{799, "HTTP 799"}),
+    [](const auto& row) { return std::to_string(row.param.status); });
+
+TEST(Reply, SwitchingProtocolsIsAFailure) {
+  RawServer server({{Send{"HTTP/1.1 101 Switching Protocols\r\nUpgrade: other\r\n\r\nother"}, Close{}}});
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, 101);
+  EXPECT_EQ(outcome.title, "HTTP 101 Switching Protocols");
+}
+
+// Answers that end too early.
+struct CutCase {
+  const char* name;
+  raw::Script script;
+};
+class CutReply : public testing::TestWithParam<CutCase> {};
+
+TEST_P(CutReply, IsALostConnection) {
+  RawServer server({GetParam().script});
+  expectFailure(RestCaller{}.get(server.getURL()), CFRestError::ConnectionLost, lost(server));
+}
+
+const std::string kHead = "HTTP/1.1 200 OK\r\nContent-Length: 20\r\n\r\n";
+
+INSTANTIATE_TEST_SUITE_P(
+    Places, CutReply,
+    testing::Values(
+        CutCase{"closed_at_once", {Close{}}}, CutCase{"reset_at_once", {Reset{}}},
+        CutCase{"closed_after_an_interim_reply", {Send{"HTTP/1.1 100 Continue\r\n\r\n"}, Close{}}},
+        CutCase{"closed_in_the_status_line", {Send{"HTTP/1.1 20"}, Close{}}},
+        CutCase{"closed_after_the_status_line", {Send{"HTTP/1.1 200 OK\r\n"}, Close{}}},
+        CutCase{"closed_in_the_headers", {Send{"HTTP/1.1 200 OK\r\nContent-Length: 2\r\nX-A: b\r\n"}, Close{}}},
+        CutCase{"closed_in_the_headers_after_an_interim_reply",
+                {Send{"HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 200 OK\r\nX-A: b\r\n"}, Close{}}},
+        CutCase{"reset_in_the_headers", {Send{"HTTP/1.1 200 OK\r\nX-A: b\r\n"}, Reset{}}},
+        CutCase{"closed_before_the_body", {Send{kHead}, Close{}}},
+        CutCase{"closed_in_the_body", {Send{kHead + "{}"}, Close{}}},
+        CutCase{"reset_in_the_body", {Send{kHead + "{}"}, Reset{}}},
+        CutCase{"closed_in_a_chunk", {Send{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n8\r\n{}"}, Close{}}},
+        CutCase{"closed_between_chunks",
+                {Send{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n"}, Close{}}},
+        CutCase{"bad_chunk_size", {Send{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n{}"}, Stall{}}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+// Answers that are no HTTP.
+struct NoiseCase {
+  const char* name;
+  std::string bytes;
+};
+class Noise : public testing::TestWithParam<NoiseCase> {};
+
+TEST_P(Noise, IsNoHTTP) {
+  RawServer server({{Send{GetParam().bytes}, Close{}}});
+  expectFailure(RestCaller{}.get(server.getURL()), CFRestError::NotHTTP, notHTTP(server));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Forms, Noise,
+    testing::Values(NoiseCase{"http_0_9", "{\"a\":1}"}, NoiseCase{"greeting", "220 mail.example ESMTP\r\n"},
+                    NoiseCase{"tls_alert", "\x15\x03\x03\x00\x02\x02\x28"s},
+                    NoiseCase{"unknown_version", "HTTP/7.0 200 OK\r\nContent-Length: 2\r\n\r\n{}"},
+                    NoiseCase{"long_status", "HTTP/1.1 9999 X\r\nContent-Length: 2\r\n\r\n{}"},
+                    NoiseCase{"status_zero", "HTTP/1.1 000 X\r\nContent-Length: 2\r\n\r\n{}"},
+                    NoiseCase{"status_below_100", "HTTP/1.1 099 X\r\nContent-Length: 2\r\n\r\n{}"},
+                    NoiseCase{"nul_in_a_header", "HTTP/1.1 200 OK\r\nX: a\0b\r\nContent-Length: 2\r\n\r\n{}"s}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Reply, WithAHeaderLineOfAMebibyteFailsInWords) {
+  const std::string line(std::size_t{1} << 20, 'a');
+  RawServer server({{Send{"HTTP/1.1 200 OK\r\nX: " + line + "\r\n\r\n"}, Close{}}});
+  expectFailure(RestCaller{}.get(server.getURL()), CFRestError::Failed,
+                "The request to " + nameOf(server) + " failed: out of memory");
+}
+
+TEST(Connection, RefusedIsToldWithTheReason) {
+  std::string url;
+  std::string name;
+  {
+    const RawServer server(raw::reply(200, ""));
+    url = server.getURL();
+    name = nameOf(server);
+  }
+  expectFailure(RestCaller{}.get(url + "/secret?key=1"), CFRestError::CouldNotConnect,
+                "Could not connect to " + name + ": connection refused");
+}
+
+TEST(Connection, ToAnUnknownHostNamesTheHost) {
+  expectFailure(RestCaller{}.get("http://nobody.invalid/secret?key=1"), CFRestError::HostNotFound,
+                "Could not find the host nobody.invalid");
+}
+
+TEST(Connection, NamesAnIPv6AddressInBrackets) {
+  const Outcome outcome = RestCaller{}.get("http://[::1]:1/");
+  EXPECT_EQ(outcome.code, toCode(CFRestError::CouldNotConnect));
+  EXPECT_TRUE(outcome.text.starts_with("Could not connect to [::1]:1: ")) << outcome.text;
+}
+
+class StalledReply : public testing::TestWithParam<std::string> {};
+
+TEST_P(StalledReply, EndsAtTheTotalLimit) {
+  RawServer server({{Send{GetParam()}, Stall{}}});
+  RestCaller caller;
+  caller.settings.totalTimeout = 300ms;
+  const auto begin = std::chrono::steady_clock::now();
+  expectFailure(caller.get(server.getURL()), CFRestError::TimedOut,
+                "No reply from " + nameOf(server) + " within 0.3 s");
+  const auto time = std::chrono::steady_clock::now() - begin;
+  EXPECT_GE(time, 290ms);
+  EXPECT_LT(time, 1300ms);
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, StalledReply, testing::Values("", "HTTP/1.1 200 OK\r\nX: y\r\n", kHead + "{}"));
+
+TEST(Reply, ThatCrawlsIsGivenUp) {
+  RawServer server({{Send{kHead}, Stall{}}});
+  RestCaller caller;
+  caller.settings.lowSpeedBytes = 1000;
+  caller.settings.lowSpeedTime = 1s;
+  expectFailure(caller.get(server.getURL()), CFRestError::TimedOut,
+                "The connection to " + nameOf(server) + " was too slow for 1 s");
+}
+
+std::string compress(const std::string& text) {
+  constexpr int kGzip = 15 + 16;
+  z_stream stream{};
+  deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, kGzip, 9, Z_DEFAULT_STRATEGY);
+  std::string packed(deflateBound(&stream, text.size()), '\0');
+  stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
+  stream.avail_in = static_cast<uInt>(text.size());
+  stream.next_out = reinterpret_cast<Bytef*>(packed.data());
+  stream.avail_out = static_cast<uInt>(packed.size());
+  deflate(&stream, Z_FINISH);
+  packed.resize(stream.total_out);
+  deflateEnd(&stream);
+  return packed;
+}
+
+TEST(CompressedReply, IsDecoded) {
+  RawServer server(raw::reply(200, compress(R"({"a":"b"})"), "Content-Encoding: gzip\r\n"));
+  const Outcome outcome = RestCaller{}.get(server.getURL());
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(bodyOf(outcome), R"({"a":"b"})");
+}
+
+TEST(CompressedReply, IsLimitedByWhatItDecodesTo) {
+  RawServer server(raw::reply(200, compress(std::string(std::size_t{3} << 20, 'x')), "Content-Encoding: gzip\r\n"));
+  RestCaller caller;
+  caller.settings.maxReplyBytes = std::size_t{2} << 20;
+  expectFailure(caller.get(server.getURL()), CFRestError::ReplyTooLarge,
+                "The reply from " + nameOf(server) + " is larger than 2 MiB");
+}
+
+TEST(CompressedReply, ThatIsDamagedFails) {
+  RawServer server(raw::reply(200, "no gzip at all, surely", "Content-Encoding: gzip\r\n"));
+  expectFailure(RestCaller{}.get(server.getURL()), CFRestError::NotHTTP,
+                "The compressed reply from " + nameOf(server) + " can't be read");
+}
+
+struct SizeCase {
+  const char* name;
+  raw::Script script;
+};
+class OversizeReply : public testing::TestWithParam<SizeCase> {};
+
+TEST_P(OversizeReply, IsCutOff) {
+  RawServer server({GetParam().script});
+  RestCaller caller;
+  caller.settings.maxReplyBytes = 1000;
+  expectFailure(caller.get(server.getURL()), CFRestError::ReplyTooLarge,
+                "The reply from " + nameOf(server) + " is larger than 1000 bytes");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Forms, OversizeReply,
+    testing::Values(SizeCase{"endless", {Send{"HTTP/1.1 200 OK\r\n\r\n"}, SendForever{std::string(4096, 'x')}}},
+                    SizeCase{"one_byte_more", {Send{raw::reply(200, std::string(1001, 'x'))}}},
+                    SizeCase{"announced", {Send{"HTTP/1.1 200 OK\r\nContent-Length: 10737418240\r\n\r\n"}, Stall{}}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Reply, MayBeAsLargeAsTheLimit) {
+  RawServer server(raw::reply(200, std::string(1000, 'x')));
+  RestCaller caller;
+  caller.settings.maxReplyBytes = 1000;
+  EXPECT_EQ(caller.get(server.getURL()).code, 0);
+}
+
+// The key must not turn up in a text, wherever it was sent and however the request fails.
+class Key : public testing::TestWithParam<CutCase> {};
+
+TEST_P(Key, IsInNoText) {
+  const std::string key = "sk/can+ary";
+  RawServer server({GetParam().script});
+  RestCaller caller;
+  caller.session.setAuthorizationHeaderValue("Bearer " + key);
+  caller.session.addHeaderParam("x-api-key", key);
+  caller.settings.totalTimeout = 200ms;
+  caller.settings.maxReplyBytes = 1000;
+  const Outcome outcome = caller.get(server.getURL() + "/models/" + key, {{"key", key}});
+  EXPECT_NE(outcome.code, 0);
+  for (const std::string& text : {outcome.text, outcome.title, outcome.message}) {
+    EXPECT_EQ(text.find(key), std::string::npos) << text;
+    EXPECT_EQ(text.find("sk%2Fcan%2Bary"), std::string::npos) << text;
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Failures, Key,
+                         testing::Values(CutCase{"closed", {Close{}}}, CutCase{"stalled", {Stall{}}},
+                                         CutCase{"no_http", {Send{"sk/can+ary\r\n"}, Close{}}},
+                                         CutCase{"too_large", {Send{raw::reply(200, std::string(1001, 'x'))}}},
+                                         CutCase{"phrase", {Send{"HTTP/1.1 400 sk/can+ary\r\n\r\n"}, Close{}}}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+}  // namespace
