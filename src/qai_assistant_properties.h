@@ -1,0 +1,70 @@
+// The settings record: what an assistant is told, and the database description as DDL.
+#pragma once
+
+#include <cf/json.h>
+#include <cf/variant.h>
+#include <qai.h>
+
+#include <set>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+/// Shared by an assistant and its sessions; the host sees it as IQAIProperties. Nothing in it throws on bad input.
+class QAIAssistantProperties : public IQAIProperties {
+ public:
+  QAIAssistantProperties() = default;
+  QAIAssistantProperties(const QAIAssistantProperties&) = default;
+
+  std::vector<std::pair<std::string, std::string>> obtainPropertyList() const override;
+  CMVariant obtainProperty(const std::string& key) const override;
+  /// Enters `key` into assignedKeys before anything is looked at, known or not, refused or not.
+  bool setProperty(const std::string& key, const CMVariant& value) override;
+
+  /// Stores the trimmed `value`, or `fallback` as it stands when nothing is left, with "https://" in front unless it
+  /// begins with "http://" or "https://" (in lower case).
+  void setApiHost(const std::string& value, const std::string& fallback);
+
+  /// True when there is no host, or only the scheme that setApiHost puts in front of a blank one.
+  bool isApiHostBlank() const;
+
+  /// The text that goes to the model as its instructions: the user's, the system's in order of their names, the DDL.
+  /// Made anew on each call.
+  std::string obtainCombinedInstructions() const;
+
+  /// The catalogs with their statements: first those without a name, then the named, each group in input order.
+  CMVariantList obtainDatabaseStructure() const;
+
+  /// The same statements as lines, each ended by "\n". Linear in the size of the description.
+  std::string obtainDatabaseStructureText() const;
+
+  /// One statement; "" when `object` is not described as it must be. `kind` is "TABLE", "VIEW" or "MATERIALIZED VIEW".
+  static std::string makeObjectStatement(const std::string& kind, const std::string& schemaName,
+                                         const ICOJsonValue* object);
+
+  /// Carries the assigned keys over to `target`, through its setProperty except for "db_structure", whose stored text
+  /// is copied. So "temperature" counts as assigned there, and the Double that carries it is refused.
+  void applyAssignedProperties(IQAIProperties* target) const;
+
+  std::set<std::string> assignedKeys;  // every key that setProperty was ever called with
+  std::string apiHost;
+  std::string model;
+  double temperature = 1.0;
+  std::string userInstructions;
+  CMVariantMap systemInstructions;  // name to String
+  std::string dbStructureJson;
+
+ private:
+  struct Key;
+  static const Key* findKey(std::string_view name);
+
+  bool storeText(std::string& field, const CMVariant& value);
+  bool storeApiHost(const CMVariant& value);
+  bool storeModel(const CMVariant& value);
+  bool storeTemperature(const CMVariant& value);
+  bool storeUserInstructions(const CMVariant& value);
+  bool storeSystemInstructions(const CMVariant& value);
+  bool storeDatabaseStructure(const CMVariant& value);
+  bool refuse(const CMVariant& value);
+};

@@ -1,0 +1,154 @@
+#include "qai_chat_assistant.h"
+
+#include "qai_exports.h"
+#include "qai_http.h"
+
+#include <cf/assert.h>
+#include <cf/text.h>
+#include <cf/url.h>
+
+#include <algorithm>
+#include <chrono>
+
+namespace {
+
+constexpr const char* kInvalidResponse = "Invalid response";
+constexpr const char* kUnsupportedFormat = "Unsupported data format";
+
+/// `text` with the model's name in place of "{model}".
+std::string withModel(std::string_view text, const std::string& model) {
+  constexpr std::string_view kPlace = "{model}";
+  std::string result(text);
+  if (const std::size_t at = result.find(kPlace); at != std::string::npos) result.replace(at, kPlace.size(), model);
+  return result;
+}
+
+}  // namespace
+
+std::int64_t currentTime() {
+  using std::chrono::system_clock;
+  return std::chrono::duration_cast<std::chrono::seconds>(system_clock::now().time_since_epoch()).count();
+}
+
+QAIChatAssistant::QAIChatAssistant(const ChatDialect& dialect, ICSHTTPPoolCenter* pool, const std::string& apiHost,
+                                   const std::string& apiKey, MessageClock clock)
+    : dialect_(dialect),
+      restSession_(std::make_unique<CMRestSession>()),
+      properties_(std::make_unique<QAIAssistantProperties>()),
+      apiKey_(dialect.queryKey ? apiKey : std::string()),
+      clock_(clock) {
+  if (dialect_.bearerKey) restSession_->setAuthorizationHeaderValue("Bearer " + apiKey);
+  if (dialect_.sharesPool) restSession_->httpPoolCenter = pool;
+  properties_->setApiHost(apiHost, std::string(dialect_.defaultHost));
+  pool_.reset(pool);  // last: until here the pool is the caller's
+}
+
+QAIChatAssistant::~QAIChatAssistant() {
+  pool_.reset();
+  restSession_.reset();
+  properties_.reset();
+}
+
+std::string QAIChatAssistant::failure(std::string_view text, std::string_view label) const {
+  return localizeString(std::string(text)) + withModel(label, properties_->model);
+}
+
+std::string QAIChatAssistant::address(const ChatPath& path) const {
+  std::vector<std::string> parts{properties_->apiHost};
+  for (const std::string_view segment : path) {
+    if (!segment.empty()) parts.push_back(withModel(segment, properties_->model));
+  }
+  return cfConcatURL(parts);
+}
+
+CMRestParams QAIChatAssistant::queryParams() const {
+  return dialect_.queryKey ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
+}
+
+std::pair<std::vector<std::string>, std::string> QAIChatAssistant::obtainAvailableModels() {
+  const auto [response, error] = HTTP::Get(restSession_.get(), address(dialect_.modelsPath), queryParams(), {});
+  const std::unique_ptr<CMRestResourceResponse> reply(response);
+  if (!error.empty()) return {{}, obtainFailureText(reply.get(), error)};
+
+  const ICOJsonValue* json = reply->getJson();
+  if (json == nullptr) return {{}, failure(dialect_.modelsNoJsonText, dialect_.modelsLabel)};
+  const ICOJsonValue* list = json->obtainJsonValue(dialect_.modelsMember);
+  if (!cfHasJsonType(list, JsonType::Array)) return {{}, failure(kUnsupportedFormat, dialect_.modelsLabel)};
+  return {dialect_.readModels(*list), ""};
+}
+
+std::string QAIChatAssistant::setAssistantProperties(std::function<void(IQAIProperties*)> fill) {
+  QAIAssistantProperties filled;
+  fill(&filled);
+  adopt(filled);
+  useDefaultHostForBlank();
+  return "";
+}
+
+/// Takes over what was assigned, as it stands in `filled`. Fields are copied rather than set by key, since the record
+/// refuses a temperature that is a number and would merge the system instructions.
+void QAIChatAssistant::adopt(const QAIAssistantProperties& filled) {
+  const auto assigned = [&](const char* key) {
+    if (!filled.assignedKeys.contains(key)) return false;
+    properties_->assignedKeys.insert(key);
+    return true;
+  };
+  if (assigned("api_host")) properties_->setApiHost(cfTrimAsString(filled.apiHost), "");
+  if (assigned("model")) properties_->model = filled.model;
+  if (assigned("temperature")) properties_->temperature = std::clamp(filled.temperature, 0.0, 2.0);
+  if (assigned("user_instructions")) properties_->userInstructions = filled.userInstructions;
+  if (assigned("system_instructions")) properties_->systemInstructions = filled.systemInstructions;
+  if (assigned("db_structure")) properties_->dbStructureJson = filled.dbStructureJson;
+}
+
+void QAIChatAssistant::useDefaultHostForBlank() {
+  if (properties_->isApiHostBlank()) properties_->setApiHost("", std::string(dialect_.defaultHost));
+}
+
+IQAIProperties* QAIChatAssistant::obtainAssistantProperties() { return new QAIAssistantProperties(*properties_); }
+
+std::pair<IQAISession*, std::string> QAIChatAssistant::createSession() {
+  return {makeSession(*properties_).release(), ""};
+}
+
+std::pair<IQAISession*, std::string> QAIChatAssistant::loadSession(std::string data) {
+  auto session = makeSession(*properties_);
+  if (!session->load(data)) return {nullptr, localizeString("Cannot load session data")};
+  useDefaultHostForBlank();
+  return {session.release(), ""};
+}
+
+std::string QAIChatAssistant::destroySession(IQAISession* /*session*/) { return ""; }
+
+std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessage(IQAISession* session, std::string text) {
+  QAIChatSession* own = asOwnSession(session);
+  if (own == nullptr) {
+    CF_ASSERT(false);
+    return {nullptr, "Session is empty"};
+  }
+  auto [reply, error] = exchange(*own, text);
+  if (!error.empty()) return {nullptr, std::move(error)};
+
+  auto message = std::make_unique<QAIMessage>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), reply);
+  message->createdTime = clock_();
+  own->appendTurn(std::move(text), std::move(reply));
+  return {message.release(), ""};
+}
+
+/// Asks the service; gives its reply's text and an error text.
+std::pair<std::string, std::string> QAIChatAssistant::exchange(const QAIChatSession& session, const std::string& text) {
+  const QAIAssistantProperties& settings = session.properties();
+  if (settings.model.empty()) return {"", failure("Model is empty", dialect_.noModelLabel)};
+
+  const std::string instructions = settings.obtainCombinedInstructions();
+  COJson body;
+  dialect_.writeBody(body, {settings, dialect_.instructionsRole, instructions, session.history(), text});
+  const auto [response, error] = HTTP::Post(restSession_.get(), address(dialect_.chatPath), &body, queryParams(), {});
+  const std::unique_ptr<CMRestResourceResponse> reply(response);
+  if (!error.empty()) return {"", obtainFailureText(reply.get(), error)};
+
+  if (reply->getJson() == nullptr) return {"", failure(kInvalidResponse, dialect_.noJsonLabel)};
+  std::optional<std::string> answer = dialect_.readReply(*reply->getJson());
+  if (!answer) return {"", failure(kUnsupportedFormat, dialect_.formatLabel)};
+  return {std::move(*answer), ""};
+}

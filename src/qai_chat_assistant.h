@@ -1,0 +1,74 @@
+// The assistant that four services share: it resends the conversation on every turn. What differs stands in the
+// service's dialect.
+#pragma once
+
+#include "qai_assistant_properties.h"
+#include "qai_chat_dialect.h"
+#include "qai_chat_session.h"
+
+#include <cf/rest.h>
+#include <qai.h>
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+/// Tells the time of a reply: seconds since 1970-01-01 UTC.
+using MessageClock = std::int64_t (*)();
+std::int64_t currentTime();
+
+class QAIChatAssistant : public IQAIAssistant {
+ public:
+  ~QAIChatAssistant() override;
+  QAIChatAssistant(const QAIChatAssistant&) = delete;
+  QAIChatAssistant& operator=(const QAIChatAssistant&) = delete;
+
+  std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override;
+  std::string setAssistantProperties(std::function<void(IQAIProperties*)> fill) override;
+  IQAIProperties* obtainAssistantProperties() override;
+  std::pair<IQAISession*, std::string> createSession() override;
+  std::pair<IQAISession*, std::string> loadSession(std::string data) override;
+  std::string destroySession(IQAISession* session) override;
+  std::pair<IQAIMessage*, std::string> addMessage(IQAISession* session, std::string text) override;
+
+ protected:
+  /// Takes `pool` over, unless it throws.
+  QAIChatAssistant(const ChatDialect& dialect, ICSHTTPPoolCenter* pool, const std::string& apiHost,
+                   const std::string& apiKey, MessageClock clock);
+
+ private:
+  virtual std::unique_ptr<QAIChatSession> makeSession(QAIAssistantProperties& properties) const = 0;
+  /// `session` as one of this service's; null when it is none.
+  virtual QAIChatSession* asOwnSession(IQAISession* session) const = 0;
+
+  void adopt(const QAIAssistantProperties& filled);
+  void useDefaultHostForBlank();
+  std::string address(const ChatPath& path) const;
+  CMRestParams queryParams() const;
+  std::string failure(std::string_view text, std::string_view label) const;
+  std::pair<std::string, std::string> exchange(const QAIChatSession& session, const std::string& text);
+
+  const ChatDialect& dialect_;
+  std::unique_ptr<ICSHTTPPoolCenter> pool_;
+  std::unique_ptr<CMRestSession> restSession_;
+  std::unique_ptr<QAIAssistantProperties> properties_;
+  std::string apiKey_;  // only of a service that gets it in the query
+  MessageClock clock_;
+};
+
+/// The base of one service's assistant: binds the shared flow to the service's dialect and session class.
+template <class Session, const ChatDialect& dialect>
+class QAIChatAssistantOf : public QAIChatAssistant {
+ public:
+  QAIChatAssistantOf(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
+                     MessageClock clock = currentTime)
+      : QAIChatAssistant(dialect, pool, apiHost, apiKey, clock) {}
+
+ private:
+  std::unique_ptr<QAIChatSession> makeSession(QAIAssistantProperties& properties) const override {
+    return std::make_unique<Session>(properties);
+  }
+  QAIChatSession* asOwnSession(IQAISession* session) const override { return dynamic_cast<Session*>(session); }
+};

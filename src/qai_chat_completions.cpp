@@ -1,0 +1,85 @@
+#include "qai_chat_completions.h"
+
+#include "qai_assistant_properties.h"
+
+#include <limits>
+#include <map>
+
+namespace {
+
+void addMessage(COJsonValue& messages, std::string_view role, std::string_view content) {
+  COJsonValue* message = messages.addArrayItem();
+  message->addKeyValue("role")->setStringReference(role);
+  message->addKeyValue("content")->setStringReference(content);
+}
+
+bool isModel(const ICOJsonValue* id, const ICOJsonValue* object) {
+  return cfHasJsonType(id, JsonType::String) && cfHasJsonType(object, JsonType::String) &&
+         object->obtainString() == "model";
+}
+
+}  // namespace
+
+bool completions::isByAssistant(const ICOJsonValue& message) {
+  const ICOJsonValue* role = message.obtainJsonValue("role");
+  return cfHasJsonType(role, JsonType::String) && role->obtainString() == "assistant";
+}
+
+void completions::writeBody(COJson& body, const ChatTurn& turn) {
+  body.addKeyValue("model")->setStringReference(turn.settings.model);
+  if (turn.settings.assignedKeys.contains("temperature")) {
+    body.addKeyValue("temperature")->setNumber(turn.settings.temperature);
+  }
+  writeMessages(*body.addKeyValue("messages"), turn);
+}
+
+void completions::writeMessages(COJsonValue& messages, const ChatTurn& turn) {
+  if (!turn.instructions.empty()) addMessage(messages, turn.instructionsRole, turn.instructions);
+  for (const auto& entry : turn.history) {
+    addMessage(messages, entry->isByAssistant() ? "assistant" : "user", entry->firstText());
+  }
+  addMessage(messages, "user", turn.text);
+}
+
+std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {
+  const ICOJsonValue* choices = reply.obtainJsonValue("choices");
+  if (!cfHasJsonType(choices, JsonType::Array)) return std::nullopt;
+  std::string text;
+  for (std::size_t i = 0; i < choices->obtainArraySize(); ++i) {
+    const ICOJsonValue* message = choices->obtainArrayItem(i)->obtainJsonValue("message");
+    if (message == nullptr) continue;
+    const ICOJsonValue* content = message->obtainJsonValue("content");
+    if (cfHasJsonType(content, JsonType::String) && isByAssistant(*message)) text += content->obtainString();
+  }
+  return text;
+}
+
+std::vector<std::string> completions::readModelsByCreated(const ICOJsonValue& list) {
+  std::multimap<std::int32_t, std::string, std::greater<>> byCreated;
+  for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
+    const ICOJsonValue* model = list.obtainArrayItem(i);
+    const ICOJsonValue* id = model->obtainJsonValue("id");
+    const ICOJsonValue* object = model->obtainJsonValue("object");
+    const ICOJsonValue* created = model->obtainJsonValue("created");
+    if (isModel(id, object) && cfHasJsonType(created, JsonType::Number))
+      byCreated.emplace(createdAsInt32(created->obtainNumber()), id->obtainString());
+  }
+  std::vector<std::string> models;
+  models.reserve(byCreated.size());
+  for (auto& [created, id] : byCreated) models.push_back(std::move(id));
+  return models;
+}
+
+std::int32_t completions::createdAsInt32(double created) {
+  using Limits = std::numeric_limits<std::int64_t>;
+  constexpr double kBeyond = 9223372036854775808.0;  // 2^63
+  std::int64_t seconds = 0;
+  if (created >= kBeyond) {
+    seconds = Limits::max();
+  } else if (created < -kBeyond) {
+    seconds = Limits::min();
+  } else {
+    seconds = static_cast<std::int64_t>(created);
+  }
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(seconds));
+}

@@ -1,0 +1,33 @@
+// The chat-completions format, which several services speak.
+#pragma once
+
+#include "qai_chat_dialect.h"
+
+#include <cf/json.h>
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace completions {
+
+/// {"model", "temperature" when it was assigned, "messages"}
+void writeBody(COJson& body, const ChatTurn& turn);
+
+/// The instructions (when there are any), the history and the new text as objects with "role" and "content".
+void writeMessages(COJsonValue& messages, const ChatTurn& turn);
+
+/// Whether the "role" of `message` is "assistant".
+bool isByAssistant(const ICOJsonValue& message);
+
+/// The texts of all choices by the assistant, with nothing between them; nothing when there is no array "choices".
+std::optional<std::string> readReply(const ICOJsonValue& reply);
+
+/// The identifiers of a model list, the newest first; models of the same second keep their order.
+std::vector<std::string> readModelsByCreated(const ICOJsonValue& list);
+
+/// `created`, in seconds, as a signed 32-bit number: truncated, held within 64 bits, then taken modulo 2^32.
+std::int32_t createdAsInt32(double created);
+
+}  // namespace completions

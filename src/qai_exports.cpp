@@ -1,0 +1,40 @@
+// The exports other than the factory, with the two variables that are the library's whole state.
+#include "qai_exports.h"
+
+#include <qai.h>
+
+#include <cstring>
+
+CMRestGlobalSettings httpSettings;  // NOLINT(cert-err58-cpp): its only text fits without an allocation
+
+namespace {
+QAICallback registeredCallback = nullptr;
+}  // namespace
+
+std::string localizeString(const std::string& text) {
+  if (text.empty() || registeredCallback == nullptr) return text;
+  QAICallbackLocalizationInfo info;
+  info.text = text.c_str();
+  registeredCallback("QAILocalizeString", &info);
+  const std::size_t length = std::strlen(info.buffer);
+  return length > 0 ? std::string(info.buffer, length) : text;
+}
+
+void QAIFreeObject(IQAIObject* object) { delete object; }
+
+void QAIRegisterCallback(QAICallback callback) { registeredCallback = callback; }
+
+void QAISetHTTPSettings(const CMRestGlobalSettings& settings) { httpSettings = settings; }
+
+QAICallbackLocalizationInfo& QAICallbackLocalizationInfo::operator=(const QAICallbackLocalizationInfo& other) {
+  if (this == &other) return *this;
+  text = other.text;
+  std::memcpy(buffer, other.buffer, sizeof buffer);
+  return *this;
+}
+
+// Nothing can be moved out of a plain record, so this is the copy.
+// NOLINTNEXTLINE(bugprone-exception-escape,performance-noexcept-move-constructor): the exported signature is fixed
+QAICallbackLocalizationInfo& QAICallbackLocalizationInfo::operator=(QAICallbackLocalizationInfo&& other) {
+  return *this = other;
+}

@@ -1,0 +1,79 @@
+#include "qai_http.h"
+
+#include "qai_exports.h"
+
+#include <cf/defer.h>
+
+namespace {
+
+/// Marks the library's requests for hosts that watch their traffic.
+constexpr std::int64_t kRequestTag = 2062955722;
+
+template <class Request>
+using Execute = std::int32_t (ICSRestClient::*)(const Request&, CMRestResourceResponse**);
+
+template <class Request>
+void addParams(Request& request, const CMRestParams& query, const CMRestParams& headers) {
+  if (!query.empty()) request.addQueryParams(query);
+  if (!headers.empty()) request.addHeaderParams(headers);
+}
+
+template <class Request>
+HTTPResult run(ICSAppFactory* app, const CMRestSession* session, const Request& request, Execute<Request> execute) {
+  ICSRestClient* client = app->obtainRestClientFactory()->createRestClient(app, httpSettings, session);
+  const CODefer releaseClient([client] { delete client; });
+
+  CMRestResourceResponse* response = nullptr;
+  const std::int32_t error = (client->*execute)(request, &response);
+  if (error == 0) return {response, ""};
+
+  std::unique_ptr<CMRestResourceResponse> kept(response);
+  CSErrorRecord record;
+  app->obtainErrorDescriptionService()->describeError(error, client, record);
+  return {kept.release(), std::move(record.message)};
+}
+
+template <class Request>
+void prepare(Request& request, const std::string& url) {
+  request.requestTag = kRequestTag;
+  request.setURL(url);
+}
+
+}  // namespace
+
+HTTPResult HTTP::Get(CMRestSession* session, const std::string& url, const CMRestParams& queryParams,
+                     const CMRestParams& headerParams, ICSAppFactory* app) {
+  CMRestGetRequest request;
+  prepare(request, url);
+  addParams(request, queryParams, headerParams);
+  return run(app, session, request, &ICSRestClient::executeGet);
+}
+
+HTTPResult HTTP::Post(CMRestSession* session, const std::string& url, ICOJsonValue* body,
+                      const CMRestParams& queryParams, const CMRestParams& headerParams, ICSAppFactory* app) {
+  CMRestPostRequest request;
+  prepare(request, url);
+  if (body != nullptr) request.updateJson(body);
+  addParams(request, queryParams, headerParams);
+  return run(app, session, request, &ICSRestClient::executePost);
+}
+
+HTTPResult HTTP::Delete(CMRestSession* session, const std::string& url, ICSAppFactory* app) {
+  CMRestDeleteRequest request;
+  prepare(request, url);
+  return run(app, session, request, &ICSRestClient::executeDelete);
+}
+
+std::string obtainResponseErrorText(const CMRestResourceResponse* response) {
+  if (const ICOJsonValue* json = response->getJson(); json != nullptr && json->getIsValidJson()) {
+    const ICOJsonValue* error = json->obtainJsonValue("error");
+    const ICOJsonValue* message = error == nullptr ? nullptr : error->obtainJsonValue("message");
+    if (cfHasJsonType(message, JsonType::String)) return std::string(message->obtainString());
+  }
+  return response->getBufferString();
+}
+
+std::string obtainFailureText(const CMRestResourceResponse* response, std::string httpError) {
+  std::string text = response == nullptr ? std::string() : obtainResponseErrorText(response);
+  return text.empty() ? std::move(httpError) : text;
+}

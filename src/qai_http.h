@@ -1,0 +1,35 @@
+// One request, one result: the way of every call to a service.
+#pragma once
+
+#include <cf/app.h>
+#include <cf/rest.h>
+
+#include <string>
+#include <utility>
+
+/// The response, owned by the caller in success and in failure and null when none came, and an error text, empty on
+/// success.
+using HTTPResult = std::pair<CMRestResourceResponse*, std::string>;
+
+/// Each runs one request on `session` under the library's HTTP settings as they are now, and blocks until it ends.
+/// `url` is complete; parameters are sent in their order. Throws nothing but std::bad_alloc. `app` is where the REST
+/// client comes from.
+namespace HTTP {
+
+HTTPResult Get(CMRestSession* session, const std::string& url, const CMRestParams& queryParams,
+               const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
+
+/// `body` stays the caller's; null sends none.
+HTTPResult Post(CMRestSession* session, const std::string& url, ICOJsonValue* body, const CMRestParams& queryParams,
+                const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
+
+HTTPResult Delete(CMRestSession* session, const std::string& url, ICSAppFactory* app = CF::obtainAppFactory());
+
+}  // namespace HTTP
+
+/// The "message" of the "error" object in the response's JSON, else the raw body, which may be empty.
+std::string obtainResponseErrorText(const CMRestResourceResponse* response);
+
+/// What the user is told about a failed request: the service's own text, or `httpError` when it sent none (or no
+/// response at all: null).
+std::string obtainFailureText(const CMRestResourceResponse* response, std::string httpError);

@@ -1,0 +1,25 @@
+#include "qai_session_openai_v1.h"
+
+#include "qai_chat_completions.h"
+
+// https://platform.openai.com/docs/api-reference/chat/create and …/models/list
+constinit const ChatDialect kOpenAI{
+    .defaultHost = "api.openai.com",
+    .instructionsRole = "developer",
+    .bearerKey = true,
+    .queryKey = false,
+    .sharesPool = true,
+    .modelsPath = {"v1", "models"},
+    .modelsMember = "data",
+    .modelsNoJsonText = "Unsupported data format",
+    .modelsLabel = ": g/v1/models",
+    .chatPath = {"v1", "chat", "completions"},
+    .noModelLabel = ": p/v1/chat/completions",
+    .noJsonLabel = ": g/v1/chat/completions",  // the other method's label, as hosts know it
+    .formatLabel = ": p/v1/chat/completions",
+    .readModels = completions::readModelsByCreated,
+    .writeBody = completions::writeBody,
+    .readReply = completions::readReply,
+    .file = __FILE__,
+    .line = __LINE__,
+};

@@ -1,0 +1,52 @@
+// Sizes and layouts of what crosses the boundary by value. A host built earlier relies on each of them.
+#include <qai.h>
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <type_traits>
+
+namespace {
+
+static_assert(sizeof(void*) == 8, "the library is for 64-bit hosts");
+
+TEST(Sizes, LocalizationInfoIsThePointerAndTheBuffer) {
+  EXPECT_EQ(sizeof(QAICallbackLocalizationInfo), 8U + 1024U);
+  EXPECT_EQ(offsetof(QAICallbackLocalizationInfo, text), 0U);
+  EXPECT_EQ(offsetof(QAICallbackLocalizationInfo, buffer), 8U);
+  EXPECT_TRUE(std::is_standard_layout_v<QAICallbackLocalizationInfo>);
+}
+
+TEST(Sizes, SelectorIs32BitsWithFixedValues) {
+  EXPECT_EQ(sizeof(QAIAssistantType), 4U);
+  EXPECT_EQ(OPENAI_v1, 0);
+  EXPECT_EQ(OPENAI, 1);
+  EXPECT_EQ(GOOGLE, 2);
+  EXPECT_EQ(DEEPSEEK, 3);
+  EXPECT_EQ(OLLAMA, 4);
+}
+
+TEST(Sizes, InterfacesAreOnePointerToTheirTable) {
+  EXPECT_EQ(sizeof(IQAIObject), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIAssistant), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAISession), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIMessage), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIMessageSection), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIProperties), sizeof(void*));
+}
+
+TEST(Sizes, VariantTypesHaveFixedCodes) {
+  EXPECT_EQ(sizeof(CMVariant::ValueType), 4U);
+  EXPECT_EQ(static_cast<int>(CMVariant::ValueType::Null), 0);
+  EXPECT_EQ(static_cast<int>(CMVariant::ValueType::String), 1);
+  EXPECT_EQ(static_cast<int>(CMVariant::ValueType::Double), 5);
+  EXPECT_EQ(static_cast<int>(CMVariant::ValueType::List), 6);
+  EXPECT_EQ(static_cast<int>(CMVariant::ValueType::Map), 7);
+}
+
+TEST(Sizes, VariantAndSettingsStayAsTheyAre) {
+  EXPECT_EQ(sizeof(CMVariant), 40U);
+  EXPECT_EQ(sizeof(CMRestGlobalSettings), 136U);
+}
+
+}  // namespace

@@ -1,0 +1,165 @@
+// Saving and loading a conversation.
+#include "qai_session_openai_v1.h"
+#include "support/assertion_log.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+std::vector<std::string> entries(const QAIChatSession& session) {
+  std::vector<std::string> list;
+  for (const auto& entry : session.history()) {
+    list.push_back(std::to_string(entry->role) + ":" + std::string(entry->firstText()));
+  }
+  return list;
+}
+
+TEST(ChatSession, NewOneSavesAllSettingsAndNoMessages) {
+  QAIAssistantProperties record;
+  const QAISession_OPENAI_v1 session(record);
+  EXPECT_EQ(session.obtainSessionData(),
+            R"({"api_host":"","model":"","temperature":1.0,"user_instructions":"","db_structure":"","messages":[]})");
+}
+
+TEST(ChatSession, SavesInAFixedOrder) {
+  QAIAssistantProperties record;
+  record.apiHost = "https://h";
+  record.model = "m";
+  record.temperature = 0.7;
+  record.userInstructions = "u";
+  record.systemInstructions = {{"b", "2"}, {"a", "1"}, {"n", 1.5}};
+  record.dbStructureJson = "[ ]";
+  QAISession_OPENAI_v1 session(record);
+  session.appendTurn("q", "a");
+  EXPECT_EQ(session.obtainSessionData(),
+            R"({"api_host":"https://h","model":"m","temperature":0.7,"user_instructions":"u",)"
+            R"("system_instructions":[{"key":"a","value":"1"},{"key":"b","value":"2"},{"key":"n","value":"1.5"}],)"
+            R"("db_structure":"[ ]","messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
+}
+
+TEST(ChatSession, EntriesCarryNoTime) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  session.appendTurn("q", "a");
+  ASSERT_EQ(session.history().size(), 2U);
+  for (const auto& entry : session.history()) {
+    EXPECT_EQ(entry->createdTime, 0);
+    EXPECT_EQ(entry->sections.size(), 1U);
+    EXPECT_EQ(entry->unused, "");
+  }
+}
+
+TEST(ChatSession, SaveThenLoadGivesTheSameButForTheTemperature) {
+  QAIAssistantProperties record;
+  record.apiHost = "https://h";
+  record.model = "m";
+  record.temperature = 0.7;
+  record.userInstructions = "u\n";
+  record.systemInstructions = {{"a", "1"}};
+  record.dbStructureJson = "[ ]";
+  QAISession_OPENAI_v1 session(record);
+  session.appendTurn("q\x01", "Ответ 🙂");
+
+  QAIAssistantProperties other;
+  QAISession_OPENAI_v1 restored(other);
+  ASSERT_TRUE(restored.load(session.obtainSessionData()));
+  EXPECT_EQ(entries(restored), entries(session));
+  EXPECT_EQ(other.apiHost, "https://h");
+  EXPECT_EQ(other.model, "m");
+  EXPECT_EQ(other.userInstructions, "u\n");
+  EXPECT_EQ(other.systemInstructions.at("a").stringValue(), "1");
+  EXPECT_EQ(other.dbStructureJson, "[ ]");
+  EXPECT_EQ(other.temperature, 1.0);
+  EXPECT_TRUE(other.assignedKeys.contains("temperature"));
+  other.temperature = 0.7;
+  EXPECT_EQ(restored.obtainSessionData(), session.obtainSessionData());
+}
+
+TEST(ChatSession, TextThatIsNoJsonFailsAndChangesNothing) {
+  for (const char* text : {"", "{", "{} x", R"({"model":"m")", "\xff"}) {
+    QAIAssistantProperties record;
+    QAISession_OPENAI_v1 session(record);
+    EXPECT_FALSE(session.load(text)) << text;
+    EXPECT_EQ(record.model, "");
+    EXPECT_THAT(record.assignedKeys, IsEmpty());
+    EXPECT_THAT(session.history(), IsEmpty());
+  }
+}
+
+TEST(ChatSession, AnyOtherJsonLoadsAndLeavesTheSettings) {
+  for (const char* text : {"{}", "[]", "null", "5", R"("text")", R"({"messages":{}})", R"({"messages":[]})"}) {
+    QAIAssistantProperties record;
+    record.model = "kept";
+    QAISession_OPENAI_v1 session(record);
+    EXPECT_TRUE(session.load(text)) << text;
+    EXPECT_EQ(record.model, "kept");
+    EXPECT_THAT(record.assignedKeys, IsEmpty());
+    EXPECT_THAT(session.history(), IsEmpty());
+  }
+}
+
+TEST(ChatSession, SettingsOfAnotherTypeAreSkipped) {
+  QAIAssistantProperties record;
+  const AssertionLog log;
+  QAISession_OPENAI_v1 session(record);
+  EXPECT_TRUE(session.load(R"({"api_host":1,"model":null,"temperature":"0.5","user_instructions":[],)"
+                           R"("system_instructions":{"a":"b"},"db_structure":{}})"));
+  EXPECT_THAT(record.assignedKeys, IsEmpty());
+  EXPECT_EQ(record.temperature, 1.0);
+  EXPECT_THAT(record.systemInstructions, IsEmpty());
+  EXPECT_THAT(log.all(), IsEmpty());
+}
+
+TEST(ChatSession, LoadedSettingsCountAsAssigned) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  session.load(R"({"api_host":" h ","model":"m","temperature":2,"user_instructions":"u","db_structure":"[]"})");
+  EXPECT_THAT(record.assignedKeys,
+              ElementsAre("api_host", "db_structure", "model", "temperature", "user_instructions"));
+  EXPECT_EQ(record.apiHost, "https://h");
+  EXPECT_EQ(record.temperature, 1.0);
+}
+
+TEST(ChatSession, EmptyDatabaseTextIsRefusedAndTheOldOneStays) {
+  QAIAssistantProperties record;
+  record.dbStructureJson = "[1]";
+  QAISession_OPENAI_v1 session(record);
+  session.load(R"({"db_structure":""})");
+  EXPECT_EQ(record.dbStructureJson, "[1]");
+}
+
+TEST(ChatSession, SystemInstructionsAreAddedOneByOne) {
+  QAIAssistantProperties record;
+  record.systemInstructions = {{"a", "old"}, {"kept", "k"}};
+  QAISession_OPENAI_v1 session(record);
+  session.load(R"({"system_instructions":[{"key":"a","value":"new"},{"key":"b","value":""},{"key":1,"value":"x"},)"
+               R"({"key":"c"},"d",null]})");
+  ASSERT_EQ(record.systemInstructions.size(), 3U);
+  EXPECT_EQ(record.systemInstructions.at("a").stringValue(), "new");
+  EXPECT_EQ(record.systemInstructions.at("b").stringValue(), "");
+  EXPECT_FALSE(record.assignedKeys.contains("system_instructions"));
+}
+
+TEST(ChatSession, EntriesThatCanNotBeUsedAreDropped) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  session.load(R"({"messages":[{"role":"user","content":"q"},{"role":"system","content":"s"},)"
+               R"({"role":"assistant","content":5},{"content":"x"},{"role":"User","content":"y"},7,null,)"
+               R"({"role":"assistant","content":"a"},{"role":1,"content":"z"}]})");
+  EXPECT_THAT(entries(session), ElementsAre("0:q", "1:a"));
+}
+
+TEST(ChatSession, EntryOfAnUnknownRoleIsAProgrammingErrorOfItsProvider) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  session.append(2, "x");
+  const AssertionLog log;
+  EXPECT_EQ(session.obtainSessionData(), "");
+  EXPECT_THAT(log.all(), ElementsAre("qai_session_openai_v1: false"));
+}
+
+}  // namespace
