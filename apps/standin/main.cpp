@@ -1,0 +1,50 @@
+// qai-standin: the stand-in as a program of its own, for a first run without a key.
+#include "end_signal_posix.h"
+#include "standin.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+
+namespace {
+
+void addOptions(CLI::App& app, standin::Options& options) {
+  app.set_version_flag("--version", "qai-standin " QAI_VERSION);
+  app.add_option("--host", options.host, "Address to listen on")->capture_default_str();
+  app.add_option("--port", options.port, "Port to listen on; 0 takes any free one")
+      ->capture_default_str()
+      ->check(CLI::Range(0, 65535));
+  CLI::Option* certificate = app.add_option("--cert", options.certificateFile, "PEM file of a certificate, for TLS");
+  CLI::Option* keyFile = app.add_option("--key-file", options.privateKeyFile, "PEM file of the certificate's key");
+  certificate->needs(keyFile);
+  keyFile->needs(certificate);
+  // Not an option, for options stand in the list of processes.
+  app.footer("Environment: QAI_STANDIN_KEY is the only API key to accept; when it is not set, any is.");
+}
+
+int run(int argc, char** argv) {
+  CLI::App app("A stand-in for AI services on the loopback. It answers from rules; no language model is behind it.");
+  standin::Options options;
+  addOptions(app, options);
+  CLI11_PARSE(app, argc, argv);
+  if (const char* key = std::getenv("QAI_STANDIN_KEY")) options.apiKey = key;
+  standin::holdEndSignals();
+  const standin::Server server(options);
+  std::cout << "listening on " << server.address() << std::endl;
+  standin::waitForEndSignal();
+  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    return run(argc, argv);
+  } catch (const std::exception& error) {
+    std::cerr << "qai-standin: " << error.what() << std::endl;
+    return 1;
+  }
+}

@@ -1,0 +1,52 @@
+#include "protocol.h"
+
+#include "openai.h"
+#include "request.h"
+
+#include <array>
+#include <optional>
+#include <utility>
+
+namespace standin {
+namespace {
+
+/// What the stars of `pattern` stand for in `path`; nothing when `path` is not of this form.
+std::optional<std::vector<std::string>> matchPath(std::string_view pattern, std::string_view path) {
+  std::vector<std::string> captured;
+  std::size_t at = 0;
+  for (std::size_t i = 0; i < pattern.size(); ++i) {
+    if (pattern[i] != '*') {
+      if (at == path.size() || path[at++] != pattern[i]) return std::nullopt;
+      continue;
+    }
+    const char last = i + 1 < pattern.size() ? pattern[i + 1] : '/';
+    std::size_t end = at;
+    while (end < path.size() && path[end] != '/' && path[end] != last) ++end;
+    if (end == at) return std::nullopt;
+    captured.push_back(decodePercent(path.substr(at, end - at)));
+    at = end;
+  }
+  if (at != path.size()) return std::nullopt;
+  return captured;
+}
+
+}  // namespace
+
+Reply answerRequest(const Request& request, const std::string& apiKey) {
+  const std::array<Service, 1> services{openaiService()};
+  Call call{.request = request, .apiKey = apiKey, .captured = {}};
+  const Service* known = nullptr;
+  for (const Service& service : services) {
+    for (const Route& route : service.routes) {
+      auto captured = matchPath(route.pattern, request.path);
+      if (!captured) continue;
+      known = &service;
+      if (route.method != request.method) continue;
+      call.captured = std::move(*captured);
+      return route.handler(call);
+    }
+  }
+  return known != nullptr ? known->wrongMethod(call) : services.front().unknownPath(call);
+}
+
+}  // namespace standin

@@ -1,0 +1,43 @@
+// What the services' protocols have in common: a call, the reply to it, and the table of routes that joins the two.
+#pragma once
+
+#include "standin.h"
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace standin {
+
+struct Reply {
+  int status = 200;
+  std::string body;
+  std::string contentType = "application/json";
+};
+
+/// A request on its way to a handler.
+struct Call {
+  const Request& request;
+  const std::string& apiKey;          // the only one that is accepted; empty: any
+  std::vector<std::string> captured;  // decoded, for each '*' of the route's pattern
+};
+
+using Handler = Reply (*)(const Call&);
+
+struct Route {
+  std::string_view method;
+  std::string_view pattern;  // of the path; '*' stands for one or more characters other than '/'
+  Handler handler;
+};
+
+struct Service {
+  std::span<const Route> routes;
+  Handler unknownPath;
+  Handler wrongMethod;
+};
+
+/// The usual answer to `request`: by the service that has a route for it, else by the first service.
+Reply answerRequest(const Request& request, const std::string& apiKey);
+
+}  // namespace standin

@@ -1,0 +1,79 @@
+#include "request.h"
+
+#include <cf/text.h>
+
+#include <algorithm>
+#include <cctype>
+#include <charconv>
+
+namespace standin {
+namespace {
+
+/// The part of `rest` before `separator`, which is taken off `rest` together with the separator.
+std::string_view takeUntil(std::string_view& rest, std::string_view separator) {
+  const std::size_t end = rest.find(separator);
+  const std::string_view part = rest.substr(0, end);
+  rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + separator.size());
+  return part;
+}
+
+bool sameName(std::string_view left, std::string_view right) {
+  return std::equal(left.begin(), left.end(), right.begin(), right.end(),
+                    [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
+}
+
+std::string decodeQueryText(std::string_view text) {
+  std::string spaced(text);
+  std::replace(spaced.begin(), spaced.end(), '+', ' ');
+  return decodePercent(spaced);
+}
+
+Headers readQuery(std::string_view query) {
+  Headers pairs;
+  while (!query.empty()) {
+    std::string_view value = takeUntil(query, "&");
+    const std::string_view name = takeUntil(value, "=");
+    pairs.emplace_back(decodeQueryText(name), decodeQueryText(value));
+  }
+  return pairs;
+}
+
+}  // namespace
+
+std::string decodePercent(std::string_view text) {
+  std::string decoded;
+  for (std::size_t at = 0; at < text.size(); ++at) {
+    unsigned byte = 0;
+    const char* digits = text.data() + at + 1;
+    if (text[at] == '%' && at + 2 < text.size() && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
+      decoded += static_cast<char>(byte);
+      at += 2;
+    } else {
+      decoded += text[at];
+    }
+  }
+  return decoded;
+}
+
+Request readHead(std::string_view head) {
+  Request request;
+  std::string_view line = takeUntil(head, "\r\n");
+  request.method = takeUntil(line, " ");
+  std::string_view target = takeUntil(line, " ");
+  request.path = takeUntil(target, "?");
+  request.query = readQuery(target);
+  while (!head.empty()) {
+    std::string_view value = takeUntil(head, "\r\n");
+    const std::string_view name = takeUntil(value, ":");
+    if (!name.empty()) request.headers.emplace_back(name, cfTrimAsString(value));
+  }
+  return request;
+}
+
+std::string Request::header(const std::string& name) const {
+  const auto found =
+      std::find_if(headers.begin(), headers.end(), [&](const auto& pair) { return sameName(pair.first, name); });
+  return found == headers.end() ? std::string() : found->second;
+}
+
+}  // namespace standin

@@ -1,0 +1,18 @@
+// The head of an HTTP request as the log keeps it: byte for byte what was sent, which the HTTP library's own reading
+// is not (it decodes header values and adds headers).
+#pragma once
+
+#include "standin.h"
+
+#include <string>
+#include <string_view>
+
+namespace standin {
+
+/// Reads a request line and header lines, up to the blank line. What is malformed is left out.
+Request readHead(std::string_view head);
+
+/// `text` with every %XX replaced by its byte; a '%' without two hexadecimal digits stays.
+std::string decodePercent(std::string_view text);
+
+}  // namespace standin

@@ -1,0 +1,82 @@
+// A stand-in for the AI services on the loopback: for tests, and for a first run without a key. It speaks the
+// services' protocols, answers from rules, and logs what it was asked. No language model is behind it.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace standin {
+
+using Headers = std::vector<std::pair<std::string, std::string>>;
+
+/// One request as it arrived.
+struct Request {
+  std::string method;
+  std::string path;  // percent-encoded as sent, without the query
+  Headers query;     // decoded pairs
+  Headers headers;   // in no particular order
+  std::string body;
+
+  /// The value of header `name` (any case); "" when it was not sent.
+  std::string header(const std::string& name) const;
+};
+
+/// How a scripted exchange goes wrong.
+enum class Fault {
+  None,
+  SlowBody,  // the body in about ten pieces, each `pace` after the one before
+  CutBody,   // the connection ends in the middle of the body
+  Reset,     // TCP reset instead of a reply
+  NoReply    // the request is read, nothing is answered until the server stops or the client leaves
+};
+
+/// What happens to one request in place of the usual answer; what is not set stays as the service would answer.
+struct Script {
+  std::optional<int> status = {};
+  std::optional<std::string> body = {};  // sent as it stands
+  Headers headers = {};                  // added to the reply; a Content-Type replaces the usual one
+  std::chrono::milliseconds delay{0};
+  Fault fault = Fault::None;
+  std::chrono::milliseconds pace{20};
+};
+
+struct Options {
+  std::string host = "127.0.0.1";
+  int port = 0;                   // 0: any free one
+  std::string apiKey{};           // the only key that is accepted; empty: any key but an empty one
+  std::string certificateFile{};  // PEM; with privateKeyFile: TLS
+  std::string privateKeyFile{};
+};
+
+/// A running stand-in. Serves from construction to destruction on threads of its own; every operation may be called
+/// from any thread.
+class Server {
+ public:
+  /// Binds and starts. @throw std::runtime_error when the address or the certificate can't be used.
+  explicit Server(Options options = {});
+  ~Server();
+  Server(const Server&) = delete;
+  Server& operator=(const Server&) = delete;
+
+  int port() const noexcept;
+  /// "http://127.0.0.1:PORT", or https with "localhost" in place of the number when it serves TLS.
+  std::string address() const;
+
+  /// Queues `script` for the next request that has none yet; scripts are used up in order.
+  void script(Script script);
+  /// All requests so far, oldest first.
+  std::vector<Request> requests() const;
+  /// The connections accepted so far.
+  std::size_t connectionCount() const noexcept;
+
+ private:
+  struct Impl;
+  std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace standin

@@ -1,0 +1,198 @@
+// Assistants and their settings, sessions and owners.
+#include "fixture.h"
+#include "support/assertion_log.h"
+
+#include <gmock/gmock.h>
+
+#include <functional>
+#include <stdexcept>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+class Assistant : public EachService {
+ protected:
+  Owned<IQAIAssistant> create(const std::string& apiHost) {
+    return Owned<IQAIAssistant>(QAICreateAssistant(service_.type, nullptr, kKey, apiHost));
+  }
+};
+INSTANTIATE_TEST_SUITE_P(Chat, Assistant, testing::ValuesIn(chatServices()), serviceName);
+
+struct CountedPool final : ICSHTTPPoolCenter {
+  explicit CountedPool(int& destroyed) : destroyed_(destroyed) {}
+  ~CountedPool() override { ++destroyed_; }
+  void cancel() noexcept override {}
+  int& destroyed_;
+};
+
+TEST_P(Assistant, OwnsItsPoolCentre) {
+  int destroyed = 0;
+  QAIFreeObject(QAICreateAssistant(service_.type, new CountedPool(destroyed), kKey, ""));
+  EXPECT_EQ(destroyed, 1);
+}
+
+TEST(Factory, UnknownTypeIsNullAndLeavesThePoolToTheCaller) {
+  for (const int type : {5, 100, -1}) {
+    int destroyed = 0;
+    const auto pool = std::make_unique<CountedPool>(destroyed);
+    EXPECT_EQ(QAICreateAssistant(static_cast<QAIAssistantType>(type), pool.get(), kKey, ""), nullptr) << type;
+    EXPECT_EQ(destroyed, 0);
+  }
+}
+
+TEST_P(Assistant, BlankHostAtCreationIsTheServicesOwn) {
+  for (const char* blank : {"", " ", " \t\r\n"}) {
+    EXPECT_EQ(property(*create(blank), "api_host").stringValue(), service_.defaultHost);
+  }
+}
+
+TEST_P(Assistant, HostAtCreationIsNormalised) {
+  EXPECT_EQ(property(*create(" myhost:8080 "), "api_host").stringValue(), "https://myhost:8080");
+  EXPECT_EQ(property(*create("http://myhost"), "api_host").stringValue(), "http://myhost");
+}
+
+TEST_P(Assistant, BlankHostInTheSettingsIsTheServicesOwn) {
+  const auto assistant = create("http://before");
+  for (const char* blank : {"", "  ", "https://"}) {
+    EXPECT_EQ(assign(*assistant, {{"api_host", blank}}), "");
+    EXPECT_EQ(property(*assistant, "api_host").stringValue(), service_.defaultHost) << '"' << blank << '"';
+  }
+}
+
+TEST_P(Assistant, BlankHostInARestoredSessionIsTheServicesOwn) {
+  const auto assistant = create("http://before");
+  const Owned<IQAISession> session(assistant->loadSession(R"({"api_host":" "})").first);
+  ASSERT_NE(session, nullptr);
+  EXPECT_EQ(property(*assistant, "api_host").stringValue(), service_.defaultHost);
+}
+
+struct TemperatureRow {
+  const char* given;
+  double stored;
+};
+
+TEST_P(Assistant, TemperatureIsHeldBetweenZeroAndTwo) {
+  const auto assistant = create("");
+  const AssertionLog log;  // the record asserts a number and takes a text
+  for (const TemperatureRow& row : {TemperatureRow{"3.5", 2.0}, {"-1", 0.0}, {"0.7", 0.7}, {"2", 2.0}, {"0", 0.0}}) {
+    EXPECT_EQ(assign(*assistant, {{"temperature", row.given}}), "");
+    EXPECT_EQ(property(*assistant, "temperature").doubleValue(), row.stored) << row.given;
+  }
+}
+
+TEST_P(Assistant, TemperatureAsANumberIsRefusedYetCountsAsAssigned) {
+  const auto assistant = assistantWith();
+  EXPECT_EQ(assign(*assistant, {{"temperature", 0.25}}), "");
+  EXPECT_EQ(property(*assistant, "temperature").doubleValue(), 1.0);
+  ask(*assistant, newSession(*assistant).get(), "question");
+  EXPECT_THAT(lastBody(), HasSubstr("\"temperature\":1.0"));
+}
+
+TEST_P(Assistant, OnlyAssignedKeysAreAdopted) {
+  const auto assistant = create("http://h");
+  assign(*assistant, {{"model", "m"}, {"user_instructions", "u"}, {"db_structure", "[]"}});
+  assign(*assistant, {{"model", "n"}});
+  EXPECT_EQ(property(*assistant, "model").stringValue(), "n");
+  EXPECT_EQ(property(*assistant, "user_instructions").stringValue(), "u");
+  EXPECT_EQ(property(*assistant, "api_host").stringValue(), "http://h");
+}
+
+TEST_P(Assistant, SystemInstructionsAreTakenOverAsTheyStand) {
+  const auto assistant = create("");
+  assign(*assistant, {{"system_instructions", CMVariantMap{{"a", "1"}, {"b", "2"}}}});
+  assign(*assistant, {{"system_instructions", CMVariantMap{{"b", "3"}}}});
+  const CMVariant instructions = property(*assistant, "system_instructions");
+  ASSERT_THAT(instructions.mapValue(), SizeIs(1));
+  EXPECT_EQ(instructions.mapValue().at("b").stringValue(), "3");
+}
+
+TEST_P(Assistant, EachFillStartsFromAFreshRecord) {
+  const auto assistant = create("http://h");
+  assign(*assistant, {{"model", "m"}});
+  std::string seen = "not called";
+  assistant->setAssistantProperties(
+      [&seen](IQAIProperties* fresh) { seen = fresh->obtainProperty("model").stringValue(); });
+  EXPECT_EQ(seen, "");
+}
+
+TEST_P(Assistant, EmptyFillIsABadFunctionCall) {
+  const auto assistant = create("");
+  EXPECT_THROW(assistant->setAssistantProperties({}), std::bad_function_call);
+}
+
+TEST_P(Assistant, FillThatThrowsChangesNothing) {
+  const auto assistant = create("http://h");
+  EXPECT_THROW(assistant->setAssistantProperties([](IQAIProperties* fresh) {
+    fresh->setProperty("model", "half");
+    throw std::runtime_error("host");
+  }),
+               std::runtime_error);
+  EXPECT_EQ(property(*assistant, "model").stringValue(), "");
+}
+
+TEST_P(Assistant, PropertiesAreACopyOfTheCallers) {
+  const auto assistant = create("http://h");
+  const Owned<IQAIProperties> one(assistant->obtainAssistantProperties());
+  const Owned<IQAIProperties> two(assistant->obtainAssistantProperties());
+  EXPECT_NE(one, two);
+  one->setProperty("model", "changed in the copy");
+  EXPECT_EQ(two->obtainProperty("model").stringValue(), "");
+  EXPECT_EQ(property(*assistant, "model").stringValue(), "");
+}
+
+TEST_P(Assistant, SettingPropertiesAndSessionsSendsNothing) {
+  const auto assistant = assistantWith();
+  const auto session = newSession(*assistant);
+  const Owned<IQAISession> restored(assistant->loadSession(session->obtainSessionData()).first);
+  EXPECT_EQ(assistant->destroySession(session.get()), "");
+  EXPECT_EQ(standin_.connectionCount(), 0U);
+}
+
+TEST_P(Assistant, DestroyedSessionStaysUsableUntilItIsFreed) {
+  const auto assistant = assistantWith();
+  const auto session = newSession(*assistant);
+  EXPECT_EQ(assistant->destroySession(session.get()), "");
+  answerNext(200, service_.replyBody);
+  EXPECT_EQ(ask(*assistant, session.get(), "question"), "two parts");
+  EXPECT_EQ(assistant->destroySession(nullptr), "");
+}
+
+TEST_P(Assistant, SavedConversationGoesOnInAnotherAssistant) {
+  const auto first = assistantWith();
+  assign(*first, {{"user_instructions", "I"}});
+  const auto session = newSession(*first);
+  answerNext(200, service_.replyBody);
+  ask(*first, session.get(), "first");
+
+  const auto second = create("http://elsewhere.invalid");
+  const auto [restored, error] = second->loadSession(session->obtainSessionData());
+  const Owned<IQAISession> owned(restored);
+  EXPECT_EQ(error, "");
+  ASSERT_NE(owned, nullptr);
+  EXPECT_EQ(owned->obtainSessionData(), session->obtainSessionData());
+  ask(*second, owned.get(), "second");
+  EXPECT_THAT(lastBody(), HasSubstr(service_.historyPart + 1));  // behind the "[", where the instructions stand
+  EXPECT_THAT(lastBody(), HasSubstr(service_.instructionsPart));
+}
+
+TEST_P(Assistant, UnreadableSessionTextIsRefusedAndChangesNothing) {
+  const auto assistant = create("http://h");
+  for (const char* text : {"", "{", R"({"model":"m"} x)"}) {
+    const auto [session, error] = assistant->loadSession(text);
+    EXPECT_EQ(session, nullptr);
+    EXPECT_EQ(error, "Cannot load session data");
+  }
+  EXPECT_EQ(property(*assistant, "model").stringValue(), "");
+}
+
+TEST_P(Assistant, SavedTextHoldsNoKey) {
+  const auto assistant = assistantWith();
+  const auto session = newSession(*assistant);
+  ask(*assistant, session.get(), "question");
+  EXPECT_THAT(session->obtainSessionData(), testing::Not(HasSubstr(kKey)));
+}
+
+}  // namespace

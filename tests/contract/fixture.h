@@ -1,0 +1,40 @@
+// A host, an assistant of one service and its stand-in, over real sockets.
+#pragma once
+
+#include "service.h"
+#include "support/host.h"
+
+#include <gtest/gtest.h>
+#include <standin.h>
+
+#include <string>
+
+/// The key that the stand-in accepts and that no text may ever show.
+inline const std::string kKey = "sk-canary-7f3a9c";
+
+class Contract : public testing::Test {
+ protected:
+  Contract(const Service& service, standin::Options options);
+  ~Contract() override;
+
+  /// An assistant of the service at the stand-in, with a pool and the model "standin-small".
+  Owned<IQAIAssistant> assistantWith(const std::string& key = kKey);
+  /// As it is created: without a model.
+  Owned<IQAIAssistant> bareAssistant(ICSHTTPPoolCenter* pool, const std::string& key = kKey);
+
+  /// The next request is answered with `status` and `body`.
+  void answerNext(int status, const std::string& body);
+  std::string lastBody() const;
+  std::size_t requestCount() const { return standin_.requests().size(); }
+
+  const Service& service_;
+  standin::Server standin_;
+};
+
+/// One case for each chat service.
+class EachService : public Contract, public testing::WithParamInterface<Service> {
+ protected:
+  EachService() : Contract(GetParam(), {.apiKey = kKey}) {}
+};
+
+std::string serviceName(const testing::TestParamInfo<Service>& row);
