@@ -1,0 +1,44 @@
+// Questions in, answers out: once, line by line from a pipe, or with a person at a terminal.
+#pragma once
+
+#include "exit_code.h"
+
+#include <functional>
+#include <iosfwd>
+#include <string>
+
+/// What came of a question: a text, or an error for the user.
+struct Answer {
+  std::string text;
+  std::string error;
+};
+
+/// What answers questions, each with the earlier ones of the conversation in mind.
+class Answerer {
+ public:
+  virtual ~Answerer() = default;
+  /// Begins a conversation; an earlier one is forgotten. @return an error text, "" on success.
+  virtual std::string startConversation() = 0;
+  virtual Answer ask(const std::string& question) = 0;
+  /// After a failed turn: what the program's end should tell of it.
+  virtual ExitCode failureCode() = 0;
+};
+
+/// Answers go to `out` and nothing else does; all other texts go to `err`.
+struct Streams {
+  std::istream& in;
+  std::ostream& out;
+  std::ostream& err;
+};
+
+/// Runs a turn and tells whether the user interrupted it.
+using TurnRunner = std::function<bool(const std::function<void()>& turn)>;
+
+inline constexpr const char* kPrompt = "> ";
+
+/// Each of these needs a conversation that was begun. @throw OutputError
+ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams);
+/// Every line that is not blank is a question. A failed turn does not end it; the first failure is the result.
+ExitCode answerLines(Answerer& answerer, Streams streams);
+/// Ends with the input or by command.
+void converse(Answerer& answerer, Streams streams, const TurnRunner& runTurn);

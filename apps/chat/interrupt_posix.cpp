@@ -1,0 +1,53 @@
+#include "interrupt_posix.h"
+
+#include <pthread.h>
+#include <unistd.h>
+
+#include <utility>
+
+Interrupts::Interrupts(Action whenIdle) : whenIdle_(std::move(whenIdle)) {
+  sigemptyset(&signals_);
+  sigaddset(&signals_, SIGINT);
+  pthread_sigmask(SIG_BLOCK, &signals_, &earlierMask_);
+  receiver_ = std::thread([this] { receive(); });
+}
+
+Interrupts::~Interrupts() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+  }
+  pthread_kill(receiver_.native_handle(), SIGINT);
+  receiver_.join();
+  pthread_sigmask(SIG_SETMASK, &earlierMask_, nullptr);
+}
+
+bool Interrupts::run(const Action& turn, Action cancel) {
+  {
+    const std::lock_guard lock(mutex_);
+    cancel_ = std::move(cancel);
+    interrupted_ = false;
+  }
+  turn();
+  const std::lock_guard lock(mutex_);
+  cancel_ = nullptr;
+  return interrupted_;
+}
+
+void Interrupts::receive() {
+  int signal = 0;
+  while (sigwait(&signals_, &signal) == 0) {
+    const std::lock_guard lock(mutex_);
+    if (stopping_) return;
+    if (cancel_) {
+      interrupted_ = true;
+      cancel_();
+    } else {
+      whenIdle_();
+    }
+  }
+}
+
+void ignoreBrokenPipes() { std::signal(SIGPIPE, SIG_IGN); }
+
+bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }

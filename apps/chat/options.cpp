@@ -1,0 +1,118 @@
+#include "options.h"
+
+#include <cf/text.h>
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+
+namespace {
+
+constexpr double kHighestTemperature = 2.0;
+
+constexpr const char* kFooterStart = R"(
+With a QUESTION the answer is printed and the program ends. Without one, a
+terminal gets a conversation (/help lists its commands), and of piped input each
+line that is not blank is a question. The database is only read, and only its
+structure goes to the service, never its rows.
+
+Providers, and the environment variables with their keys:
+)";
+
+constexpr const char* kFooterEnd = R"(
+Without a key and without --host a stand-in inside the program answers by rules.
+
+Exit codes:
+   0  fine
+  64  wrong usage
+  65  the file is not a database, or its structure is damaged
+  66  the file is missing or can't be read
+  69  the service can't be reached, or failed
+  70  an error inside the program
+  74  the answer can't be written
+  77  the service refused the key
+)";
+
+std::string makeFooter() {
+  std::string text = kFooterStart;
+  for (const Provider& provider : kProviders) {
+    text += std::string("  ") + provider.name + ":";
+    for (const char* variable : provider.keyVariables) text += std::string(" ") + variable;
+    text += std::string("; ") + provider.hostNote + "\n";
+  }
+  return text + kFooterEnd;
+}
+
+std::string checkTemperature(const std::string& text) {
+  const std::optional<double> number = cfTextToNumber(text);
+  if (number && *number >= 0.0 && *number <= kHighestTemperature) return "";
+  return "'" + text + "' is not a number from 0 to 2";
+}
+
+std::string checkProvider(const std::string& name) {
+  if (findProvider(name) != nullptr) return "";
+  std::string known;
+  for (const Provider& provider : kProviders) known += (known.empty() ? "" : ", ") + std::string(provider.name);
+  return "'" + name + "' is not one of: " + known;
+}
+
+CommandLine wrongUsage(std::string sentence) {
+  // Texts of the parser may span lines; the user gets one.
+  std::replace(sentence.begin(), sentence.end(), '\n', ' ');
+  return {.options = {}, .end = ExitCode::WrongUsage, .text = sentence + " (qai-chat --help explains)"};
+}
+
+void declare(CLI::App& app, Options& options, std::string& providerName, std::string& question) {
+  app.add_option("DATABASE", options.database, "a SQLite file")->type_name("");
+  app.add_option("QUESTION", question, "what to ask, in one argument")->type_name("");
+  app.add_option("--provider", providerName, "the service to ask")
+      ->check(checkProvider)
+      ->type_name("NAME")
+      ->capture_default_str();
+  app.add_option("--model", options.model, "default: the first that the service lists")->type_name("NAME");
+  app.add_option("--host", options.host, "another address of the service")->type_name("URL");
+  app.add_option("--instructions", options.instructions, "what the model should heed in every answer");
+  app.add_option("--temperature", options.temperature, "from 0 (dry) to 2 (wild)")
+      ->check(checkTemperature)
+      ->type_name("NUMBER");
+  app.add_option("--ca-file", options.caFile, "PEM file of authorities to trust, too")->type_name("FILE");
+  app.add_option("--proxy", options.proxyURL, "HTTP proxy, as http://host:port")->type_name("URL");
+  app.add_flag("--list-models", options.listModels, "list the service's models and end");
+  app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");
+  app.set_version_flag("--version", std::string("qai-chat ") + QAI_VERSION, "print the version and end");
+  app.set_help_flag("-h,--help", "print this text and end");
+  app.footer(makeFooter());
+}
+
+std::string explainExtras(const std::vector<std::string>& extras) {
+  for (const std::string& extra : extras) {
+    if (extra.starts_with('-')) return "There is no option " + extra;
+  }
+  return "There is more after the QUESTION; put it in quotes";
+}
+
+}  // namespace
+
+CommandLine readCommandLine(const std::vector<std::string>& arguments) {
+  CommandLine result;
+  std::string providerName = kProviders.front().name;
+  std::string question;
+  CLI::App app("Ask an AI service about a database.", "qai-chat");
+  declare(app, result.options, providerName, question);
+  try {
+    app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // the parser takes from the end
+  } catch (const CLI::CallForHelp&) {
+    return {.options = {}, .end = ExitCode::Fine, .text = app.help()};
+  } catch (const CLI::CallForVersion& version) {
+    return {.options = {}, .end = ExitCode::Fine, .text = std::string(version.what()) + "\n"};
+  } catch (const CLI::ExtrasError&) {
+    return wrongUsage(explainExtras(app.remaining()));
+  } catch (const CLI::ParseError& error) {
+    return wrongUsage(error.what());
+  }
+  result.options.provider = findProvider(providerName);
+  if (app.count("QUESTION") > 0) result.options.question = question;
+  if (result.options.database.empty() && !result.options.listModels) return wrongUsage("No DATABASE is given");
+  if (result.options.question && cfTrimAsString(question).empty()) return wrongUsage("The QUESTION is empty");
+  return result;
+}

@@ -1,0 +1,33 @@
+// The command line.
+#pragma once
+
+#include "exit_code.h"
+#include "providers.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+struct Options {
+  const Provider* provider = &kProviders.front();
+  std::string model;  // empty: the first that the service lists
+  std::string host;   // empty: the provider's own
+  std::string instructions;
+  std::string temperature;  // a decimal from 0 to 2; empty: the service's default
+  std::string caFile;
+  std::string proxyURL;
+  std::string database;
+  std::optional<std::string> question;
+  bool listModels = false;
+  bool showPrompt = false;
+};
+
+/// A command line as read: either options to go on with, or an end with a text for the user.
+struct CommandLine {
+  Options options;
+  std::optional<ExitCode> end;  // set: `text` goes to standard output when it is Fine, else to standard error
+  std::string text;
+};
+
+/// Reads `arguments`, the program's name left out.
+CommandLine readCommandLine(const std::vector<std::string>& arguments);

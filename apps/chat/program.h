@@ -1,0 +1,9 @@
+// What the program does, once its command line is read.
+#pragma once
+
+#include "conversation.h"
+#include "exit_code.h"
+#include "options.h"
+
+/// @throw DatabaseError, OutputError
+ExitCode runProgram(const Options& options, Streams streams);

@@ -1,0 +1,26 @@
+// What reaches the terminal.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <string_view>
+#include <system_error>
+
+/// `text` without what a terminal would obey: control characters but newline and tab, and ill-formed UTF-8, become
+/// U+FFFD; "\r\n" becomes "\n".
+std::string terminalSafe(std::string_view text);
+
+/// As terminalSafe, for what must stay on one line: newlines and tabs become spaces.
+std::string terminalSafeLine(std::string_view text);
+
+/// Standard output can't be written; the code is what the system says.
+class OutputError : public std::system_error {
+ public:
+  using std::system_error::system_error;
+};
+
+/// Writes `text`, made safe and ended by one newline, and flushes. @throw OutputError
+void printText(std::ostream& out, std::string_view text);
+
+/// Writes one line of complaint or notice, made safe, under the program's name.
+void complain(std::ostream& err, std::string_view text);

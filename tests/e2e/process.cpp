@@ -1,0 +1,195 @@
+#include "process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <utility>
+
+namespace {
+
+constexpr std::chrono::seconds kPatience{20};  // only a failing test waits that long
+
+std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
+  std::vector<char*> pointers;
+  for (const std::string& text : texts) pointers.push_back(const_cast<char*>(text.c_str()));
+  pointers.push_back(nullptr);
+  return pointers;
+}
+
+class SpawnPlan {
+ public:
+  SpawnPlan() {
+    posix_spawn_file_actions_init(&actions_);
+    posix_spawnattr_init(&attributes_);
+    // The program starts as from a shell, whatever this process does with its signals.
+    sigset_t all;
+    sigfillset(&all);
+    posix_spawnattr_setsigdefault(&attributes_, &all);
+    sigset_t none;
+    sigemptyset(&none);
+    posix_spawnattr_setsigmask(&attributes_, &none);
+    setFlags(0);
+  }
+  ~SpawnPlan() {
+    posix_spawn_file_actions_destroy(&actions_);
+    posix_spawnattr_destroy(&attributes_);
+  }
+  SpawnPlan(const SpawnPlan&) = delete;
+  SpawnPlan& operator=(const SpawnPlan&) = delete;
+
+  void setFlags(int further) {
+    posix_spawnattr_setflags(&attributes_,
+                             static_cast<short>(POSIX_SPAWN_SETSIGDEF | POSIX_SPAWN_SETSIGMASK | further));
+  }
+  void duplicate(int from, int to) { posix_spawn_file_actions_adddup2(&actions_, from, to); }
+  void open(int as, const char* path) { posix_spawn_file_actions_addopen(&actions_, as, path, O_RDWR, 0); }
+
+  pid_t start(const Command& command) {
+    pid_t id = -1;
+    const std::vector<char*> arguments = pointersTo(command.arguments);
+    const std::vector<char*> environment = pointersTo(command.environment);
+    if (posix_spawn(&id, arguments.front(), &actions_, &attributes_, arguments.data(), environment.data()) != 0) {
+      throw std::runtime_error("can't start " + command.arguments.front());
+    }
+    return id;
+  }
+
+ private:
+  posix_spawn_file_actions_t actions_;
+  posix_spawnattr_t attributes_;
+};
+
+std::pair<Descriptor, Descriptor> makePipe() {
+  std::array<int, 2> ends{};
+  if (pipe2(ends.data(), O_CLOEXEC) != 0) throw std::runtime_error("no pipe");
+  return {Descriptor(ends[0]), Descriptor(ends[1])};
+}
+
+int waitForEnd(pid_t id) {
+  int status = 0;
+  waitpid(id, &status, 0);
+  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+/// Moves what is there into `text`; closes at the end of the stream.
+void drain(Descriptor& from, std::string& text) {
+  std::array<char, 4096> buffer{};
+  const ssize_t size = read(from.get(), buffer.data(), buffer.size());
+  if (size <= 0) {
+    from.close();
+  } else {
+    text.append(buffer.data(), static_cast<std::size_t>(size));
+  }
+}
+
+}  // namespace
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+  std::swap(number_, other.number_);
+  return *this;
+}
+
+void Descriptor::close() {
+  if (number_ >= 0) ::close(number_);
+  number_ = -1;
+}
+
+Child::Child(const Command& command) : input_(command.input) {
+  std::signal(SIGPIPE, SIG_IGN);  // a program may end before it has read its input
+  auto [inRead, inWrite] = makePipe();
+  auto [outRead, outWrite] = makePipe();
+  auto [errRead, errWrite] = makePipe();
+  SpawnPlan plan;
+  plan.duplicate(inRead.get(), STDIN_FILENO);
+  plan.duplicate(outWrite.get(), STDOUT_FILENO);
+  plan.duplicate(errWrite.get(), STDERR_FILENO);
+  id_ = plan.start(command);
+  in_ = std::move(inWrite);
+  out_ = std::move(outRead);
+  err_ = std::move(errRead);
+}
+
+Child::~Child() {
+  if (id_ < 0) return;
+  kill(id_, SIGKILL);
+  waitForEnd(id_);
+}
+
+void Child::signal(int number) const { kill(id_, number); }
+
+Outcome Child::finish() {
+  Outcome outcome;
+  // The inputs of these tests fit into a pipe.
+  if (!input_.empty() && write(in_.get(), input_.data(), input_.size()) < 0) input_.clear();
+  in_.close();
+  while (out_.get() >= 0 || err_.get() >= 0) {
+    std::array<pollfd, 2> streams{pollfd{out_.get(), POLLIN, 0}, pollfd{err_.get(), POLLIN, 0}};
+    if (poll(streams.data(), streams.size(), std::chrono::milliseconds(kPatience).count()) <= 0) break;
+    if (streams[0].revents != 0) drain(out_, outcome.out);
+    if (streams[1].revents != 0) drain(err_, outcome.err);
+  }
+  if (out_.get() >= 0 || err_.get() >= 0) kill(id_, SIGKILL);
+  outcome.code = waitForEnd(std::exchange(id_, -1));
+  return outcome;
+}
+
+Outcome runCommand(const Command& command) { return Child(command).finish(); }
+
+TerminalChild::TerminalChild(const Command& command) : terminal_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
+  if (terminal_.get() < 0 || grantpt(terminal_.get()) != 0 || unlockpt(terminal_.get()) != 0) {
+    throw std::runtime_error("no terminal");
+  }
+  SpawnPlan plan;
+  // The first terminal that the leader of a session opens becomes its controlling one, which Ctrl-C needs.
+  plan.setFlags(POSIX_SPAWN_SETSID);
+  plan.open(STDIN_FILENO, ptsname(terminal_.get()));
+  plan.duplicate(STDIN_FILENO, STDOUT_FILENO);
+  plan.duplicate(STDIN_FILENO, STDERR_FILENO);
+  id_ = plan.start(command);
+}
+
+TerminalChild::~TerminalChild() {
+  if (id_ < 0) return;
+  kill(id_, SIGKILL);
+  waitForEnd(id_);
+}
+
+void TerminalChild::type(std::string_view keys) const {
+  if (write(terminal_.get(), keys.data(), keys.size()) < 0) throw std::runtime_error("can't type");
+}
+
+bool TerminalChild::readMore(std::chrono::steady_clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+  pollfd stream{terminal_.get(), POLLIN, 0};
+  if (left.count() <= 0 || poll(&stream, 1, static_cast<int>(left.count())) <= 0) return false;
+  std::array<char, 4096> buffer{};
+  const ssize_t size = read(terminal_.get(), buffer.data(), buffer.size());
+  if (size <= 0) return false;  // a terminal whose program is gone gives an error
+  shown_.append(buffer.data(), static_cast<std::size_t>(size));
+  return true;
+}
+
+std::string TerminalChild::waitFor(std::string_view text) {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  std::size_t at = 0;
+  while ((at = shown_.find(text)) == std::string::npos) {
+    if (!readMore(deadline)) return std::exchange(shown_, "");
+  }
+  const std::string before = shown_.substr(0, at + text.size());
+  shown_.erase(0, at + text.size());
+  return before;
+}
+
+int TerminalChild::finish() {
+  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  while (readMore(deadline)) continue;
+  if (std::chrono::steady_clock::now() >= deadline) kill(id_, SIGKILL);
+  return waitForEnd(std::exchange(id_, -1));
+}

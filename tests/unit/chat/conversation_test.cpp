@@ -1,0 +1,148 @@
+#include "conversation.h"
+
+#include "rendering.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <vector>
+
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+/// Answers "re: QUESTION"; fails for questions that start with "bad".
+class FakeAnswerer : public Answerer {
+ public:
+  std::string startConversation() override {
+    ++conversations;
+    return conversationError;
+  }
+  Answer ask(const std::string& question) override {
+    questions.push_back(question);
+    if (question.starts_with("bad")) return {.text = "", .error = "no answer to " + question};
+    return {.text = "re: " + question, .error = ""};
+  }
+  ExitCode failureCode() override { return code; }
+
+  std::vector<std::string> questions;
+  int conversations = 0;
+  std::string conversationError;
+  ExitCode code = ExitCode::ServiceFailed;
+};
+
+class Conversation : public testing::Test {
+ protected:
+  Streams streams(const std::string& input = "") {
+    in_.str(input);
+    return {in_, out_, err_};
+  }
+  static bool runPlainly(const std::function<void()>& turn) {
+    turn();
+    return false;
+  }
+  static bool runInterrupted(const std::function<void()>& turn) {
+    turn();
+    return true;
+  }
+
+  FakeAnswerer answerer_;
+  std::istringstream in_;
+  std::ostringstream out_;
+  std::ostringstream err_;
+};
+
+TEST_F(Conversation, AnswersOneQuestion) {
+  EXPECT_EQ(answerOnce(answerer_, "q", streams()), ExitCode::Fine);
+  EXPECT_EQ(out_.str(), "re: q\n");
+  EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(Conversation, TellsTheFailureOfTheOneQuestion) {
+  answerer_.code = ExitCode::KeyRefused;
+  EXPECT_EQ(answerOnce(answerer_, "bad", streams()), ExitCode::KeyRefused);
+  EXPECT_EQ(out_.str(), "");
+  EXPECT_EQ(err_.str(), "qai-chat: no answer to bad\n");
+}
+
+TEST_F(Conversation, EveryPipedLineThatIsNotBlankIsAQuestion) {
+  EXPECT_EQ(answerLines(answerer_, streams("one\n\n \t\r\n  two\r\n/quit\nlast")), ExitCode::Fine);
+  EXPECT_THAT(answerer_.questions, ElementsAre("one", "two", "/quit", "last"));
+  EXPECT_EQ(out_.str(), "re: one\nre: two\nre: /quit\nre: last\n");
+  EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(Conversation, PipedQuestionsGoOnAfterAFailure) {
+  EXPECT_EQ(answerLines(answerer_, streams("one\nbad\ntwo\n")), ExitCode::ServiceFailed);
+  EXPECT_EQ(out_.str(), "re: one\nre: two\n");
+  EXPECT_EQ(err_.str(), "qai-chat: no answer to bad\n");
+}
+
+TEST_F(Conversation, NothingPipedIsFine) {
+  EXPECT_EQ(answerLines(answerer_, streams()), ExitCode::Fine);
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(Conversation, StopsWhenNobodyReads) {
+  out_.setstate(std::ios::badbit);
+  EXPECT_THROW(answerLines(answerer_, streams("one\ntwo\n")), OutputError);
+  EXPECT_THAT(answerer_.questions, ElementsAre("one"));
+}
+
+TEST_F(Conversation, TerminalGetsPromptsApartFromAnswers) {
+  converse(answerer_, streams("one\n\ntwo\n"), runPlainly);
+  EXPECT_EQ(out_.str(), "re: one\nre: two\n");
+  EXPECT_EQ(err_.str(), "> \n> > \n> \n");
+}
+
+TEST_F(Conversation, TerminalGoesOnAfterAFailure) {
+  converse(answerer_, streams("bad\none\n"), runPlainly);
+  EXPECT_EQ(out_.str(), "re: one\n");
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: no answer to bad\n"));
+}
+
+TEST_F(Conversation, AnInterruptedTurnIsNoFailure) {
+  converse(answerer_, streams("bad\n"), runInterrupted);
+  EXPECT_THAT(err_.str(), HasSubstr("Cancelled.\n"));
+  EXPECT_THAT(err_.str(), Not(HasSubstr("no answer")));
+}
+
+TEST_F(Conversation, AnAnswerThatCameBeforeTheInterruptIsShown) {
+  converse(answerer_, streams("one\n"), runInterrupted);
+  EXPECT_EQ(out_.str(), "re: one\n");
+}
+
+TEST_F(Conversation, QuitEndsIt) {
+  converse(answerer_, streams("/quit\none\n"), runPlainly);
+  EXPECT_THAT(answerer_.questions, IsEmpty());
+}
+
+TEST_F(Conversation, HelpListsTheCommands) {
+  converse(answerer_, streams("/help\n"), runPlainly);
+  for (const char* command : {"/help", "/new", "/quit"}) EXPECT_THAT(err_.str(), HasSubstr(command));
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(Conversation, NewBeginsAnotherConversation) {
+  converse(answerer_, streams("/new\n"), runPlainly);
+  EXPECT_EQ(answerer_.conversations, 1);
+  EXPECT_THAT(answerer_.questions, IsEmpty());
+}
+
+TEST_F(Conversation, NewTellsItsFailure) {
+  answerer_.conversationError = "not now";
+  converse(answerer_, streams("/new\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: not now\n"));
+}
+
+TEST_F(Conversation, UnknownCommandsAreNotSent) {
+  converse(answerer_, streams("/models\x1b\n"), runPlainly);
+  EXPECT_THAT(answerer_.questions, IsEmpty());
+  EXPECT_THAT(err_.str(), HasSubstr("There is no command /models\uFFFD; /help lists them.\n"));
+}
+
+}  // namespace

@@ -1,0 +1,56 @@
+# Set-up that ./run and ./test share; sourced by both. Messages go to standard error: standard output is for answers.
+
+say() { printf '%s\n' "$*" >&2; }
+fail() {
+  say "$(basename "$0"): $*"
+  exit 1
+}
+
+# install_packages NAME…: installs those that are missing; silent when none is.
+install_packages() {
+  local missing=() package
+  for package in "$@"; do
+    [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
+  done
+  [ ${#missing[@]} -eq 0 ] && return
+  command -v apt-get >/dev/null || fail "needs these Debian packages, and there is no apt-get here: ${missing[*]}"
+  local as_root=()
+  if [ "$(id -u)" -ne 0 ]; then
+    command -v sudo >/dev/null || fail "needs these packages; install them as root, or install sudo: ${missing[*]}"
+    as_root=(sudo)
+  fi
+  say "Installing ${missing[*]} …"
+  local log
+  log=$(mktemp)
+  if ! { "${as_root[@]}" apt-get update -q &&
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"; } \
+    </dev/null >"$log" 2>&1; then
+    tail -n 20 "$log" >&2
+    rm -f "$log"
+    fail "the packages could not be installed (see above)"
+  fi
+  rm -f "$log"
+}
+
+# build PRESET [TARGET…]: configures and builds; silent when everything is up to date.
+build() {
+  local preset=$1 dir=build/$1 log=build/$1.log
+  shift
+  mkdir -p build
+  if [ ! -f "$dir/build.ninja" ]; then
+    say "Configuring $preset …"
+    cmake --preset "$preset" >"$log" 2>&1 || build_failed "$preset could not be configured" "$log"
+  fi
+  ninja -C "$dir" -n "$@" 2>/dev/null | grep -q 'no work to do' && return
+  say "Building $preset …"
+  ninja -C "$dir" "$@" >"$log" 2>&1 || build_failed "$preset could not be built" "$log"
+}
+
+build_failed() {
+  grep -E 'error|Error|FAILED' "$2" >/dev/null && grep -n -m 20 -E -A 3 'error|Error|FAILED' "$2" >&2 || tail -n 30 "$2" >&2
+  fail "$1; the whole output is in $2"
+}
+
+run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libcpp-httplib-dev
+  libcli11-dev libsqlite3-dev sqlite3)
+test_packages=(libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils)
