@@ -33,16 +33,14 @@ std::string join(const std::vector<std::string>& parts, std::string_view separat
   return text;
 }
 
-/// The steps that lead away from `from`.
-std::vector<Link> linksOf(const Schema& schema, const Relation& from, Direction direction) {
+std::vector<Link> allLinks(const Schema& schema, Direction direction) {
   std::vector<Link> links;
-  for (const ForeignKey& key : from.foreignKeys) {
-    if (const Relation* to = findReferenced(schema, from, key)) links.push_back({&from, to, &key, true});
-  }
-  if (direction == Direction::ToOne) return links;
-  for (const Relation& other : schema) {
-    for (const ForeignKey& key : other.foreignKeys) {
-      if (findReferenced(schema, other, key) == &from) links.push_back({&from, &other, &key, false});
+  for (const Relation& from : schema) {
+    for (const ForeignKey& key : from.foreignKeys) {
+      const Relation* to = findReferenced(schema, from, key);
+      if (to == nullptr) continue;
+      links.push_back({&from, to, &key, true});
+      if (direction == Direction::Any) links.push_back({to, &from, &key, false});
     }
   }
   return links;
@@ -60,14 +58,15 @@ std::vector<Link> traceBack(const std::map<const Relation*, Link>& arrivedBy, co
 
 std::optional<std::vector<Link>> findPath(const Schema& schema, const Relation& from, const Relation& to,
                                           Direction direction) {
+  const std::vector<Link> links = allLinks(schema, direction);
   std::map<const Relation*, Link> arrivedBy;
   std::deque<const Relation*> reached{&from};
   while (!reached.empty()) {
     const Relation& at = *reached.front();
     reached.pop_front();
     if (&at == &to) return traceBack(arrivedBy, from, to);
-    for (const Link& link : linksOf(schema, at, direction)) {
-      if (link.to != &from && arrivedBy.emplace(link.to, link).second) reached.push_back(link.to);
+    for (const Link& link : links) {
+      if (link.from == &at && link.to != &from && arrivedBy.emplace(link.to, link).second) reached.push_back(link.to);
     }
   }
   return std::nullopt;
