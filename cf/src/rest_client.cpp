@@ -14,8 +14,8 @@ namespace {
 
 class RestClient final : public ICSRestClient {
  public:
-  RestClient(const CMRestGlobalSettings& settings, const CMRestSession* session)
-      : settings_(settings), session_(session) {}
+  RestClient(CMRestGlobalSettings settings, const CMRestSession* session)
+      : settings_(std::move(settings)), session_(session) {}
 
   std::int32_t executeGet(const CMRestGetRequest& request, CMRestResourceResponse** response) override {
     return execute(RestMethod::Get, request, nullptr, response);

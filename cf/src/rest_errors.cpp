@@ -3,7 +3,8 @@
 #include <cf/app.h>
 
 #include <algorithm>
-#include <iterator>
+#include <array>
+#include <span>
 #include <string_view>
 
 namespace {
@@ -14,7 +15,7 @@ struct CodeText {
 };
 
 // The registered reason phrases (IANA, HTTP Status Code Registry). A server's own phrase may hold anything.
-constexpr CodeText kReasons[] = {
+constexpr auto kReasons = std::to_array<CodeText>({
     {100, "Continue"},
     {101, "Switching Protocols"},
     {102, "Processing"},
@@ -77,11 +78,11 @@ constexpr CodeText kReasons[] = {
     {508, "Loop Detected"},
     {510, "Not Extended"},
     {511, "Network Authentication Required"},
-};
+});
 
 constexpr CodeText toRow(CFRestError error, std::string_view text) { return {static_cast<std::int32_t>(error), text}; }
 
-constexpr CodeText kTitles[] = {
+constexpr auto kTitles = std::to_array<CodeText>({
     toRow(CFRestError::None, ""),
     toRow(CFRestError::BadRequest, "The request can't be sent"),
     toRow(CFRestError::HostNotFound, "Host not found"),
@@ -94,13 +95,11 @@ constexpr CodeText kTitles[] = {
     toRow(CFRestError::ProxyRefused, "Proxy refused the connection"),
     toRow(CFRestError::Cancelled, "Cancelled"),
     toRow(CFRestError::Failed, "Request failed"),
-};
+});
 
-template <std::size_t kSize>
-const CodeText* findRow(const CodeText (&rows)[kSize], std::int32_t code) {
-  const auto* const found =
-      std::find_if(std::begin(rows), std::end(rows), [&](const CodeText& row) { return row.code == code; });
-  return found == std::end(rows) ? nullptr : found;
+const CodeText* findRow(std::span<const CodeText> rows, std::int32_t code) {
+  const auto found = std::find_if(rows.begin(), rows.end(), [&](const CodeText& row) { return row.code == code; });
+  return found == rows.end() ? nullptr : &*found;
 }
 
 std::string describeStatus(std::int32_t status) {

@@ -5,8 +5,8 @@
 #include <cf/text.h>
 
 #include <algorithm>
+#include <array>
 #include <chrono>
-#include <iterator>
 #include <new>
 #include <string_view>
 #include <system_error>
@@ -28,7 +28,8 @@ constexpr std::string_view kNotHTTP = "{} did not answer in HTTP";
 constexpr std::string_view kNotTrusted = "The certificate of {} can't be trusted";
 constexpr std::string_view kNotSecure = "No secure connection to {}";
 
-constexpr Wording kWordings[] = {
+constexpr auto kWordings = std::to_array<Wording>({
+    {CURLE_URL_MALFORMAT, CFRestError::BadRequest, "The host name {host} can't be used"},  // no internationalised name
     {CURLE_COULDNT_RESOLVE_HOST, CFRestError::HostNotFound, "Could not find the host {host}"},
     {CURLE_COULDNT_RESOLVE_PROXY, CFRestError::HostNotFound, "Could not find {host}"},
     {CURLE_COULDNT_CONNECT, CFRestError::CouldNotConnect, "Could not connect to {}", Detail::System},
@@ -46,14 +47,14 @@ constexpr Wording kWordings[] = {
     {CURLE_WEIRD_SERVER_REPLY, CFRestError::NotHTTP, kNotHTTP},
     {CURLE_BAD_CONTENT_ENCODING, CFRestError::NotHTTP, "The compressed reply from {} can't be read"},
     {CURLE_PROXY, CFRestError::ProxyRefused, "{} refused the connection"},
-};
+});
 
 constexpr Wording kOther{CURLE_OK, CFRestError::Failed, "The request to {} failed", Detail::Library};
 
 const Wording& findWording(CURLcode code) {
   const auto* const found =
-      std::find_if(std::begin(kWordings), std::end(kWordings), [&](const Wording& row) { return row.code == code; });
-  return found == std::end(kWordings) ? kOther : *found;
+      std::find_if(kWordings.begin(), kWordings.end(), [&](const Wording& row) { return row.code == code; });
+  return found == kWordings.end() ? kOther : *found;
 }
 
 long obtainNumber(CURL* easy, CURLINFO info) {
@@ -105,7 +106,7 @@ std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, cons
       return number == 0 ? "" : plainTextWithin(std::system_category().message(static_cast<int>(number)));
     }
     case Detail::Certificate:
-      if (reply.errorText[0] != '\0') return obtainCertificateDetail(reply.errorText);
+      if (reply.errorText[0] != '\0') return obtainCertificateDetail(reply.errorText.data());
       break;
     case Detail::Library:
       break;

@@ -139,7 +139,7 @@ void setCallbacks(Options& options, RestReply& reply) {
   options.set(CURLOPT_HEADERFUNCTION, &takeHeader);
   options.set(CURLOPT_HEADERDATA, &reply);
   options.set(CURLOPT_SOCKOPTFUNCTION, &prepareRestSocket);
-  options.set(CURLOPT_ERRORBUFFER, reply.errorText);
+  options.set(CURLOPT_ERRORBUFFER, reply.errorText.data());
 }
 
 void appendLine(HeaderList& list, const std::string& line) {

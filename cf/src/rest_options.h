@@ -7,6 +7,7 @@
 
 #include <curl/curl.h>
 
+#include <array>
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -34,7 +35,7 @@ struct RestReply {
   bool headersEnded = false;  // the empty line after the header fields came
   bool tooLarge = false;
   bool outOfMemory = false;
-  char errorText[CURL_ERROR_SIZE] = {};  // never a verdict: libcurl may fill it in success
+  std::array<char, CURL_ERROR_SIZE> errorText{};  // never a verdict: libcurl may fill it in success
 };
 
 /// Fills the plan's address, proxy and headers.

@@ -26,8 +26,8 @@ class RestTransport {
  public:
   RestTransport();  // throws std::bad_alloc when libcurl can't make its handles
 
-  /// A handle for one request. A new one each time: curl_easy_reset leaves half of the defaults unset when memory
-  /// runs out (a read buffer of no size, headers for the server shown to the proxy), and doesn't tell.
+  /// A handle for one request. A new one each time: curl_easy_reset leaves defaults unset when memory runs out, and
+  /// doesn't tell; the next reply was then written past a read buffer of no size.
   EasyHandle makeEasy() const;
   CURLM* getMulti() const noexcept { return multi_.get(); }
 

@@ -38,6 +38,7 @@ INSTANTIATE_TEST_SUITE_P(
         AddressCase{"delete_character", "http://127.0.0.1/\x7f", kControl},
         AddressCase{"port_too_high", "http://127.0.0.1:99999/",
                     "The address can't be used: port number was not a decimal number between 0 and 65535"},
+        AddressCase{"host_not_utf8", "http://a\xff.example/", "The host name a\xEF\xBF\xBD.example can't be used"},
         AddressCase{"no_host", "http:///", "The address can't be used: no host part in the URL"}),
     [](const auto& row) { return std::string(row.param.name); });
 
