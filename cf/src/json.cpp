@@ -56,7 +56,7 @@ const COJsonValue* COJsonValue::obtainJsonValue(std::string_view key) const noex
   if (type_ != JsonType::Object) return nullptr;
   const COJsonValue* found = nullptr;
   std::size_t remaining = size_;
-  for (const Block* block = children_; remaining != 0; block = block->next) {
+  for (const Block* block = content_.children; remaining != 0; block = block->next) {
     const std::size_t count = std::min(remaining, block->capacity);
     remaining -= count;
     for (const COJsonValue* child = block->values() + count; child != block->values();) {
@@ -82,18 +82,18 @@ std::size_t COJsonValue::obtainArraySize() const noexcept { return type_ == Json
 
 const COJsonValue* COJsonValue::obtainArrayItem(std::size_t index) const noexcept {
   if (index >= obtainArraySize()) return nullptr;
-  const Block* block = children_;
+  const Block* block = content_.children;
   for (; index >= block->capacity; block = block->next) index -= block->capacity;
   return block->values() + index;
 }
 
 std::string_view COJsonValue::obtainString() const noexcept {
-  return type_ == JsonType::String ? std::string_view(text_, size_) : std::string_view();
+  return type_ == JsonType::String ? std::string_view(content_.text, size_) : std::string_view();
 }
 
-double COJsonValue::obtainNumber() const noexcept { return type_ == JsonType::Number ? number_ : 0.0; }
+double COJsonValue::obtainNumber() const noexcept { return type_ == JsonType::Number ? content_.number : 0.0; }
 
-bool COJsonValue::obtainBool() const noexcept { return type_ == JsonType::Bool && bool_; }
+bool COJsonValue::obtainBool() const noexcept { return type_ == JsonType::Bool && content_.boolean; }
 
 COJsonValue* COJsonValue::addKeyValue(std::string_view key) {
   const char* const copy = arena_->copyText(key);
@@ -111,7 +111,7 @@ COJsonValue* COJsonValue::addArrayItem() {
 }
 
 COJsonValue* COJsonAccess::addChild(COJsonValue& container) {
-  Block** link = &container.children_;
+  Block** link = &container.content_.children;
   std::size_t index = container.size_;
   std::size_t capacity = kFirstBlockCapacity;
   for (; *link != nullptr && index >= (*link)->capacity; link = &(*link)->next) {
@@ -125,23 +125,7 @@ COJsonValue* COJsonAccess::addChild(COJsonValue& container) {
 }
 
 void COJsonAccess::takeContent(COJsonValue& target, COJsonValue& source) noexcept {
-  switch (source.type_) {
-    case JsonType::Null:
-      break;
-    case JsonType::Object:
-    case JsonType::Array:
-      target.children_ = source.children_;
-      break;
-    case JsonType::String:
-      target.text_ = source.text_;
-      break;
-    case JsonType::Number:
-      target.number_ = source.number_;
-      break;
-    case JsonType::Bool:
-      target.bool_ = source.bool_;
-      break;
-  }
+  target.content_ = source.content_;
   target.type_ = source.type_;
   target.size_ = source.size_;
   target.integer_ = source.integer_;
@@ -160,13 +144,13 @@ void COJsonValue::setNull() noexcept {
 void COJsonValue::setBool(bool value) noexcept {
   setNull();
   type_ = JsonType::Bool;
-  bool_ = value;
+  content_.boolean = value;
 }
 
 void COJsonValue::setNumber(double value) noexcept {
   setNull();
   type_ = JsonType::Number;
-  number_ = value;
+  content_.number = value;
 }
 
 void COJsonValue::setInteger(std::int64_t value) noexcept {
@@ -180,7 +164,7 @@ void COJsonValue::setStringReference(std::string_view text) {
   if (!hasTextSize(text)) throw std::length_error("text too long for JSON");
   setNull();
   type_ = JsonType::String;
-  text_ = text.data();
+  content_.text = text.data();
   size_ = static_cast<std::uint32_t>(text.size());
   arena_->jsonSize += text.size();
 }
@@ -188,13 +172,13 @@ void COJsonValue::setStringReference(std::string_view text) {
 void COJsonValue::setObject() noexcept {
   setNull();
   type_ = JsonType::Object;
-  children_ = nullptr;
+  content_.children = nullptr;
 }
 
 void COJsonValue::setArray() noexcept {
   setNull();
   type_ = JsonType::Array;
-  children_ = nullptr;
+  content_.children = nullptr;
 }
 
 COJson::COJson() : COJsonValue(std::make_unique<Arena>().release()), owner_(arena_) { arena_->top = this; }

@@ -55,7 +55,7 @@ struct COJsonAccess {
 
   static Arena& arena(const COJsonValue& value) noexcept { return *value.arena_; }
   static const Block* children(const COJsonValue& value) noexcept {
-    return value.size_ != 0 ? value.children_ : nullptr;
+    return value.size_ != 0 ? value.content_.children : nullptr;
   }
   static std::uint32_t size(const COJsonValue& value) noexcept { return value.size_; }
   static std::string_view key(const COJsonValue& value) noexcept { return {value.key_, value.keySize_}; }

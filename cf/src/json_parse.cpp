@@ -109,21 +109,21 @@ class COJsonAccess::TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictU
   }
 
   bool Bool(bool value) {
-    add(JsonType::Bool).boolean = value;
+    add(JsonType::Bool).content.boolean = value;
     return true;
   }
 
   bool RawNumber(const char* text, SizeType size, bool /*copy*/) {
     const std::string_view number(text, size);
     ParsedValue& value = add(JsonType::Number);
-    value.number = cfTextToNumber(number).value_or(0.0);
+    value.content.number = cfTextToNumber(number).value_or(0.0);
     value.integer = isIntegerText(number);
     return true;
   }
 
   bool String(const char* text, SizeType size, bool /*copy*/) {
     ParsedValue& value = add(JsonType::String);
-    value.text = text;
+    value.content.text = text;
     value.size = size;
     return true;
   }
@@ -144,12 +144,7 @@ class COJsonAccess::TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictU
  private:
   struct ParsedValue {
     std::string_view key;
-    union {
-      double number = 0.0;
-      const char* text;
-      Block* children;
-      bool boolean;
-    };
+    COJsonValue::Content content;
     std::uint32_t size = 0;
     JsonType type = JsonType::Null;
     bool integer = false;
@@ -163,7 +158,7 @@ class COJsonAccess::TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictU
   }
 
   bool start(JsonType type) {
-    add(type).children = nullptr;
+    add(type).content.children = nullptr;
     return ++depth_ <= kMaxJsonDepth;
   }
 
@@ -177,29 +172,13 @@ class COJsonAccess::TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictU
       assign(*::new (value) COJsonValue(&arena_), *child);
     }
     pending_.erase(first, pending_.end());
-    pending_.back().children = block;
+    pending_.back().content.children = block;
     pending_.back().size = count;
     return true;
   }
 
   static void assign(COJsonValue& value, const ParsedValue& parsed) {
-    switch (parsed.type) {
-      case JsonType::Null:
-        break;
-      case JsonType::Object:
-      case JsonType::Array:
-        value.children_ = parsed.children;
-        break;
-      case JsonType::String:
-        value.text_ = parsed.text;
-        break;
-      case JsonType::Number:
-        value.number_ = parsed.number;
-        break;
-      case JsonType::Bool:
-        value.bool_ = parsed.boolean;
-        break;
-    }
+    value.content_ = parsed.content;
     value.key_ = parsed.key.data();
     value.keySize_ = static_cast<std::uint32_t>(parsed.key.size());
     value.size_ = parsed.size;

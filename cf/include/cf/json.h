@@ -76,12 +76,13 @@ class COJsonValue {
   ~COJsonValue() = default;
 
   Arena* arena_;  // where texts and further values go; never null but in a moved-from document
-  union {
-    double number_ = 0.0;
-    const char* text_;
-    Block* children_;  // a chain of blocks of growing size, so that values keep their addresses; null when empty
-    bool bool_;
+  union Content {
+    double number = 0.0;
+    const char* text;
+    Block* children;  // a chain of blocks of growing size, so that values keep their addresses; null when empty
+    bool boolean;
   };
+  Content content_;
   const char* key_ = nullptr;
   std::uint32_t keySize_ = 0;
   std::uint32_t size_ = 0;  // bytes of the text, or number of children
