@@ -125,12 +125,14 @@ enum QAIAssistantType : std::int32_t {
 /// What the host callback gets to translate one text.
 struct QAICallbackLocalizationInfo {
   const char* text = nullptr;  // to be translated; NUL-terminated; valid only during the call
-  char buffer[1024] = {};      // for the translation: at most 1023 bytes and a NUL; left empty, `text` stays as it is
+  // NOLINTNEXTLINE(modernize-avoid-c-arrays): a plain record for hosts in any language
+  char buffer[1024] = {};  // for the translation: at most 1023 bytes and a NUL; left empty, `text` stays as it is
 
   QAICallbackLocalizationInfo() = default;
   QAICallbackLocalizationInfo(const QAICallbackLocalizationInfo&) = default;
   /// Both copy the pointer and the whole buffer.
   QAI_API QAICallbackLocalizationInfo& operator=(const QAICallbackLocalizationInfo& other);
+  // NOLINTNEXTLINE(performance-noexcept-move-constructor): an exported signature, and it moves nothing
   QAI_API QAICallbackLocalizationInfo& operator=(QAICallbackLocalizationInfo&& other);
 };
 

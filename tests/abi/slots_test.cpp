@@ -69,7 +69,7 @@ constexpr const char* kWhy = " moved: hosts built earlier call by slot number an
 template <class Operation, class Interface>
 Operation atSlot(const Interface& object, std::size_t slot) {
   const void* const* table = nullptr;
-  std::memcpy(&table, &object, sizeof table);
+  std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
   const void* entry = table[kDestructorEntries + slot - 1];
   Operation operation = nullptr;
   static_assert(sizeof operation == sizeof entry);
