@@ -13,10 +13,13 @@ void addMessage(COJsonValue& messages, std::string_view role, std::string_view c
   message->addKeyValue("content")->setStringReference(content);
 }
 
-bool isModel(const ICOJsonValue* id, const ICOJsonValue* object) {
-  return cfHasJsonType(id, JsonType::String) && cfHasJsonType(object, JsonType::String) &&
+bool isModel(const ICOJsonValue& entry) {
+  const ICOJsonValue* object = entry.obtainJsonValue("object");
+  return cfHasJsonType(entry.obtainJsonValue("id"), JsonType::String) && cfHasJsonType(object, JsonType::String) &&
          object->obtainString() == "model";
 }
+
+std::string idOf(const ICOJsonValue& model) { return std::string(model.obtainJsonValue("id")->obtainString()); }
 
 }  // namespace
 
@@ -54,15 +57,22 @@ std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {
   return text;
 }
 
+std::vector<std::string> completions::readModels(const ICOJsonValue& list) {
+  std::vector<std::string> models;
+  for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
+    const ICOJsonValue& model = *list.obtainArrayItem(i);
+    if (isModel(model)) models.push_back(idOf(model));
+  }
+  return models;
+}
+
 std::vector<std::string> completions::readModelsByCreated(const ICOJsonValue& list) {
   std::multimap<std::int32_t, std::string, std::greater<>> byCreated;
   for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
-    const ICOJsonValue* model = list.obtainArrayItem(i);
-    const ICOJsonValue* id = model->obtainJsonValue("id");
-    const ICOJsonValue* object = model->obtainJsonValue("object");
-    const ICOJsonValue* created = model->obtainJsonValue("created");
-    if (isModel(id, object) && cfHasJsonType(created, JsonType::Number))
-      byCreated.emplace(createdAsInt32(created->obtainNumber()), id->obtainString());
+    const ICOJsonValue& model = *list.obtainArrayItem(i);
+    const ICOJsonValue* created = model.obtainJsonValue("created");
+    if (!isModel(model) || !cfHasJsonType(created, JsonType::Number)) continue;
+    byCreated.emplace(createdAsInt32(created->obtainNumber()), idOf(model));
   }
   std::vector<std::string> models;
   models.reserve(byCreated.size());

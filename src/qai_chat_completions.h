@@ -24,6 +24,9 @@ bool isByAssistant(const ICOJsonValue& message);
 /// The texts of all choices by the assistant, with nothing between them; nothing when there is no array "choices".
 std::optional<std::string> readReply(const ICOJsonValue& reply);
 
+/// The identifiers of a model list in its order.
+std::vector<std::string> readModels(const ICOJsonValue& list);
+
 /// The identifiers of a model list, the newest first; models of the same second keep their order.
 std::vector<std::string> readModelsByCreated(const ICOJsonValue& list);
 

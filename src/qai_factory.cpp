@@ -1,4 +1,7 @@
 // Picks the provider class for a type.
+#include "qai_session_deepseek.h"
+#include "qai_session_google.h"
+#include "qai_session_ollama.h"
 #include "qai_session_openai_v1.h"
 
 #include <qai.h>
@@ -8,6 +11,12 @@ IQAIAssistant* QAICreateAssistant(QAIAssistantType type, ICSHTTPPoolCenter* pool
   switch (type) {
     case OPENAI_v1:
       return new QAIAssistant_OPENAI_v1(pool, apiHost, apiKey);
+    case GOOGLE:
+      return new QAIAssistant_GOOGLE(pool, apiHost, apiKey);
+    case DEEPSEEK:
+      return new QAIAssistant_DEEPSEEK(pool, apiHost, apiKey);
+    case OLLAMA:
+      return new QAIAssistant_OLLAMA(pool, apiHost, apiKey);
     default:
       return nullptr;
   }

@@ -1,0 +1,100 @@
+#include "qai_session_google.h"
+
+#include "qai_assistant_properties.h"
+
+namespace {
+
+constexpr std::string_view kModelPrefix = "models/";
+
+/// Whether `methods` is an array that holds "generateContent".
+bool canGenerate(const ICOJsonValue* methods) {
+  if (!cfHasJsonType(methods, JsonType::Array)) return false;
+  for (std::size_t i = 0; i < methods->obtainArraySize(); ++i) {
+    if (methods->obtainArrayItem(i)->obtainString() == "generateContent") return true;
+  }
+  return false;
+}
+
+std::vector<std::string> readModels(const ICOJsonValue& list) {
+  std::vector<std::string> models;
+  for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
+    const ICOJsonValue* model = list.obtainArrayItem(i);
+    const ICOJsonValue* name = model->obtainJsonValue("name");
+    if (!cfHasJsonType(name, JsonType::String) || !canGenerate(model->obtainJsonValue("supportedGenerationMethods")))
+      continue;
+    std::string_view id = name->obtainString();
+    if (id.starts_with(kModelPrefix)) id.remove_prefix(kModelPrefix.size());
+    models.emplace_back(id);
+  }
+  return models;
+}
+
+/// {"parts": [{"text": text}]}, behind the "role" when there is one.
+void addText(COJsonValue& content, std::string_view text) {
+  content.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setStringReference(text);
+}
+
+void addContent(COJsonValue& contents, std::string_view role, std::string_view text) {
+  COJsonValue* content = contents.addArrayItem();
+  content->addKeyValue("role")->setStringReference(role);
+  addText(*content, text);
+}
+
+void writeBody(COJson& body, const ChatTurn& turn) {
+  if (turn.settings.assignedKeys.contains("temperature")) {
+    body.addKeyValue("generationConfig")->addKeyValue("temperature")->setNumber(turn.settings.temperature);
+  }
+  if (!turn.instructions.empty()) addText(*body.addKeyValue("system_instruction"), turn.instructions);
+  COJsonValue* contents = body.addKeyValue("contents");
+  for (const auto& entry : turn.history) {
+    addContent(*contents, entry->isByAssistant() ? "model" : "user", entry->firstText());
+  }
+  addContent(*contents, "user", turn.text);
+}
+
+void appendParts(std::string& text, const ICOJsonValue* content) {
+  if (content == nullptr) return;
+  const ICOJsonValue* role = content->obtainJsonValue("role");
+  const ICOJsonValue* parts = content->obtainJsonValue("parts");
+  if (!cfHasJsonType(role, JsonType::String) || role->obtainString() != "model" ||
+      !cfHasJsonType(parts, JsonType::Array))
+    return;
+  for (std::size_t i = 0; i < parts->obtainArraySize(); ++i) {
+    const ICOJsonValue* part = parts->obtainArrayItem(i)->obtainJsonValue("text");
+    if (cfHasJsonType(part, JsonType::String)) text += part->obtainString();
+  }
+}
+
+std::optional<std::string> readReply(const ICOJsonValue& reply) {
+  const ICOJsonValue* candidates = reply.obtainJsonValue("candidates");
+  if (!cfHasJsonType(candidates, JsonType::Array)) return std::nullopt;
+  std::string text;
+  for (std::size_t i = 0; i < candidates->obtainArraySize(); ++i) {
+    appendParts(text, candidates->obtainArrayItem(i)->obtainJsonValue("content"));
+  }
+  return text;
+}
+
+}  // namespace
+
+// https://ai.google.dev/api/generate-content and https://ai.google.dev/api/models
+constinit const ChatDialect kGoogle{
+    .defaultHost = "generativelanguage.googleapis.com",
+    .instructionsRole = "",  // they have a member of their own
+    .bearerKey = false,
+    .queryKey = true,
+    .sharesPool = true,
+    .modelsPath = {"v1beta", "models"},
+    .modelsMember = "models",
+    .modelsNoJsonText = "Invalid response",
+    .modelsLabel = ": g/v1beta/models",
+    .chatPath = {"v1beta", "models", "{model}:generateContent"},
+    .noModelLabel = ": p/v1beta/models/generateContent",
+    .noJsonLabel = ": p/v1beta/models/{model}:generateContent",
+    .formatLabel = ": p/v1beta/models/{model}:generateContent",
+    .readModels = readModels,
+    .writeBody = writeBody,
+    .readReply = readReply,
+    .file = __FILE__,
+    .line = __LINE__,
+};

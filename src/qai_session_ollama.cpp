@@ -1,0 +1,56 @@
+#include "qai_session_ollama.h"
+
+#include "qai_assistant_properties.h"
+#include "qai_chat_completions.h"
+
+namespace {
+
+std::vector<std::string> readModels(const ICOJsonValue& list) {
+  std::vector<std::string> models;
+  for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
+    const ICOJsonValue* name = list.obtainArrayItem(i)->obtainJsonValue("name");
+    if (cfHasJsonType(name, JsonType::String)) models.emplace_back(name->obtainString());
+  }
+  return models;
+}
+
+void writeBody(COJson& body, const ChatTurn& turn) {
+  body.addKeyValue("model")->setStringReference(turn.settings.model);
+  body.addKeyValue("stream")->setBool(false);
+  if (turn.settings.assignedKeys.contains("temperature")) {
+    body.addKeyValue("options")->addKeyValue("temperature")->setNumber(turn.settings.temperature);
+  }
+  completions::writeMessages(*body.addKeyValue("messages"), turn);
+}
+
+std::optional<std::string> readReply(const ICOJsonValue& reply) {
+  const ICOJsonValue* message = reply.obtainJsonValue("message");
+  if (!cfHasJsonType(message, JsonType::Object)) return std::nullopt;
+  const ICOJsonValue* content = message->obtainJsonValue("content");
+  if (!cfHasJsonType(content, JsonType::String)) return std::nullopt;
+  return completions::isByAssistant(*message) ? std::string(content->obtainString()) : std::string();
+}
+
+}  // namespace
+
+// https://github.com/ollama/ollama/blob/main/docs/api.md
+constinit const ChatDialect kOllama{
+    .defaultHost = "localhost:11434",
+    .instructionsRole = "system",
+    .bearerKey = false,
+    .queryKey = false,
+    .sharesPool = false,
+    .modelsPath = {"api", "tags"},
+    .modelsMember = "models",
+    .modelsNoJsonText = "Invalid response",
+    .modelsLabel = ": g/api/tags",
+    .chatPath = {"api", "chat"},
+    .noModelLabel = ": p/api/chat",
+    .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
+    .formatLabel = ": p/api/chat",
+    .readModels = readModels,
+    .writeBody = writeBody,
+    .readReply = readReply,
+    .file = __FILE__,
+    .line = __LINE__,
+};

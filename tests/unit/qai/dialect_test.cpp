@@ -1,0 +1,72 @@
+// The whole request body of each service, to the byte, without any I/O.
+#include "qai_assistant_properties.h"
+#include "qai_session_deepseek.h"
+#include "qai_session_google.h"
+#include "qai_session_ollama.h"
+#include "qai_session_openai_v1.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+struct BodyCase {
+  const char* name;
+  const ChatDialect& dialect;
+  bool everything;  // instructions, temperature and history, or nothing but the text
+  const char* body;
+};
+void PrintTo(const BodyCase& row, std::ostream* out) { *out << row.name; }
+
+class DialectBody : public testing::TestWithParam<BodyCase> {};
+
+TEST_P(DialectBody, IsWrittenToTheByte) {
+  const BodyCase& row = GetParam();
+  QAIAssistantProperties settings;
+  settings.model = "m";
+  settings.temperature = 0.5;
+  ChatHistory history;
+  if (row.everything) {
+    settings.assignedKeys.insert("temperature");
+    history.push_back(std::make_unique<QAIMessage>(0, "q1"));
+    history.push_back(std::make_unique<QAIMessage>(1, "a1"));
+  }
+  const std::string_view instructions = row.everything ? "I" : "";
+  COJson body;
+  row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history, "q2"});
+  EXPECT_EQ(body.obtainJsonString(), row.body);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Services, DialectBody,
+    testing::Values(
+        BodyCase{"openai", kOpenAI, false, R"({"model":"m","messages":[{"role":"user","content":"q2"}]})"},
+        BodyCase{
+            "openai_everything", kOpenAI, true,
+            R"({"model":"m","temperature":0.5,"messages":[{"role":"developer","content":"I"},)"
+            R"({"role":"user","content":"q1"},{"role":"assistant","content":"a1"},{"role":"user","content":"q2"}]})"},
+        BodyCase{"deepseek", kDeepSeek, false, R"({"model":"m","messages":[{"role":"user","content":"q2"}]})"},
+        BodyCase{
+            "deepseek_everything", kDeepSeek, true,
+            R"({"model":"m","temperature":0.5,"messages":[{"role":"system","content":"I"},)"
+            R"({"role":"user","content":"q1"},{"role":"assistant","content":"a1"},{"role":"user","content":"q2"}]})"},
+        BodyCase{"ollama", kOllama, false,
+                 R"({"model":"m","stream":false,"messages":[{"role":"user","content":"q2"}]})"},
+        BodyCase{
+            "ollama_everything", kOllama, true,
+            R"({"model":"m","stream":false,"options":{"temperature":0.5},"messages":[{"role":"system","content":"I"},)"
+            R"({"role":"user","content":"q1"},{"role":"assistant","content":"a1"},{"role":"user","content":"q2"}]})"},
+        BodyCase{"google", kGoogle, false, R"({"contents":[{"role":"user","parts":[{"text":"q2"}]}]})"},
+        BodyCase{"google_everything", kGoogle, true,
+                 R"({"generationConfig":{"temperature":0.5},"system_instruction":{"parts":[{"text":"I"}]},)"
+                 R"("contents":[{"role":"user","parts":[{"text":"q1"}]},{"role":"model","parts":[{"text":"a1"}]},)"
+                 R"({"role":"user","parts":[{"text":"q2"}]}]})"}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+TEST(Dialects, EachSessionNamesItsOwnFile) {
+  EXPECT_NE(std::string(kOpenAI.file).find("qai_session_openai_v1"), std::string::npos);
+  EXPECT_NE(std::string(kDeepSeek.file).find("qai_session_deepseek"), std::string::npos);
+  EXPECT_NE(std::string(kOllama.file).find("qai_session_ollama"), std::string::npos);
+  EXPECT_NE(std::string(kGoogle.file).find("qai_session_google"), std::string::npos);
+}
+
+}  // namespace
