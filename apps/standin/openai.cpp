@@ -1,138 +1,96 @@
-#include "openai.h"
-
-#include "openai_checks.h"
-#include "rules.h"
-
-#include <cf/json.h>
+#include "completions.h"
+#include "services.h"
 
 #include <array>
-#include <atomic>
-#include <chrono>
-#include <cstdint>
-#include <sstream>
-#include <utility>
 
 namespace standin {
 namespace {
 
-/// What a chat request asks: the instructions, the conversation so far and the question at its end.
-struct Conversation {
-  std::string instructions;
-  std::vector<Turn> history;
-  std::string question;
+constexpr std::array kModels{
+    CompletionModel{.id = "standin-small", .created = 1735689600},
+    CompletionModel{.id = "standin-large", .created = 1751328000},
+    CompletionModel{.id = "standin-reasoner", .created = 1743465600, .fixedTemperature = true},
 };
 
-Conversation readConversation(const COJsonValue& messages) {
-  Conversation conversation;
-  for (std::size_t i = 0; i < messages.obtainArraySize(); ++i) {
-    const COJsonValue* message = messages.obtainArrayItem(i);
-    const std::string_view role = message->obtainJsonValue("role")->obtainString();
-    const std::string text(message->obtainJsonValue("content")->obtainString());
-    if (role == "developer" || role == "system") conversation.instructions += text + "\n";
-    if (role == "user" || role == "assistant") conversation.history.push_back({role == "user", text});
-  }
-  if (!conversation.history.empty() && conversation.history.back().fromUser) {
-    conversation.question = std::move(conversation.history.back().text);
-    conversation.history.pop_back();
-  }
-  return conversation;
+constexpr std::array kRoles{
+    Role{"system", Speaker::Instructions}, Role{"assistant", Speaker::Assistant},
+    Role{"user", Speaker::User},           Role{"function", Speaker::Other},
+    Role{"tool", Speaker::Other},          Role{"developer", Speaker::Instructions},
+};
+
+constexpr Wordings kWordings{
+    .noKey = {.status = 401,
+              .text = "You didn't provide an API key. You need to provide your API key in an Authorization header "
+                      "using Bearer auth (i.e. Authorization: Bearer YOUR_KEY). You can obtain an API key from "
+                      "https://platform.openai.com/account/api-keys."},
+    .wrongKey = {401, "invalid_api_key",
+                 "Incorrect API key provided: {value}. You can find your API key at "
+                 "https://platform.openai.com/account/api-keys."},
+    .notJson = {.text = "We could not parse the JSON body of your request. (HINT: This likely means you aren't using "
+                        "your HTTP library correctly. The API expects a JSON payload, but what was sent was not valid "
+                        "JSON.)"},
+    .missing = {400, "missing_required_parameter", "Missing required parameter: '{path}'."},
+    .wrongType = {400, "invalid_type", "Invalid type for '{path}': expected {expected}, but got {found} instead."},
+    .emptyArray = {400, "empty_array",
+                   "Invalid '{path}': empty array. Expected an array with minimum length 1, but got an empty array "
+                   "instead."},
+    .unknownRole = {400, "invalid_value",
+                    "Invalid value: '{value}'. Supported values are: 'system', 'assistant', 'user', 'function', "
+                    "'tool', and 'developer'."},
+    .noModel = {.text = "you must provide a model parameter"},
+    .unknownModel = {404, "model_not_found", "The model `{value}` does not exist or you do not have access to it."},
+    .tooLow = {400, "decimal_below_min_value",
+               "Invalid '{path}': decimal below minimum value. Expected a value >= 0, but got {value} instead."},
+    .tooHigh = {400, "decimal_above_max_value",
+                "Invalid '{path}': decimal above maximum value. Expected a value <= 2, but got {value} instead."},
+    .fixedTemperature = {400, "unsupported_value",
+                         "Unsupported value: '{path}' does not support {value} with this model. Only the default (1) "
+                         "value is supported."},
+    .expected = {"null", "an object", "an array of objects", "a string", "a decimal", "a boolean"},
+    .found = {"null", "an object", "an array", "a string", "a number", "a boolean"},
+};
+
+Reply refuse(const Refusal& refusal) {
+  return sendCompletionsError(refusal.status, {refusal.message, "invalid_request_error", refusal.path, refusal.label});
 }
 
-/// No tokens are counted here, only words.
-std::int64_t countWords(const std::string& text) {
-  std::istringstream words(text);
-  std::int64_t count = 0;
-  for (std::string word; words >> word;) ++count;
-  return count;
-}
-
-std::int64_t countWords(const Conversation& conversation) {
-  std::int64_t count = countWords(conversation.instructions) + countWords(conversation.question);
-  for (const Turn& turn : conversation.history) count += countWords(turn.text);
-  return count;
-}
-
-void fillModel(COJsonValue* value, const OpenaiModel& model) {
-  value->addKeyValue("id")->setString(model.id);
-  value->addKeyValue("object")->setString("model");
-  value->addKeyValue("created")->setInteger(model.created);
-  value->addKeyValue("owned_by")->setString("standin");
-}
-
-void fillUsage(COJsonValue* usage, std::int64_t asked, std::int64_t answered) {
-  usage->addKeyValue("prompt_tokens")->setInteger(asked);
-  usage->addKeyValue("completion_tokens")->setInteger(answered);
-  usage->addKeyValue("total_tokens")->setInteger(asked + answered);
-}
-
-void fillChoice(COJsonValue* choice, const std::string& text) {
-  choice->addKeyValue("index")->setInteger(0);
-  COJsonValue* message = choice->addKeyValue("message");
-  message->addKeyValue("role")->setString("assistant");
-  message->addKeyValue("content")->setString(text);
-  message->addKeyValue("refusal");
-  choice->addKeyValue("finish_reason")->setString("stop");
-}
-
-Reply completeChat(std::string_view model, const Conversation& conversation) {
-  static std::atomic<std::int64_t> lastNumber{0};
-  const std::string answer = answerQuestion(conversation.instructions, conversation.history, conversation.question);
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  COJson document;
-  document.addKeyValue("id")->setString("chatcmpl-standin-" + std::to_string(++lastNumber));
-  document.addKeyValue("object")->setString("chat.completion");
-  document.addKeyValue("created")->setInteger(std::chrono::duration_cast<std::chrono::seconds>(now).count());
-  document.addKeyValue("model")->setString(model);
-  fillChoice(document.addKeyValue("choices")->addArrayItem(), answer);
-  fillUsage(document.addKeyValue("usage"), countWords(conversation), countWords(answer));
-  return {.body = document.obtainJsonString()};
-}
-
-Reply handleModels(const Call& call) {
-  if (const auto refusal = checkKey(call)) return refuse(*refusal);
-  COJson document;
-  document.addKeyValue("object")->setString("list");
-  COJsonValue* data = document.addKeyValue("data");
-  for (const OpenaiModel& model : openaiModels()) fillModel(data->addArrayItem(), model);
-  return {.body = document.obtainJsonString()};
-}
-
-Reply handleModel(const Call& call) {
-  if (const auto refusal = checkKey(call)) return refuse(*refusal);
-  const OpenaiModel* model = findOpenaiModel(call.captured.front());
-  if (model == nullptr) return refuse(unknownModel(call.captured.front()));
-  COJson document;
-  fillModel(&document, *model);
-  return {.body = document.obtainJsonString()};
-}
-
-Reply handleChat(const Call& call) {
-  if (const auto refusal = checkKey(call)) return refuse(*refusal);
-  const COJson body(call.request.body);
-  if (const auto refusal = checkChat(body)) return refuse(*refusal);
-  return completeChat(body.obtainJsonValue("model")->obtainString(),
-                      readConversation(*body.obtainJsonValue("messages")));
-}
-
-Reply handleUnknownPath(const Call& call) {
-  return refuse({404, "Invalid URL (" + call.request.method + " " + call.request.path + ")"});
-}
-
-Reply handleWrongMethod(const Call& call) {
-  return refuse({405, "Not allowed to " + call.request.method + " on " + call.request.path +
-                          ". (HINT: Perhaps you meant to use a different HTTP method?)"});
-}
+constexpr CompletionsDialect kDialect{
+    .models = kModels,
+    .owner = "standin",
+    .roles = kRoles,
+    .idPrefix = "chatcmpl-standin-",
+    .opening = "",
+    .tellsRefusal = true,
+    .keyMask = {.head = 5, .stars = "***", .tail = 2},
+    .wordings = kWordings,
+    .refuse = refuse,
+};
 
 constexpr std::array kRoutes{
-    Route{"GET", "/v1/models", handleModels},
-    Route{"GET", "/v1/models/*", handleModel},
-    Route{"POST", "/v1/chat/completions", handleChat},
+    Route{"GET", "/v1/models", [](const Call&) { return listModels(kDialect); }},
+    Route{"GET", "/v1/models/*", [](const Call& call) { return tellModel(call.captured.front(), kDialect); }},
+    Route{"POST", "/v1/chat/completions", [](const Call& call) { return completeChat(call, kDialect); }},
 };
+
+Reply refuseUnknownPath(const Call& call) {
+  return refuse({404, "", "Invalid URL (" + call.request.method + " " + call.request.path + ")", ""});
+}
+
+Reply refuseWrongMethod(const Call& call) {
+  return refuse({405, "",
+                 "Not allowed to " + call.request.method + " on " + call.request.path +
+                     ". (HINT: Perhaps you meant to use a different HTTP method?)",
+                 ""});
+}
 
 }  // namespace
 
 Service openaiService() {
-  return {.routes = kRoutes, .unknownPath = handleUnknownPath, .wrongMethod = handleWrongMethod};
+  return {.home = "/v1/",
+          .routes = kRoutes,
+          .admit = [](const Call& call) { return admitByBearerKey(call, kDialect); },
+          .unknownPath = refuseUnknownPath,
+          .wrongMethod = refuseWrongMethod};
 }
 
 }  // namespace standin

@@ -1,8 +1,9 @@
 #include "protocol.h"
 
-#include "openai.h"
 #include "request.h"
+#include "services.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <utility>
@@ -30,10 +31,16 @@ std::optional<std::vector<std::string>> matchPath(std::string_view pattern, std:
   return captured;
 }
 
+const Service& findHome(std::span<const Service> services, std::string_view path) {
+  const auto found = std::find_if(services.begin(), services.end(),
+                                  [&](const Service& service) { return path.starts_with(service.home); });
+  return found == services.end() ? services.front() : *found;
+}
+
 }  // namespace
 
 Reply answerRequest(const Request& request, const std::string& apiKey) {
-  const std::array<Service, 1> services{openaiService()};
+  const std::array services{openaiService(), deepseekService(), ollamaService(), geminiService()};
   Call call{.request = request, .apiKey = apiKey, .captured = {}};
   const Service* known = nullptr;
   for (const Service& service : services) {
@@ -43,10 +50,11 @@ Reply answerRequest(const Request& request, const std::string& apiKey) {
       known = &service;
       if (route.method != request.method) continue;
       call.captured = std::move(*captured);
+      if (auto refusal = service.admit(call)) return std::move(*refusal);
       return route.handler(call);
     }
   }
-  return known != nullptr ? known->wrongMethod(call) : services.front().unknownPath(call);
+  return known != nullptr ? known->wrongMethod(call) : findHome(services, request.path).unknownPath(call);
 }
 
 }  // namespace standin

@@ -3,6 +3,7 @@
 
 #include "standin.h"
 
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -32,12 +33,15 @@ struct Route {
 };
 
 struct Service {
+  std::string_view home;  // how the paths begin that are this service's even without a route
   std::span<const Route> routes;
+  std::optional<Reply> (*admit)(const Call&);  // asked ahead of a route: nothing, or a refusal
   Handler unknownPath;
   Handler wrongMethod;
 };
 
-/// The usual answer to `request`: by the service that has a route for it, else by the first service.
+/// The usual answer to `request`: by the service that has a route for it, else by the one whose home holds its path,
+/// else by the first.
 Reply answerRequest(const Request& request, const std::string& apiKey);
 
 }  // namespace standin

@@ -70,6 +70,12 @@ Request readHead(std::string_view head) {
   return request;
 }
 
+std::string queryValue(const Request& request, std::string_view name) {
+  const auto found =
+      std::find_if(request.query.begin(), request.query.end(), [&](const auto& pair) { return pair.first == name; });
+  return found == request.query.end() ? std::string() : found->second;
+}
+
 std::string Request::header(const std::string& name) const {
   const auto found =
       std::find_if(headers.begin(), headers.end(), [&](const auto& pair) { return sameName(pair.first, name); });

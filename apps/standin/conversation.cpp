@@ -1,0 +1,62 @@
+#include "conversation.h"
+
+#include <algorithm>
+#include <sstream>
+#include <utility>
+
+namespace standin {
+namespace {
+
+std::int64_t countWords(const std::string& text) {
+  std::istringstream words(text);
+  std::int64_t count = 0;
+  for (std::string word; words >> word;) ++count;
+  return count;
+}
+
+}  // namespace
+
+const Role* findRole(std::span<const Role> roles, std::string_view name) {
+  const auto found = std::find_if(roles.begin(), roles.end(), [&](const Role& role) { return role.name == name; });
+  return found == roles.end() ? nullptr : &*found;
+}
+
+void Conversation::add(Speaker speaker, std::string text) {
+  if (speaker == Speaker::Other) return;
+  if (speaker == Speaker::Instructions) {
+    instructions += text + "\n";
+  } else {
+    turns.push_back({speaker == Speaker::User, std::move(text)});
+  }
+}
+
+Answer answerConversation(const Conversation& conversation) {
+  std::int64_t wordsAsked = countWords(conversation.instructions);
+  for (const Turn& turn : conversation.turns) wordsAsked += countWords(turn.text);
+  std::vector<Turn> history = conversation.turns;
+  std::string question;
+  if (!history.empty() && history.back().fromUser) {
+    question = std::move(history.back().text);
+    history.pop_back();
+  }
+  std::string text = answerQuestion(conversation.instructions, history, question);
+  const std::int64_t wordsAnswered = countWords(text);
+  return {std::move(text), wordsAsked, wordsAnswered};
+}
+
+std::string_view textOf(const COJsonValue& object, std::string_view key) {
+  const COJsonValue* value = object.obtainJsonValue(key);
+  return value == nullptr ? std::string_view() : value->obtainString();
+}
+
+Conversation readMessages(const COJsonValue& messages, std::span<const Role> roles) {
+  Conversation conversation;
+  for (std::size_t i = 0; i < messages.obtainArraySize(); ++i) {
+    const COJsonValue& message = *messages.obtainArrayItem(i);
+    const Role* role = findRole(roles, textOf(message, "role"));
+    if (role != nullptr) conversation.add(role->speaker, std::string(textOf(message, "content")));
+  }
+  return conversation;
+}
+
+}  // namespace standin
