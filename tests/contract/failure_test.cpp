@@ -99,7 +99,8 @@ TEST_P(Failure, OfTheTransportNamesTheServer) {
   const std::string server = "127.0.0.1:" + std::to_string(standin_.port());
   // A kept connection that ends before the first byte may have been closed all along, so libcurl asks once more on a
   // new one.
-  for (const FaultRow& row : {FaultRow{"cut body", standin::Fault::CutBody, 1}, {"reset", standin::Fault::Reset, 2}}) {
+  for (const FaultRow& row : {FaultRow{"cut body", standin::Fault::CutBody, 1},
+                              {"reset", standin::Fault::Reset, service_.usesPool ? 2 : 1}}) {
     const std::string error = "The connection to " + server + " was lost before the reply was complete";
     expectFailedTurn(row.name, error, [&] {
       for (int i = 0; i < row.requests; ++i) standin_.script(failing(row.fault));
@@ -211,10 +212,13 @@ TEST_P(Failure, OtherTextsAreNotTranslated) {
   EXPECT_EQ(ask(*assistant, nullptr, "q"), "error: Session is empty");
 }
 
-TEST_P(Failure, CancelFromAnotherThreadEndsTheTurnAndTheNextOneWorks) {
+class PooledFailure : public EachService {};
+INSTANTIATE_TEST_SUITE_P(Chat, PooledFailure, testing::ValuesIn(pooledServices()), serviceName);
+
+TEST_P(PooledFailure, CancelFromAnotherThreadEndsTheTurnAndTheNextOneWorks) {
   ICSHTTPPoolCenter* pool = CF::createHTTPPoolCenter();
   const auto assistant = bareAssistant(pool);
-  assign(*assistant, {{"model", "standin-small"}});
+  assign(*assistant, {{"model", service_.model}});
   const auto session = newSession(*assistant);
   standin_.script(failing(standin::Fault::NoReply));
   std::thread canceller([&] {
@@ -228,7 +232,10 @@ TEST_P(Failure, CancelFromAnotherThreadEndsTheTurnAndTheNextOneWorks) {
   EXPECT_THAT(ask(*assistant, session.get(), "again"), Not(StartsWith("error: ")));
 }
 
-TEST_P(Failure, KeyWithALineBreakIsRefusedBeforeAnythingIsSent) {
+class KeyedFailure : public EachService {};
+INSTANTIATE_TEST_SUITE_P(Chat, KeyedFailure, testing::ValuesIn(keyedServices()), serviceName);
+
+TEST_P(KeyedFailure, KeyWithALineBreakIsRefusedBeforeAnythingIsSent) {
   const auto assistant = assistantWith(kKey + "\r\nX-Injected: yes");
   const auto session = newSession(*assistant);
   const std::string answer = ask(*assistant, session.get(), "question");

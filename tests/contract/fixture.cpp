@@ -25,7 +25,7 @@ Owned<IQAIAssistant> Contract::bareAssistant(ICSHTTPPoolCenter* pool, const std:
 
 Owned<IQAIAssistant> Contract::assistantWith(const std::string& key) {
   Owned<IQAIAssistant> assistant = bareAssistant(CF::createHTTPPoolCenter(), key);
-  assign(*assistant, {{"model", "standin-small"}});
+  assign(*assistant, {{"model", service_.model}});
   return assistant;
 }
 

@@ -17,7 +17,7 @@ class Contract : public testing::Test {
   Contract(const Service& service, standin::Options options);
   ~Contract() override;
 
-  /// An assistant of the service at the stand-in, with a pool and the model "standin-small".
+  /// An assistant of the service at the stand-in, with a pool and a model.
   Owned<IQAIAssistant> assistantWith(const std::string& key = kKey);
   /// As it is created: without a model.
   Owned<IQAIAssistant> bareAssistant(ICSHTTPPoolCenter* pool, const std::string& key = kKey);

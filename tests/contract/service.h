@@ -10,6 +10,9 @@ struct Service {
   const char* name;
   QAIAssistantType type;
   const char* defaultHost;
+  const char* model;  // one that the stand-in has
+  bool usesKey;       // sends it with every request
+  bool usesPool;      // its requests go through the assistant's pool centre
 
   const char* modelsPath;
   const char* chatPath;
@@ -33,3 +36,7 @@ void PrintTo(const Service& service, std::ostream* out);
 
 /// All services that the library serves so.
 const std::vector<Service>& chatServices();
+/// Those of them whose requests go through the pool centre.
+std::vector<Service> pooledServices();
+/// Those of them that get the key.
+std::vector<Service> keyedServices();

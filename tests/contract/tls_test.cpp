@@ -29,7 +29,7 @@ class OverTLS : public testing::TestWithParam<Service> {
     const standin::Server server(tlsOptions(certificate));
     const Owned<IQAIAssistant> assistant(
         QAICreateAssistant(GetParam().type, CF::createHTTPPoolCenter(), kKey, server.address()));
-    assign(*assistant, {{"model", "standin-small"}});
+    assign(*assistant, {{"model", GetParam().model}});
     const auto session = newSession(*assistant);
     std::string answer = ask(*assistant, session.get(), "question");
     // What a server has not proven to be is told nothing.
@@ -41,19 +41,19 @@ class OverTLS : public testing::TestWithParam<Service> {
 };
 INSTANTIATE_TEST_SUITE_P(Chat, OverTLS, testing::ValuesIn(chatServices()), serviceName);
 
-TEST_P(OverTLS, ConversationUsesOneConnection) {
+TEST_P(OverTLS, ConversationIsVerifiedAndKeepsItsConnection) {
   trust(authority_);
   standin::Server server(tlsOptions(authority_.issue("localhost")));
   const Owned<IQAIAssistant> assistant(
       QAICreateAssistant(GetParam().type, CF::createHTTPPoolCenter(), kKey, server.address()));
   EXPECT_EQ(assistant->obtainAvailableModels().second, "");
-  assign(*assistant, {{"model", "standin-small"}});
+  assign(*assistant, {{"model", GetParam().model}});
   const auto session = newSession(*assistant);
   for (int i = 0; i < 3; ++i) {
     EXPECT_THAT(ask(*assistant, session.get(), "question"), Not(StartsWith("error: ")));
   }
   EXPECT_EQ(server.requests().size(), 4U);
-  EXPECT_EQ(server.connectionCount(), 1U);
+  EXPECT_EQ(server.connectionCount(), GetParam().usesPool ? 1U : 4U);
 }
 
 TEST_P(OverTLS, UnknownAuthorityIsRefused) {
