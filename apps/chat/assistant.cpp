@@ -1,17 +1,19 @@
 #include "assistant.h"
 
-#include "key_check.h"
+#include <cf/json.h>
 
 #include <stdexcept>
 
 namespace {
 
-// A service may quote the key in its error text.
-std::string withoutKey(std::string text, const std::string& key) {
+// A service may quote a key in its error text.
+std::string withoutSecrets(std::string text, const std::vector<std::string>& secrets) {
   constexpr std::size_t kShortestSecret = 8;
-  if (key.size() < kShortestSecret) return text;
-  for (std::size_t at = text.find(key); at != std::string::npos; at = text.find(key, at))
-    text.replace(at, key.size(), "***");
+  for (const std::string& secret : secrets) {
+    if (secret.size() < kShortestSecret) continue;
+    for (std::size_t at = text.find(secret); at != std::string::npos; at = text.find(secret, at))
+      text.replace(at, secret.size(), "***");
+  }
   return text;
 }
 
@@ -33,10 +35,13 @@ std::vector<std::pair<std::string, CMVariant>> propertiesOf(const Setup& setup) 
   return properties;
 }
 
+std::string withHint(std::string error, const std::string& hint) {
+  return hint.empty() ? error : std::move(error) + ". " + hint;
+}
+
 }  // namespace
 
 Assistant::Assistant(Service service) : service_(std::move(service)) {
-  QAISetHTTPSettings(service_.settings);
   std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
   assistant_.reset(QAICreateAssistant(service_.provider->type, pool.get(), service_.apiKey, service_.host));
   if (assistant_ == nullptr) throw std::runtime_error("This library does not serve the provider");
@@ -45,36 +50,66 @@ Assistant::Assistant(Service service) : service_(std::move(service)) {
 
 Assistant::~Assistant() { endConversation(); }
 
+/// The library has one set of HTTP settings for all assistants, so each puts its own in place before it asks.
+IQAIAssistant& Assistant::ready() {
+  QAISetHTTPSettings(service_.settings);
+  return *assistant_;
+}
+
 std::pair<std::vector<std::string>, std::string> Assistant::listModels() {
-  auto [models, error] = assistant_->obtainAvailableModels();
+  auto [models, error] = ready().obtainAvailableModels();
   lastSucceeded_ = error.empty();
   keyAccepted_ = keyAccepted_ || lastSucceeded_;
-  return {std::move(models), withoutKey(std::move(error), service_.apiKey)};
+  return {std::move(models), explain(std::move(error))};
 }
 
 std::string Assistant::configure(const Setup& setup) {
   std::string refused;
-  const std::string error = assistant_->setAssistantProperties([&](IQAIProperties* properties) {
+  const std::string error = ready().setAssistantProperties([&](IQAIProperties* properties) {
     for (const auto& [key, value] : propertiesOf(setup)) {
       if (!properties->setProperty(key, value)) refused += " " + key;
     }
   });
-  if (!error.empty()) return withoutKey(error, service_.apiKey);
+  if (!error.empty()) return explain(error);
   return refused.empty() ? "" : "The library refused these settings:" + refused;
+}
+
+std::string Assistant::settle(Setup& setup) {
+  if (setup.model.empty()) {
+    auto [models, error] = listModels();
+    if (!error.empty()) return error;
+    if (models.empty()) return withHint("The service offers no models", provider().noModelsHint);
+    setup.model = std::move(models.front());
+  }
+  return configure(setup);
 }
 
 std::string Assistant::startConversation() {
   endConversation();
-  auto [session, error] = assistant_->createSession();
+  auto [session, error] = ready().createSession();
   session_.reset(session);
-  return withoutKey(std::move(error), service_.apiKey);
+  return explain(std::move(error));
+}
+
+std::string Assistant::saveConversation() const {
+  // The rest of the saved text are settings, the address among them. They must not reach another service's assistant.
+  const COJson saved(session_ == nullptr ? std::string() : session_->obtainSessionData());
+  const ICOJsonValue* messages = saved.obtainJsonValue("messages");
+  return R"({"messages":)" + (messages == nullptr ? "[]" : messages->obtainJsonString()) + "}";
+}
+
+std::string Assistant::resumeConversation(const std::string& saved) {
+  endConversation();
+  auto [session, error] = ready().loadSession(saved);
+  session_.reset(session);
+  return explain(std::move(error));
 }
 
 Answer Assistant::ask(const std::string& question) {
-  auto [reply, error] = assistant_->addMessage(session_.get(), question);
+  auto [reply, error] = ready().addMessage(session_.get(), question);
   const QAIOwned<IQAIMessage> message(reply);
   lastSucceeded_ = error.empty();
-  if (!lastSucceeded_) return {.text = "", .error = withoutKey(std::move(error), service_.apiKey)};
+  if (!lastSucceeded_) return {.text = "", .error = explain(std::move(error))};
   keyAccepted_ = true;
   Answer answer;
   for (const IQAIMessageSection* section : message->obtainSections()) answer.text += section->obtainText();
@@ -82,16 +117,25 @@ Answer Assistant::ask(const std::string& question) {
 }
 
 ExitCode Assistant::failureCode() {
-  if (keyAccepted_) return ExitCode::ServiceFailed;
-  const KeyCheck check{.host = readProperty("api_host"),
-                       .modelsPath = service_.provider->modelsPath,
-                       .apiKey = service_.apiKey,
-                       .settings = service_.settings};
-  return isKeyRefused(check) ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
+  const bool doubtful = !keyAccepted_ && provider().keyPlace != KeyPlace::None;
+  const bool refused = doubtful && isKeyRefused(service_, readProperty("api_host"));
+  return refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
+}
+
+bool Assistant::cancel() noexcept {
+  if (!provider().canCancel) return false;
+  cancelled_ = true;
+  pool_->cancel();
+  return true;
 }
 
 void Assistant::dropLateCancel() {
-  if (lastSucceeded_) listModels();  // is ended before it is sent
+  if (cancelled_.exchange(false) && lastSucceeded_) listModels();  // is ended before it is sent
+}
+
+std::string Assistant::explain(std::string error) const {
+  const std::string hint = tellsNoConnection(error) ? provider().noConnectionHint : "";
+  return withoutSecrets(withHint(std::move(error), hint), service_.secrets);
 }
 
 std::string Assistant::readProperty(const std::string& key) {
@@ -104,6 +148,6 @@ std::string Assistant::readProperty(const std::string& key) {
 
 void Assistant::endConversation() {
   if (session_ == nullptr) return;
-  assistant_->destroySession(session_.get());  // a failure leaves nothing to do here
+  ready().destroySession(session_.get());  // a failure leaves nothing to do here
   session_.reset();
 }

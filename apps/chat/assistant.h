@@ -2,10 +2,11 @@
 #pragma once
 
 #include "conversation.h"
-#include "providers.h"
+#include "service.h"
 
 #include <qai.h>
 
+#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -16,14 +17,6 @@ struct QAIFree {
 };
 template <class Interface>
 using QAIOwned = std::unique_ptr<Interface, QAIFree>;
-
-/// Where an assistant's requests go.
-struct Service {
-  const Provider* provider = nullptr;
-  std::string host;  // empty: the provider's own
-  std::string apiKey;
-  CMRestGlobalSettings settings;
-};
 
 /// What an assistant is told. Empty texts stay unset.
 struct Setup {
@@ -40,24 +33,35 @@ class Assistant final : public Answerer {
   explicit Assistant(Service service);
   ~Assistant() override;
 
+  const Provider& provider() const { return *service_.provider; }
+
   /// The service's models and an error text. One HTTP exchange.
   std::pair<std::vector<std::string>, std::string> listModels();
   /// @return an error text, "" when everything was taken.
   std::string configure(const Setup& setup);
+  /// As configure; a model that `setup` leaves open becomes the first that the service lists.
+  std::string settle(Setup& setup);
   /// All that the model is told before the first question.
   std::string combinedInstructions() { return readProperty("combined_instructions"); }
 
   std::string startConversation() override;
+  /// The turns so far as a text for resumeConversation, without any settings.
+  std::string saveConversation() const;
+  /// Begins a conversation with the turns of `saved`. @return an error text
+  std::string resumeConversation(const std::string& saved);
   Answer ask(const std::string& question) override;
   /// May send one request to the service to see whether it takes the key.
   ExitCode failureCode() override;
 
-  /// Ends the request in flight, or the next one. May be called from any thread.
-  void cancel() noexcept { pool_->cancel(); }
-  /// After a cancelled request: takes back a cancel that came when the request was over and would end the next one.
+  /// Ends the request in flight, or the next one; false when this service's requests can't be ended. May be called
+  /// from any thread.
+  bool cancel() noexcept;
+  /// After a turn that was cancelled: takes back a cancel that came when the request was over and would end the next.
   void dropLateCancel();
 
  private:
+  IQAIAssistant& ready();
+  std::string explain(std::string error) const;
   std::string readProperty(const std::string& key);
   void endConversation();
 
@@ -67,4 +71,5 @@ class Assistant final : public Answerer {
   QAIOwned<IQAISession> session_;  // after the assistant, which it refers to
   bool keyAccepted_ = false;       // some request succeeded
   bool lastSucceeded_ = false;
+  std::atomic<bool> cancelled_ = false;
 };

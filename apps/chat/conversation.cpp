@@ -4,40 +4,91 @@
 
 #include <cf/text.h>
 
+#include <algorithm>
 #include <array>
-#include <istream>
+#include <iterator>
 #include <ostream>
+#include <sstream>
 #include <string_view>
+#include <vector>
 
 namespace {
 
-enum class Command { Help, New, Quit };
+enum class Command { Help, New, Provider, Quit };
 
 struct CommandEntry {
   std::string_view name;
   Command command;
+  std::string_view arguments;  // for people; empty when it takes none
   std::string_view meaning;
 };
 
 constexpr std::array kCommands{
-    CommandEntry{"/help", Command::Help, "this list"},
-    CommandEntry{"/new", Command::New, "forget the conversation so far and begin anew"},
-    CommandEntry{"/quit", Command::Quit, "end (Ctrl-D does it too)"},
+    CommandEntry{"/help", Command::Help, "", "this list"},
+    CommandEntry{"/new", Command::New, "", "forget the conversation so far and begin anew"},
+    CommandEntry{"/provider", Command::Provider, "", "list the services"},
+    CommandEntry{"/provider", Command::Provider, "NAME [MODEL]", "go on with this conversation at another service"},
+    CommandEntry{"/quit", Command::Quit, "", "end (Ctrl-D does it too)"},
 };
 
-const CommandEntry* findCommand(std::string_view line) {
+std::vector<std::string> splitWords(const std::string& line) {
+  std::istringstream words(line);
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
+/// The command that `words` are; null when there is none that takes so many.
+const CommandEntry* findCommand(const std::vector<std::string>& words) {
+  constexpr std::size_t kMostArguments = 2;
   for (const CommandEntry& entry : kCommands) {
-    if (entry.name == line) return &entry;
+    const std::size_t given = words.size() - 1;
+    const bool fits = entry.arguments.empty() ? given == 0 : given > 0 && given <= kMostArguments;
+    if (entry.name == words.front() && fits) return &entry;
   }
   return nullptr;
 }
 
+std::string padded(std::string text, std::size_t width) {
+  text.resize(std::max(text.size(), width), ' ');
+  return text;
+}
+
 void printHelp(std::ostream& err) {
-  constexpr std::size_t kNameWidth = 8;
+  constexpr std::size_t kCallWidth = 24;
   for (const CommandEntry& entry : kCommands) {
-    err << "  " << entry.name << std::string(kNameWidth - entry.name.size(), ' ') << entry.meaning << '\n';
+    const std::string call = std::string(entry.name) + " " + std::string(entry.arguments);
+    err << "  " << padded(call, kCallWidth) << entry.meaning << '\n';
   }
   err << "Anything else is a question. Ctrl-C ends the wait for an answer.\n";
+}
+
+void printProviders(const MovableAnswerer& answerer, std::ostream& err) {
+  constexpr std::size_t kNameWidth = 10;
+  for (const Provider& provider : kProviders) {
+    const bool current = &provider == &answerer.provider();
+    err << (current ? "* " : "  ") << padded(provider.name, kNameWidth) << provider.title
+        << (current ? ", model " + terminalSafeLine(answerer.model()) : "") << '\n';
+  }
+}
+
+void move(MovableAnswerer& answerer, const std::vector<std::string>& words, std::ostream& err,
+          const TurnRunner& runTurn) {
+  const Provider* provider = findProvider(words[1]);
+  if (provider == nullptr) {
+    complain(err, "'" + words[1] + "' is not one of: " + listProviders());
+    return;
+  }
+  std::string error;
+  const bool calledOff = runTurn([&] { error = answerer.moveTo(*provider, words.size() > 2 ? words[2] : ""); });
+  if (error.empty()) {
+    err << answerer.provider().title << " answers from here on. Model: " << terminalSafeLine(answerer.model()) << ".\n";
+    return;
+  }
+  if (calledOff) {
+    err << "\nCancelled.\n";
+  } else {
+    complain(err, error);
+  }
+  err << "The conversation stays with " << answerer.provider().title << ".\n";
 }
 
 void beginAnew(Answerer& answerer, std::ostream& err) {
@@ -50,8 +101,9 @@ void beginAnew(Answerer& answerer, std::ostream& err) {
 }
 
 /// @return false when the conversation ends.
-bool obey(const std::string& line, Answerer& answerer, std::ostream& err) {
-  const CommandEntry* entry = findCommand(line);
+bool obey(const std::string& line, MovableAnswerer& answerer, std::ostream& err, const TurnRunner& runTurn) {
+  const std::vector<std::string> words = splitWords(line);
+  const CommandEntry* entry = findCommand(words);
   if (entry == nullptr) {
     err << "There is no command " << terminalSafeLine(line) << "; /help lists them.\n";
     return true;
@@ -63,6 +115,13 @@ bool obey(const std::string& line, Answerer& answerer, std::ostream& err) {
     case Command::New:
       beginAnew(answerer, err);
       return true;
+    case Command::Provider:
+      if (words.size() > 1) {
+        move(answerer, words, err, runTurn);
+      } else {
+        printProviders(answerer, err);
+      }
+      return true;
     case Command::Quit:
       return false;
   }
@@ -71,10 +130,10 @@ bool obey(const std::string& line, Answerer& answerer, std::ostream& err) {
 
 void takeTurn(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn) {
   Answer answer;
-  const bool interrupted = runTurn([&] { answer = answerer.ask(question); });
+  const bool calledOff = runTurn([&] { answer = answerer.ask(question); });
   if (answer.error.empty()) {
     printText(streams.out, answer.text);
-  } else if (interrupted) {
+  } else if (calledOff) {
     streams.err << "\nCancelled.\n";
   } else {
     complain(streams.err, answer.error);
@@ -106,14 +165,14 @@ ExitCode answerLines(Answerer& answerer, Streams streams) {
   return result;
 }
 
-void converse(Answerer& answerer, Streams streams, const TurnRunner& runTurn) {
+void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn) {
   std::string line;
   while (streams.err << kPrompt << std::flush, std::getline(streams.in, line)) {
     const std::string text = cfTrimAsString(line);
     if (text.empty()) continue;
     if (!text.starts_with('/')) {
       takeTurn(answerer, text, streams, runTurn);
-    } else if (!obey(text, answerer, streams.err)) {
+    } else if (!obey(text, answerer, streams.err, runTurn)) {
       return;
     }
   }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "exit_code.h"
+#include "providers.h"
 
 #include <functional>
 #include <iosfwd>
@@ -24,6 +25,17 @@ class Answerer {
   virtual ExitCode failureCode() = 0;
 };
 
+/// An answerer that can hand the conversation over to another service.
+class MovableAnswerer : public Answerer {
+ public:
+  /// The service that answers, and its model.
+  virtual const Provider& provider() const = 0;
+  virtual const std::string& model() const = 0;
+  /// Has `provider` answer from here on, with all turns so far in mind; an empty `model` is the first that it lists.
+  /// @return an error text, and everything is as before; "" on success.
+  virtual std::string moveTo(const Provider& provider, const std::string& model) = 0;
+};
+
 /// Answers go to `out` and nothing else does; all other texts go to `err`.
 struct Streams {
   std::istream& in;
@@ -31,7 +43,7 @@ struct Streams {
   std::ostream& err;
 };
 
-/// Runs a turn and tells whether the user interrupted it.
+/// Runs a turn and tells whether the user called it off.
 using TurnRunner = std::function<bool(const std::function<void()>& turn)>;
 
 inline constexpr const char* kPrompt = "> ";
@@ -41,4 +53,4 @@ ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams str
 /// Every line that is not blank is a question. A failed turn does not end it; the first failure is the result.
 ExitCode answerLines(Answerer& answerer, Streams streams);
 /// Ends with the input or by command.
-void converse(Answerer& answerer, Streams streams, const TurnRunner& runTurn);
+void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn);

@@ -48,6 +48,15 @@ void Interrupts::receive() {
   }
 }
 
+void endByInterrupt() {
+  std::signal(SIGINT, SIG_DFL);
+  sigset_t interrupt;
+  sigemptyset(&interrupt);
+  sigaddset(&interrupt, SIGINT);
+  pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
+  std::raise(SIGINT);
+}
+
 void ignoreBrokenPipes() { std::signal(SIGPIPE, SIG_IGN); }
 
 bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }

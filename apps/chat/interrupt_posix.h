@@ -34,6 +34,9 @@ class Interrupts {
   std::thread receiver_;  // last: it uses all the others
 };
 
+/// Ends the process as SIGINT does where nothing is done about it. May be called from any thread.
+void endByInterrupt();
+
 /// Writing to a closed pipe gives an error instead of ending the process.
 void ignoreBrokenPipes();
 

@@ -4,6 +4,7 @@
 #include "options.h"
 #include "program.h"
 #include "rendering.h"
+#include "service.h"
 
 #include <cerrno>
 #include <iostream>
@@ -27,6 +28,9 @@ ExitCode run(const std::vector<std::string>& arguments) try {
 } catch (const DatabaseError& error) {
   complain(std::cerr, error.what());
   return error.exitCode;
+} catch (const HostError& error) {
+  complain(std::cerr, error.what());
+  return ExitCode::WrongUsage;
 } catch (const std::exception& error) {
   complain(std::cerr, error.what());
   return ExitCode::Internal;

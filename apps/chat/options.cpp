@@ -16,11 +16,15 @@ terminal gets a conversation (/help lists its commands), and of piped input each
 line that is not blank is a question. The database is only read, and only its
 structure goes to the service, never its rows.
 
-Providers, and the environment variables with their keys:
+Providers, the environment variables with their keys, and where they are:
 )";
 
 constexpr const char* kFooterEnd = R"(
-Without a key and without --host a stand-in inside the program answers by rules.
+--host names another server that speaks the same. Of OpenAI, DeepSeek and Gemini
+it is a URL, and https is meant where it has no scheme; of Ollama it is read as
+Ollama reads OLLAMA_HOST: http is meant, and port 11434. Without a key and
+without --host a stand-in inside the program answers by rules; none stands in
+for Ollama.
 
 Exit codes:
    0  fine
@@ -34,11 +38,14 @@ Exit codes:
 )";
 
 std::string makeFooter() {
+  constexpr std::size_t kNameWidth = 10;
   std::string text = kFooterStart;
   for (const Provider& provider : kProviders) {
-    text += std::string("  ") + provider.name + ":";
-    for (const char* variable : provider.keyVariables) text += std::string(" ") + variable;
-    text += std::string("; ") + provider.hostNote + "\n";
+    std::string name = provider.name;
+    name.resize(kNameWidth, ' ');
+    std::string keys;
+    for (const char* variable : provider.keyVariables) keys += (keys.empty() ? "" : " or ") + std::string(variable);
+    text += "  " + name + (keys.empty() ? "no key" : keys) + "; " + provider.hostNote + "\n";
   }
   return text + kFooterEnd;
 }
@@ -51,9 +58,7 @@ std::string checkTemperature(const std::string& text) {
 
 std::string checkProvider(const std::string& name) {
   if (findProvider(name) != nullptr) return "";
-  std::string known;
-  for (const Provider& provider : kProviders) known += (known.empty() ? "" : ", ") + std::string(provider.name);
-  return "'" + name + "' is not one of: " + known;
+  return "'" + name + "' is not one of: " + listProviders();
 }
 
 CommandLine wrongUsage(std::string sentence) {
@@ -70,7 +75,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
       ->type_name("NAME")
       ->capture_default_str();
   app.add_option("--model", options.model, "default: the first that the service lists")->type_name("NAME");
-  app.add_option("--host", options.host, "another address of the service")->type_name("URL");
+  app.add_option("--host", options.host, "another address of the service")->type_name("ADDRESS");
   app.add_option("--instructions", options.instructions, "what the model should heed in every answer");
   app.add_option("--temperature", options.temperature, "from 0 (dry) to 2 (wild)")
       ->check(checkTemperature)

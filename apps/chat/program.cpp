@@ -3,47 +3,14 @@
 #include "assistant.h"
 #include "interrupt_posix.h"
 #include "rendering.h"
+#include "service.h"
 #include "sqlite_database.h"
+#include "switchboard.h"
 
-#include <cf/text.h>
-
-#include <standin.h>
-
-#include <cstdlib>
 #include <memory>
 #include <ostream>
 
 namespace {
-
-std::string findKey(const Provider& provider) {
-  for (const char* variable : provider.keyVariables) {
-    const char* value = std::getenv(variable);
-    if (value != nullptr && !cfTrimAsString(value).empty()) return cfTrimAsString(value);
-  }
-  return "";
-}
-
-Service chooseService(const Options& options) {
-  Service service{.provider = options.provider,
-                  .host = cfTrimAsString(options.host),
-                  .apiKey = findKey(*options.provider),
-                  .settings = {}};
-  service.settings.caFile = options.caFile;
-  service.settings.proxyURL = options.proxyURL;
-  return service;
-}
-
-/// The service inside the program, for whoever has no key and names no host.
-std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err) {
-  if (!service.apiKey.empty() || !service.host.empty()) return nullptr;
-  auto server = std::make_unique<standin::Server>();
-  service.host = server->address();
-  service.apiKey = "stand-in";
-  service.settings = {};  // no proxy on the way to this machine
-  complain(err, std::string("A rule-based stand-in answers, not a language model; set ") +
-                    service.provider->keyVariables.front() + " to ask " + service.provider->title + ".");
-  return server;
-}
 
 Setup makeSetup(const Options& options, const DatabaseReader& reader, const DatabaseDescription& database) {
   return {.model = options.model,
@@ -51,18 +18,6 @@ Setup makeSetup(const Options& options, const DatabaseReader& reader, const Data
           .instructions = options.instructions,
           .productName = reader.productName(),
           .structureJson = obtainStructureJson(database)};
-}
-
-/// Settles the model, the settings and the session. @return an error text
-std::string prepare(Assistant& assistant, Setup& setup) {
-  if (setup.model.empty()) {
-    auto [models, error] = assistant.listModels();
-    if (!error.empty()) return error;
-    if (models.empty()) return "The service offers no models";
-    setup.model = std::move(models.front());
-  }
-  std::string error = assistant.configure(setup);
-  return error.empty() ? assistant.startConversation() : error;
 }
 
 void greet(const Options& options, const DatabaseDescription& database, const std::string& model, std::ostream& err) {
@@ -80,13 +35,18 @@ void greet(const Options& options, const DatabaseDescription& database, const st
       << "\n/help lists the commands, Ctrl-D ends.\n\n";
 }
 
-ExitCode fail(Assistant& assistant, const std::string& error, std::ostream& err) {
+ExitCode fail(Answerer& answerer, const std::string& error, std::ostream& err) {
   complain(err, error);
-  return assistant.failureCode();
+  return answerer.failureCode();
+}
+
+Switchboard makeSwitchboard(const Options& options, const Setup& setup, Streams streams) {
+  const auto choose = [&options](const Provider& provider) { return chooseService(options, provider); };
+  return {*options.provider, choose, setup, streams.err};
 }
 
 ExitCode listModels(const Options& options, Streams streams) {
-  Service service = chooseService(options);
+  Service service = chooseService(options, *options.provider);
   const auto standIn = startStandIn(service, streams.err);
   Assistant assistant(std::move(service));
   const auto [models, error] = assistant.listModels();
@@ -97,40 +57,49 @@ ExitCode listModels(const Options& options, Streams streams) {
   return ExitCode::Fine;
 }
 
-ExitCode answerWithoutTerminal(const Options& options, Setup setup, Streams streams) {
-  Service service = chooseService(options);
-  const auto standIn = startStandIn(service, streams.err);
-  Assistant assistant(std::move(service));
-  const std::string error = prepare(assistant, setup);
-  if (!error.empty()) return fail(assistant, error, streams.err);
-  return options.question ? answerOnce(assistant, *options.question, streams) : answerLines(assistant, streams);
+ExitCode answerWithoutTerminal(const Options& options, const Setup& setup, Streams streams) {
+  Switchboard board = makeSwitchboard(options, setup, streams);
+  const std::string error = board.open();
+  if (!error.empty()) return fail(board, error, streams.err);
+  return options.question ? answerOnce(board, *options.question, streams) : answerLines(board, streams);
 }
 
-ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, Setup setup, Streams streams) {
+/// Runs `turn` so that Ctrl-C calls it off or, where that can't be done, ends the program the second time.
+/// @return whether it was called off
+bool runInterruptibly(Interrupts& interrupts, Switchboard& board, std::ostream& err,
+                      const std::function<void()>& turn) {
+  bool warned = false;
+  const bool interrupted = interrupts.run(turn, [&] {
+    if (board.cancel()) return;
+    if (warned) endByInterrupt();
+    warned = true;
+    err << "\nThis service's answer can't be called off. Ctrl-C again ends the program." << std::endl;
+  });
+  if (interrupted) board.dropLateCancel();
+  return interrupted && !warned;
+}
+
+ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, const Setup& setup,
+                            Streams streams) {
   // The terminal has dropped the line that was being typed, so a new prompt is all that is missing.
   Interrupts interrupts([&] { streams.err << '\n' << kPrompt << std::flush; });
-  Service service = chooseService(options);
-  const auto standIn = startStandIn(service, streams.err);
-  Assistant assistant(std::move(service));
+  Switchboard board = makeSwitchboard(options, setup, streams);
   const TurnRunner runTurn = [&](const std::function<void()>& turn) {
-    const bool interrupted = interrupts.run(turn, [&] { assistant.cancel(); });
-    if (interrupted) assistant.dropLateCancel();
-    return interrupted;
+    return runInterruptibly(interrupts, board, streams.err, turn);
   };
   std::string error;
-  const bool interrupted = runTurn([&] { error = prepare(assistant, setup); });
-  if (interrupted) {
+  if (runTurn([&] { error = board.open(); })) {
     streams.err << "\nCancelled.\n";
     return ExitCode::ServiceFailed;
   }
-  if (!error.empty()) return fail(assistant, error, streams.err);
-  greet(options, database, setup.model, streams.err);
-  converse(assistant, streams, runTurn);
+  if (!error.empty()) return fail(board, error, streams.err);
+  greet(options, database, board.model(), streams.err);
+  converse(board, streams, runTurn);
   return ExitCode::Fine;
 }
 
 ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams) {
-  Assistant assistant(chooseService(options));
+  Assistant assistant(chooseService(options, *options.provider));
   const std::string error = assistant.configure(setup);
   if (!error.empty()) {
     complain(streams.err, error);

@@ -5,5 +5,5 @@
 #include "exit_code.h"
 #include "options.h"
 
-/// @throw DatabaseError, OutputError
+/// @throw DatabaseError, HostError, OutputError
 ExitCode runProgram(const Options& options, Streams streams);

@@ -43,6 +43,12 @@ Command Workplace::chatWith(const standin::Server& server, std::vector<std::stri
   return chat(std::move(arguments), {std::string("OPENAI_API_KEY=") + kKey}, std::move(input));
 }
 
+std::string Workplace::enter(TerminalChild& chat, const std::string& line) {
+  chat.type(line + "\n");
+  chat.waitFor(line);  // the terminal's echo
+  return chat.waitFor("\n> ");
+}
+
 RefusingAddress::RefusingAddress() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
   sockaddr_in address{};
   address.sin_family = AF_INET;

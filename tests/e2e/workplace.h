@@ -27,6 +27,9 @@ class Workplace : public testing::Test {
   /// The same with a key and the address of `server`.
   static Command chatWith(const standin::Server& server, std::vector<std::string> arguments, std::string input = "");
 
+  /// How a person would go on at the next prompt: types `line` and waits for what comes of it.
+  static std::string enter(TerminalChild& chat, const std::string& line);
+
   std::filesystem::path folder_;
   std::string shop_;  // the sample database
 };

@@ -13,7 +13,11 @@ using testing::Not;
 constexpr const char* kModel = "standin-small";
 
 Service serviceAt(const standin::Server& server) {
-  return {.provider = &kProviders.front(), .host = server.address(), .apiKey = "a key", .settings = {}};
+  return {.provider = &kProviders.front(),
+          .host = server.address(),
+          .apiKey = "a key",
+          .secrets = {"a secret key", "short"},
+          .settings = {}};
 }
 
 Setup setupWith(const std::string& model) {
@@ -62,6 +66,20 @@ TEST_F(AssistantTest, SettingsThatTheLibraryRefusesAreNamed) {
   EXPECT_THAT(assistant_.configure(setup), HasSubstr("db_structure"));
 }
 
+TEST_F(AssistantTest, ATextShowsNoSecretButIsNotMangledByShortOnes) {
+  server_.script({.status = 500, .body = R"({"error":{"message":"a secret key, in short"}})", .headers = {}});
+  EXPECT_EQ(assistant_.ask("q").error, "***, in short");
+}
+
+TEST_F(AssistantTest, ASavedConversationHoldsTheTurnsAndNoSettings) {
+  EXPECT_EQ(assistant_.saveConversation(), R"({"messages":[]})");
+  server_.script(
+      {.status = 200, .body = R"({"choices":[{"message":{"role":"assistant","content":"a"}}]})", .headers = {}});
+  EXPECT_EQ(assistant_.ask("q").error, "");
+  EXPECT_EQ(assistant_.saveConversation(),
+            R"({"messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
+}
+
 TEST_F(AssistantTest, ARefusedKeyIsToldFromOtherFailures) {
   EXPECT_EQ(assistant_.failureCode(), ExitCode::ServiceFailed);
   for (const int status : {401, 403}) {
@@ -72,6 +90,28 @@ TEST_F(AssistantTest, ARefusedKeyIsToldFromOtherFailures) {
   const std::size_t asked = server_.requests().size();
   EXPECT_EQ(assistant_.failureCode(), ExitCode::ServiceFailed) << "a key that was good once";
   EXPECT_EQ(server_.requests().size(), asked);
+}
+
+TEST(AssistantOfOllama, TellsHowToStartAServerThatIsNotThere) {
+  std::string address;
+  {
+    const standin::Server server;
+    address = server.address();
+  }
+  Assistant assistant(
+      {.provider = findProvider("ollama"), .host = address, .apiKey = "", .secrets = {}, .settings = {}});
+  const std::string error = assistant.listModels().second;
+  EXPECT_THAT(error, HasSubstr("connection refused. Start Ollama with 'ollama serve'"));
+  EXPECT_THAT(error, HasSubstr("OLLAMA_HOST"));
+}
+
+TEST(AssistantOfOllama, TellsNothingOfThatWhenTheServerFails) {
+  standin::Server server;
+  server.script({.status = 500, .body = R"({"error":{"message":"no memory"}})", .headers = {}});
+  Assistant assistant(
+      {.provider = findProvider("ollama"), .host = server.address(), .apiKey = "", .secrets = {}, .settings = {}});
+  EXPECT_EQ(assistant.listModels().second, "no memory");
+  EXPECT_EQ(assistant.failureCode(), ExitCode::ServiceFailed);
 }
 
 }  // namespace

@@ -16,7 +16,7 @@ using testing::IsEmpty;
 using testing::Not;
 
 /// Answers "re: QUESTION"; fails for questions that start with "bad".
-class FakeAnswerer : public Answerer {
+class FakeAnswerer : public MovableAnswerer {
  public:
   std::string startConversation() override {
     ++conversations;
@@ -28,11 +28,24 @@ class FakeAnswerer : public Answerer {
     return {.text = "re: " + question, .error = ""};
   }
   ExitCode failureCode() override { return code; }
+  const Provider& provider() const override { return *provider_; }
+  const std::string& model() const override { return model_; }
+  std::string moveTo(const Provider& provider, const std::string& model) override {
+    if (!moveError.empty()) return moveError;
+    provider_ = &provider;
+    model_ = model.empty() ? "its first" : model;
+    return "";
+  }
 
   std::vector<std::string> questions;
   int conversations = 0;
   std::string conversationError;
   ExitCode code = ExitCode::ServiceFailed;
+  std::string moveError;
+
+ private:
+  const Provider* provider_ = findProvider("openai");
+  std::string model_ = "m\x1b";
 };
 
 class Conversation : public testing::Test {
@@ -123,7 +136,8 @@ TEST_F(Conversation, QuitEndsIt) {
 
 TEST_F(Conversation, HelpListsTheCommands) {
   converse(answerer_, streams("/help\n"), runPlainly);
-  for (const char* command : {"/help", "/new", "/quit"}) EXPECT_THAT(err_.str(), HasSubstr(command));
+  for (const char* command : {"/help", "/new", "/provider NAME [MODEL]", "/quit"})
+    EXPECT_THAT(err_.str(), HasSubstr(command));
   EXPECT_EQ(out_.str(), "");
 }
 
@@ -143,6 +157,53 @@ TEST_F(Conversation, UnknownCommandsAreNotSent) {
   converse(answerer_, streams("/models\x1b\n"), runPlainly);
   EXPECT_THAT(answerer_.questions, IsEmpty());
   EXPECT_THAT(err_.str(), HasSubstr("There is no command /models\uFFFD; /help lists them.\n"));
+}
+
+TEST_F(Conversation, UnknownCommandsWithBlanksOrWrongArgumentsAreToldWhole) {
+  for (const char* line : {"/new now", "/provider a b c", "/ help"}) {
+    converse(answerer_, streams(std::string(line) + "\n"), runPlainly);
+    in_.clear();
+    EXPECT_THAT(err_.str(), HasSubstr("There is no command " + std::string(line) + ";"));
+  }
+  EXPECT_EQ(answerer_.conversations, 0);
+}
+
+TEST_F(Conversation, ProviderListsTheServicesAndMarksTheCurrentOne) {
+  converse(answerer_, streams("/provider\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("* openai    OpenAI, model m\uFFFD\n"));
+  for (const char* name : {"  deepseek ", "  gemini ", "  ollama "}) EXPECT_THAT(err_.str(), HasSubstr(name));
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(Conversation, ProviderMovesItAndTellsWhoAnswers) {
+  converse(answerer_, streams("/provider gemini\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("Gemini answers from here on. Model: its first.\n"));
+}
+
+TEST_F(Conversation, ProviderTakesAModel) {
+  converse(answerer_, streams(" /provider \t ollama  tiny:1b \n"), runPlainly);
+  EXPECT_EQ(answerer_.provider().type, OLLAMA);
+  EXPECT_EQ(answerer_.model(), "tiny:1b");
+}
+
+TEST_F(Conversation, AnUnknownProviderIsToldAndNothingMoves) {
+  converse(answerer_, streams("/provider nobody\x1b\none\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: 'nobody\uFFFD' is not one of: openai, deepseek, gemini, ollama\n"));
+  EXPECT_EQ(answerer_.provider().type, OPENAI_v1);
+  EXPECT_EQ(out_.str(), "re: one\n");
+}
+
+TEST_F(Conversation, AMoveThatFailsIsTold) {
+  answerer_.moveError = "not there";
+  converse(answerer_, streams("/provider gemini\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: not there\nThe conversation stays with OpenAI.\n"));
+}
+
+TEST_F(Conversation, AMoveThatIsCalledOffIsNoFailure) {
+  answerer_.moveError = "cancelled by someone";
+  converse(answerer_, streams("/provider gemini\n"), runInterrupted);
+  EXPECT_THAT(err_.str(), HasSubstr("Cancelled.\nThe conversation stays with OpenAI.\n"));
+  EXPECT_THAT(err_.str(), Not(HasSubstr("by someone")));
 }
 
 }  // namespace

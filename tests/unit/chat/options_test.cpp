@@ -10,10 +10,10 @@ using testing::Not;
 
 TEST(CommandLine, ReadsEveryOption) {
   const CommandLine line =
-      readCommandLine({"--provider", "openai", "--model", "m", "--host", "h", "--instructions", "be brief",
+      readCommandLine({"--provider", "gemini", "--model", "m", "--host", "h", "--instructions", "be brief",
                        "--temperature", "0.5", "--ca-file", "ca.pem", "--proxy", "http://p:1", "shop.db", "How many?"});
   ASSERT_FALSE(line.end) << line.text;
-  EXPECT_EQ(line.options.provider, findProvider("openai"));
+  EXPECT_EQ(line.options.provider, findProvider("gemini"));
   EXPECT_EQ(line.options.model, "m");
   EXPECT_EQ(line.options.host, "h");
   EXPECT_EQ(line.options.instructions, "be brief");
@@ -71,6 +71,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         EndCase{"help", {"--help"}, ExitCode::Fine, "Exit codes:"},
         EndCase{"help_names_the_key_variable", {"--help"}, ExitCode::Fine, "OPENAI_API_KEY"},
+        EndCase{"help_names_both_variables_of_gemini", {"--help"}, ExitCode::Fine, "GEMINI_API_KEY or GOOGLE_API_KEY"},
+        EndCase{"help_names_the_host_variable", {"--help"}, ExitCode::Fine, "OLLAMA_HOST"},
         EndCase{"version", {"--version"}, ExitCode::Fine, "qai-chat "},
         EndCase{"nothing", {}, ExitCode::WrongUsage, "No DATABASE is given"},
         EndCase{"prompt_of_nothing", {"--show-prompt"}, ExitCode::WrongUsage, "No DATABASE is given"},
@@ -79,7 +81,10 @@ INSTANTIATE_TEST_SUITE_P(
         EndCase{"unknown_option", {"a.db", "--colour"}, ExitCode::WrongUsage, "There is no option --colour"},
         EndCase{"key_as_an_option", {"a.db", "--api-key", "k"}, ExitCode::WrongUsage, "There is no option --api-key"},
         EndCase{"missing_value", {"a.db", "--model"}, ExitCode::WrongUsage, "--model"},
-        EndCase{"unknown_provider", {"a.db", "--provider", "x"}, ExitCode::WrongUsage, "'x' is not one of: openai"},
+        EndCase{"unknown_provider",
+                {"a.db", "--provider", "x"},
+                ExitCode::WrongUsage,
+                "'x' is not one of: openai, deepseek, gemini, ollama"},
         EndCase{"temperature_too_high", {"a.db", "--temperature", "2.1"}, ExitCode::WrongUsage, "number from 0 to 2"},
         EndCase{"temperature_below_zero", {"a.db", "--temperature=-0.1"}, ExitCode::WrongUsage, "number from 0 to 2"},
         EndCase{"temperature_of_words", {"a.db", "--temperature", "hot"}, ExitCode::WrongUsage, "number from 0 to 2"},

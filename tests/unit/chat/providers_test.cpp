@@ -10,12 +10,30 @@ TEST(Providers, AreFoundByNameAndServedByTheLibrary) {
   for (const Provider& provider : kProviders) {
     SCOPED_TRACE(provider.name);
     EXPECT_EQ(findProvider(provider.name), &provider);
-    EXPECT_FALSE(provider.keyVariables.empty());
+    EXPECT_FALSE(provider.modelsPath.empty());
     IQAIAssistant* assistant = QAICreateAssistant(provider.type, nullptr, "", "");
     EXPECT_NE(assistant, nullptr);
     QAIFreeObject(assistant);
   }
 }
+
+TEST(Providers, WithAKeyHaveVariablesForItAndTellItsRefusal) {
+  for (const Provider& provider : kProviders) {
+    const bool keyless = provider.keyPlace == KeyPlace::None;
+    EXPECT_EQ(provider.keyVariables.empty(), keyless) << provider.name;
+    EXPECT_EQ(provider.keyRefusals.empty(), keyless) << provider.name;
+  }
+}
+
+TEST(Providers, WithoutAKeyHaveAnAddressInAnyCase) {
+  for (const Provider& provider : kProviders) {
+    if (provider.keyPlace != KeyPlace::None) continue;
+    ASSERT_NE(provider.readHost, nullptr) << provider.name;
+    EXPECT_NE(provider.readHost("").value_or(""), "") << provider.name;
+  }
+}
+
+TEST(Providers, AreTheseFour) { EXPECT_EQ(listProviders(), "openai, deepseek, gemini, ollama"); }
 
 TEST(Providers, UnknownNamesAreNotFound) {
   EXPECT_EQ(findProvider("other"), nullptr);

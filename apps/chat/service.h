@@ -1,0 +1,45 @@
+// Which server an assistant asks, and with which key.
+#pragma once
+
+#include "options.h"
+#include "providers.h"
+
+#include <cf/rest.h>
+
+#include <standin.h>
+
+#include <iosfwd>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+/// Where an assistant's requests go.
+struct Service {
+  const Provider* provider = nullptr;
+  std::string host;  // empty: the provider's own
+  std::string apiKey;
+  std::vector<std::string> secrets;  // what no text for the user may hold
+  CMRestGlobalSettings settings;
+};
+
+/// What the user calls a host can't be one: a sentence for the user.
+class HostError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// The service of `provider` by command line and environment; --host counts for the command line's own provider only.
+/// @throw HostError
+Service chooseService(const Options& options, const Provider& provider);
+
+/// The service inside the program, for whoever has no key and names no host; else null. Told on `err`.
+/// @throw std::runtime_error when it can't start
+std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err);
+
+/// Whether `service`, which is at `address`, refuses the key: the library gives texts only, so it is asked for its
+/// models once more. Waits a few seconds at most.
+bool isKeyRefused(const Service& service, const std::string& address);
+
+/// Whether `error`, a text of the library, tells that nothing listens at the address.
+bool tellsNoConnection(const std::string& error);

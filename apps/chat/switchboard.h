@@ -1,0 +1,54 @@
+// The conversation with whichever service answers it now, and its moves from one to another.
+#pragma once
+
+#include "assistant.h"
+#include "conversation.h"
+#include "service.h"
+
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <mutex>
+#include <string>
+
+/// Used by one thread but for cancel().
+class Switchboard final : public MovableAnswerer {
+ public:
+  /// Finds the service of a provider. @throw std::exception with a sentence for the user
+  using Choose = std::function<Service(const Provider& provider)>;
+
+  /// Asks nothing yet. Notices for the user go to `err`.
+  /// @throw what `choose` throws, and std::runtime_error when the service can't be had
+  Switchboard(const Provider& first, Choose choose, Setup setup, std::ostream& err);
+
+  /// Settles the first service's model and begins a conversation. @return an error text
+  std::string open();
+
+  const Provider& provider() const override { return line_.assistant->provider(); }
+  const std::string& model() const override { return setup_.model; }
+  std::string moveTo(const Provider& provider, const std::string& model) override;
+
+  std::string startConversation() override { return line_.assistant->startConversation(); }
+  Answer ask(const std::string& question) override { return line_.assistant->ask(question); }
+  ExitCode failureCode() override { return line_.assistant->failureCode(); }
+
+  /// As with Assistant, for the one that is being asked; a move asks the one that it goes to.
+  bool cancel() noexcept;
+  void dropLateCancel() { line_.assistant->dropLateCancel(); }
+
+ private:
+  struct Line {
+    std::unique_ptr<standin::Server> standIn;  // null when the service is elsewhere
+    std::unique_ptr<Assistant> assistant;
+  };
+
+  Line connect(const Provider& provider);
+  void setAsked(Assistant* assistant);
+
+  Choose choose_;
+  Setup setup_;
+  std::ostream& err_;
+  Line line_;
+  std::mutex mutex_;  // guards asked_
+  Assistant* asked_;
+};

@@ -1,0 +1,132 @@
+// A conversation typed at a terminal that goes on at another service.
+#include "workplace.h"
+
+#include <gmock/gmock.h>
+
+#include <csignal>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* kCtrlC = "\x03";
+
+/// Two servers: one for the first service, which has a key, and one for Ollama.
+class Moving : public Workplace {
+ protected:
+  Command command(const std::string& provider, const std::string& keyVariable) const {
+    return chat({"--provider", provider, "--host", first_.address(), "--temperature", "0.5", shop_},
+                {keyVariable + "=" + kKey, "OLLAMA_HOST=" + ollama_.address()});
+  }
+
+  static std::string everything(const standin::Request& request) {
+    std::string text = request.body;
+    for (const auto& [name, value] : request.headers) text += " " + name + ": " + value;
+    for (const auto& [name, value] : request.query) text += " " + name + "=" + value;
+    return text;
+  }
+
+  standin::Server first_;
+  standin::Server ollama_;
+};
+
+struct FirstService {
+  const char* name;
+  const char* title;
+  const char* keyVariable;
+};
+
+class MovingFrom : public Moving, public testing::WithParamInterface<FirstService> {};
+
+TEST_P(MovingFrom, BringsTheHistoryAndNoKeyAndComesBack) {
+  TerminalChild chat(command(GetParam().name, GetParam().keyVariable));
+  chat.waitFor("\n> ");
+  enter(chat, "How many customers are there?");
+  const std::size_t asked = first_.requests().size();
+  EXPECT_THAT(enter(chat, "/provider ollama"), HasSubstr("Ollama answers from here on. Model: "));
+  EXPECT_THAT(enter(chat, "How many orders are there?"), HasSubstr("orders"));
+
+  EXPECT_EQ(first_.requests().size(), asked);
+  ASSERT_EQ(ollama_.requests().size(), 2U);
+  const standin::Request turn = ollama_.requests()[1];
+  EXPECT_EQ(turn.path, "/api/chat");
+  for (const char* part :
+       {R"({"role":"user","content":"How many customers are there?"},{"role":"assistant","content":)",
+        R"({"role":"user","content":"How many orders are there?"}])", R"("options":{"temperature":0.5})",
+        "CREATE TABLE `customers`"}) {
+    EXPECT_THAT(turn.body, HasSubstr(part));
+  }
+  for (const standin::Request& request : ollama_.requests()) EXPECT_THAT(everything(request), Not(HasSubstr(kKey)));
+
+  EXPECT_THAT(enter(chat, std::string("/provider ") + GetParam().name), HasSubstr(GetParam().title));
+  enter(chat, "How many items are there?");
+  EXPECT_EQ(ollama_.requests().size(), 2U);
+  const standin::Request back = first_.requests().back();
+  EXPECT_THAT(everything(back), HasSubstr(kKey));
+  EXPECT_THAT(back.body, HasSubstr("How many orders are there?"));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, MovingFrom,
+                         testing::Values(FirstService{"openai", "OpenAI", "OPENAI_API_KEY"},
+                                         FirstService{"deepseek", "DeepSeek", "DEEPSEEK_API_KEY"},
+                                         FirstService{"gemini", "Gemini", "GEMINI_API_KEY"}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Moving, ThatFailsLeavesTheConversation) {
+  TerminalChild chat(command("openai", "OPENAI_API_KEY"));
+  chat.waitFor("\n> ");
+  enter(chat, "How many customers are there?");
+  EXPECT_THAT(enter(chat, "/provider nobody"), HasSubstr("'nobody' is not one of: openai, deepseek, gemini, ollama"));
+  ollama_.script({.status = 500, .body = R"({"error":{"message":"no memory"}})", .headers = {}});
+  EXPECT_THAT(enter(chat, "/provider ollama"),
+              testing::AllOf(HasSubstr("qai-chat: no memory"), HasSubstr("The conversation stays with OpenAI.")));
+  EXPECT_THAT(enter(chat, "/provider"), HasSubstr("* openai"));
+  EXPECT_THAT(enter(chat, "How many orders are there?"), HasSubstr("orders"));
+  EXPECT_EQ(ollama_.requests().size(), 1U);
+  EXPECT_THAT(first_.requests().back().body, HasSubstr("How many customers are there?"));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+}
+
+TEST_F(Moving, WithoutAKeyGoesToTheStandInAndSaysSo) {
+  TerminalChild chat(command("openai", "OPENAI_API_KEY"));
+  chat.waitFor("\n> ");
+  EXPECT_THAT(enter(chat, "/provider deepseek"),
+              testing::AllOf(HasSubstr("rule-based stand-in"), HasSubstr("DEEPSEEK_API_KEY"),
+                             HasSubstr("DeepSeek answers from here on.")));
+  EXPECT_THAT(enter(chat, "How many orders are there?"), HasSubstr("orders"));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+}
+
+TEST_F(Moving, CanBeCalledOff) {
+  TerminalChild chat(command("openai", "OPENAI_API_KEY"));
+  chat.waitFor("\n> ");
+  const std::size_t asked = first_.requests().size();
+  first_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  chat.type("/provider openai\n");
+  ASSERT_TRUE(waitForRequests(first_, asked + 1));
+  chat.type(kCtrlC);
+  EXPECT_THAT(chat.waitFor("\n> "), HasSubstr("Cancelled."));
+  EXPECT_THAT(enter(chat, "How many orders are there?"), HasSubstr("orders"));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+}
+
+TEST_F(Moving, ToOllamaCtrlCWarnsFirstAndThenEndsTheProgram) {
+  TerminalChild chat(command("openai", "OPENAI_API_KEY"));
+  chat.waitFor("\n> ");
+  enter(chat, "/provider ollama any-model");
+  ollama_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  chat.type("Will this end?\n");
+  ASSERT_TRUE(waitForRequests(ollama_, 1));
+  chat.type(kCtrlC);
+  EXPECT_THAT(chat.waitFor("ends the program."), HasSubstr("can't be called off"));
+  chat.type(kCtrlC);
+  EXPECT_EQ(chat.finish(), 128 + SIGINT);
+}
+
+}  // namespace

@@ -1,0 +1,176 @@
+#include "service.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using testing::Contains;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const Provider& provider(const char* name) { return *findProvider(name); }
+
+/// Each test starts with none of the variables that are read.
+class ServiceChoice : public testing::Test {
+ protected:
+  ServiceChoice() { clear(); }
+  ~ServiceChoice() override { clear(); }
+
+  static void set(const char* variable, const char* value) { setenv(variable, value, 1); }
+
+  Service choose(const char* name) const { return chooseService(options_, provider(name)); }
+
+  Options options_;
+
+ private:
+  static void clear() {
+    for (const Provider& any : kProviders) {
+      for (const char* variable : any.keyVariables) unsetenv(variable);
+      if (any.hostVariable != nullptr) unsetenv(any.hostVariable);
+    }
+  }
+};
+
+TEST_F(ServiceChoice, TakesTheFirstKeyThatIsSet) {
+  set("GOOGLE_API_KEY", " second ");
+  EXPECT_EQ(choose("gemini").apiKey, "second");
+  set("GEMINI_API_KEY", " ");
+  EXPECT_EQ(choose("gemini").apiKey, "second");
+  set("GEMINI_API_KEY", "first");
+  EXPECT_EQ(choose("gemini").apiKey, "first");
+}
+
+TEST_F(ServiceChoice, GivesEachProviderItsOwnKey) {
+  set("OPENAI_API_KEY", "one");
+  set("DEEPSEEK_API_KEY", "two");
+  EXPECT_EQ(choose("openai").apiKey, "one");
+  EXPECT_EQ(choose("deepseek").apiKey, "two");
+  EXPECT_EQ(choose("gemini").apiKey, "");
+  EXPECT_EQ(choose("ollama").apiKey, "");
+}
+
+TEST_F(ServiceChoice, KeepsEveryKeySecret) {
+  set("OPENAI_API_KEY", "one");
+  set("DEEPSEEK_API_KEY", "two");
+  EXPECT_THAT(choose("ollama").secrets, testing::AllOf(Contains("one"), Contains("two")));
+}
+
+TEST_F(ServiceChoice, GivesTheHostToTheProviderOfTheCommandLineOnly) {
+  options_.provider = &provider("deepseek");
+  options_.host = " https://example.com ";
+  EXPECT_EQ(choose("deepseek").host, "https://example.com");
+  EXPECT_EQ(choose("openai").host, "");
+  EXPECT_EQ(choose("ollama").host, "http://localhost:11434");
+}
+
+TEST_F(ServiceChoice, FindsOllamaByItsVariable) {
+  set("OLLAMA_HOST", "gpu-box");
+  EXPECT_EQ(choose("ollama").host, "http://gpu-box:11434");
+  options_.provider = &provider("ollama");
+  options_.host = "other:80";
+  EXPECT_EQ(choose("ollama").host, "http://other:80");
+}
+
+TEST_F(ServiceChoice, RefusesASchemeThatIsNone) {
+  set("OLLAMA_HOST", "ftp://gpu-box");
+  EXPECT_THROW(choose("ollama"), HostError);
+  EXPECT_EQ(choose("openai").host, "");
+}
+
+TEST_F(ServiceChoice, TheStandInIsForThoseWithoutKeyAndHost) {
+  for (const char* name : {"openai", "deepseek", "gemini"}) {
+    std::ostringstream err;
+    Service service = choose(name);
+    EXPECT_NE(startStandIn(service, err), nullptr);
+    EXPECT_THAT(err.str(), HasSubstr(std::string("set ") + provider(name).keyVariables.front() + " "));
+    EXPECT_THAT(service.host, HasSubstr("127.0.0.1"));
+  }
+}
+
+TEST_F(ServiceChoice, NothingStandsInForAKeyAHostOrOllama) {
+  set("OPENAI_API_KEY", "one");
+  options_.provider = &provider("deepseek");
+  options_.host = "https://example.com";
+  for (const char* name : {"openai", "deepseek", "ollama"}) {
+    std::ostringstream err;
+    Service service = choose(name);
+    EXPECT_EQ(startStandIn(service, err), nullptr) << name;
+    EXPECT_THAT(err.str(), IsEmpty());
+  }
+}
+
+struct RefusalCase {
+  const char* name;
+  const char* provider;
+  int status;
+  const char* body;
+  bool refused;
+};
+
+class RefusalOfAKey : public testing::TestWithParam<RefusalCase> {};
+
+TEST_P(RefusalOfAKey, IsToldByTheReply) {
+  standin::Server server;
+  server.script({.status = GetParam().status, .body = GetParam().body, .headers = {}});
+  const Service service{
+      .provider = &provider(GetParam().provider), .host = "", .apiKey = "a key", .secrets = {}, .settings = {}};
+  EXPECT_EQ(isKeyRefused(service, server.address()), GetParam().refused);
+}
+
+constexpr const char* kBadGeminiKey = R"({"error":{"code":400,"details":[{"reason":"API_KEY_INVALID"}]}})";
+
+INSTANTIATE_TEST_SUITE_P(Replies, RefusalOfAKey,
+                         testing::Values(RefusalCase{"openai_fine", "openai", 200, "{}", false},
+                                         RefusalCase{"openai_unauthorized", "openai", 401, "{}", true},
+                                         RefusalCase{"openai_forbidden", "openai", 403, "{}", true},
+                                         RefusalCase{"openai_bad_request", "openai", 400, "{}", false},
+                                         RefusalCase{"deepseek_unauthorized", "deepseek", 401, "{}", true},
+                                         RefusalCase{"deepseek_without_balance", "deepseek", 402, "{}", false},
+                                         RefusalCase{"gemini_bad_key", "gemini", 400, kBadGeminiKey, true},
+                                         RefusalCase{"gemini_bad_key_in_words", "gemini", 400,
+                                                     R"({"error":{"message":"API key not valid."}})", true},
+                                         RefusalCase{"gemini_other_bad_request", "gemini", 400, "{}", false},
+                                         RefusalCase{"gemini_forbidden", "gemini", 403, "{}", true},
+                                         RefusalCase{"ollama_unauthorized", "ollama", 401, "{}", false}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST(CheckOfAKey, CarriesTheKeyInItsPlaceOnly) {
+  struct Place {
+    const char* provider;
+    const char* path;
+    std::string authorization;
+    standin::Headers query;
+  };
+  for (const Place& place :
+       {Place{"openai", "/v1/models", "Bearer a key", {}}, Place{"deepseek", "/models", "Bearer a key", {}},
+        Place{"gemini", "/v1beta/models", "", {{"key", "a key"}}}, Place{"ollama", "/api/tags", "", {}}}) {
+    SCOPED_TRACE(place.provider);
+    const standin::Server server;
+    const Service service{
+        .provider = &provider(place.provider), .host = "", .apiKey = "a key", .secrets = {}, .settings = {}};
+    EXPECT_FALSE(isKeyRefused(service, server.address()));
+    ASSERT_EQ(server.requests().size(), 1U);
+    const standin::Request request = server.requests().front();
+    EXPECT_EQ(request.path, place.path);
+    EXPECT_EQ(request.header("Authorization"), place.authorization);
+    EXPECT_EQ(request.query, place.query);
+  }
+}
+
+TEST(CheckOfAKey, TellsNothingWhenNobodyIsThere) {
+  std::string address;
+  {
+    const standin::Server server;
+    address = server.address();
+  }
+  const Service service{.provider = &provider("openai"), .host = "", .apiKey = "k", .secrets = {}, .settings = {}};
+  EXPECT_FALSE(isKeyRefused(service, address));
+}
+
+}  // namespace

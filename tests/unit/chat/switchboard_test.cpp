@@ -1,0 +1,248 @@
+// Conversations that move from service to service.
+#include "switchboard.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <array>
+#include <map>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+const Provider& provider(const char* name) { return *findProvider(name); }
+
+constexpr const char* kQuestions[] = {"first question", "second question", "third question"};
+
+/// A service per provider, with a key of its own, each of which takes everything.
+class SwitchboardTest : public testing::Test {
+ protected:
+  Service choose(const Provider& wanted) const {
+    if (refused_ == &wanted) throw HostError("no such place");
+    return {.provider = &wanted,
+            .host = servers_.at(&wanted).address(),
+            .apiKey = keyOf(wanted),
+            .secrets = {},
+            .settings = {}};
+  }
+
+  static std::string keyOf(const Provider& wanted) { return std::string("key-of-") + wanted.name; }
+
+  Switchboard open(const char* first) {
+    const ::Setup setup{.model = "first-model",
+                        .temperature = "0.5",
+                        .instructions = "Be brief.",
+                        .productName = "SQLite",
+                        .structureJson = R"([{"schemas":[{"tables":[{"name":"orders","fields":[]}]}]}])"};
+    return {provider(first), [this](const Provider& wanted) { return choose(wanted); }, setup, err_};
+  }
+
+  standin::Server& server(const char* name) { return servers_[&provider(name)]; }
+  standin::Request lastRequest(const char* name) { return server(name).requests().back(); }
+
+  static std::string everything(const standin::Request& request) {
+    std::string text = request.path + " " + request.body;
+    for (const auto& [name, value] : request.headers) text += " " + name + ": " + value;
+    for (const auto& [name, value] : request.query) text += " " + name + "=" + value;
+    return text;
+  }
+
+  std::map<const Provider*, standin::Server> servers_ = makeServers();
+  const Provider* refused_ = nullptr;
+  std::ostringstream err_;
+
+ private:
+  static std::map<const Provider*, standin::Server> makeServers() {
+    std::map<const Provider*, standin::Server> servers;
+    for (const Provider& any : kProviders) servers.try_emplace(&any);
+    return servers;
+  }
+};
+
+struct Format {
+  const char* provider;
+  const char* path;
+  const char* reply;         // "noted", in the service's format
+  const char* instructions;  // where they stand in a request
+  const char* temperature;
+  const char* history;  // the first two turns, and the third question
+};
+
+constexpr const char* kCompletion = R"({"choices":[{"message":{"role":"assistant","content":"noted"}}]})";
+constexpr const char* kHistory =
+    R"({"role":"user","content":"first question"},{"role":"assistant","content":"noted"},)"
+    R"({"role":"user","content":"second question"},{"role":"assistant","content":"noted"},)"
+    R"({"role":"user","content":"third question"}])";
+
+constexpr std::array kFormats{
+    Format{"openai", "/v1/chat/completions", kCompletion, R"({"role":"developer","content":"Be brief.)",
+           R"("temperature":0.5)", kHistory},
+    Format{"deepseek", "/chat/completions", kCompletion, R"({"role":"system","content":"Be brief.)",
+           R"("temperature":0.5)", kHistory},
+    Format{"gemini", "/v1beta/models/second-model:generateContent",
+           R"({"candidates":[{"content":{"role":"model","parts":[{"text":"noted"}]}}]})",
+           R"("system_instruction":{"parts":[{"text":"Be brief.)", R"("generationConfig":{"temperature":0.5})",
+           R"({"role":"user","parts":[{"text":"first question"}]},{"role":"model","parts":[{"text":"noted"}]},)"
+           R"({"role":"user","parts":[{"text":"second question"}]},{"role":"model","parts":[{"text":"noted"}]},)"
+           R"({"role":"user","parts":[{"text":"third question"}]}])"},
+    Format{"ollama", "/api/chat", R"({"message":{"role":"assistant","content":"noted"}})",
+           R"({"role":"system","content":"Be brief.)", R"("options":{"temperature":0.5})", kHistory},
+};
+
+class EveryMove : public SwitchboardTest, public testing::WithParamInterface<std::pair<Format, Format>> {
+ protected:
+  std::string ask(Switchboard& board, const Format& format, const char* question) {
+    server(format.provider).script({.status = 200, .body = format.reply, .headers = {}});
+    const Answer answer = board.ask(question);
+    EXPECT_EQ(answer.error, "");
+    return answer.text;
+  }
+};
+
+TEST_P(EveryMove, BringsHistoryAndSettingsInTheNewServicesFormat) {
+  const auto& [from, to] = GetParam();
+  Switchboard board = open(from.provider);
+  ASSERT_EQ(board.open(), "");
+  EXPECT_EQ(ask(board, from, kQuestions[0]), "noted");
+  EXPECT_EQ(ask(board, from, kQuestions[1]), "noted");
+  ASSERT_EQ(board.moveTo(provider(to.provider), "second-model"), "");
+  EXPECT_EQ(ask(board, to, kQuestions[2]), "noted");
+
+  EXPECT_EQ(server(from.provider).requests().size(), 2U) << "the old service is asked nothing more";
+  ASSERT_EQ(server(to.provider).requests().size(), 1U);
+  const standin::Request request = lastRequest(to.provider);
+  EXPECT_EQ(request.path, to.path);
+  for (const char* part : {to.instructions, to.temperature, to.history, "CREATE TABLE `orders`", "second-model"}) {
+    EXPECT_THAT(request.path + request.body, HasSubstr(part));
+  }
+  const std::string all = everything(request);
+  EXPECT_THAT(all, Not(HasSubstr(keyOf(provider(from.provider)))));
+  EXPECT_THAT(all, Not(HasSubstr("first-model")));
+  EXPECT_EQ(all.find(keyOf(provider(to.provider))) != std::string::npos,
+            provider(to.provider).keyPlace != KeyPlace::None);
+}
+
+std::vector<std::pair<Format, Format>> makePairs() {
+  std::vector<std::pair<Format, Format>> pairs;
+  for (const Format& from : kFormats) {
+    for (const Format& to : kFormats) {
+      if (&from != &to) pairs.emplace_back(from, to);
+    }
+  }
+  return pairs;
+}
+
+INSTANTIATE_TEST_SUITE_P(Pairs, EveryMove, testing::ValuesIn(makePairs()), [](const auto& row) {
+  return std::string(row.param.first.provider) + "_to_" + row.param.second.provider;
+});
+
+class Move : public SwitchboardTest {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(board_.open(), "");
+    server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
+    ASSERT_EQ(board_.ask(kQuestions[0]).error, "");
+  }
+
+  void expectTheOldConversationGoesOn() {
+    EXPECT_EQ(&board_.provider(), &provider("openai"));
+    EXPECT_EQ(board_.model(), "first-model");
+    server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
+    EXPECT_EQ(board_.ask(kQuestions[1]).text, "noted");
+    EXPECT_EQ(server("openai").requests().size(), 2U);
+    EXPECT_THAT(lastRequest("openai").body, HasSubstr(kQuestions[0]));
+    EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"first-model")"));
+  }
+
+  Switchboard board_ = open("openai");
+};
+
+TEST_F(Move, WithoutAModelTakesTheFirstThatIsListed) {
+  server("deepseek")
+      .script({.status = 200,
+               .body = R"({"data":[{"id":"a","object":"model"},{"id":"b","object":"model"}]})",
+               .headers = {}});
+  EXPECT_EQ(board_.moveTo(provider("deepseek"), ""), "");
+  EXPECT_EQ(&board_.provider(), &provider("deepseek"));
+  EXPECT_EQ(board_.model(), "a");
+}
+
+TEST_F(Move, ToAnotherModelOfTheSameServiceKeepsTheConversation) {
+  EXPECT_EQ(board_.moveTo(provider("openai"), "second-model"), "");
+  server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
+  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_THAT(lastRequest("openai").body, HasSubstr(kQuestions[0]));
+  EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"second-model")"));
+}
+
+TEST_F(Move, AndBackKeepsAllTurns) {
+  ASSERT_EQ(board_.moveTo(provider("ollama"), "m"), "");
+  server("ollama").script(
+      {.status = 200, .body = R"({"message":{"role":"assistant","content":"local"}})", .headers = {}});
+  ASSERT_EQ(board_.ask(kQuestions[1]).error, "");
+  ASSERT_EQ(board_.moveTo(provider("openai"), "first-model"), "");
+  server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
+  ASSERT_EQ(board_.ask(kQuestions[2]).error, "");
+  for (const char* part : {kQuestions[0], kQuestions[1], "local", kQuestions[2]}) {
+    EXPECT_THAT(lastRequest("openai").body, HasSubstr(part));
+  }
+}
+
+TEST_F(Move, BeginsAnewAtTheNewService) {
+  ASSERT_EQ(board_.moveTo(provider("deepseek"), "m"), "");
+  EXPECT_EQ(board_.startConversation(), "");
+  server("deepseek").script({.status = 200, .body = kCompletion, .headers = {}});
+  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_THAT(lastRequest("deepseek").body, Not(HasSubstr(kQuestions[0])));
+}
+
+TEST_F(Move, ToAServiceThatListsNoModelsLeavesEverything) {
+  server("ollama").script({.status = 200, .body = R"({"models":[]})", .headers = {}});
+  EXPECT_THAT(board_.moveTo(provider("ollama"), ""),
+              testing::AllOf(HasSubstr("offers no models"), HasSubstr("ollama pull")));
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(Move, ToAServiceThatFailsLeavesEverything) {
+  server("gemini").script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
+  EXPECT_EQ(board_.moveTo(provider("gemini"), ""), "overloaded");
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(Move, ToAServiceThatCannotBeChosenLeavesEverything) {
+  refused_ = &provider("gemini");
+  EXPECT_EQ(board_.moveTo(provider("gemini"), ""), "no such place");
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(Move, CanBeCalledOff) {
+  server("deepseek").script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  std::thread user([this] {
+    while (server("deepseek").requests().empty()) std::this_thread::yield();
+    board_.cancel();
+  });
+  EXPECT_NE(board_.moveTo(provider("deepseek"), ""), "");
+  user.join();
+  board_.dropLateCancel();
+  EXPECT_EQ(server("openai").requests().size(), 1U);
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(Move, ToOllamaLeavesNothingToCallOff) {
+  EXPECT_TRUE(board_.cancel());
+  board_.dropLateCancel();
+  ASSERT_EQ(board_.moveTo(provider("ollama"), "m"), "");
+  EXPECT_FALSE(board_.cancel());
+  board_.dropLateCancel();
+  EXPECT_THAT(server("ollama").requests(), IsEmpty());
+}
+
+}  // namespace
