@@ -42,7 +42,7 @@ build() {
     cmake --preset "$preset" >"$log" 2>&1 || build_failed "$preset could not be configured" "$log"
   fi
   ninja -C "$dir" -n "$@" 2>/dev/null | grep -q 'no work to do' && return
-  say "Building ($preset; the first time takes a minute or more) …"
+  say "Building ($preset; the first time takes minutes) …"
   ninja -C "$dir" "$@" >"$log" 2>&1 || build_failed "$preset could not be built" "$log"
 }
 
