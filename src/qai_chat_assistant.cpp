@@ -12,9 +12,6 @@
 
 namespace {
 
-constexpr const char* kInvalidResponse = "Invalid response";
-constexpr const char* kUnsupportedFormat = "Unsupported data format";
-
 /// `text` with the model's name in place of "{model}".
 std::string withModel(std::string_view text, const std::string& model) {
   constexpr std::string_view kPlace = "{model}";
@@ -35,9 +32,9 @@ QAIChatAssistant::QAIChatAssistant(const ChatDialect& dialect, ICSHTTPPoolCenter
     : dialect_(dialect),
       restSession_(std::make_unique<CMRestSession>()),
       properties_(std::make_unique<QAIAssistantProperties>()),
-      apiKey_(dialect.queryKey ? apiKey : std::string()),
+      apiKey_(dialect.key == ChatKey::Query ? apiKey : std::string()),
       clock_(clock) {
-  if (dialect_.bearerKey) restSession_->setAuthorizationHeaderValue("Bearer " + apiKey);
+  if (dialect_.key == ChatKey::Bearer) restSession_->setAuthorizationHeaderValue("Bearer " + apiKey);
   if (dialect_.sharesPool) restSession_->httpPoolCenter = pool;
   properties_->setApiHost(apiHost, std::string(dialect_.defaultHost));
   pool_.reset(pool);  // last: until here the pool is the caller's
@@ -62,18 +59,18 @@ std::string QAIChatAssistant::address(const ChatPath& path) const {
 }
 
 CMRestParams QAIChatAssistant::queryParams() const {
-  return dialect_.queryKey ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
+  return dialect_.key == ChatKey::Query ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
 }
 
 std::pair<std::vector<std::string>, std::string> QAIChatAssistant::obtainAvailableModels() {
-  const auto [response, error] = HTTP::Get(restSession_.get(), address(dialect_.modelsPath), queryParams(), {});
+  const auto [response, error] = HTTP::Get(restSession_.get(), address(dialect_.models.path), queryParams(), {});
   const std::unique_ptr<CMRestResourceResponse> reply(response);
   if (!error.empty()) return {{}, obtainFailureText(reply.get(), error)};
 
   const ICOJsonValue* json = reply->getJson();
-  if (json == nullptr) return {{}, failure(dialect_.modelsNoJsonText, dialect_.modelsLabel)};
-  const ICOJsonValue* list = json->obtainJsonValue(dialect_.modelsMember);
-  if (!cfHasJsonType(list, JsonType::Array)) return {{}, failure(kUnsupportedFormat, dialect_.modelsLabel)};
+  if (json == nullptr) return {{}, failure(dialect_.models.noJsonText, dialect_.models.label)};
+  const ICOJsonValue* list = json->obtainJsonValue(dialect_.models.member);
+  if (!cfHasJsonType(list, JsonType::Array)) return {{}, failure(kUnsupportedFormat, dialect_.models.label)};
   return {dialect_.readModels(*list), ""};
 }
 
@@ -138,17 +135,17 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessage(IQAISession* s
 /// Asks the service; gives its reply's text and an error text.
 std::pair<std::string, std::string> QAIChatAssistant::exchange(const QAIChatSession& session, const std::string& text) {
   const QAIAssistantProperties& settings = session.properties();
-  if (settings.model.empty()) return {"", failure("Model is empty", dialect_.noModelLabel)};
+  if (settings.model.empty()) return {"", failure("Model is empty", dialect_.turn.noModelLabel)};
 
   const std::string instructions = settings.obtainCombinedInstructions();
   COJson body;
   dialect_.writeBody(body, {settings, dialect_.instructionsRole, instructions, session.history(), text});
-  const auto [response, error] = HTTP::Post(restSession_.get(), address(dialect_.chatPath), &body, queryParams(), {});
+  const auto [response, error] = HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {});
   const std::unique_ptr<CMRestResourceResponse> reply(response);
   if (!error.empty()) return {"", obtainFailureText(reply.get(), error)};
 
-  if (reply->getJson() == nullptr) return {"", failure(kInvalidResponse, dialect_.noJsonLabel)};
+  if (reply->getJson() == nullptr) return {"", failure(kInvalidResponse, dialect_.turn.noJsonLabel)};
   std::optional<std::string> answer = dialect_.readReply(*reply->getJson());
-  if (!answer) return {"", failure(kUnsupportedFormat, dialect_.formatLabel)};
+  if (!answer) return {"", failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
   return {std::move(*answer), ""};
 }

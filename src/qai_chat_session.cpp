@@ -49,7 +49,8 @@ bool QAIChatSession::writeHistory(COJsonValue& messages) const {
   messages.setArray();
   for (const auto& message : history_) {
     const char* role = savedRole(message->role);
-    if (role == nullptr || message->sections.empty()) return cfRaiseAssertion("false", dialect_.file, dialect_.line);
+    if (role == nullptr || message->sections.empty())
+      return cfRaiseAssertion("false", dialect_.place.file, dialect_.place.line);
     COJsonValue* entry = messages.addArrayItem();
     entry->addKeyValue("role")->setStringReference(role);
     entry->addKeyValue("content")->setStringReference(message->firstText());

@@ -37,20 +37,15 @@ std::optional<std::string> readReply(const ICOJsonValue& reply) {
 constinit const ChatDialect kOllama{
     .defaultHost = "localhost:11434",
     .instructionsRole = "system",
-    .bearerKey = false,
-    .queryKey = false,
+    .key = ChatKey::None,
     .sharesPool = false,
-    .modelsPath = {"api", "tags"},
-    .modelsMember = "models",
-    .modelsNoJsonText = "Invalid response",
-    .modelsLabel = ": g/api/tags",
-    .chatPath = {"api", "chat"},
-    .noModelLabel = ": p/api/chat",
-    .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
-    .formatLabel = ": p/api/chat",
+    .models = {.path = {"api", "tags"}, .member = "models", .noJsonText = kInvalidResponse, .label = ": g/api/tags"},
+    .turn = {.path = {"api", "chat"},
+             .noModelLabel = ": p/api/chat",
+             .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
+             .formatLabel = ": p/api/chat"},
     .readModels = readModels,
     .writeBody = writeBody,
     .readReply = readReply,
-    .file = __FILE__,
-    .line = __LINE__,
+    .place = {__FILE__, __LINE__},
 };

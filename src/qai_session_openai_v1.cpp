@@ -6,20 +6,15 @@
 constinit const ChatDialect kOpenAI{
     .defaultHost = "api.openai.com",
     .instructionsRole = "developer",
-    .bearerKey = true,
-    .queryKey = false,
+    .key = ChatKey::Bearer,
     .sharesPool = true,
-    .modelsPath = {"v1", "models"},
-    .modelsMember = "data",
-    .modelsNoJsonText = "Unsupported data format",
-    .modelsLabel = ": g/v1/models",
-    .chatPath = {"v1", "chat", "completions"},
-    .noModelLabel = ": p/v1/chat/completions",
-    .noJsonLabel = ": g/v1/chat/completions",  // the other method's label, as hosts know it
-    .formatLabel = ": p/v1/chat/completions",
+    .models = {.path = {"v1", "models"}, .member = "data", .noJsonText = kUnsupportedFormat, .label = ": g/v1/models"},
+    .turn = {.path = {"v1", "chat", "completions"},
+             .noModelLabel = ": p/v1/chat/completions",
+             .noJsonLabel = ": g/v1/chat/completions",  // the other method's label, as hosts know it
+             .formatLabel = ": p/v1/chat/completions"},
     .readModels = completions::readModelsByCreated,
     .writeBody = completions::writeBody,
     .readReply = completions::readReply,
-    .file = __FILE__,
-    .line = __LINE__,
+    .place = {__FILE__, __LINE__},
 };

@@ -63,10 +63,10 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Dialects, EachSessionNamesItsOwnFile) {
-  EXPECT_NE(std::string(kOpenAI.file).find("qai_session_openai_v1"), std::string::npos);
-  EXPECT_NE(std::string(kDeepSeek.file).find("qai_session_deepseek"), std::string::npos);
-  EXPECT_NE(std::string(kOllama.file).find("qai_session_ollama"), std::string::npos);
-  EXPECT_NE(std::string(kGoogle.file).find("qai_session_google"), std::string::npos);
+  EXPECT_NE(std::string(kOpenAI.place.file).find("qai_session_openai_v1"), std::string::npos);
+  EXPECT_NE(std::string(kDeepSeek.place.file).find("qai_session_deepseek"), std::string::npos);
+  EXPECT_NE(std::string(kOllama.place.file).find("qai_session_ollama"), std::string::npos);
+  EXPECT_NE(std::string(kGoogle.place.file).find("qai_session_google"), std::string::npos);
 }
 
 }  // namespace
