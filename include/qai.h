@@ -85,7 +85,8 @@ class IQAIAssistant : public IQAIObject {
 
   /// Calls `fill` with a fresh properties object and adopts the keys that it assigned; the change reaches the next
   /// turn of every open session. Sends nothing with the chat services.
-  /// @throw std::bad_function_call when `fill` is empty (chat services).
+  /// @throw std::bad_function_call when `fill` is empty (chat services). What `fill` throws passes through; nothing is
+  ///        changed then.
   /// @return an error text, "" when accepted.
   virtual std::string setAssistantProperties(std::function<void(IQAIProperties*)> fill) = 0;  // slot 2
 
