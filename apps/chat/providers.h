@@ -20,27 +20,28 @@ struct KeyRefusal {
   std::string_view part;
 };
 
+inline constexpr std::array<KeyRefusal, 2> kUsualRefusals{{{401, ""}, {403, ""}}};
+
+/// What is not named in the table is the usual.
 struct Provider {
   const char* name;   // for --provider
   const char* title;  // for people
   QAIAssistantType type;
-  std::span<const char* const> keyVariables;  // of the environment; the first that is set counts
-  const char* hostNote;                       // for --help
-  const char* hostVariable;                   // of the environment, read when --host names none; may be null
+  const char* hostNote;                         // for --help
+  std::span<const char* const> keyVariables{};  // of the environment; the first that is set counts
+  const char* hostVariable = nullptr;           // of the environment, read when --host names none; may be null
   /// Makes an address of what the user calls the host, blank included; null: the library's way will do. A provider
   /// that has this one is never stood in for.
-  std::optional<std::string> (*readHost)(std::string_view text);
+  std::optional<std::string> (*readHost)(std::string_view text) = nullptr;
   std::span<const char* const> modelsPath;  // a cheap address that tells whether a key is good
-  KeyPlace keyPlace;
-  std::span<const KeyRefusal> keyRefusals;
-  bool canCancel;                // a request in flight can be ended
-  const char* noConnectionHint;  // a sentence for the user; may be empty
-  const char* noModelsHint;      // the same
+  KeyPlace keyPlace = KeyPlace::Bearer;
+  std::span<const KeyRefusal> keyRefusals = kUsualRefusals;
+  bool canCancel = true;              // a request in flight can be ended
+  const char* noConnectionHint = "";  // a sentence for the user; may be empty
+  const char* noModelsHint = "";      // the same
 };
 
 namespace providers {
-inline constexpr std::array<KeyRefusal, 2> kBearerRefusals{{{401, ""}, {403, ""}}};
-
 inline constexpr std::array kOpenAIKeys{"OPENAI_API_KEY"};
 inline constexpr std::array kOpenAIModels{"v1", "models"};
 
@@ -61,52 +62,32 @@ inline constexpr std::array kProviders{
         .name = "openai",
         .title = "OpenAI",
         .type = OPENAI_v1,
-        .keyVariables = providers::kOpenAIKeys,
         .hostNote = "OpenAI's public address",
-        .hostVariable = nullptr,
-        .readHost = nullptr,
+        .keyVariables = providers::kOpenAIKeys,
         .modelsPath = providers::kOpenAIModels,
-        .keyPlace = KeyPlace::Bearer,
-        .keyRefusals = providers::kBearerRefusals,
-        .canCancel = true,
-        .noConnectionHint = "",
-        .noModelsHint = "",
     },
     Provider{
         .name = "deepseek",
         .title = "DeepSeek",
         .type = DEEPSEEK,
-        .keyVariables = providers::kDeepSeekKeys,
         .hostNote = "DeepSeek's public address",
-        .hostVariable = nullptr,
-        .readHost = nullptr,
+        .keyVariables = providers::kDeepSeekKeys,
         .modelsPath = providers::kDeepSeekModels,
-        .keyPlace = KeyPlace::Bearer,
-        .keyRefusals = providers::kBearerRefusals,
-        .canCancel = true,
-        .noConnectionHint = "",
-        .noModelsHint = "",
     },
     Provider{
         .name = "gemini",
         .title = "Gemini",
         .type = GOOGLE,
-        .keyVariables = providers::kGeminiKeys,
         .hostNote = "Google's public address",
-        .hostVariable = nullptr,
-        .readHost = nullptr,
+        .keyVariables = providers::kGeminiKeys,
         .modelsPath = providers::kGeminiModels,
         .keyPlace = KeyPlace::Query,
         .keyRefusals = providers::kGeminiRefusals,
-        .canCancel = true,
-        .noConnectionHint = "",
-        .noModelsHint = "",
     },
     Provider{
         .name = "ollama",
         .title = "Ollama",
         .type = OLLAMA,
-        .keyVariables = {},
         .hostNote = "http://localhost:11434, or the server that OLLAMA_HOST names",
         .hostVariable = "OLLAMA_HOST",
         .readHost = readOllamaHost,
