@@ -32,7 +32,7 @@ QAIChatAssistant::QAIChatAssistant(const ChatDialect& dialect, ICSHTTPPoolCenter
     : dialect_(dialect),
       restSession_(std::make_unique<CMRestSession>()),
       properties_(std::make_unique<QAIAssistantProperties>()),
-      apiKey_(dialect.key == ChatKey::Query ? apiKey : std::string()),
+      apiKey_(dialect.key == ChatKey::None ? std::string() : apiKey),
       clock_(clock) {
   if (dialect_.key == ChatKey::Bearer) restSession_->setAuthorizationHeaderValue("Bearer " + apiKey);
   if (dialect_.sharesPool) restSession_->httpPoolCenter = pool;

@@ -54,7 +54,7 @@ class QAIChatAssistant : public IQAIAssistant {
   std::unique_ptr<ICSHTTPPoolCenter> pool_;
   std::unique_ptr<CMRestSession> restSession_;
   std::unique_ptr<QAIAssistantProperties> properties_;
-  std::string apiKey_;  // only of a service that gets it in the query
+  std::string apiKey_;  // empty for a service without keys
   MessageClock clock_;
 };
 
