@@ -247,11 +247,12 @@ struct QAIAssistantProperties::Key {
 // NOLINTNEXTLINE(cert-err58-cpp): constinit says that nothing runs here
 constinit const std::array<QAIAssistantProperties::Key, 7> QAIAssistantProperties::Key::kAll{{
     {"api_host", "string", [](const Record& record) { return CMVariant(record.apiHost); }, &Record::storeApiHost},
-    {"model", "string", [](const Record& record) { return CMVariant(record.model); }, &Record::storeModel},
+    {"model", "string", [](const Record& record) { return CMVariant(record.model); },
+     &Record::storeText<&Record::model>},
     {"temperature", "double", [](const Record& record) { return CMVariant(record.temperature); },
      &Record::storeTemperature},
     {"user_instructions", "string", [](const Record& record) { return CMVariant(record.userInstructions); },
-     &Record::storeUserInstructions},
+     &Record::storeText<&Record::userInstructions>},
     {"system_instructions", "CMVariantMap(string, string)",
      [](const Record& record) { return CMVariant(record.systemInstructions); }, &Record::storeSystemInstructions},
     {"db_structure", kStructureDescription,
@@ -285,22 +286,17 @@ bool QAIAssistantProperties::setProperty(const std::string& name, const CMVarian
   return key != nullptr && (this->*key->write)(value);
 }
 
-bool QAIAssistantProperties::storeText(std::string& field, const CMVariant& value) {
+template <std::string QAIAssistantProperties::*field>
+bool QAIAssistantProperties::storeText(const CMVariant& value) {
   if (!CF_ASSERT(value.getValueType() == CMVariant::ValueType::String)) return false;
-  field = value.stringRef();
+  this->*field = value.stringRef();
   return true;
 }
 
 bool QAIAssistantProperties::storeApiHost(const CMVariant& value) {
-  if (!CF_ASSERT(value.getValueType() == CMVariant::ValueType::String)) return false;
-  setApiHost(value.stringRef(), "");
+  if (!storeText<&QAIAssistantProperties::apiHost>(value)) return false;
+  setApiHost(apiHost, "");
   return true;
-}
-
-bool QAIAssistantProperties::storeModel(const CMVariant& value) { return storeText(model, value); }
-
-bool QAIAssistantProperties::storeUserInstructions(const CMVariant& value) {
-  return storeText(userInstructions, value);
 }
 
 // The two checks contradict each other, and hosts have come to rely on it: a number is refused, a text is taken.

@@ -59,11 +59,10 @@ class QAIAssistantProperties : public IQAIProperties {
   struct Key;
   static const Key* findKey(std::string_view name);
 
-  bool storeText(std::string& field, const CMVariant& value);
+  template <std::string QAIAssistantProperties::*field>
+  bool storeText(const CMVariant& value);
   bool storeApiHost(const CMVariant& value);
-  bool storeModel(const CMVariant& value);
   bool storeTemperature(const CMVariant& value);
-  bool storeUserInstructions(const CMVariant& value);
   bool storeSystemInstructions(const CMVariant& value);
   bool storeDatabaseStructure(const CMVariant& value);
   bool refuse(const CMVariant& value);

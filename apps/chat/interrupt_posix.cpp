@@ -49,14 +49,14 @@ void Interrupts::receive() {
 }
 
 void endByInterrupt() {
-  std::signal(SIGINT, SIG_DFL);
+  static_cast<void>(std::signal(SIGINT, SIG_DFL));
   sigset_t interrupt;
   sigemptyset(&interrupt);
   sigaddset(&interrupt, SIGINT);
   pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
-  std::raise(SIGINT);
+  static_cast<void>(std::raise(SIGINT));
 }
 
-void ignoreBrokenPipes() { std::signal(SIGPIPE, SIG_IGN); }
+void ignoreBrokenPipes() { static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); }
 
 bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }
