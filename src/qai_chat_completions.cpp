@@ -80,16 +80,14 @@ std::vector<std::string> completions::readModelsByCreated(const ICOJsonValue& li
   return models;
 }
 
-std::int32_t completions::createdAsInt32(double created) {
+std::int64_t completions::toSeconds(double created) {
   using Limits = std::numeric_limits<std::int64_t>;
   constexpr double kBeyond = 9223372036854775808.0;  // 2^63
-  std::int64_t seconds = 0;
-  if (created >= kBeyond) {
-    seconds = Limits::max();
-  } else if (created < -kBeyond) {
-    seconds = Limits::min();
-  } else {
-    seconds = static_cast<std::int64_t>(created);
-  }
-  return static_cast<std::int32_t>(static_cast<std::uint32_t>(seconds));
+  if (created >= kBeyond) return Limits::max();
+  if (created < -kBeyond) return Limits::min();
+  return static_cast<std::int64_t>(created);
+}
+
+std::int32_t completions::createdAsInt32(double created) {
+  return static_cast<std::int32_t>(static_cast<std::uint32_t>(toSeconds(created)));
 }

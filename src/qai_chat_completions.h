@@ -30,7 +30,10 @@ std::vector<std::string> readModels(const ICOJsonValue& list);
 /// The identifiers of a model list, the newest first; models of the same second keep their order.
 std::vector<std::string> readModelsByCreated(const ICOJsonValue& list);
 
-/// `created`, in seconds, as a signed 32-bit number: truncated, held within 64 bits, then taken modulo 2^32.
+/// A time in seconds as the services send it: truncated, held within 64 bits.
+std::int64_t toSeconds(double created);
+
+/// The same as a signed 32-bit number: taken modulo 2^32.
 std::int32_t createdAsInt32(double created);
 
 }  // namespace completions

@@ -1,16 +1,13 @@
 #include "qai_chat_session.h"
 
+#include "qai_saved_settings.h"
+
 #include <cf/assert.h>
-#include <cf/text.h>
 
 namespace {
 
 constexpr auto kUser = static_cast<std::uint32_t>(QAIMessageRole::User);
 constexpr auto kAssistant = static_cast<std::uint32_t>(QAIMessageRole::Assistant);
-
-bool isString(const ICOJsonValue* value) { return cfHasJsonType(value, JsonType::String); }
-
-std::string textOf(const ICOJsonValue* value) { return std::string(value->obtainString()); }
 
 /// The name of a role in a saved text; null for a role that no entry may have.
 const char* savedRole(std::uint32_t role) {
@@ -25,24 +22,8 @@ QAIChatSession::QAIChatSession(QAIAssistantProperties& properties, const ChatDia
 
 std::string QAIChatSession::obtainSessionData() const {
   COJson data;
-  writeSettings(data);
+  writeSavedSettings(data, properties_, NoSystemInstructions::NoMember);
   return writeHistory(*data.addKeyValue("messages")) ? data.obtainJsonString() : std::string();
-}
-
-void QAIChatSession::writeSettings(COJson& data) const {
-  data.addKeyValue("api_host")->setStringReference(properties_.apiHost);
-  data.addKeyValue("model")->setStringReference(properties_.model);
-  data.addKeyValue("temperature")->setNumber(properties_.temperature);
-  data.addKeyValue("user_instructions")->setStringReference(properties_.userInstructions);
-  if (!properties_.systemInstructions.empty()) {
-    COJsonValue* list = data.addKeyValue("system_instructions");
-    for (const auto& [key, value] : properties_.systemInstructions) {
-      COJsonValue* entry = list->addArrayItem();
-      entry->addKeyValue("key")->setStringReference(key);
-      entry->addKeyValue("value")->setString(value.stringValue());
-    }
-  }
-  data.addKeyValue("db_structure")->setStringReference(properties_.dbStructureJson);
 }
 
 bool QAIChatSession::writeHistory(COJsonValue& messages) const {
@@ -61,49 +42,20 @@ bool QAIChatSession::writeHistory(COJsonValue& messages) const {
 bool QAIChatSession::load(const std::string& data) {
   const COJson saved(data);
   if (!saved.getIsValidJson()) return false;
-  loadSettings(saved);
-  loadSystemInstructions(saved.obtainJsonValue("system_instructions"));
+  loadSavedSettings(saved, properties_);
   loadHistory(saved.obtainJsonValue("messages"));
   return true;
-}
-
-void QAIChatSession::loadSettings(const COJson& saved) {
-  const auto store = [this](const char* key, const CMVariant& value) { properties_.setProperty(key, value); };
-  const auto storeText = [&](const char* key) {
-    if (const ICOJsonValue* value = saved.obtainJsonValue(key); isString(value)) store(key, textOf(value));
-  };
-  if (const ICOJsonValue* host = saved.obtainJsonValue("api_host"); isString(host)) {
-    store("api_host", cfTrimAsString(host->obtainString()));
-  }
-  storeText("model");
-  if (const ICOJsonValue* temperature = saved.obtainJsonValue("temperature");
-      cfHasJsonType(temperature, JsonType::Number)) {
-    store("temperature", temperature->obtainNumber());
-  }
-  storeText("user_instructions");
-  storeText("db_structure");
-}
-
-void QAIChatSession::loadSystemInstructions(const ICOJsonValue* list) {
-  const std::size_t size = list == nullptr ? 0 : list->obtainArraySize();
-  for (std::size_t i = 0; i < size; ++i) {
-    const ICOJsonValue* entry = list->obtainArrayItem(i);
-    const ICOJsonValue* key = entry->obtainJsonValue("key");
-    const ICOJsonValue* value = entry->obtainJsonValue("value");
-    if (isString(key) && isString(value)) properties_.systemInstructions[textOf(key)] = textOf(value);
-  }
 }
 
 void QAIChatSession::loadHistory(const ICOJsonValue* messages) {
   const std::size_t size = messages == nullptr ? 0 : messages->obtainArraySize();
   history_.reserve(size);
   for (std::size_t i = 0; i < size; ++i) {
-    const ICOJsonValue* entry = messages->obtainArrayItem(i);
-    const ICOJsonValue* role = entry->obtainJsonValue("role");
-    const ICOJsonValue* content = entry->obtainJsonValue("content");
-    if (!isString(role) || !isString(content)) continue;
-    if (role->obtainString() == "user") append(kUser, textOf(content));
-    if (role->obtainString() == "assistant") append(kAssistant, textOf(content));
+    const ICOJsonValue* role = cfFindJsonMember(messages->obtainArrayItem(i), "role", JsonType::String);
+    const ICOJsonValue* content = cfFindJsonMember(messages->obtainArrayItem(i), "content", JsonType::String);
+    if (role == nullptr || content == nullptr) continue;
+    if (role->obtainString() == "user") append(kUser, std::string(content->obtainString()));
+    if (role->obtainString() == "assistant") append(kAssistant, std::string(content->obtainString()));
   }
 }
 

@@ -19,7 +19,7 @@ class QAIChatSession : public IQAISession {
   std::string obtainSessionData() const override;
 
   /// Fills a new session from a saved text and writes the text's settings into the record; what can't be used is
-  /// skipped. The record refuses a temperature that comes as a number, though the key then counts as assigned.
+  /// skipped.
   /// @return false, with nothing changed, when `data` is no JSON.
   bool load(const std::string& data);
 
@@ -31,10 +31,7 @@ class QAIChatSession : public IQAISession {
   const QAIAssistantProperties& properties() const { return properties_; }
 
  private:
-  void loadSettings(const COJson& saved);
-  void loadSystemInstructions(const ICOJsonValue* list);
   void loadHistory(const ICOJsonValue* messages);
-  void writeSettings(COJson& data) const;
   bool writeHistory(COJsonValue& messages) const;
 
   QAIAssistantProperties& properties_;

@@ -64,13 +64,13 @@ HTTPResult HTTP::Delete(CMRestSession* session, const std::string& url, ICSAppFa
   return run(app, session, request, &ICSRestClient::executeDelete);
 }
 
+const ICOJsonValue* findErrorMessage(const ICOJsonValue* json) {
+  return cfFindJsonMember(cfFindJsonMember(json, "error", JsonType::Object), "message", JsonType::String);
+}
+
 std::string obtainResponseErrorText(const CMRestResourceResponse* response) {
-  if (const ICOJsonValue* json = response->getJson(); json != nullptr && json->getIsValidJson()) {
-    const ICOJsonValue* error = json->obtainJsonValue("error");
-    const ICOJsonValue* message = error == nullptr ? nullptr : error->obtainJsonValue("message");
-    if (cfHasJsonType(message, JsonType::String)) return std::string(message->obtainString());
-  }
-  return response->getBufferString();
+  const ICOJsonValue* message = findErrorMessage(response->getJson());
+  return message == nullptr ? response->getBufferString() : std::string(message->obtainString());
 }
 
 std::string obtainFailureText(const CMRestResourceResponse* response, std::string httpError) {

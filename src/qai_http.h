@@ -27,6 +27,9 @@ HTTPResult Delete(CMRestSession* session, const std::string& url, ICSAppFactory*
 
 }  // namespace HTTP
 
+/// The string "message" of the object "error" in `json`, which may be null; null when there is none.
+const ICOJsonValue* findErrorMessage(const ICOJsonValue* json);
+
 /// The "message" of the "error" object in the response's JSON, else the raw body, which may be empty.
 std::string obtainResponseErrorText(const CMRestResourceResponse* response);
 

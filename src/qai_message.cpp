@@ -2,14 +2,16 @@
 
 #include <memory>
 
-QAIMessage::QAIMessage(std::uint32_t messageRole, std::string text) : role(messageRole) {
-  auto section = std::make_unique<QAIMessageTextSection>(std::move(text));
-  sections.push_back(section.get());
-  static_cast<void>(section.release());  // the destructor frees it
-}
+QAIMessage::QAIMessage(std::uint32_t messageRole, std::string text) : role(messageRole) { addText(std::move(text)); }
 
 QAIMessage::~QAIMessage() {
   for (const IQAIMessageSection* section : sections) delete section;
+}
+
+void QAIMessage::addText(std::string text) {
+  auto section = std::make_unique<QAIMessageTextSection>(std::move(text));
+  sections.push_back(section.get());
+  static_cast<void>(section.release());  // the destructor frees it
 }
 
 std::string_view QAIMessage::firstText() const {

@@ -36,6 +36,8 @@ class QAIMessage final : public IQAIMessage {
 
   bool isByAssistant() const { return role == static_cast<std::uint32_t>(QAIMessageRole::Assistant); }
 
+  void addText(std::string text);
+
   /// The text of the first section; "" when there is none.
   std::string_view firstText() const;
 

@@ -99,6 +99,12 @@ inline bool cfHasJsonType(const COJsonValue* value, JsonType type) noexcept {
   return value != nullptr && value->obtainType() == type;
 }
 
+/// The member `key` of `object` when it is of `type`; else null. `object` may be null or anything.
+inline const COJsonValue* cfFindJsonMember(const COJsonValue* object, std::string_view key, JsonType type) noexcept {
+  const COJsonValue* member = object == nullptr ? nullptr : object->obtainJsonValue(key);
+  return cfHasJsonType(member, type) ? member : nullptr;
+}
+
 /// A document: its top-level value, and the owner of everything under it. Used by one thread at a time while it
 /// changes.
 class COJson : public COJsonValue {
