@@ -14,12 +14,6 @@ Reply refuse(const Flaw& flaw, const CompletionsDialect& dialect) {
   return dialect.refuse(wordFlaw(flaw, dialect.wordings));
 }
 
-const CompletionModel* findModel(std::string_view id, const CompletionsDialect& dialect) {
-  const auto found = std::find_if(dialect.models.begin(), dialect.models.end(),
-                                  [&](const CompletionModel& model) { return model.id == id; });
-  return found == dialect.models.end() ? nullptr : &*found;
-}
-
 Flaw unknownModel(std::string_view id) { return {.kind = &Wordings::unknownModel, .value = std::string(id)}; }
 
 std::optional<Flaw> checkMessage(const COJsonValue& message, const std::string& path,
@@ -33,13 +27,6 @@ std::optional<Flaw> checkMessage(const COJsonValue& message, const std::string& 
   return checkMember(message.obtainJsonValue("content"), JsonType::String, path + ".content");
 }
 
-std::optional<Flaw> checkFixedTemperature(const COJsonValue* temperature, const CompletionModel& model) {
-  if (!model.fixedTemperature || !cfHasJsonType(temperature, JsonType::Number)) return std::nullopt;
-  const double value = temperature->obtainNumber();
-  if (value == 1.0) return std::nullopt;
-  return Flaw{&Wordings::fixedTemperature, "temperature", cfNumberToText(value)};
-}
-
 std::optional<Flaw> checkChat(const COJson& body, const CompletionsDialect& dialect) {
   if (body.obtainType() != JsonType::Object) return Flaw{&Wordings::notJson};
   const COJsonValue* id = body.obtainJsonValue("model");
@@ -51,9 +38,7 @@ std::optional<Flaw> checkChat(const COJson& body, const CompletionsDialect& dial
   if (auto flaw = checkSomeItems(body.obtainJsonValue("messages"), "messages", check)) return flaw;
   const CompletionModel* model = findModel(id->obtainString(), dialect);
   if (model == nullptr) return unknownModel(id->obtainString());
-  const COJsonValue* temperature = body.obtainJsonValue("temperature");
-  if (auto flaw = checkTemperature(temperature, "temperature")) return flaw;
-  return checkFixedTemperature(temperature, *model);
+  return checkTemperatureOf(*model, body.obtainJsonValue("temperature"));
 }
 
 void fillModel(COJsonValue* value, const CompletionModel& model, const CompletionsDialect& dialect) {
@@ -74,12 +59,6 @@ void fillChoice(COJsonValue* choice, const CompletionModel& model, const std::st
   choice->addKeyValue("finish_reason")->setString("stop");
 }
 
-void fillUsage(COJsonValue* usage, const Answer& answer) {
-  usage->addKeyValue("prompt_tokens")->setInteger(answer.wordsAsked);
-  usage->addKeyValue("completion_tokens")->setInteger(answer.wordsAnswered);
-  usage->addKeyValue("total_tokens")->setInteger(answer.wordsAsked + answer.wordsAnswered);
-}
-
 Reply sendCompletion(const CompletionModel& model, const Answer& answer, const CompletionsDialect& dialect) {
   static std::atomic<std::int64_t> lastNumber{0};
   const auto now = std::chrono::system_clock::now().time_since_epoch();
@@ -94,6 +73,27 @@ Reply sendCompletion(const CompletionModel& model, const Answer& answer, const C
 }
 
 }  // namespace
+
+const CompletionModel* findModel(std::string_view id, const CompletionsDialect& dialect) {
+  const auto found = std::find_if(dialect.models.begin(), dialect.models.end(),
+                                  [&](const CompletionModel& model) { return model.id == id; });
+  return found == dialect.models.end() ? nullptr : &*found;
+}
+
+std::optional<Flaw> checkTemperatureOf(const CompletionModel& model, const COJsonValue* temperature) {
+  constexpr const char* kPath = "temperature";
+  if (auto flaw = checkTemperature(temperature, kPath)) return flaw;
+  if (!model.fixedTemperature || !cfHasJsonType(temperature, JsonType::Number)) return std::nullopt;
+  const double value = temperature->obtainNumber();
+  if (value == 1.0) return std::nullopt;
+  return Flaw{&Wordings::fixedTemperature, kPath, cfNumberToText(value)};
+}
+
+void fillUsage(COJsonValue* usage, const Answer& answer) {
+  usage->addKeyValue("prompt_tokens")->setInteger(answer.wordsAsked);
+  usage->addKeyValue("completion_tokens")->setInteger(answer.wordsAnswered);
+  usage->addKeyValue("total_tokens")->setInteger(answer.wordsAsked + answer.wordsAnswered);
+}
 
 Reply sendCompletionsError(int status, const CompletionsError& error) {
   const auto setTextOrNull = [](COJsonValue* value, const std::string& text) {

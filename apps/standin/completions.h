@@ -33,6 +33,14 @@ struct CompletionsDialect {
   Reply (*refuse)(const Refusal& refusal);
 };
 
+/// Null when the service has no such model.
+const CompletionModel* findModel(std::string_view id, const CompletionsDialect& dialect);
+/// @param temperature null: none was sent
+std::optional<Flaw> checkTemperatureOf(const CompletionModel& model, const COJsonValue* temperature);
+
+/// The words of an answer as the members of "usage".
+void fillUsage(COJsonValue* usage, const Answer& answer);
+
 /// The members of an error; an empty `param` or `code` is sent as null.
 struct CompletionsError {
   std::string message;

@@ -1,4 +1,5 @@
-#include "completions.h"
+#include "openai.h"
+
 #include "services.h"
 
 #include <array>
@@ -84,6 +85,8 @@ Reply refuseWrongMethod(const Call& call) {
 }
 
 }  // namespace
+
+const CompletionsDialect& openaiDialect() { return kDialect; }
 
 Service openaiService() {
   return {.home = "/v1/",

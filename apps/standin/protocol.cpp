@@ -39,9 +39,9 @@ const Service& findHome(std::span<const Service> services, std::string_view path
 
 }  // namespace
 
-Reply answerRequest(const Request& request, const std::string& apiKey) {
-  const std::array services{openaiService(), deepseekService(), ollamaService(), geminiService()};
-  Call call{.request = request, .apiKey = apiKey, .captured = {}};
+Reply answerRequest(const Request& request, const std::string& apiKey, AssistantsStore& assistants) {
+  const std::array services{openaiService(), assistantsService(), deepseekService(), ollamaService(), geminiService()};
+  Call call{.request = request, .apiKey = apiKey, .assistants = assistants, .captured = {}};
   const Service* known = nullptr;
   for (const Service& service : services) {
     for (const Route& route : service.routes) {

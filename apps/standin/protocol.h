@@ -11,6 +11,8 @@
 
 namespace standin {
 
+class AssistantsStore;
+
 struct Reply {
   int status = 200;
   std::string body;
@@ -21,6 +23,7 @@ struct Reply {
 struct Call {
   const Request& request;
   const std::string& apiKey;          // the only one that is accepted; empty: any
+  AssistantsStore& assistants;        // what is kept between requests; the other protocols keep nothing
   std::vector<std::string> captured;  // decoded, for each '*' of the route's pattern
 };
 
@@ -42,6 +45,6 @@ struct Service {
 
 /// The usual answer to `request`: by the service that has a route for it, else by the one whose home holds its path,
 /// else by the first.
-Reply answerRequest(const Request& request, const std::string& apiKey);
+Reply answerRequest(const Request& request, const std::string& apiKey, AssistantsStore& assistants);
 
 }  // namespace standin

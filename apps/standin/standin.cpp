@@ -1,5 +1,6 @@
 #include "standin.h"
 
+#include "assistants_store.h"
 #include "http_server.h"
 #include "protocol.h"
 
@@ -24,8 +25,12 @@ struct Outcome {
   std::string contentType;
 };
 
-Outcome decideOutcome(const Request& request, const std::string& apiKey, const Script& script) {
-  Reply usual = answerRequest(request, apiKey);
+/// A service that refuses does nothing, so a scripted refusal takes the usual answer from a copy of what is kept.
+Outcome decideOutcome(const Request& request, const std::string& apiKey, const Script& script, AssistantsStore& store) {
+  constexpr int kFirstRefusal = 400;
+  std::optional<AssistantsStore> copy;
+  if (script.status.value_or(0) >= kFirstRefusal) copy.emplace(store);
+  Reply usual = answerRequest(request, apiKey, copy ? *copy : store);
   return {.status = script.status.value_or(usual.status),
           .body = script.body.value_or(usual.body),
           .contentType = std::move(usual.contentType)};
@@ -55,6 +60,7 @@ void setHalfBody(Outcome outcome, Connection& connection, httplib::Response& rep
 struct Server::Impl {
   explicit Impl(Options given)
       : options(std::move(given)),
+        assistants(options.idTail),
         http(options.host, options.port, makeTls(options),
              [this](const Request& request, Connection& connection, httplib::Response& reply) {
                exchange(request, connection, reply);
@@ -79,6 +85,7 @@ struct Server::Impl {
   std::deque<Script> scripts;
   bool stopping = false;
   std::condition_variable stopped;
+  AssistantsStore assistants;
   HttpServer http;  // last: its threads use all the others
 };
 
@@ -87,7 +94,7 @@ void Server::Impl::exchange(const Request& request, Connection& connection, http
   if (!pause(script.delay)) return connection.hangUp();
   if (script.fault == Fault::Reset) return connection.reset();
   if (script.fault == Fault::NoReply) return connection.awaitEnd();
-  Outcome outcome = decideOutcome(request, options.apiKey, script);
+  Outcome outcome = decideOutcome(request, options.apiKey, script, assistants);
   reply.status = outcome.status;
   setHeaders(script.headers, outcome, reply);
   if (script.fault == Fault::CutBody) return setHalfBody(std::move(outcome), connection, reply);
@@ -138,6 +145,8 @@ void Server::script(Script script) {
   const std::lock_guard lock(impl_->mutex);
   impl_->scripts.push_back(std::move(script));
 }
+
+void Server::scriptRun(RunScript script) { impl_->assistants.scriptRun(std::move(script)); }
 
 std::vector<Request> Server::requests() const {
   const std::lock_guard lock(impl_->mutex);

@@ -45,12 +45,21 @@ struct Script {
   std::chrono::milliseconds pace{20};
 };
 
+/// What becomes of one run of an assistant, in place of the usual end.
+struct RunScript {
+  std::vector<std::string> statuses = {"completed"};  // told one for each request for the run; the last one stays
+  std::optional<std::string> lastError = {};          // the JSON of the member "last_error"; not set: null
+  /// The JSON of "content" of each message that the run writes, oldest first; not set: one with the usual answer.
+  std::optional<std::vector<std::string>> contents = {};
+};
+
 struct Options {
   std::string host = "127.0.0.1";
   int port = 0;                   // 0: any free one
   std::string apiKey{};           // the only key that is accepted; empty: any key but an empty one
   std::string certificateFile{};  // PEM; with privateKeyFile: TLS
   std::string privateKeyFile{};
+  std::string idTail{};  // put behind every identifier of the Assistants protocol
 };
 
 /// A running stand-in. Serves from construction to destruction on threads of its own; every operation may be called
@@ -69,6 +78,9 @@ class Server {
 
   /// Queues `script` for the next request that has none yet; scripts are used up in order.
   void script(Script script);
+  /// Queues `script` for the next run of an assistant that has none yet. Until a request has been told that such a run
+  /// has ended, its thread takes no new message and no new run.
+  void scriptRun(RunScript script);
   /// All requests so far, oldest first.
   std::vector<Request> requests() const;
   /// The connections accepted so far.
