@@ -1,4 +1,5 @@
 // Picks the provider class for a type.
+#include "qai_assistant_openai.h"
 #include "qai_session_deepseek.h"
 #include "qai_session_google.h"
 #include "qai_session_ollama.h"
@@ -11,6 +12,8 @@ IQAIAssistant* QAICreateAssistant(QAIAssistantType type, ICSHTTPPoolCenter* pool
   switch (type) {
     case OPENAI_v1:
       return new QAIAssistant_OPENAI_v1(pool, apiHost, apiKey);
+    case OPENAI:
+      return new QAIAssistant_OPENAI(pool, apiHost, apiKey);
     case GOOGLE:
       return new QAIAssistant_GOOGLE(pool, apiHost, apiKey);
     case DEEPSEEK:

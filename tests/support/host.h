@@ -24,7 +24,12 @@ inline std::string assign(IQAIAssistant& assistant, const Settings& settings) {
 }
 
 inline CMVariant property(IQAIAssistant& assistant, const std::string& key) {
-  const Owned<IQAIProperties> properties(assistant.obtainAssistantProperties());
+  IQAIProperties* properties = assistant.obtainAssistantProperties();
+  IQAIProperties* again = assistant.obtainAssistantProperties();
+  // The Assistants service hands out the assistant's own object, which is not the caller's to free.
+  const bool areCopies = properties != again;
+  const Owned<IQAIProperties> freed(areCopies ? properties : nullptr);
+  const Owned<IQAIProperties> freedToo(areCopies ? again : nullptr);
   return properties->obtainProperty(key);
 }
 

@@ -1,0 +1,334 @@
+#include "qai_assistant_openai.h"
+
+#include "qai_chat_completions.h"
+#include "qai_exports.h"
+#include "qai_message.h"
+#include "qai_saved_settings.h"
+#include "qai_session_openai_v1.h"
+
+#include <cf/assert.h>
+#include <cf/url.h>
+
+#include <algorithm>
+#include <thread>
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// https://platform.openai.com/docs/api-reference/assistants, …/threads, …/messages and …/runs
+constexpr const char* kVersion = "v1";
+constexpr const char* kAssistants = "assistants";
+constexpr const char* kThreads = "threads";
+constexpr const char* kMessages = "messages";
+constexpr const char* kRuns = "runs";
+
+// Labels follow the library's own texts as they stand.
+constexpr std::string_view kModelsLabel = ": g/v1/models";
+constexpr std::string_view kCreateLabel = ": p/v1/assistants";
+constexpr std::string_view kModifyLabel = ": p/v1/assistants/id";
+constexpr std::string_view kThreadLabel = ": p/v1/threads";
+constexpr std::string_view kMessageLabel = ": p/v1/threads/id/messages";
+constexpr std::string_view kStartLabel = ": p/v1/threads/id/runs";
+constexpr std::string_view kRunLabel = ": p/v1/threads/id/runs/id";  // the other method's label, as hosts know it
+constexpr std::string_view kReplyLabel = ": g/v1/threads/id/messages";
+
+constexpr milliseconds kFirstInterval{250};
+constexpr milliseconds kLongestInterval{1000};
+constexpr int kLastAttempt = 101;  // counted from 0
+
+milliseconds nextInterval(milliseconds interval) { return std::min(interval * 13 / 10, kLongestInterval); }
+
+void useDefaultHostForBlank(QAIAssistantProperties& properties) {
+  if (properties.isApiHostBlank()) properties.setApiHost("", std::string(kOpenAI.defaultHost));
+}
+
+std::string failure(std::string_view text, std::string_view label) {
+  return localizeString(std::string(text)).append(label);
+}
+
+/// What a failed run says of itself, which is for the user as it stands.
+std::string failedRunText(const ICOJsonValue& run) {
+  const ICOJsonValue* error = cfFindJsonMember(&run, "last_error", JsonType::Object);
+  const ICOJsonValue* code = cfFindJsonMember(error, "code", JsonType::String);
+  const ICOJsonValue* message = cfFindJsonMember(error, "message", JsonType::String);
+  if (code == nullptr || message == nullptr) return failure(kUnsupportedFormat, kRunLabel);
+  return std::string(code->obtainString()).append(": ").append(message->obtainString());
+}
+
+void appendContent(QAIMessage& reply, const ICOJsonValue& content) {
+  for (std::size_t i = 0; i < content.obtainArraySize(); ++i) {
+    const ICOJsonValue* part = content.obtainArrayItem(i);
+    const ICOJsonValue* j_type = cfFindJsonMember(part, "type", JsonType::String);
+    if (j_type == nullptr || !CF_ASSERT(j_type->obtainString() == "text")) continue;
+    const ICOJsonValue* text = cfFindJsonMember(part, "text", JsonType::Object);
+    const ICOJsonValue* value = cfFindJsonMember(text, "value", JsonType::String);
+    if (value != nullptr) reply.addText(std::string(value->obtainString()));
+  }
+}
+
+/// All text parts of all messages, in the service's order.
+std::unique_ptr<QAIMessage> joinMessages(const ICOJsonValue& messages) {
+  auto reply = std::make_unique<QAIMessage>();
+  for (std::size_t i = 0; i < messages.obtainArraySize(); ++i) {
+    const ICOJsonValue* created = cfFindJsonMember(messages.obtainArrayItem(i), "created_at", JsonType::Number);
+    const ICOJsonValue* content = cfFindJsonMember(messages.obtainArrayItem(i), "content", JsonType::Array);
+    if (created == nullptr || content == nullptr) continue;
+    reply->createdTime = completions::toSeconds(created->obtainNumber());
+    appendContent(*reply, *content);
+  }
+  return reply;
+}
+
+}  // namespace
+
+void sleepFor(milliseconds time) { std::this_thread::sleep_for(time); }
+
+QAISession_OPENAI::QAISession_OPENAI(QAIAssistantProperties_OPENAI& properties, std::string assistantID,
+                                     std::string threadID)
+    : m_assistantID(std::move(assistantID)), m_threadID(std::move(threadID)), m_properties(properties) {}
+
+std::string QAISession_OPENAI::obtainSessionData() const {
+  COJson data;
+  data.addKeyValue("assistant_id")->setStringReference(m_assistantID);
+  data.addKeyValue("thread_id")->setStringReference(m_threadID);
+  data.addKeyValue("name")->setStringReference(m_properties.name);
+  data.addKeyValue("description")->setStringReference(m_properties.description);
+  writeSavedSettings(data, m_properties, NoSystemInstructions::EmptyArray);
+  return data.obtainJsonString();
+}
+
+bool QAISession_OPENAI::load(const std::string& data) {
+  const COJson saved(data);
+  const ICOJsonValue* assistant = cfFindJsonMember(&saved, "assistant_id", JsonType::String);
+  const ICOJsonValue* thread = cfFindJsonMember(&saved, "thread_id", JsonType::String);
+  if (assistant == nullptr || thread == nullptr) return false;
+  m_assistantID = assistant->obtainString();
+  m_threadID = thread->obtainString();
+  loadSavedSettings(saved, m_properties, {"name", "description"});
+  return true;
+}
+
+QAIAssistant_OPENAI::QAIAssistant_OPENAI(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
+                                         RunSleep sleep)
+    : m_restSession(std::make_unique<CMRestSession>()),
+      m_properties(std::make_unique<QAIAssistantProperties_OPENAI>()),
+      m_sleep(std::move(sleep)) {
+  m_restSession->setAuthorizationHeaderValue("Bearer " + apiKey);
+  m_restSession->addHeaderParam("OpenAI-Beta", "assistants=v2");
+  m_restSession->httpPoolCenter = pool;
+  m_properties->setApiHost(apiHost, std::string(kOpenAI.defaultHost));
+  m_pool.reset(pool);  // last: until here the pool is the caller's
+}
+
+QAIAssistant_OPENAI::~QAIAssistant_OPENAI() {
+  m_pool.reset();
+  m_restSession.reset();
+  m_properties.reset();
+}
+
+/// Takes `result`'s response over.
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::readReply(const HTTPResult& result, std::string_view label) {
+  Reply reply{.response = std::unique_ptr<CMRestResourceResponse>(result.first), .json = nullptr, .error = {}};
+  if (!result.second.empty()) {
+    reply.error = obtainFailureText(result.first, result.second);
+  } else if (reply.json = result.first->getJson(); reply.json == nullptr) {
+    reply.error = failure(kInvalidResponse, label);
+  }
+  return reply;
+}
+
+std::string QAIAssistant_OPENAI::address(const Path& path) const {
+  std::vector<std::string> parts{m_properties->apiHost, kVersion};
+  parts.insert(parts.end(), path.begin(), path.end());
+  return cfConcatURL(parts);
+}
+
+/// Asks for the whole JSON at `path`.
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::get(const Path& path, const CMRestParams& query,
+                                                    std::string_view label) const {
+  return readReply(HTTP::Get(m_restSession.get(), address(path), query, {}), label);
+}
+
+/// Posts `body` (null: none); gives the "id" of what the service made of it, which is a string.
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::post(const Path& path, ICOJsonValue* body,
+                                                     std::string_view label) const {
+  Reply reply = readReply(HTTP::Post(m_restSession.get(), address(path), body, {}, {}), label);
+  if (!reply.error.empty()) return reply;
+  reply.json = cfFindJsonMember(reply.json, "id", JsonType::String);
+  if (reply.json == nullptr || reply.json->obtainString().empty()) reply.error = failure(kUnsupportedFormat, label);
+  return reply;
+}
+
+std::string QAIAssistant_OPENAI::remove(const Path& path) const {
+  const auto [response, httpError] = HTTP::Delete(m_restSession.get(), address(path));
+  const std::unique_ptr<CMRestResourceResponse> reply(response);
+  return httpError.empty() ? "" : obtainFailureText(reply.get(), httpError);
+}
+
+std::pair<std::vector<std::string>, std::string> QAIAssistant_OPENAI::obtainAvailableModels() {
+  const auto [response, httpError] = HTTP::Get(m_restSession.get(), address({"models"}), {}, {});
+  const std::unique_ptr<CMRestResourceResponse> reply(response);
+  if (!httpError.empty()) return {{}, obtainFailureText(reply.get(), httpError)};
+  // Some servers tell of an error under the status of a success.
+  if (const ICOJsonValue* message = findErrorMessage(reply->getJson())) {
+    return {{}, std::string(message->obtainString())};
+  }
+  const ICOJsonValue* list = cfFindJsonMember(reply->getJson(), "data", JsonType::Array);
+  if (list == nullptr) return {{}, failure(kUnsupportedFormat, kModelsLabel)};
+  return {completions::readModelsByCreated(*list), ""};
+}
+
+std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIProperties*)> fill) {
+  if (!fill) return "Properties not set";
+  QAIAssistantProperties_OPENAI filled;
+  filled.apiHost = m_properties->apiHost;  // as a field: it counts as assigned only when `fill` assigns it
+  fill(&filled);
+  filled.temperature = std::clamp(filled.temperature, 0.0, 2.0);
+  if (filled.assignedKeys.contains("api_host")) {
+    useDefaultHostForBlank(filled);
+    m_properties->apiHost = filled.apiHost;  // at once, for the request below
+  }
+  if (m_assistantID.empty()) {
+    Reply created = createAssistant(filled);
+    if (!created.error.empty()) return std::move(created.error);
+    m_assistantID = created.json->obtainString();
+  } else if (std::string error = modifyAssistant(filled); !error.empty()) {
+    return error;
+  }
+  adopt(filled);
+  return "";
+}
+
+/// Makes the record show what the service holds. What the record takes no other way is copied as fields.
+void QAIAssistant_OPENAI::adopt(const QAIAssistantProperties_OPENAI& properties) {
+  properties.applyAssignedProperties(m_properties.get());
+  m_properties->name = properties.name;
+  m_properties->description = properties.description;
+  if (properties.assignedKeys.contains("temperature")) m_properties->temperature = properties.temperature;
+}
+
+/// Describes the assistant to the service. Name, description and instructions always go along, so that it never keeps
+/// those of an earlier description; a model or a temperature that is not set stays as the service has it.
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::postAssistant(const Path& path,
+                                                              const QAIAssistantProperties_OPENAI& properties,
+                                                              std::string_view label) const {
+  const auto assigned = [&](const char* key) { return properties.assignedKeys.contains(key); };
+  const std::string instructions = properties.obtainCombinedInstructions();
+  COJson body;
+  if (assigned("model")) body.addKeyValue("model")->setStringReference(properties.model);
+  body.addKeyValue("name")->setStringReference(properties.name);
+  body.addKeyValue("description")->setStringReference(properties.description);
+  if (assigned("temperature")) body.addKeyValue("temperature")->setNumber(properties.temperature);
+  body.addKeyValue("instructions")->setStringReference(instructions);
+  return post(path, &body, label);
+}
+
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::createAssistant(const QAIAssistantProperties_OPENAI& properties) const {
+  if (!properties.model.empty()) return postAssistant({kAssistants}, properties, kCreateLabel);
+  return {.response = nullptr, .json = nullptr, .error = localizeString("Model is empty")};
+}
+
+std::string QAIAssistant_OPENAI::modifyAssistant(const QAIAssistantProperties_OPENAI& properties) const {
+  Reply reply = postAssistant({kAssistants, m_assistantID}, properties, kModifyLabel);
+  const ICOJsonValue* j_id = reply.json;
+  if (reply.error.empty()) CF_ASSERT(this->m_assistantID == j_id->obtainString());
+  return std::move(reply.error);
+}
+
+std::string QAIAssistant_OPENAI::destroyAssistant(const std::string& id) const { return remove({kAssistants, id}); }
+
+IQAIProperties* QAIAssistant_OPENAI::obtainAssistantProperties() { return m_properties.get(); }
+
+std::pair<IQAISession*, std::string> QAIAssistant_OPENAI::createSession() {
+  if (m_assistantID.empty()) {
+    return {nullptr, localizeString("Assistant not initialized, set assistant properties")};
+  }
+  Reply thread = post({kThreads}, nullptr, kThreadLabel);
+  if (!thread.error.empty()) return {nullptr, std::move(thread.error)};
+  auto session =
+      std::make_unique<QAISession_OPENAI>(*m_properties, m_assistantID, std::string(thread.json->obtainString()));
+  m_sessions.push_back(session.get());
+  return {session.release(), ""};
+}
+
+std::pair<IQAISession*, std::string> QAIAssistant_OPENAI::loadSession(std::string data) {
+  if (!CF_ASSERT(this->m_assistantID.empty())) {
+    return {nullptr, "Assistant already exist, cannot restore assistant in serializedSession"};
+  }
+  auto session = std::make_unique<QAISession_OPENAI>(*m_properties);
+  if (!session->load(data)) return {nullptr, localizeString("Cannot load session data")};
+  useDefaultHostForBlank(*m_properties);
+  std::string id = session->assistantID();
+  m_sessions.push_back(session.get());
+  m_assistantID = std::move(id);
+  return {session.release(), ""};
+}
+
+std::string QAIAssistant_OPENAI::destroySession(IQAISession* session) {
+  const auto found = std::find(m_sessions.begin(), m_sessions.end(), session);
+  if (found == m_sessions.end()) return "Session not found";
+  const QAISession_OPENAI* own = *found;
+  if (std::string error = remove({kThreads, own->threadID()}); !error.empty()) return error;
+  // All of this address: one that the host freed without a word may have had it before.
+  std::erase(m_sessions, own);
+  if (m_sessions.empty()) {
+    destroyAssistant(own->assistantID());  // a failure leaves an assistant without threads, which harms nobody
+    m_assistantID.clear();
+  }
+  return "";
+}
+
+std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::addMessage(IQAISession* session, std::string text) {
+  const auto* own = dynamic_cast<const QAISession_OPENAI*>(session);
+  if (own == nullptr || text.empty()) return {nullptr, "Session is empty"};
+  const std::string& thread = own->threadID();
+  if (Reply message = postMessage(thread, text); !message.error.empty()) return {nullptr, std::move(message.error)};
+  Reply run = startRun(thread);
+  if (!run.error.empty()) return {nullptr, std::move(run.error)};
+  const std::string runID(run.json->obtainString());
+  if (std::string error = awaitRun(thread, runID); !error.empty()) return {nullptr, std::move(error)};
+  return collectMessage(thread, runID);
+}
+
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::postMessage(const std::string& threadID,
+                                                            const std::string& text) const {
+  COJson body;
+  body.addKeyValue("role")->setString("user");
+  body.addKeyValue("content")->setStringReference(text);
+  return post({kThreads, threadID, kMessages}, &body, kMessageLabel);
+}
+
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::startRun(const std::string& threadID) const {
+  COJson body;
+  body.addKeyValue("assistant_id")->setStringReference(m_assistantID);
+  return post({kThreads, threadID, kRuns}, &body, kStartLabel);
+}
+
+/// Asks for the run's state until it ends; gives an error text. A cancelled run is no end here: it is waited for like
+/// one that is being cancelled.
+std::string QAIAssistant_OPENAI::awaitRun(const std::string& threadID, const std::string& runID) const {
+  milliseconds interval = kFirstInterval;
+  for (int attempt = 0;; ++attempt) {
+    Reply run = get({kThreads, threadID, kRuns, runID}, {}, kRunLabel);
+    if (!run.error.empty()) return std::move(run.error);
+    const ICOJsonValue* status = cfFindJsonMember(run.json, "status", JsonType::String);
+    if (status == nullptr) return failure(kUnsupportedFormat, kRunLabel);
+    const std::string_view state = status->obtainString();
+    if (state == "completed") return "";
+    if (state == "failed") return failedRunText(*run.json);
+    if (attempt == kLastAttempt || state == "expired" || state == "incomplete") return localizeString("Timeout");
+    m_sleep(interval);
+    interval = nextInterval(interval);
+  }
+}
+
+/// What the run wrote, as one message.
+std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::collectMessage(const std::string& threadID,
+                                                                         const std::string& runID) const {
+  Reply messages = get({kThreads, threadID, kMessages}, {{"run_id", runID}}, kReplyLabel);
+  if (!messages.error.empty()) return {nullptr, std::move(messages.error)};
+  const ICOJsonValue* list = cfFindJsonMember(messages.json, "data", JsonType::Array);
+  if (list == nullptr) return {nullptr, failure(kUnsupportedFormat, kReplyLabel)};
+  return {joinMessages(*list).release(), ""};
+}

@@ -1,0 +1,101 @@
+// OpenAI Assistants, version 2: the service keeps the assistant and the conversations (threads), and answers a message
+// by a run that is asked for its state until it ends.
+#pragma once
+
+#include "qai_assistant_properties_openai.h"
+#include "qai_http.h"
+
+#include <cf/rest.h>
+#include <qai.h>
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+/// Waits between two questions after a run's state.
+using RunSleep = std::function<void(std::chrono::milliseconds)>;
+/// By the steady clock.
+void sleepFor(std::chrono::milliseconds time);
+
+/// Names a thread of the service, where the conversation lives, and the assistant that it was held with.
+class QAISession_OPENAI final : public IQAISession {
+ public:
+  /// `properties` is the assistant's own record, borrowed; it outlives the session.
+  explicit QAISession_OPENAI(QAIAssistantProperties_OPENAI& properties) : m_properties(properties) {}
+  QAISession_OPENAI(QAIAssistantProperties_OPENAI& properties, std::string assistantID, std::string threadID);
+  QAISession_OPENAI(const QAISession_OPENAI&) = delete;
+  QAISession_OPENAI& operator=(const QAISession_OPENAI&) = delete;
+
+  std::string obtainSessionData() const override;
+
+  /// Fills a new session from a saved text and writes the text's settings into the record; settings that can't be used
+  /// are skipped.
+  /// @return false, with nothing changed, when `data` is no JSON or does not name both assistant and thread.
+  bool load(const std::string& data);
+
+  const std::string& assistantID() const { return m_assistantID; }
+  const std::string& threadID() const { return m_threadID; }
+
+ private:
+  std::string m_assistantID;
+  std::string m_threadID;
+  QAIAssistantProperties_OPENAI& m_properties;
+};
+
+class QAIAssistant_OPENAI final : public IQAIAssistant {
+ public:
+  /// Takes `pool` over, unless it throws.
+  QAIAssistant_OPENAI(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
+                      RunSleep sleep = sleepFor);
+  /// Sends nothing: what the service holds outlives this object.
+  ~QAIAssistant_OPENAI() override;
+  QAIAssistant_OPENAI(const QAIAssistant_OPENAI&) = delete;
+  QAIAssistant_OPENAI& operator=(const QAIAssistant_OPENAI&) = delete;
+
+  std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override;
+  std::string setAssistantProperties(std::function<void(IQAIProperties*)> fill) override;
+  IQAIProperties* obtainAssistantProperties() override;
+  std::pair<IQAISession*, std::string> createSession() override;
+  std::pair<IQAISession*, std::string> loadSession(std::string data) override;
+  std::string destroySession(IQAISession* session) override;
+  std::pair<IQAIMessage*, std::string> addMessage(IQAISession* session, std::string text) override;
+
+ private:
+  /// Segments of a path behind the API host.
+  using Path = std::vector<std::string>;
+
+  /// A reply with the value in it that was asked for, or an error text.
+  struct Reply {
+    std::unique_ptr<CMRestResourceResponse> response;
+    const ICOJsonValue* json = nullptr;  // the response's
+    std::string error;
+  };
+
+  static Reply readReply(const HTTPResult& result, std::string_view label);
+  std::string address(const Path& path) const;
+  Reply get(const Path& path, const CMRestParams& query, std::string_view label) const;
+  Reply post(const Path& path, ICOJsonValue* body, std::string_view label) const;
+  std::string remove(const Path& path) const;
+
+  Reply postAssistant(const Path& path, const QAIAssistantProperties_OPENAI& properties, std::string_view label) const;
+  Reply createAssistant(const QAIAssistantProperties_OPENAI& properties) const;
+  std::string modifyAssistant(const QAIAssistantProperties_OPENAI& properties) const;
+  std::string destroyAssistant(const std::string& id) const;
+  void adopt(const QAIAssistantProperties_OPENAI& properties);
+
+  Reply postMessage(const std::string& threadID, const std::string& text) const;
+  Reply startRun(const std::string& threadID) const;
+  std::string awaitRun(const std::string& threadID, const std::string& runID) const;
+  std::pair<IQAIMessage*, std::string> collectMessage(const std::string& threadID, const std::string& runID) const;
+
+  std::unique_ptr<ICSHTTPPoolCenter> m_pool;
+  std::unique_ptr<CMRestSession> m_restSession;
+  std::string m_assistantID;  // empty while the service holds none
+  std::unique_ptr<QAIAssistantProperties_OPENAI> m_properties;
+  std::vector<QAISession_OPENAI*> m_sessions;  // the host's; compared, never read, for the host may have freed one
+  RunSleep m_sleep;
+};
