@@ -21,6 +21,9 @@ class Assistant : public EachService {
 };
 INSTANTIATE_TEST_SUITE_P(Chat, Assistant, testing::ValuesIn(chatServices()), serviceName);
 
+class AnyAssistant : public Assistant {};
+INSTANTIATE_TEST_SUITE_P(All, AnyAssistant, testing::ValuesIn(allServices()), serviceName);
+
 struct CountedPool final : ICSHTTPPoolCenter {
   explicit CountedPool(int& destroyed) : destroyed_(destroyed) {}
   ~CountedPool() override { ++destroyed_; }
@@ -28,7 +31,7 @@ struct CountedPool final : ICSHTTPPoolCenter {
   int& destroyed_;
 };
 
-TEST_P(Assistant, OwnsItsPoolCentre) {
+TEST_P(AnyAssistant, OwnsItsPoolCentre) {
   int destroyed = 0;
   QAIFreeObject(QAICreateAssistant(service_.type, new CountedPool(destroyed), kKey, ""));
   EXPECT_EQ(destroyed, 1);
@@ -43,13 +46,13 @@ TEST(Factory, UnknownTypeIsNullAndLeavesThePoolToTheCaller) {
   }
 }
 
-TEST_P(Assistant, BlankHostAtCreationIsTheServicesOwn) {
+TEST_P(AnyAssistant, BlankHostAtCreationIsTheServicesOwn) {
   for (const char* blank : {"", " ", " \t\r\n"}) {
     EXPECT_EQ(property(*create(blank), "api_host").stringValue(), service_.defaultHost);
   }
 }
 
-TEST_P(Assistant, HostAtCreationIsNormalised) {
+TEST_P(AnyAssistant, HostAtCreationIsNormalised) {
   EXPECT_EQ(property(*create(" myhost:8080 "), "api_host").stringValue(), "https://myhost:8080");
   EXPECT_EQ(property(*create("http://myhost"), "api_host").stringValue(), "http://myhost");
 }

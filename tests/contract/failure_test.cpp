@@ -5,7 +5,6 @@
 #include <gmock/gmock.h>
 
 #include <chrono>
-#include <cstring>
 #include <functional>
 #include <thread>
 
@@ -180,17 +179,12 @@ TEST_P(Failure, SessionOfAnotherKindIsAHostErrorAndNothingIsSent) {
   EXPECT_EQ(requestCount(), 0U);
 }
 
-void answerX(const char* name, void* data) {
-  if (std::strcmp(name, "QAILocalizeString") != 0) return;
-  std::strcpy(static_cast<QAICallbackLocalizationInfo*>(data)->buffer, "X");
-}
-
 std::string labelOf(const std::string& error) { return error.substr(error.find(": ")); }
 
 TEST_P(Failure, LibrarysOwnTextsAreTranslatedAndTheirLabelsAreNot) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
-  QAIRegisterCallback(answerX);
+  QAIRegisterCallback(translateToX);
   answerNext(200, "no json");
   EXPECT_EQ(ask(*assistant, session.get(), "q"), "error: X" + labelOf(service_.noJsonError));
   answerNext(200, "{}");
@@ -205,7 +199,7 @@ TEST_P(Failure, LibrarysOwnTextsAreTranslatedAndTheirLabelsAreNot) {
 TEST_P(Failure, OtherTextsAreNotTranslated) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
-  QAIRegisterCallback(answerX);
+  QAIRegisterCallback(translateToX);
   answerNext(500, R"({"error":{"message":"theirs"}})");
   EXPECT_EQ(ask(*assistant, session.get(), "q"), "error: theirs");
   const AssertionLog log;

@@ -1,5 +1,7 @@
 #include "fixture.h"
 
+#include <cstring>
+
 namespace {
 
 standin::Script answer(int status, const std::string& body) {
@@ -32,5 +34,10 @@ Owned<IQAIAssistant> Contract::assistantWith(const std::string& key) {
 void Contract::answerNext(int status, const std::string& body) { standin_.script(answer(status, body)); }
 
 std::string Contract::lastBody() const { return standin_.requests().back().body; }
+
+void translateToX(const char* name, void* data) {
+  if (std::strcmp(name, "QAILocalizeString") != 0) return;
+  std::strcpy(static_cast<QAICallbackLocalizationInfo*>(data)->buffer, "X");
+}
 
 std::string serviceName(const testing::TestParamInfo<Service>& row) { return row.param.name; }

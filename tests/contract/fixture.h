@@ -37,4 +37,7 @@ class EachService : public Contract, public testing::WithParamInterface<Service>
   EachService() : Contract(GetParam(), {.apiKey = kKey}) {}
 };
 
+/// A host callback that translates every text to "X".
+void translateToX(const char* name, void* data);
+
 std::string serviceName(const testing::TestParamInfo<Service>& row);

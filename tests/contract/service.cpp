@@ -114,6 +114,16 @@ const Service kGoogle{
     .temperaturePart = R"({"generationConfig":{"temperature":0.7},"contents":)",
 };
 
+// The Assistants service shares with the others how an assistant is created; what it does has tests of its own.
+const Service kAssistants{
+    .name = "assistants",
+    .type = OPENAI,
+    .defaultHost = "https://api.openai.com",
+    .model = "standin-small",
+    .usesKey = true,
+    .usesPool = true,
+};
+
 std::vector<Service> servicesWith(bool Service::*quirk) {
   std::vector<Service> services;
   std::copy_if(chatServices().begin(), chatServices().end(), std::back_inserter(services),
@@ -129,6 +139,14 @@ const std::vector<Service>& chatServices() {
   static const std::vector<Service> kServices{kOpenAI, kDeepSeek, kOllama, kGoogle};
   return kServices;
 }
+
+std::vector<Service> allServices() {
+  std::vector<Service> services = chatServices();
+  services.push_back(kAssistants);
+  return services;
+}
+
+const Service& assistantsService() { return kAssistants; }
 
 std::vector<Service> pooledServices() { return servicesWith(&Service::usesPool); }
 

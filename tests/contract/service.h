@@ -1,4 +1,4 @@
-// The chat services under contract: what a host sees of each that differs, in one table.
+// The services under contract: what a host sees of each that differs, in one table.
 #pragma once
 
 #include <qai.h>
@@ -14,29 +14,33 @@ struct Service {
   bool usesKey;       // sends it with every request
   bool usesPool;      // its requests go through the assistant's pool centre
 
-  const char* modelsPath;
-  const char* chatPath;
-  const char* modelsBody;               // a list of models as the service sends it …
-  std::vector<std::string> modelsInIt;  // … and what the host gets of it
+  // Of the chat services only:
+  const char* modelsPath{};
+  const char* chatPath{};
+  const char* modelsBody{};               // a list of models as the service sends it …
+  std::vector<std::string> modelsInIt{};  // … and what the host gets of it
 
-  const char* noModelError;
-  const char* noJsonError;
-  const char* formatError;
-  const char* modelsNoJsonError;
-  const char* modelsFormatError;
+  const char* noModelError{};
+  const char* noJsonError{};
+  const char* formatError{};
+  const char* modelsNoJsonError{};
+  const char* modelsFormatError{};
 
-  const char* emptyReplyBody;    // a success without any text
-  const char* replyBody;         // a reply by the assistant: "two parts"
-  const char* wrongFormatBody;   // JSON, but no reply
-  const char* instructionsPart;  // of the request body, when the instructions are "I\n\n"
-  const char* historyPart;       // of the request body, after the turn "first" -> "two parts", when "second" is asked
-  const char* temperaturePart;   // of the request body, at 0.7
+  const char* emptyReplyBody{};    // a success without any text
+  const char* replyBody{};         // a reply by the assistant: "two parts"
+  const char* wrongFormatBody{};   // JSON, but no reply
+  const char* instructionsPart{};  // of the request body, when the instructions are "I\n\n"
+  const char* historyPart{};       // of the request body, after the turn "first" -> "two parts", when "second" is asked
+  const char* temperaturePart{};   // of the request body, at 0.7
 };
 void PrintTo(const Service& service, std::ostream* out);
 
-/// All services that the library serves so.
+/// All that are sent the whole conversation on every turn.
 const std::vector<Service>& chatServices();
-/// Those of them whose requests go through the pool centre.
+/// The one that keeps conversations itself.
+const Service& assistantsService();
+std::vector<Service> allServices();
+/// The chat services whose requests go through the pool centre.
 std::vector<Service> pooledServices();
-/// Those of them that get the key.
+/// Those that get the key.
 std::vector<Service> keyedServices();
