@@ -84,9 +84,11 @@ class IQAIAssistant : public IQAIObject {
   virtual std::pair<std::vector<std::string>, std::string> obtainAvailableModels() = 0;  // slot 1
 
   /// Calls `fill` with a fresh properties object and adopts the keys that it assigned; the change reaches the next
-  /// turn of every open session. Sends nothing with the chat services.
-  /// @throw std::bad_function_call when `fill` is empty (chat services). What `fill` throws passes through; nothing is
-  ///        changed then.
+  /// turn of every open session. Sends nothing with the chat services. With the Assistants service one HTTP exchange
+  /// makes the assistant there, or describes it anew: name, description and instructions that `fill` leaves out become
+  /// those of a fresh object.
+  /// @throw std::bad_function_call when `fill` is empty (chat services; the Assistants service gives a text). What
+  ///        `fill` throws passes through; nothing is changed then.
   /// @return an error text, "" when accepted.
   virtual std::string setAssistantProperties(std::function<void(IQAIProperties*)> fill) = 0;  // slot 2
 
@@ -94,21 +96,24 @@ class IQAIAssistant : public IQAIObject {
   /// the Assistants service the assistant's own object, which the caller must not free.
   virtual IQAIProperties* obtainAssistantProperties() = 0;  // slot 3
 
-  /// A new session, owned by the caller, and an error text.
+  /// A new session, owned by the caller, and an error text. One HTTP exchange with the Assistants service, which is
+  /// possible once the properties were set; never fails with the others.
   virtual std::pair<IQAISession*, std::string> createSession() = 0;  // slot 4
 
   /// A session rebuilt from the text of obtainSessionData, owned by the caller, and an error text. Writes the
   /// settings that the text carries into this assistant's; look at texts from elsewhere first, they name an API host.
   virtual std::pair<IQAISession*, std::string> loadSession(std::string data) = 0;  // slot 5
 
-  /// Releases what the service holds for `session`. The object stays; free it with QAIFreeObject afterwards.
+  /// Releases what the service holds for `session`, which is nothing but with the Assistants service: there it deletes
+  /// the conversation, and with the last one the assistant, in one or two HTTP exchanges. The object stays; free it
+  /// with QAIFreeObject afterwards.
   /// @return an error text, "" on success.
   virtual std::string destroySession(IQAISession* session) = 0;  // slot 6
 
   /// Sends `text` as the user's next turn and waits for the reply.
   ///
-  /// Blocks for one HTTP exchange, at most the settings' total time limit; cancel() of the pool centre ends it from
-  /// another thread.
+  /// Blocks for one HTTP exchange, at most the settings' total time limit; with the Assistants service for several, and
+  /// for about 98 seconds between them at most. cancel() of the pool centre ends it from another thread.
   /// @return the reply, owned by the caller and freed with QAIFreeObject, and ""; on failure null and a text for the
   ///         user, with the session unchanged.
   virtual std::pair<IQAIMessage*, std::string> addMessage(IQAISession* session, std::string text) = 0;  // slot 7

@@ -114,6 +114,39 @@ TEST_F(AssistantsTurn, PartsThatCannotBeReadAreSkipped) {
   EXPECT_THAT(log.all(), IsEmpty());
 }
 
+TEST_F(Assistants, RepliesInTheServicesOwnFormAreUnderstood) {
+  const auto assistant = bareAssistant(nullptr);
+  answerNext(200, R"({"id":"asst_abc123","object":"assistant","created_at":1698984975,"name":"Math Tutor",)"
+                  R"("description":null,"model":"m","instructions":"","tools":[{"type":"code_interpreter"}],)"
+                  R"("metadata":{},"top_p":1.0,"temperature":1.0,"response_format":"auto"})");
+  EXPECT_EQ(assign(*assistant, {{"model", "m"}}), "");
+  answerNext(200, R"({"id":"thread_abc123","object":"thread","created_at":1699012949,"metadata":{},)"
+                  R"("tool_resources":{}})");
+  const auto session = newSession(*assistant);
+  answerNext(200, R"({"id":"msg_abc123","object":"thread.message","created_at":1713226573,"assistant_id":null,)"
+                  R"("thread_id":"thread_abc123","run_id":null,"role":"user","content":[)" +
+                      textPart("Why?") + R"(],"attachments":[],"metadata":{}})");
+  answerNext(200, R"({"id":"run_abc123","object":"thread.run","created_at":1699063290,"status":"queued",)"
+                  R"("last_error":null,"usage":null,"tool_choice":"auto","parallel_tool_calls":true})");
+  answerNext(200, R"({"id":"run_abc123","object":"thread.run","created_at":1699063290,"status":"completed",)"
+                  R"("last_error":null,"incomplete_details":null,"usage":{"total_tokens":579}})");
+  answerNext(200, R"({"object":"list","data":[{"id":"msg_abc456","object":"thread.message","created_at":1699016383,)"
+                  R"("assistant_id":"asst_abc123","run_id":"run_abc123","role":"assistant","content":[)" +
+                      textPart("Because.") +
+                      R"(],"attachments":[],"metadata":{}}],"first_id":"msg_abc456",)"
+                      R"("last_id":"msg_abc456","has_more":false})");
+  const auto [message, error] = assistant->addMessage(session.get(), "Why?");
+  const Owned<IQAIMessage> reply(message);
+  EXPECT_EQ(error, "");
+  ASSERT_NE(reply, nullptr);
+  EXPECT_THAT(textsOf(*reply), ElementsAre("Because."));
+  EXPECT_EQ(reply->obtainCreatedTime(), 1699016383);
+  answerNext(200, R"({"id":"thread_abc123","object":"thread.deleted","deleted":true})");
+  answerNext(200, R"({"id":"asst_abc123","object":"assistant.deleted","deleted":true})");
+  EXPECT_EQ(assistant->destroySession(session.get()), "");
+  EXPECT_EQ(standin_.requests()[4].path, "/v1/threads/thread_abc123/runs/run_abc123");
+}
+
 TEST_F(AssistantsTurn, StandInAnswersFromTheSchemaInTheInstructions) {
   assign(*assistant_, {{"db_structure",
                         R"([{"schemas":[{"tables":[{"name":"glacier","fields":[{"name":"id","type":"INT"}]}]}]}])"}});
