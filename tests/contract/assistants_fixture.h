@@ -7,7 +7,7 @@
 
 #include <gmock/gmock.h>
 
-#include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -16,6 +16,18 @@ inline std::string savedText(const IQAISession& session, const char* key) {
   const COJson saved(session.obtainSessionData());
   const COJsonValue* text = cfFindJsonMember(&saved, key, JsonType::String);
   return text == nullptr ? "none" : std::string(text->obtainString());
+}
+
+/// `path` with "id" for what the service named: the segment behind each kind of object.
+inline std::string withoutIDs(const std::string& path) {
+  std::istringstream segments(path);
+  std::string result;
+  bool isID = false;
+  for (std::string segment; std::getline(segments, segment, '/');) {
+    result += (result.empty() && segment.empty() ? "" : "/") + (isID ? "id" : segment);
+    isID = segment == "assistants" || segment == "threads" || segment == "runs";
+  }
+  return result;
 }
 
 class Assistants : public Contract {
@@ -30,10 +42,9 @@ class Assistants : public Contract {
 
   /// The requests as lines "METHOD path?names=values", with "id" for what the service named.
   std::vector<std::string> wire() const {
-    static const std::regex kID("/(assistants|threads|runs)/[^/?]+");
     std::vector<std::string> lines;
     for (const standin::Request& request : standin_.requests()) {
-      std::string line = request.method + " " + std::regex_replace(request.path, kID, "/$1/id");
+      std::string line = request.method + " " + withoutIDs(request.path);
       for (const auto& [name, value] : request.query) line += "?" + name + "=" + (value.empty() ? "" : "id");
       lines.push_back(line);
     }
