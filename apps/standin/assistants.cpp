@@ -1,3 +1,4 @@
+#include "assistants_checks.h"
 #include "assistants_store.h"
 #include "openai.h"
 #include "request.h"
@@ -8,21 +9,20 @@
 namespace standin {
 namespace {
 
-Reply send(const StoreResult& result) {
-  if (result.status == 200) return {.body = result.text};
-  return openaiDialect().refuse({result.status, "", result.text, ""});
+Reply refuse(const Flaw& flaw) { return openaiDialect().refuse(wordFlaw(flaw, assistantsWordings())); }
+
+Reply send(const ObjectOrFlaw& result) {
+  if (const Flaw* flaw = std::get_if<Flaw>(&result)) return refuse(*flaw);
+  return {.body = std::get<std::string>(result)};
 }
 
 std::optional<Reply> admit(const Call& call) {
   if (auto refusal = openaiService().admit(call)) return refusal;
   if (call.request.header("OpenAI-Beta") == "assistants=v2") return std::nullopt;
-  return openaiDialect().refuse({400, "invalid_beta",
-                                 "You must provide the 'OpenAI-Beta' header to access the Assistants API. Please try "
-                                 "again by setting the header 'OpenAI-Beta: assistants=v2'.",
-                                 ""});
+  return refuse({&Wordings::noBeta});
 }
 
-/// A message as it was sent, its content in the form in which it is told.
+/// A message as it was sent, but for the content: that is told in another form.
 Members readMessage(const COJsonValue& message) {
   Members members = readMembers(message, kMessageRules);
   const COJsonValue& content = *message.obtainJsonValue("content");
@@ -36,52 +36,75 @@ Members readMessage(const COJsonValue& message) {
 }
 
 Reply createAssistant(const Call& call) {
-  return send(call.assistants.createAssistant(readMembers(COJson(call.request.body), kAssistantRules)));
+  const COJson body(call.request.body);
+  if (const auto flaw = checkNewAssistant(body)) return refuse(*flaw);
+  return send(call.assistants.createAssistant(readMembers(body, kAssistantRules)));
 }
+
+Reply tellAssistant(const Call& call) { return send(call.assistants.tellAssistant(call.captured.front())); }
 
 Reply modifyAssistant(const Call& call) {
-  const Members sent = readMembers(COJson(call.request.body), kAssistantRules);
-  return send(call.assistants.modifyAssistant(call.captured.front(), sent));
+  const COJson body(call.request.body);
+  if (const auto flaw = checkChangedAssistant(body)) return refuse(*flaw);
+  return send(call.assistants.modifyAssistant(call.captured.front(), readMembers(body, kAssistantRules)));
 }
 
+Reply deleteAssistant(const Call& call) { return send(call.assistants.deleteAssistant(call.captured.front())); }
+
 Reply createThread(const Call& call) {
-  return send(call.assistants.createThread(readMembers(COJson(call.request.body), kThreadRules), {}));
+  if (call.request.body.empty()) return send(call.assistants.createThread({}, {}));
+  const COJson body(call.request.body);
+  if (const auto flaw = checkThread(body)) return refuse(*flaw);
+  std::vector<Members> messages;
+  if (const COJsonValue* sent = body.obtainJsonValue("messages")) {
+    for (std::size_t i = 0; i < sent->obtainArraySize(); ++i)
+      messages.push_back(readMessage(*sent->obtainArrayItem(i)));
+  }
+  return send(call.assistants.createThread(readMembers(body, kThreadRules), messages));
 }
+
+Reply tellThread(const Call& call) { return send(call.assistants.tellThread(call.captured.front())); }
+
+Reply deleteThread(const Call& call) { return send(call.assistants.deleteThread(call.captured.front())); }
 
 Reply addMessage(const Call& call) {
   const COJson body(call.request.body);
-  const COJsonValue* content = body.obtainJsonValue("content");
-  if (content == nullptr) return openaiDialect().refuse({400, "", "no content", "content"});
+  if (const auto flaw = checkMessage(body)) return refuse(*flaw);
   return send(call.assistants.addMessage(call.captured.front(), readMessage(body)));
 }
 
 Reply listMessages(const Call& call) {
-  return send(call.assistants.listMessages(
-      call.captured.front(),
-      {.runId = queryValue(call.request, "run_id"), .oldestFirst = queryValue(call.request, "order") == "asc"}));
+  constexpr std::size_t kUsual = 20;
+  constexpr std::size_t kMost = 100;
+  const auto limit = queryNumber(call.request, "limit", kUsual);
+  if (!limit || *limit == 0 || *limit > kMost) {
+    return refuse({&Wordings::wrongPageSize, "limit", queryValue(call.request, "limit")});
+  }
+  const std::string order = queryValue(call.request, "order");
+  if (!order.empty() && order != "asc" && order != "desc") {
+    return refuse({.kind = &Wordings::wrongValue, .path = "order", .value = order, .detail = "'asc' and 'desc'"});
+  }
+  return send(call.assistants.listMessages(call.captured.front(), {.runId = queryValue(call.request, "run_id"),
+                                                                   .oldestFirst = order == "asc",
+                                                                   .after = queryValue(call.request, "after"),
+                                                                   .limit = *limit}));
 }
 
 Reply startRun(const Call& call) {
-  return send(call.assistants.startRun(call.captured.front(), readMembers(COJson(call.request.body), kRunRules)));
+  const COJson body(call.request.body);
+  if (const auto flaw = checkRun(body)) return refuse(*flaw);
+  return send(call.assistants.startRun(call.captured.front(), readMembers(body, kRunRules)));
 }
 
+Reply tellRun(const Call& call) { return send(call.assistants.tellRun(call.captured[0], call.captured[1])); }
+
 constexpr std::array kRoutes{
-    Route{"POST", "/v1/assistants", createAssistant},
-    Route{"GET", "/v1/assistants/*",
-          [](const Call& call) { return send(call.assistants.tellAssistant(call.captured.front())); }},
-    Route{"POST", "/v1/assistants/*", modifyAssistant},
-    Route{"DELETE", "/v1/assistants/*",
-          [](const Call& call) { return send(call.assistants.deleteAssistant(call.captured.front())); }},
-    Route{"POST", "/v1/threads", createThread},
-    Route{"GET", "/v1/threads/*",
-          [](const Call& call) { return send(call.assistants.tellThread(call.captured.front())); }},
-    Route{"DELETE", "/v1/threads/*",
-          [](const Call& call) { return send(call.assistants.deleteThread(call.captured.front())); }},
-    Route{"POST", "/v1/threads/*/messages", addMessage},
-    Route{"GET", "/v1/threads/*/messages", listMessages},
-    Route{"POST", "/v1/threads/*/runs", startRun},
-    Route{"GET", "/v1/threads/*/runs/*",
-          [](const Call& call) { return send(call.assistants.tellRun(call.captured[0], call.captured[1])); }},
+    Route{"POST", "/v1/assistants", createAssistant},     Route{"GET", "/v1/assistants/*", tellAssistant},
+    Route{"POST", "/v1/assistants/*", modifyAssistant},   Route{"DELETE", "/v1/assistants/*", deleteAssistant},
+    Route{"POST", "/v1/threads", createThread},           Route{"GET", "/v1/threads/*", tellThread},
+    Route{"DELETE", "/v1/threads/*", deleteThread},       Route{"POST", "/v1/threads/*/messages", addMessage},
+    Route{"GET", "/v1/threads/*/messages", listMessages}, Route{"POST", "/v1/threads/*/runs", startRun},
+    Route{"GET", "/v1/threads/*/runs/*", tellRun},
 };
 
 }  // namespace

@@ -1,9 +1,8 @@
 #include "assistants_objects.h"
 
-#include "conversation.h"
+#include "completions.h"
 
 #include <algorithm>
-#include <chrono>
 
 namespace standin {
 
@@ -24,6 +23,10 @@ std::string writeObject(const Members& members) {
   return text + "}";
 }
 
+Members newObject(const std::string& id, std::string_view type) {
+  return {{"id", quote(id)}, {"object", quote(type)}, {"created_at", std::to_string(currentTime())}};
+}
+
 std::string quote(std::string_view text) {
   COJson document;
   document.setStringReference(text);
@@ -32,7 +35,7 @@ std::string quote(std::string_view text) {
 
 std::string unquote(const std::string& json) { return std::string(COJson(json).obtainString()); }
 
-std::string writeContent(std::span<const std::string> texts) {
+std::string writeContent(const std::vector<std::string>& texts) {
   COJson content;
   content.setArray();
   for (const std::string& text : texts) {
@@ -53,11 +56,6 @@ std::string readContent(const std::string& json) {
     if (text != nullptr) texts += textOf(*text, "value");
   }
   return texts;
-}
-
-std::int64_t currentTime() {
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
-  return std::chrono::duration_cast<std::chrono::seconds>(now).count();
 }
 
 void addMembers(Members& members, std::span<const MemberRule> rules, const Members& sent) {

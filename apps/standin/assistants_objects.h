@@ -5,7 +5,6 @@
 
 #include <array>
 #include <cstddef>
-#include <cstdint>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,18 +23,18 @@ const std::string& memberOf(const Members& members, std::string_view name);
 void setMember(Members& members, std::string_view name, std::string json);
 std::string writeObject(const Members& members);
 
+/// The members that every object begins with.
+Members newObject(const std::string& id, std::string_view type);
+
 /// `text` as a JSON string.
 std::string quote(std::string_view text);
 /// The text of a JSON string; "" of anything else.
 std::string unquote(const std::string& json);
 
 /// The content of a message with a text part for each of `texts`.
-std::string writeContent(std::span<const std::string> texts);
+std::string writeContent(const std::vector<std::string>& texts);
 /// The texts of a message's content, one after the other.
 std::string readContent(const std::string& json);
-
-/// Seconds since 1970.
-std::int64_t currentTime();
 
 /// A member that a client may send.
 struct MemberRule {
@@ -77,7 +76,7 @@ inline constexpr std::array kThreadRules{
 
 inline constexpr std::array kMessageRules{
     MemberRule{.name = "role", .type = JsonType::String},
-    MemberRule{.name = "content", .usual = "[]"},
+    MemberRule{.name = "content"},
     MemberRule{.name = "attachments", .type = JsonType::Array, .usual = "[]"},
     kMetadataRule,
 };
@@ -95,6 +94,7 @@ inline constexpr std::array kRunRules{
     kMetadataRule,
     kTemperatureRule,
     kTopPRule,
+    MemberRule{.name = "stream", .type = JsonType::Bool, .usual = ""},
     MemberRule{.name = "max_prompt_tokens", .type = JsonType::Number},
     MemberRule{.name = "max_completion_tokens", .type = JsonType::Number},
     MemberRule{

@@ -2,6 +2,8 @@
 
 #include <cf/text.h>
 
+#include <algorithm>
+
 namespace standin {
 namespace {
 
@@ -38,6 +40,14 @@ std::optional<Flaw> checkMember(const COJsonValue* value, JsonType type, const s
 std::optional<Flaw> checkOptional(const COJsonValue* value, JsonType type, const std::string& path) {
   if (value == nullptr || value->obtainType() == JsonType::Null) return std::nullopt;
   return checkMember(value, type, path);
+}
+
+std::optional<Flaw> checkLength(std::string_view text, std::size_t longest, const std::string& path) {
+  const auto beginsCharacter = [](char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) != 0x80U; };  // UTF-8
+  const auto length = static_cast<std::size_t>(std::count_if(text.begin(), text.end(), beginsCharacter));
+  if (length <= longest) return std::nullopt;
+  return Flaw{
+      .kind = &Wordings::tooLong, .path = path, .value = std::to_string(length), .detail = std::to_string(longest)};
 }
 
 std::optional<Flaw> checkItems(const COJsonValue* array, const std::string& path, const ItemCheck& check) {

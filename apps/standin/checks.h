@@ -30,6 +30,9 @@ std::optional<Flaw> checkMember(const COJsonValue* value, JsonType type, const s
 /// A member that may be absent or null, else must be of this type.
 std::optional<Flaw> checkOptional(const COJsonValue* value, JsonType type, const std::string& path);
 
+/// A text of no more than `longest` characters.
+std::optional<Flaw> checkLength(std::string_view text, std::size_t longest, const std::string& path);
+
 /// Checks one item of an array, which is an object.
 using ItemCheck = std::function<std::optional<Flaw>(const COJsonValue& item, const std::string& path)>;
 /// An array of objects.

@@ -61,11 +61,10 @@ void fillChoice(COJsonValue* choice, const CompletionModel& model, const std::st
 
 Reply sendCompletion(const CompletionModel& model, const Answer& answer, const CompletionsDialect& dialect) {
   static std::atomic<std::int64_t> lastNumber{0};
-  const auto now = std::chrono::system_clock::now().time_since_epoch();
   COJson document;
   document.addKeyValue("id")->setString(std::string(dialect.idPrefix) + std::to_string(++lastNumber));
   document.addKeyValue("object")->setString("chat.completion");
-  document.addKeyValue("created")->setInteger(std::chrono::duration_cast<std::chrono::seconds>(now).count());
+  document.addKeyValue("created")->setInteger(currentTime());
   document.addKeyValue("model")->setString(model.id);
   fillChoice(document.addKeyValue("choices")->addArrayItem(), model, answer.text, dialect.tellsRefusal);
   fillUsage(document.addKeyValue("usage"), answer);
@@ -87,6 +86,11 @@ std::optional<Flaw> checkTemperatureOf(const CompletionModel& model, const COJso
   const double value = temperature->obtainNumber();
   if (value == 1.0) return std::nullopt;
   return Flaw{&Wordings::fixedTemperature, kPath, cfNumberToText(value)};
+}
+
+std::int64_t currentTime() {
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<std::chrono::seconds>(now).count();
 }
 
 void fillUsage(COJsonValue* usage, const Answer& answer) {

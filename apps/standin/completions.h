@@ -38,6 +38,9 @@ const CompletionModel* findModel(std::string_view id, const CompletionsDialect& 
 /// @param temperature null: none was sent
 std::optional<Flaw> checkTemperatureOf(const CompletionModel& model, const COJsonValue* temperature);
 
+/// Seconds since 1970.
+std::int64_t currentTime();
+
 /// The words of an answer as the members of "usage".
 void fillUsage(COJsonValue* usage, const Answer& answer);
 

@@ -5,16 +5,6 @@
 #include <utility>
 
 namespace standin {
-namespace {
-
-std::int64_t countWords(const std::string& text) {
-  std::istringstream words(text);
-  std::int64_t count = 0;
-  for (std::string word; words >> word;) ++count;
-  return count;
-}
-
-}  // namespace
 
 const Role* findRole(std::span<const Role> roles, std::string_view name) {
   const auto found = std::find_if(roles.begin(), roles.end(), [&](const Role& role) { return role.name == name; });
@@ -28,6 +18,13 @@ void Conversation::add(Speaker speaker, std::string text) {
   } else {
     turns.push_back({speaker == Speaker::User, std::move(text)});
   }
+}
+
+std::int64_t countWords(const std::string& text) {
+  std::istringstream words(text);
+  std::int64_t count = 0;
+  for (std::string word; words >> word;) ++count;
+  return count;
 }
 
 Answer answerConversation(const Conversation& conversation) {

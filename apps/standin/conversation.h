@@ -38,6 +38,8 @@ struct Answer {
   std::int64_t wordsAnswered = 0;
 };
 
+std::int64_t countWords(const std::string& text);
+
 Answer answerConversation(const Conversation& conversation);
 
 /// The text of member `key`; "" when there is none.

@@ -39,6 +39,7 @@ Refusal wordFlaw(const Flaw& flaw, const Wordings& wordings) {
       Slot{"{value}", flaw.value},
       Slot{"{expected}", nameOf(flaw.expected, wordings.expected)},
       Slot{"{found}", nameOf(flaw.found, wordings.found)},
+      Slot{"{detail}", flaw.detail},
   };
   return {wording.status, std::string(wording.label), fillIn(wording.text, slots), flaw.path};
 }

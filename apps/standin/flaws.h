@@ -12,7 +12,7 @@ namespace standin {
 struct Wording {
   int status = 400;
   std::string_view label = {};  // the service's code, type or status text; "": none
-  std::string_view text = {};   // {path}, {value}, {expected} and {found} stand for what the flaw says
+  std::string_view text = {};   // {path}, {value}, {expected}, {found} and {detail} stand for what the flaw says
 };
 
 /// What a service calls the types of JSON, by the codes of JsonType.
@@ -21,15 +21,26 @@ using TypeNames = std::array<std::string_view, 6>;
 /// A service's wording of every flaw that it looks for.
 struct Wordings {
   Wording noKey = {};
+  Wording noBeta = {};
   Wording wrongKey = {};
   Wording notJson = {};
   Wording missing = {};
   Wording wrongType = {};
+  Wording wrongContent = {};
+  Wording wrongValue = {};
   Wording emptyArray = {};
+  Wording emptyText = {};
+  Wording tooLong = {};
   Wording unknownRole = {};
   Wording unknownName = {};
   Wording noModel = {};
   Wording unknownModel = {};
+  Wording unknownAssistant = {};
+  Wording unknownThread = {};
+  Wording unknownMessage = {};
+  Wording unknownRun = {};
+  Wording busyForMessage = {};
+  Wording busyForRun = {};
   Wording tooLow = {};
   Wording tooHigh = {};
   Wording fixedTemperature = {};
@@ -46,6 +57,7 @@ struct Flaw {
   std::string value = {};  // what was sent, where that is worth telling
   JsonType expected = JsonType::Null;
   JsonType found = JsonType::Null;
+  std::string detail = {};  // beside the value: what would have been right, or what is in the way
 };
 
 /// A flaw in a service's words, to be put into the service's form of an error.

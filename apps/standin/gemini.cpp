@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cctype>
-#include <charconv>
 
 namespace standin {
 namespace {
@@ -186,15 +185,6 @@ Reply handleGenerate(const Call& call) {
   return {.body = document.obtainJsonString()};
 }
 
-/// Nothing when `text` is no page size; the service's own for none and for 0.
-std::optional<std::size_t> readPageSize(const std::string& text) {
-  constexpr std::size_t kUsual = 50;
-  std::size_t size = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), size);
-  if (!text.empty() && (error != std::errc() || end != text.data() + text.size())) return std::nullopt;
-  return size == 0 ? kUsual : size;
-}
-
 void fillModel(COJsonValue* value, const Model& model) {
   value->addKeyValue("name")->setString("models/" + std::string(model.id));
   value->addKeyValue("version")->setString("001");
@@ -206,17 +196,18 @@ void fillModel(COJsonValue* value, const Model& model) {
 
 /// A page's token is the identifier of its first model.
 Reply handleModels(const Call& call) {
-  const std::string sizeText = queryValue(call.request, "pageSize");
-  const auto size = readPageSize(sizeText);
-  if (!size) return refuse({.kind = &Wordings::wrongPageSize, .value = sizeText});
+  constexpr std::size_t kUsualSize = 50;
+  const auto asked = queryNumber(call.request, "pageSize", 0);
+  if (!asked) return refuse({.kind = &Wordings::wrongPageSize, .value = queryValue(call.request, "pageSize")});
+  const std::size_t size = *asked == 0 ? kUsualSize : *asked;
   const std::string token = queryValue(call.request, "pageToken");
   std::span<const Model> page = kModels;
   while (!page.empty() && !token.empty() && page.front().id != token) page = page.subspan(1);
   if (page.empty()) return refuse({&Wordings::wrongPageToken});
   COJson document;
   COJsonValue* models = document.addKeyValue("models");
-  for (const Model& model : page.first(std::min(*size, page.size()))) fillModel(models->addArrayItem(), model);
-  if (*size < page.size()) document.addKeyValue("nextPageToken")->setString(page[*size].id);
+  for (const Model& model : page.first(std::min(size, page.size()))) fillModel(models->addArrayItem(), model);
+  if (size < page.size()) document.addKeyValue("nextPageToken")->setString(page[size].id);
   return {.body = document.obtainJsonString()};
 }
 

@@ -76,6 +76,15 @@ std::string queryValue(const Request& request, std::string_view name) {
   return found == request.query.end() ? std::string() : found->second;
 }
 
+std::optional<std::size_t> queryNumber(const Request& request, std::string_view name, std::size_t usual) {
+  const std::string text = queryValue(request, name);
+  if (text.empty()) return usual;
+  std::size_t number = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
 std::string Request::header(const std::string& name) const {
   const auto found =
       std::find_if(headers.begin(), headers.end(), [&](const auto& pair) { return sameName(pair.first, name); });

@@ -4,6 +4,8 @@
 
 #include "standin.h"
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -17,5 +19,8 @@ std::string decodePercent(std::string_view text);
 
 /// The value of the first query pair `name`; "" when there is none.
 std::string queryValue(const Request& request, std::string_view name);
+
+/// Its value as a number; `usual` when it is "", nothing when it is no number.
+std::optional<std::size_t> queryNumber(const Request& request, std::string_view name, std::size_t usual);
 
 }  // namespace standin

@@ -35,7 +35,8 @@ enum class Fault {
   NoReply    // the request is read, nothing is answered until the server stops or the client leaves
 };
 
-/// What happens to one request in place of the usual answer; what is not set stays as the service would answer.
+/// What happens to one request in place of the usual answer; what is not set stays as the service would answer. The
+/// service acts on the request unless the status is 400 or more or there is no reply at all.
 struct Script {
   std::optional<int> status = {};
   std::optional<std::string> body = {};  // sent as it stands
