@@ -5,15 +5,24 @@
 #include <algorithm>
 
 namespace standin {
+namespace {
+
+/// @param members constant or not
+template <class List>
+auto findMember(List& members, std::string_view name) {
+  return std::find_if(members.begin(), members.end(), [&](const auto& member) { return member.first == name; });
+}
+
+}  // namespace
 
 const std::string& memberOf(const Members& members, std::string_view name) {
   static const std::string none = "null";
-  const auto found = std::find_if(members.begin(), members.end(), [&](const auto& it) { return it.first == name; });
+  const auto found = findMember(members, name);
   return found == members.end() ? none : found->second;
 }
 
 void setMember(Members& members, std::string_view name, std::string json) {
-  const auto found = std::find_if(members.begin(), members.end(), [&](const auto& it) { return it.first == name; });
+  const auto found = findMember(members, name);
   if (found != members.end()) found->second = std::move(json);
 }
 
@@ -67,9 +76,10 @@ void addMembers(Members& members, std::span<const MemberRule> rules, const Membe
 }
 
 void changeMembers(Members& members, std::span<const MemberRule> rules, const Members& sent) {
-  for (const auto& [name, json] : sent) {
-    const auto rule = std::find_if(rules.begin(), rules.end(), [&](const MemberRule& it) { return it.name == name; });
-    setMember(members, name, json == "null" ? std::string(rule->usual) : json);
+  for (const MemberRule& rule : rules) {
+    const auto found = findMember(sent, rule.name);
+    if (found == sent.end()) continue;
+    setMember(members, rule.name, found->second == "null" ? std::string(rule.usual) : found->second);
   }
 }
 
