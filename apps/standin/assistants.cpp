@@ -57,8 +57,9 @@ Reply createThread(const Call& call) {
   if (const auto flaw = checkThread(body)) return refuse(*flaw);
   std::vector<Members> messages;
   if (const COJsonValue* sent = body.obtainJsonValue("messages")) {
-    for (std::size_t i = 0; i < sent->obtainArraySize(); ++i)
+    for (std::size_t i = 0; i < sent->obtainArraySize(); ++i) {
       messages.push_back(readMessage(*sent->obtainArrayItem(i)));
+    }
   }
   return send(call.assistants.createThread(readMembers(body, kThreadRules), messages));
 }
@@ -78,7 +79,10 @@ Reply listMessages(const Call& call) {
   constexpr std::size_t kMost = 100;
   const auto limit = queryNumber(call.request, "limit", kUsual);
   if (!limit || *limit == 0 || *limit > kMost) {
-    return refuse({&Wordings::wrongPageSize, "limit", queryValue(call.request, "limit")});
+    return refuse({.kind = &Wordings::wrongPageSize,
+                   .path = "limit",
+                   .value = queryValue(call.request, "limit"),
+                   .detail = std::to_string(kMost)});
   }
   const std::string order = queryValue(call.request, "order");
   if (!order.empty() && order != "asc" && order != "desc") {

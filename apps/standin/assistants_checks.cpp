@@ -4,9 +4,15 @@
 #include "openai.h"
 
 #include <algorithm>
+#include <array>
 
 namespace standin {
 namespace {
+
+constexpr std::array kRoles{
+    Role{"user", Speaker::User},
+    Role{"assistant", Speaker::Assistant},
+};
 
 Wordings adaptWordings() {
   Wordings wordings = openaiDialect().wordings;
@@ -30,7 +36,7 @@ Wordings adaptWordings() {
   wordings.busyForMessage = {.text = "Can't add messages to {value} while a run {detail} is active."};
   wordings.busyForRun = {.text = "Thread {value} already has an active run {detail}."};
   wordings.wrongPageSize = {400, "invalid_value",
-                            "Invalid '{path}': expected an integer from 1 to 100, but got '{value}' instead."};
+                            "Invalid '{path}': expected an integer from 1 to {detail}, but got '{value}' instead."};
   return wordings;
 }
 
@@ -95,7 +101,7 @@ std::optional<Flaw> checkMessageAt(const COJsonValue& message, const std::string
   const COJsonValue* role = message.obtainJsonValue("role");
   const std::string rolePath = pathTo("role", path);
   if (auto flaw = checkMember(role, JsonType::String, rolePath)) return flaw;
-  if (role->obtainString() != "user" && role->obtainString() != "assistant") {
+  if (findRole(kRoles, role->obtainString()) == nullptr) {
     return Flaw{.kind = &Wordings::wrongValue,
                 .path = rolePath,
                 .value = std::string(role->obtainString()),

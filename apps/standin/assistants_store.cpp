@@ -7,11 +7,26 @@
 namespace standin {
 namespace {
 
-Flaw unknownAssistant(const std::string& id) { return {.kind = &Wordings::unknownAssistant, .value = id}; }
-Flaw unknownThread(const std::string& id) { return {.kind = &Wordings::unknownThread, .value = id}; }
-
 std::string writeDeleted(const std::string& id, const std::string& object) {
   return writeObject({{"id", quote(id)}, {"object", quote(object + ".deleted")}, {"deleted", "true"}});
+}
+
+/// What `use` makes of the object `id`; the flaw `unknown` when there is none.
+template <class Objects, class Use>
+ObjectOrFlaw withObject(Objects& objects, const std::string& id, Wording Wordings::*unknown, const Use& use) {
+  const auto found = objects.find(id);
+  if (found == objects.end()) return Flaw{.kind = unknown, .value = id};
+  return use(found->second);
+}
+
+template <class Assistants, class Use>
+ObjectOrFlaw withAssistant(Assistants& assistants, const std::string& id, const Use& use) {
+  return withObject(assistants, id, &Wordings::unknownAssistant, use);
+}
+
+template <class Threads, class Use>
+ObjectOrFlaw withThread(Threads& threads, const std::string& id, const Use& use) {
+  return withObject(threads, id, &Wordings::unknownThread, use);
 }
 
 }  // namespace
@@ -39,25 +54,25 @@ ObjectOrFlaw AssistantsStore::createAssistant(const Members& sent) {
 
 ObjectOrFlaw AssistantsStore::tellAssistant(const std::string& id) const {
   const std::lock_guard lock(mutex_);
-  const auto found = state_.assistants.find(id);
-  if (found == state_.assistants.end()) return unknownAssistant(id);
-  return writeObject(found->second);
+  return withAssistant(state_.assistants, id, writeObject);
 }
 
 ObjectOrFlaw AssistantsStore::modifyAssistant(const std::string& id, const Members& sent) {
   const std::lock_guard lock(mutex_);
-  const auto found = state_.assistants.find(id);
-  if (found == state_.assistants.end()) return unknownAssistant(id);
-  Members changed = found->second;
-  changeMembers(changed, kAssistantRules, sent);
-  if (auto flaw = checkModel(changed)) return std::move(*flaw);
-  return writeObject(found->second = std::move(changed));
+  return withAssistant(state_.assistants, id, [&](Members& assistant) -> ObjectOrFlaw {
+    Members changed = assistant;
+    changeMembers(changed, kAssistantRules, sent);
+    if (auto flaw = checkModel(changed)) return std::move(*flaw);
+    return writeObject(assistant = std::move(changed));
+  });
 }
 
 ObjectOrFlaw AssistantsStore::deleteAssistant(const std::string& id) {
   const std::lock_guard lock(mutex_);
-  if (state_.assistants.erase(id) == 0) return unknownAssistant(id);
-  return writeDeleted(id, "assistant");
+  return withAssistant(state_.assistants, id, [&](const Members& /*assistant*/) {
+    state_.assistants.erase(id);
+    return writeDeleted(id, "assistant");
+  });
 }
 
 ObjectOrFlaw AssistantsStore::createThread(const Members& sent, const std::vector<Members>& messages) {
@@ -70,46 +85,42 @@ ObjectOrFlaw AssistantsStore::createThread(const Members& sent, const std::vecto
 
 ObjectOrFlaw AssistantsStore::tellThread(const std::string& id) const {
   const std::lock_guard lock(mutex_);
-  const auto found = state_.threads.find(id);
-  if (found == state_.threads.end()) return unknownThread(id);
-  return found->second.write();
+  return withThread(state_.threads, id, [](const AssistantsThread& thread) { return thread.write(); });
 }
 
 ObjectOrFlaw AssistantsStore::deleteThread(const std::string& id) {
   const std::lock_guard lock(mutex_);
-  if (state_.threads.erase(id) == 0) return unknownThread(id);
-  return writeDeleted(id, "thread");
+  return withThread(state_.threads, id, [&](const AssistantsThread& /*thread*/) {
+    state_.threads.erase(id);
+    return writeDeleted(id, "thread");
+  });
 }
 
 ObjectOrFlaw AssistantsStore::addMessage(const std::string& threadId, const Members& sent) {
   const std::lock_guard lock(mutex_);
-  const auto found = state_.threads.find(threadId);
-  if (found == state_.threads.end()) return unknownThread(threadId);
-  return found->second.addMessage(sent, state_.identifiers);
+  return withThread(state_.threads, threadId,
+                    [&](AssistantsThread& thread) { return thread.addMessage(sent, state_.identifiers); });
 }
 
 ObjectOrFlaw AssistantsStore::listMessages(const std::string& threadId, const MessageFilter& filter) const {
   const std::lock_guard lock(mutex_);
-  const auto found = state_.threads.find(threadId);
-  if (found == state_.threads.end()) return unknownThread(threadId);
-  return found->second.listMessages(filter);
+  return withThread(state_.threads, threadId,
+                    [&](const AssistantsThread& thread) { return thread.listMessages(filter); });
 }
 
 ObjectOrFlaw AssistantsStore::startRun(const std::string& threadId, const Members& sent) {
   const std::lock_guard lock(mutex_);
-  const auto thread = state_.threads.find(threadId);
-  if (thread == state_.threads.end()) return unknownThread(threadId);
-  const std::string assistantId = unquote(memberOf(sent, "assistant_id"));
-  const auto assistant = state_.assistants.find(assistantId);
-  if (assistant == state_.assistants.end()) return unknownAssistant(assistantId);
-  return thread->second.startRun(assistant->second, sent, state_.scripts, state_.identifiers);
+  return withThread(state_.threads, threadId, [&](AssistantsThread& thread) {
+    const std::string assistantId = unquote(memberOf(sent, "assistant_id"));
+    return withAssistant(state_.assistants, assistantId, [&](const Members& assistant) {
+      return thread.startRun(assistant, sent, state_.scripts, state_.identifiers);
+    });
+  });
 }
 
 ObjectOrFlaw AssistantsStore::tellRun(const std::string& threadId, const std::string& runId) {
   const std::lock_guard lock(mutex_);
-  const auto found = state_.threads.find(threadId);
-  if (found == state_.threads.end()) return unknownThread(threadId);
-  return found->second.tellRun(runId);
+  return withThread(state_.threads, threadId, [&](AssistantsThread& thread) { return thread.tellRun(runId); });
 }
 
 }  // namespace standin

@@ -291,7 +291,9 @@ TEST_P(ScriptedReply, ChangesNothingWhenItRefuses) {
   refusing.server.script({.status = 400});
   refusing.server.script({.status = 503, .body = "busy"});
   refusing.server.script({.fault = Fault::Reset});
-  EXPECT_EQ(refusing.send(GetParam()).status, 400);
+  const auto refused = refusing.send(GetParam());
+  EXPECT_EQ(refused.status, 400);
+  EXPECT_EQ(withoutTimes(refused), withoutTimes(World().send(GetParam())));  // what is not set stays
   EXPECT_EQ(refusing.send(GetParam()).body, "busy");
   EXPECT_NE(refusing.send(GetParam()).result, CURLE_OK);
   EXPECT_EQ(refusing.takeStock(), World().takeStock());
