@@ -48,7 +48,7 @@ Assistant::Assistant(Service service) : service_(std::move(service)) {
   pool_ = pool.release();
 }
 
-Assistant::~Assistant() { endConversation(); }
+Assistant::~Assistant() { close(); }
 
 /// The library has one set of HTTP settings for all assistants, so each puts its own in place before it asks.
 IQAIAssistant& Assistant::ready() {
@@ -58,8 +58,7 @@ IQAIAssistant& Assistant::ready() {
 
 std::pair<std::vector<std::string>, std::string> Assistant::listModels() {
   auto [models, error] = ready().obtainAvailableModels();
-  lastSucceeded_ = error.empty();
-  keyAccepted_ = keyAccepted_ || lastSucceeded_;
+  keyAccepted_ = keyAccepted_ || error.empty();
   return {std::move(models), explain(std::move(error))};
 }
 
@@ -71,6 +70,7 @@ std::string Assistant::configure(const Setup& setup) {
     }
   });
   if (!error.empty()) return explain(error);
+  isKept_ = provider().keepsConversations;
   return refused.empty() ? "" : "The library refused these settings:" + refused;
 }
 
@@ -84,12 +84,7 @@ std::string Assistant::settle(Setup& setup) {
   return configure(setup);
 }
 
-std::string Assistant::startConversation() {
-  endConversation();
-  auto [session, error] = ready().createSession();
-  session_.reset(session);
-  return explain(std::move(error));
-}
+std::string Assistant::startConversation() { return beginWith(ready().createSession()); }
 
 std::string Assistant::saveConversation() const {
   // The rest of the saved text are settings, the address among them. They must not reach another service's assistant.
@@ -98,18 +93,22 @@ std::string Assistant::saveConversation() const {
   return R"({"messages":)" + (messages == nullptr ? "[]" : messages->obtainJsonString()) + "}";
 }
 
-std::string Assistant::resumeConversation(const std::string& saved) {
-  endConversation();
-  auto [session, error] = ready().loadSession(saved);
-  session_.reset(session);
-  return explain(std::move(error));
+std::string Assistant::resumeConversation(const std::string& saved) { return beginWith(ready().loadSession(saved)); }
+
+/// The old conversation ends after the new one has begun: a service that keeps an assistant drops it with its last one.
+std::string Assistant::beginWith(std::pair<IQAISession*, std::string> made) {
+  QAIOwned<IQAISession> session(made.first);
+  if (!made.second.empty()) return explain(std::move(made.second));
+  std::swap(session_, session);
+  if (session != nullptr) ended_.push_back(std::move(session));
+  destroyEnded();
+  return "";
 }
 
 Answer Assistant::ask(const std::string& question) {
   auto [reply, error] = ready().addMessage(session_.get(), question);
   const QAIOwned<IQAIMessage> message(reply);
-  lastSucceeded_ = error.empty();
-  if (!lastSucceeded_) return {.text = "", .error = explain(std::move(error))};
+  if (!error.empty()) return {.text = "", .error = explain(std::move(error))};
   keyAccepted_ = true;
   Answer answer;
   for (const IQAIMessageSection* section : message->obtainSections()) answer.text += section->obtainText();
@@ -124,13 +123,19 @@ ExitCode Assistant::failureCode() {
 
 bool Assistant::cancel() noexcept {
   if (!provider().canCancel) return false;
-  cancelled_ = true;
   pool_->cancel();
   return true;
 }
 
 void Assistant::dropLateCancel() {
-  if (cancelled_.exchange(false) && lastSucceeded_) listModels();  // is ended before it is sent
+  // A late cancel ends this request; without one it fails for want of an address. It is never sent.
+  CMRestSession session;
+  session.httpPoolCenter = pool_;
+  ICSAppFactory* app = CF::obtainAppFactory();
+  const std::unique_ptr<ICSRestClient> client(
+      app->obtainRestClientFactory()->createRestClient(app, service_.settings, &session));
+  CMRestResourceResponse* none = nullptr;
+  client->executeGet(CMRestGetRequest(), &none);
 }
 
 std::string Assistant::explain(std::string error) const {
@@ -141,13 +146,22 @@ std::string Assistant::explain(std::string error) const {
 std::string Assistant::readProperty(const std::string& key) {
   QAIOwned<IQAIProperties> properties(assistant_->obtainAssistantProperties());
   std::string value = properties->obtainProperty(key).stringValue();
-  // With this one service the object is the assistant's own.
-  if (service_.provider->type == OPENAI) static_cast<void>(properties.release());
+  // Where the service keeps the conversations the object is the assistant's own.
+  if (provider().keepsConversations) static_cast<void>(properties.release());
   return value;
 }
 
-void Assistant::endConversation() {
-  if (session_ == nullptr) return;
-  ready().destroySession(session_.get());  // a failure leaves nothing to do here
-  session_.reset();
+void Assistant::close() {
+  service_.settings.connectTimeout = service_.settings.totalTimeout = kShortPatience;
+  dropLateCancel();
+  // The service drops the assistant with its last conversation, so one that has none yet gets one.
+  if (isKept_ && session_ == nullptr && ended_.empty()) startConversation();
+  if (session_ != nullptr) ended_.push_back(std::move(session_));
+  destroyEnded();
+  ended_.clear();  // what the service did not forget now is left to it
+  isKept_ = false;
+}
+
+void Assistant::destroyEnded() {
+  std::erase_if(ended_, [this](const auto& session) { return ready().destroySession(session.get()).empty(); });
 }

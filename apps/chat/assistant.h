@@ -6,7 +6,6 @@
 
 #include <qai.h>
 
-#include <atomic>
 #include <memory>
 #include <string>
 #include <utility>
@@ -27,10 +26,12 @@ struct Setup {
   std::string structureJson;
 };
 
-/// One assistant with one conversation at a time. Used by one thread but for cancel().
+/// One assistant with one conversation at a time, of which nothing stays at the service. Used by one thread but for
+/// cancel().
 class Assistant final : public Answerer {
  public:
   explicit Assistant(Service service);
+  /// As close().
   ~Assistant() override;
 
   const Provider& provider() const { return *service_.provider; }
@@ -59,17 +60,22 @@ class Assistant final : public Answerer {
   /// After a turn that was cancelled: takes back a cancel that came when the request was over and would end the next.
   void dropLateCancel();
 
+  /// Ends the conversation and has the service forget all that it kept for it. Waits a few seconds at most for each
+  /// request; the last that is asked of this object.
+  void close();
+
  private:
   IQAIAssistant& ready();
   std::string explain(std::string error) const;
   std::string readProperty(const std::string& key);
-  void endConversation();
+  std::string beginWith(std::pair<IQAISession*, std::string> made);
+  void destroyEnded();
 
   Service service_;
   ICSHTTPPoolCenter* pool_ = nullptr;  // the assistant's
   QAIOwned<IQAIAssistant> assistant_;
-  QAIOwned<IQAISession> session_;  // after the assistant, which it refers to
-  bool keyAccepted_ = false;       // some request succeeded
-  bool lastSucceeded_ = false;
-  std::atomic<bool> cancelled_ = false;
+  QAIOwned<IQAISession> session_;             // after the assistant, which it refers to
+  std::vector<QAIOwned<IQAISession>> ended_;  // which the service may still keep
+  bool isKept_ = false;                       // the service keeps the assistant
+  bool keyAccepted_ = false;                  // some request succeeded
 };

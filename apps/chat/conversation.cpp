@@ -62,11 +62,18 @@ void printHelp(std::ostream& err) {
 }
 
 void printProviders(const MovableAnswerer& answerer, std::ostream& err) {
-  constexpr std::size_t kNameWidth = 10;
   for (const Provider& provider : kProviders) {
     const bool current = &provider == &answerer.provider();
-    err << (current ? "* " : "  ") << padded(provider.name, kNameWidth) << provider.title
+    err << (current ? "* " : "  ") << padded(provider.name, obtainNameWidth()) << provider.title
         << (current ? ", model " + terminalSafeLine(answerer.model()) : "") << '\n';
+  }
+}
+
+void tellFailure(const std::string& error, bool calledOff, std::ostream& err) {
+  if (calledOff) {
+    err << "\nCancelled.\n";
+  } else {
+    complain(err, error);
   }
 }
 
@@ -77,27 +84,29 @@ void move(MovableAnswerer& answerer, const std::vector<std::string>& words, std:
     complain(err, "'" + words[1] + "' is not one of: " + listProviders());
     return;
   }
+  const Provider& earlier = answerer.provider();
   std::string error;
   const bool calledOff = runTurn([&] { error = answerer.moveTo(*provider, words.size() > 2 ? words[2] : ""); });
-  if (error.empty()) {
-    err << answerer.provider().title << " answers from here on. Model: " << terminalSafeLine(answerer.model()) << ".\n";
+  if (!error.empty()) {
+    tellFailure(error, calledOff, err);
+    err << "The conversation stays with " << earlier.title << ".\n";
     return;
   }
-  if (calledOff) {
-    err << "\nCancelled.\n";
-  } else {
-    complain(err, error);
-  }
-  err << "The conversation stays with " << answerer.provider().title << ".\n";
+  err << provider->title << " answers from here on. Model: " << terminalSafeLine(answerer.model()) << ".\n";
+  if (carriesTurns(earlier, *provider)) return;
+  const Provider& keeper = earlier.keepsConversations ? earlier : *provider;
+  err << keeper.title << " keeps conversations itself, so this one starts anew.\n";
 }
 
-void beginAnew(Answerer& answerer, std::ostream& err) {
-  const std::string error = answerer.startConversation();
+void beginAnew(Answerer& answerer, std::ostream& err, const TurnRunner& runTurn) {
+  std::string error;
+  const bool calledOff = runTurn([&] { error = answerer.startConversation(); });
   if (error.empty()) {
     err << "The conversation begins anew.\n";
-  } else {
-    complain(err, error);
+    return;
   }
+  tellFailure(error, calledOff, err);
+  err << "The conversation goes on.\n";
 }
 
 /// @return false when the conversation ends.
@@ -113,7 +122,7 @@ bool obey(const std::string& line, MovableAnswerer& answerer, std::ostream& err,
       printHelp(err);
       return true;
     case Command::New:
-      beginAnew(answerer, err);
+      beginAnew(answerer, err, runTurn);
       return true;
     case Command::Provider:
       if (words.size() > 1) {
@@ -133,10 +142,8 @@ void takeTurn(Answerer& answerer, const std::string& question, Streams streams, 
   const bool calledOff = runTurn([&] { answer = answerer.ask(question); });
   if (answer.error.empty()) {
     printText(streams.out, answer.text);
-  } else if (calledOff) {
-    streams.err << "\nCancelled.\n";
   } else {
-    complain(streams.err, answer.error);
+    tellFailure(answer.error, calledOff, streams.err);
   }
   streams.err << '\n';
 }

@@ -18,7 +18,8 @@ struct Answer {
 class Answerer {
  public:
   virtual ~Answerer() = default;
-  /// Begins a conversation; an earlier one is forgotten. @return an error text, "" on success.
+  /// Begins a conversation; an earlier one is forgotten. @return an error text, and the earlier one goes on; "" on
+  /// success.
   virtual std::string startConversation() = 0;
   virtual Answer ask(const std::string& question) = 0;
   /// After a failed turn: what the program's end should tell of it.
@@ -31,7 +32,8 @@ class MovableAnswerer : public Answerer {
   /// The service that answers, and its model.
   virtual const Provider& provider() const = 0;
   virtual const std::string& model() const = 0;
-  /// Has `provider` answer from here on, with all turns so far in mind; an empty `model` is the first that it lists.
+  /// Has `provider` answer from here on, with all turns so far in mind where they can be carried; an empty `model` is
+  /// the first that it lists.
   /// @return an error text, and everything is as before; "" on success.
   virtual std::string moveTo(const Provider& provider, const std::string& model) = 0;
 };

@@ -24,7 +24,8 @@ constexpr const char* kFooterEnd = R"(
 it is a URL, and https is meant where it has no scheme; of Ollama it is read as
 Ollama reads OLLAMA_HOST: http is meant, and port 11434. Without a key and
 without --host a stand-in inside the program answers by rules; none stands in
-for Ollama.
+for Ollama. OpenAI Assistants keeps the conversation at the service, which
+deletes it when the program ends.
 
 Exit codes:
    0  fine
@@ -38,11 +39,10 @@ Exit codes:
 )";
 
 std::string makeFooter() {
-  constexpr std::size_t kNameWidth = 10;
   std::string text = kFooterStart;
   for (const Provider& provider : kProviders) {
     std::string name = provider.name;
-    name.resize(kNameWidth, ' ');
+    name.resize(obtainNameWidth(), ' ');
     std::string keys;
     for (const char* variable : provider.keyVariables) keys += (keys.empty() ? "" : " or ") + std::string(variable);
     text += "  " + name + (keys.empty() ? "no key" : keys) + "; " + provider.hostNote + "\n";

@@ -7,6 +7,8 @@
 #include "sqlite_database.h"
 #include "switchboard.h"
 
+#include <cf/defer.h>
+
 #include <memory>
 #include <ostream>
 
@@ -87,6 +89,7 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
   const TurnRunner runTurn = [&](const std::function<void()>& turn) {
     return runInterruptibly(interrupts, board, streams.err, turn);
   };
+  const CODefer endWell([&] { runTurn([&] { board.close(); }); });  // which Ctrl-C may cut short
   std::string error;
   if (runTurn([&] { error = board.open(); })) {
     streams.err << "\nCancelled.\n";
@@ -99,7 +102,8 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
 }
 
 ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams) {
-  Assistant assistant(chooseService(options, *options.provider));
+  // All services are told the same, and with the first of them nothing is sent; another may keep what it is told.
+  Assistant assistant(chooseService(options, kProviders.front()));
   const std::string error = assistant.configure(setup);
   if (!error.empty()) {
     complain(streams.err, error);

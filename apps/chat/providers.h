@@ -5,7 +5,9 @@
 
 #include <qai.h>
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <optional>
 #include <span>
 #include <string>
@@ -28,6 +30,7 @@ struct Provider {
   const char* title;  // for people
   QAIAssistantType type;
   const char* hostNote;                         // for --help
+  bool needsHost = false;                       // nobody is at the usual address any more
   std::span<const char* const> keyVariables{};  // of the environment; the first that is set counts
   const char* hostVariable = nullptr;           // of the environment, read when --host names none; may be null
   /// Makes an address of what the user calls the host, blank included; null: the library's way will do. A provider
@@ -36,7 +39,9 @@ struct Provider {
   std::span<const char* const> modelsPath;  // a cheap address that tells whether a key is good
   KeyPlace keyPlace = KeyPlace::Bearer;
   std::span<const KeyRefusal> keyRefusals = kUsualRefusals;
-  bool canCancel = true;              // a request in flight can be ended
+  bool canCancel = true;  // a request in flight can be ended
+  /// Assistant and conversations live at the service, until they are destroyed; no other service can take the turns.
+  bool keepsConversations = false;
   const char* noConnectionHint = "";  // a sentence for the user; may be empty
   const char* noModelsHint = "";      // the same
 };
@@ -65,6 +70,16 @@ inline constexpr std::array kProviders{
         .hostNote = "OpenAI's public address",
         .keyVariables = providers::kOpenAIKeys,
         .modelsPath = providers::kOpenAIModels,
+    },
+    Provider{
+        .name = "openai-assistants",
+        .title = "OpenAI Assistants",
+        .type = OPENAI,
+        .hostNote = "OpenAI's ended on 2026-08-26; --host names another",
+        .needsHost = true,
+        .keyVariables = providers::kOpenAIKeys,
+        .modelsPath = providers::kOpenAIModels,
+        .keepsConversations = true,
     },
     Provider{
         .name = "deepseek",
@@ -106,6 +121,19 @@ constexpr const Provider* findProvider(std::string_view name) {
     if (provider.name == name) return &provider;
   }
   return nullptr;
+}
+
+/// Whether a conversation with `from` can go on with `to`, its turns in mind.
+constexpr bool carriesTurns(const Provider& from, const Provider& to) {
+  return &from == &to || (!from.keepsConversations && !to.keepsConversations);
+}
+
+/// The width of a column with the providers' names.
+constexpr std::size_t obtainNameWidth() {
+  constexpr std::size_t kGap = 2;
+  std::size_t width = 0;
+  for (const Provider& provider : kProviders) width = std::max(width, std::string_view(provider.name).size());
+  return width + kGap;
 }
 
 /// The names of all providers, for people.

@@ -7,7 +7,6 @@
 #include <cf/url.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdlib>
 
 namespace {
@@ -60,14 +59,15 @@ std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& er
   service.apiKey = "stand-in";
   service.settings = {};  // no proxy on the way to this machine
   complain(err, std::string("A rule-based stand-in answers, not a language model; set ") +
-                    service.provider->keyVariables.front() + " to ask " + service.provider->title + ".");
+                    service.provider->keyVariables.front() +
+                    (service.provider->needsHost ? " and name a server with --host" : "") + " to ask " +
+                    service.provider->title + ".");
   return server;
 }
 
 bool isKeyRefused(const Service& service, const std::string& address) {
-  constexpr std::chrono::seconds kPatience{5};
   CMRestGlobalSettings settings = service.settings;
-  settings.connectTimeout = settings.totalTimeout = kPatience;
+  settings.connectTimeout = settings.totalTimeout = kShortPatience;
   const Provider& provider = *service.provider;
   CMRestSession session;
   CMRestGetRequest request;

@@ -8,11 +8,15 @@
 
 #include <standin.h>
 
+#include <chrono>
 #include <iosfwd>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <vector>
+
+/// For requests that are made by the way, and for which nobody would wait long.
+inline constexpr std::chrono::seconds kShortPatience{5};
 
 /// Where an assistant's requests go.
 struct Service {

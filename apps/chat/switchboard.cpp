@@ -19,17 +19,35 @@ std::string Switchboard::open() {
 std::string Switchboard::moveTo(const Provider& provider, const std::string& model) try {
   Setup setup = setup_;
   setup.model = model;
+  if (&provider == &this->provider() && provider.keepsConversations) return changeModel(setup);
   Line next = connect(provider);
   const CODefer askTheRightOne([this] { setAsked(line_.assistant.get()); });
   setAsked(next.assistant.get());
-  std::string error = next.assistant->settle(setup);
-  if (error.empty()) error = next.assistant->resumeConversation(line_.assistant->saveConversation());
-  if (!error.empty()) return error;
-  std::swap(line_, next);
-  std::swap(setup_, setup);
-  return "";
+  std::string error = goOn(*next.assistant, setup);
+  if (error.empty()) {
+    std::swap(line_, next);
+    std::swap(setup_, setup);
+  }
+  // The one that is left behind, whichever it is, while it can still be cancelled.
+  setAsked(next.assistant.get());
+  next.assistant->close();
+  return error;
 } catch (const std::exception& error) {
   return error.what();
+}
+
+/// The service has its assistant changed, and its conversation goes on.
+std::string Switchboard::changeModel(Setup& setup) {
+  std::string error = line_.assistant->settle(setup);
+  if (error.empty()) std::swap(setup_, setup);
+  return error;
+}
+
+/// Has `next` ready to answer in this one's place.
+std::string Switchboard::goOn(Assistant& next, Setup& setup) {
+  if (std::string error = next.settle(setup); !error.empty()) return error;
+  if (!carriesTurns(provider(), next.provider())) return next.startConversation();
+  return next.resumeConversation(line_.assistant->saveConversation());
 }
 
 bool Switchboard::cancel() noexcept {

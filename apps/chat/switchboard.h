@@ -35,6 +35,7 @@ class Switchboard final : public MovableAnswerer {
   /// As with Assistant, for the one that is being asked; a move asks the one that it goes to.
   bool cancel() noexcept;
   void dropLateCancel() { line_.assistant->dropLateCancel(); }
+  void close() { line_.assistant->close(); }
 
  private:
   struct Line {
@@ -43,6 +44,8 @@ class Switchboard final : public MovableAnswerer {
   };
 
   Line connect(const Provider& provider);
+  std::string changeModel(Setup& setup);
+  std::string goOn(Assistant& next, Setup& setup);
   void setAsked(Assistant* assistant);
 
   Choose choose_;

@@ -1,19 +1,28 @@
 #include "assistant.h"
 
+#include "support/request_lines.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <standin.h>
 
+#include <functional>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
 constexpr const char* kModel = "standin-small";
 
-Service serviceAt(const standin::Server& server) {
-  return {.provider = &kProviders.front(),
+Service serviceAt(const standin::Server& server, const Provider& provider = kProviders.front()) {
+  return {.provider = &provider,
           .host = server.address(),
           .apiKey = "a key",
           .secrets = {"a secret key", "short"},
@@ -60,6 +69,20 @@ TEST_F(AssistantTest, ACancelThatCameTooLateForItsTurnCanBeDropped) {
   EXPECT_EQ(server_.requests().size(), 2U);
 }
 
+TEST_F(AssistantTest, ACancelThatCameTooLateForAFailedTurnCanBeDropped) {
+  server_.script({.status = 500, .body = "{}", .headers = {}});
+  EXPECT_NE(assistant_.ask("q").error, "");
+  assistant_.cancel();
+  assistant_.dropLateCancel();
+  EXPECT_EQ(assistant_.ask("q").error, "");
+}
+
+TEST_F(AssistantTest, ACancelThatCameInTimeLeavesNothingToDrop) {
+  assistant_.dropLateCancel();
+  EXPECT_THAT(server_.requests(), IsEmpty());
+  EXPECT_EQ(assistant_.ask("q").error, "");
+}
+
 TEST_F(AssistantTest, SettingsThatTheLibraryRefusesAreNamed) {
   auto setup = setupWith(kModel);
   setup.structureJson = "{";
@@ -90,6 +113,129 @@ TEST_F(AssistantTest, ARefusedKeyIsToldFromOtherFailures) {
   const std::size_t asked = server_.requests().size();
   EXPECT_EQ(assistant_.failureCode(), ExitCode::ServiceFailed) << "a key that was good once";
   EXPECT_EQ(server_.requests().size(), asked);
+}
+
+/// A service that keeps the conversations.
+class Keeper : public testing::Test {
+ protected:
+  void begin() {
+    ASSERT_EQ(assistant_->configure(setupWith(kModel)), "");
+    ASSERT_EQ(assistant_->startConversation(), "");
+    ASSERT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants", "POST /v1/threads"));
+  }
+
+  void letPass(int count) {
+    for (int i = 0; i < count; ++i) server_.script({});
+  }
+  void failNext() { server_.script({.status = 500, .body = R"({"error":{"message":"no"}})", .headers = {}}); }
+
+  /// Runs `act` with a service that does not reply to its request number `number`, and cancels that.
+  void cancelRequest(std::size_t number, const std::function<void()>& act) {
+    const std::size_t before = server_.requests().size();
+    letPass(static_cast<int>(number) - 1);
+    server_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+    std::thread user([&] {
+      while (server_.requests().size() < before + number) std::this_thread::yield();
+      assistant_->cancel();
+    });
+    act();
+    user.join();
+  }
+
+  /// What is sent when the assistant goes.
+  std::vector<std::string> farewell() {
+    const std::size_t before = server_.requests().size();
+    assistant_.reset();
+    return requestLines(server_, before);
+  }
+
+  standin::Server server_;
+  std::optional<Assistant> assistant_{std::in_place, serviceAt(server_, *findProvider("openai-assistants"))};
+};
+
+constexpr const char* kDeleteThread = "DELETE /v1/threads/thread_standin_1";
+constexpr const char* kDeleteSecondThread = "DELETE /v1/threads/thread_standin_2";
+constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_standin_1";
+
+TEST_F(Keeper, IsLeftWithNothing) {
+  begin();
+  EXPECT_EQ(assistant_->ask("q").error, "");
+  EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, IsLeftWithNothingAfterAFailedTurn) {
+  begin();
+  failNext();
+  EXPECT_EQ(assistant_->ask("q").error, "no");
+  EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, IsLeftWithNothingAfterACancelledRun) {
+  begin();
+  server_.scriptRun({.statuses = {"in_progress"}});
+  cancelRequest(3, [this] { EXPECT_THAT(assistant_->ask("q").error, HasSubstr("cancelled")); });
+  assistant_->cancel();  // once more, too late
+  EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, IsLeftOnce) {
+  begin();
+  assistant_->close();
+  EXPECT_THAT(farewell(), IsEmpty());
+}
+
+TEST_F(Keeper, ThatRefusedTheAssistantIsAskedNothingMore) {
+  failNext();
+  EXPECT_EQ(assistant_->configure(setupWith(kModel)), "no");
+  EXPECT_THAT(farewell(), IsEmpty());
+}
+
+TEST_F(Keeper, ThatMadeAnAssistantButNoConversationIsLeftWithNothing) {
+  ASSERT_EQ(assistant_->configure(setupWith(kModel)), "");
+  cancelRequest(1, [this] { EXPECT_THAT(assistant_->startConversation(), HasSubstr("cancelled")); });
+  EXPECT_THAT(farewell(), ElementsAre("POST /v1/threads", kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, BeginsAnewBeforeTheOldConversationEnds) {
+  begin();
+  EXPECT_EQ(assistant_->startConversation(), "");
+  EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/threads", kDeleteThread));
+  EXPECT_EQ(assistant_->ask("q").error, "");
+  EXPECT_EQ(requestLines(server_, 4).front(), "POST /v1/threads/thread_standin_2/messages");
+  EXPECT_THAT(farewell(), ElementsAre(kDeleteSecondThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, ThatCannotBeginAnewGoesOnWithTheOldConversation) {
+  begin();
+  failNext();
+  EXPECT_EQ(assistant_->startConversation(), "no");
+  cancelRequest(1, [this] { EXPECT_THAT(assistant_->startConversation(), HasSubstr("cancelled")); });
+  EXPECT_EQ(assistant_->ask("q").error, "");
+  EXPECT_EQ(requestLines(server_, 4).front(), "POST /v1/threads/thread_standin_1/messages");
+  EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, IsAskedAgainToForgetWhatItDidNotForgetAtOnce) {
+  begin();
+  cancelRequest(2, [this] { EXPECT_EQ(assistant_->startConversation(), ""); });
+  EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/threads", kDeleteThread));
+  EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteSecondThread, kDeleteAssistant));
+}
+
+TEST_F(Keeper, ChangesItsAssistantForOtherSettings) {
+  begin();
+  EXPECT_EQ(assistant_->configure(setupWith("standin-large")), "");
+  EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/assistants/asst_standin_1"));
+  EXPECT_THAT(server_.requests().back().body, HasSubstr(R"("model":"standin-large")"));
+}
+
+TEST_F(Keeper, ThatRefusesTheKeyIsToldFromOneThatFails) {
+  server_.script({.status = 401, .body = "{}", .headers = {}});
+  EXPECT_NE(assistant_->configure(setupWith(kModel)), "");
+  server_.script({.status = 401, .body = "{}", .headers = {}});
+  EXPECT_EQ(assistant_->failureCode(), ExitCode::KeyRefused);
+  EXPECT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants", "GET /v1/models"));
+  EXPECT_EQ(assistant_->failureCode(), ExitCode::ServiceFailed);
 }
 
 TEST(AssistantOfOllama, TellsHowToStartAServerThatIsNotThere) {

@@ -150,7 +150,19 @@ TEST_F(Conversation, NewBeginsAnotherConversation) {
 TEST_F(Conversation, NewTellsItsFailure) {
   answerer_.conversationError = "not now";
   converse(answerer_, streams("/new\n"), runPlainly);
-  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: not now\n"));
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: not now\nThe conversation goes on.\n"));
+}
+
+TEST_F(Conversation, NewThatIsCalledOffIsNoFailure) {
+  answerer_.conversationError = "cancelled by someone";
+  converse(answerer_, streams("/new\n"), runInterrupted);
+  EXPECT_THAT(err_.str(), HasSubstr("Cancelled.\nThe conversation goes on.\n"));
+  EXPECT_THAT(err_.str(), Not(HasSubstr("by someone")));
+}
+
+TEST_F(Conversation, NewThatIsDoneBeforeTheInterruptIsTold) {
+  converse(answerer_, streams("/new\n"), runInterrupted);
+  EXPECT_THAT(err_.str(), HasSubstr("The conversation begins anew.\n"));
 }
 
 TEST_F(Conversation, UnknownCommandsAreNotSent) {
@@ -170,14 +182,29 @@ TEST_F(Conversation, UnknownCommandsWithBlanksOrWrongArgumentsAreToldWhole) {
 
 TEST_F(Conversation, ProviderListsTheServicesAndMarksTheCurrentOne) {
   converse(answerer_, streams("/provider\n"), runPlainly);
-  EXPECT_THAT(err_.str(), HasSubstr("* openai    OpenAI, model m\uFFFD\n"));
-  for (const char* name : {"  deepseek ", "  gemini ", "  ollama "}) EXPECT_THAT(err_.str(), HasSubstr(name));
+  EXPECT_THAT(err_.str(), HasSubstr("* openai             OpenAI, model m\uFFFD\n"));
+  for (const char* name : {"  openai-assistants  ", "  deepseek ", "  gemini ", "  ollama "})
+    EXPECT_THAT(err_.str(), HasSubstr(name));
   EXPECT_EQ(out_.str(), "");
 }
 
 TEST_F(Conversation, ProviderMovesItAndTellsWhoAnswers) {
   converse(answerer_, streams("/provider gemini\n"), runPlainly);
-  EXPECT_THAT(err_.str(), HasSubstr("Gemini answers from here on. Model: its first.\n"));
+  EXPECT_THAT(err_.str(), HasSubstr("Gemini answers from here on. Model: its first.\n> "));
+}
+
+TEST_F(Conversation, AMoveThatCannotCarryTheTurnsSaysSoEitherWay) {
+  const std::string notice = "OpenAI Assistants keeps conversations itself, so this one starts anew.\n";
+  converse(answerer_, streams("/provider openai-assistants\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("OpenAI Assistants answers from here on. Model: its first.\n" + notice));
+  err_.str("");
+  in_.clear();
+  converse(answerer_, streams("/provider openai-assistants m\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("OpenAI Assistants answers from here on. Model: m.\n> "));
+  err_.str("");
+  in_.clear();
+  converse(answerer_, streams("/provider openai\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("OpenAI answers from here on. Model: its first.\n" + notice));
 }
 
 TEST_F(Conversation, ProviderTakesAModel) {
@@ -188,7 +215,9 @@ TEST_F(Conversation, ProviderTakesAModel) {
 
 TEST_F(Conversation, AnUnknownProviderIsToldAndNothingMoves) {
   converse(answerer_, streams("/provider nobody\x1b\none\n"), runPlainly);
-  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: 'nobody\uFFFD' is not one of: openai, deepseek, gemini, ollama\n"));
+  EXPECT_THAT(
+      err_.str(),
+      HasSubstr("qai-chat: 'nobody\uFFFD' is not one of: openai, openai-assistants, deepseek, gemini, ollama\n"));
   EXPECT_EQ(answerer_.provider().type, OPENAI_v1);
   EXPECT_EQ(out_.str(), "re: one\n");
 }

@@ -33,7 +33,23 @@ TEST(Providers, WithoutAKeyHaveAnAddressInAnyCase) {
   }
 }
 
-TEST(Providers, AreTheseFour) { EXPECT_EQ(listProviders(), "openai, deepseek, gemini, ollama"); }
+TEST(Providers, AreTheseFive) { EXPECT_EQ(listProviders(), "openai, openai-assistants, deepseek, gemini, ollama"); }
+
+TEST(Providers, KeepConversationsWhereTheLibraryHasTheServiceDoSo) {
+  for (const Provider& provider : kProviders) {
+    EXPECT_EQ(provider.keepsConversations, provider.type == OPENAI) << provider.name;
+  }
+}
+
+TEST(Providers, CarryTurnsUnlessOneOfTwoKeepsThem) {
+  const Provider& keeper = *findProvider("openai-assistants");
+  for (const Provider& from : kProviders) {
+    for (const Provider& to : kProviders) {
+      const bool kept = (&from == &keeper) != (&to == &keeper);
+      EXPECT_EQ(carriesTurns(from, to), !kept) << from.name << " to " << to.name;
+    }
+  }
+}
 
 TEST(Providers, UnknownNamesAreNotFound) {
   EXPECT_EQ(findProvider("other"), nullptr);

@@ -84,7 +84,7 @@ TEST_F(ServiceChoice, RefusesASchemeThatIsNone) {
 }
 
 TEST_F(ServiceChoice, TheStandInIsForThoseWithoutKeyAndHost) {
-  for (const char* name : {"openai", "deepseek", "gemini"}) {
+  for (const char* name : {"openai", "openai-assistants", "deepseek", "gemini"}) {
     std::ostringstream err;
     Service service = choose(name);
     EXPECT_NE(startStandIn(service, err), nullptr);
@@ -93,11 +93,18 @@ TEST_F(ServiceChoice, TheStandInIsForThoseWithoutKeyAndHost) {
   }
 }
 
+TEST_F(ServiceChoice, TheStandInTellsWhatItTakesToAskAServiceThatNeedsAHost) {
+  std::ostringstream err;
+  Service service = choose("openai-assistants");
+  startStandIn(service, err);
+  EXPECT_THAT(err.str(), HasSubstr("set OPENAI_API_KEY and name a server with --host to ask OpenAI Assistants."));
+}
+
 TEST_F(ServiceChoice, NothingStandsInForAKeyAHostOrOllama) {
   set("OPENAI_API_KEY", "one");
   options_.provider = &provider("deepseek");
   options_.host = "https://example.com";
-  for (const char* name : {"openai", "deepseek", "ollama"}) {
+  for (const char* name : {"openai", "openai-assistants", "deepseek", "ollama"}) {
     std::ostringstream err;
     Service service = choose(name);
     EXPECT_EQ(startStandIn(service, err), nullptr) << name;
@@ -130,6 +137,7 @@ INSTANTIATE_TEST_SUITE_P(Replies, RefusalOfAKey,
                                          RefusalCase{"openai_unauthorized", "openai", 401, "{}", true},
                                          RefusalCase{"openai_forbidden", "openai", 403, "{}", true},
                                          RefusalCase{"openai_bad_request", "openai", 400, "{}", false},
+                                         RefusalCase{"assistants_unauthorized", "openai-assistants", 401, "{}", true},
                                          RefusalCase{"deepseek_unauthorized", "deepseek", 401, "{}", true},
                                          RefusalCase{"deepseek_without_balance", "deepseek", 402, "{}", false},
                                          RefusalCase{"gemini_bad_key", "gemini", 400, kBadGeminiKey, true},
@@ -148,8 +156,9 @@ TEST(CheckOfAKey, CarriesTheKeyInItsPlaceOnly) {
     standin::Headers query;
   };
   for (const Place& place :
-       {Place{"openai", "/v1/models", "Bearer a key", {}}, Place{"deepseek", "/models", "Bearer a key", {}},
-        Place{"gemini", "/v1beta/models", "", {{"key", "a key"}}}, Place{"ollama", "/api/tags", "", {}}}) {
+       {Place{"openai", "/v1/models", "Bearer a key", {}}, Place{"openai-assistants", "/v1/models", "Bearer a key", {}},
+        Place{"deepseek", "/models", "Bearer a key", {}}, Place{"gemini", "/v1beta/models", "", {{"key", "a key"}}},
+        Place{"ollama", "/api/tags", "", {}}}) {
     SCOPED_TRACE(place.provider);
     const standin::Server server;
     const Service service{

@@ -1,10 +1,14 @@
 // Conversations that move from service to service.
 #include "switchboard.h"
 
+#include "support/request_lines.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <array>
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <sstream>
 #include <string>
@@ -14,58 +18,15 @@
 
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
 const Provider& provider(const char* name) { return *findProvider(name); }
 
+constexpr const char* kKeeper = "openai-assistants";  // keeps the conversations
 constexpr const char* kQuestions[] = {"first question", "second question", "third question"};
-
-/// A service per provider, with a key of its own, each of which takes everything.
-class SwitchboardTest : public testing::Test {
- protected:
-  Service choose(const Provider& wanted) const {
-    if (refused_ == &wanted) throw HostError("no such place");
-    return {.provider = &wanted,
-            .host = servers_.at(&wanted).address(),
-            .apiKey = keyOf(wanted),
-            .secrets = {},
-            .settings = {}};
-  }
-
-  static std::string keyOf(const Provider& wanted) { return std::string("key-of-") + wanted.name; }
-
-  Switchboard open(const char* first) {
-    const ::Setup setup{.model = "first-model",
-                        .temperature = "0.5",
-                        .instructions = "Be brief.",
-                        .productName = "SQLite",
-                        .structureJson = R"([{"schemas":[{"tables":[{"name":"orders","fields":[]}]}]}])"};
-    return {provider(first), [this](const Provider& wanted) { return choose(wanted); }, setup, err_};
-  }
-
-  standin::Server& server(const char* name) { return servers_[&provider(name)]; }
-  standin::Request lastRequest(const char* name) { return server(name).requests().back(); }
-
-  static std::string everything(const standin::Request& request) {
-    std::string text = request.path + " " + request.body;
-    for (const auto& [name, value] : request.headers) text += " " + name + ": " + value;
-    for (const auto& [name, value] : request.query) text += " " + name + "=" + value;
-    return text;
-  }
-
-  std::map<const Provider*, standin::Server> servers_ = makeServers();
-  const Provider* refused_ = nullptr;
-  std::ostringstream err_;
-
- private:
-  static std::map<const Provider*, standin::Server> makeServers() {
-    std::map<const Provider*, standin::Server> servers;
-    for (const Provider& any : kProviders) servers.try_emplace(&any);
-    return servers;
-  }
-};
 
 struct Format {
   const char* provider;
@@ -97,15 +58,74 @@ constexpr std::array kFormats{
            R"({"role":"system","content":"Be brief.)", R"("options":{"temperature":0.5})", kHistory},
 };
 
-class EveryMove : public SwitchboardTest, public testing::WithParamInterface<std::pair<Format, Format>> {
+/// A service per provider, with a key of its own, each of which takes everything.
+class SwitchboardTest : public testing::Test {
  protected:
+  Service choose(const Provider& wanted) const {
+    if (refused_ == &wanted) throw HostError("no such place");
+    return {.provider = &wanted,
+            .host = servers_.at(&wanted).address(),
+            .apiKey = keyOf(wanted),
+            .secrets = {},
+            .settings = {}};
+  }
+
+  static std::string keyOf(const Provider& wanted) { return std::string(wanted.name) + "-key"; }
+
+  Switchboard open(const char* first) {
+    const ::Setup setup{.model = "first-model",
+                        .temperature = "0.5",
+                        .instructions = "Be brief.",
+                        .productName = "SQLite",
+                        .structureJson = R"([{"schemas":[{"tables":[{"name":"orders","fields":[]}]}]}])"};
+    return {provider(first), [this](const Provider& wanted) { return choose(wanted); }, setup, err_};
+  }
+
+  standin::Server& server(const char* name) { return servers_[&provider(name)]; }
+  standin::Request lastRequest(const char* name, std::ptrdiff_t fromTheEnd = 1) {
+    const auto requests = server(name).requests();
+    return *(requests.end() - fromTheEnd);
+  }
+
   std::string ask(Switchboard& board, const Format& format, const char* question) {
     server(format.provider).script({.status = 200, .body = format.reply, .headers = {}});
     const Answer answer = board.ask(question);
     EXPECT_EQ(answer.error, "");
     return answer.text;
   }
+
+  /// Runs `act`, and calls it off when `asked` has got its request number `count`.
+  static void cancelAt(Switchboard& board, const standin::Server& asked, std::size_t count,
+                       const std::function<void()>& act) {
+    std::thread user([&] {
+      while (asked.requests().size() < count) std::this_thread::yield();
+      board.cancel();
+    });
+    act();
+    user.join();
+    board.dropLateCancel();
+  }
+
+  static std::string everything(const standin::Request& request) {
+    std::string text = request.path + " " + request.body;
+    for (const auto& [name, value] : request.headers) text += " " + name + ": " + value;
+    for (const auto& [name, value] : request.query) text += " " + name + "=" + value;
+    return text;
+  }
+
+  std::map<const Provider*, standin::Server> servers_ = makeServers();
+  const Provider* refused_ = nullptr;
+  std::ostringstream err_;
+
+ private:
+  static std::map<const Provider*, standin::Server> makeServers() {
+    std::map<const Provider*, standin::Server> servers;
+    for (const Provider& any : kProviders) servers.try_emplace(&any);
+    return servers;
+  }
 };
+
+class EveryMove : public SwitchboardTest, public testing::WithParamInterface<std::pair<Format, Format>> {};
 
 TEST_P(EveryMove, BringsHistoryAndSettingsInTheNewServicesFormat) {
   const auto& [from, to] = GetParam();
@@ -225,13 +245,7 @@ TEST_F(Move, ToAServiceThatCannotBeChosenLeavesEverything) {
 
 TEST_F(Move, CanBeCalledOff) {
   server("deepseek").script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
-  std::thread user([this] {
-    while (server("deepseek").requests().empty()) std::this_thread::yield();
-    board_.cancel();
-  });
-  EXPECT_NE(board_.moveTo(provider("deepseek"), ""), "");
-  user.join();
-  board_.dropLateCancel();
+  cancelAt(board_, server("deepseek"), 1, [this] { EXPECT_NE(board_.moveTo(provider("deepseek"), ""), ""); });
   EXPECT_EQ(server("openai").requests().size(), 1U);
   expectTheOldConversationGoesOn();
 }
@@ -244,5 +258,115 @@ TEST_F(Move, ToOllamaLeavesNothingToCallOff) {
   board_.dropLateCancel();
   EXPECT_THAT(server("ollama").requests(), IsEmpty());
 }
+
+constexpr const char* kCreateAssistant = "POST /v1/assistants";
+constexpr const char* kCreateThread = "POST /v1/threads";
+constexpr const char* kDeleteThread = "DELETE /v1/threads/thread_standin_1";
+constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_standin_1";
+
+TEST_F(Move, ToAKeeperThatFailsLeavesEverythingAndNothingThere) {
+  server(kKeeper).script({});
+  server(kKeeper).script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
+  EXPECT_EQ(board_.moveTo(provider(kKeeper), "m"), "overloaded");
+  EXPECT_THAT(requestLines(server(kKeeper)),
+              ElementsAre(kCreateAssistant, kCreateThread, kCreateThread, kDeleteThread, kDeleteAssistant));
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(Move, ToAKeeperCanBeCalledOffWhileTheAssistantIsMade) {
+  server(kKeeper).script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  cancelAt(board_, server(kKeeper), 1, [this] { EXPECT_NE(board_.moveTo(provider(kKeeper), "m"), ""); });
+  EXPECT_THAT(requestLines(server(kKeeper)), ElementsAre(kCreateAssistant));
+  expectTheOldConversationGoesOn();
+}
+
+/// A conversation with the service that keeps conversations, one turn old.
+class KeptMove : public SwitchboardTest {
+ protected:
+  void SetUp() override {
+    ASSERT_EQ(board_.open(), "");
+    ASSERT_EQ(board_.ask(kQuestions[0]).error, "");
+    ASSERT_EQ(server(kKeeper).requests().size(), kBefore);
+  }
+
+  std::vector<std::string> sentSince() { return requestLines(server(kKeeper), kBefore); }
+
+  void expectTheOldConversationGoesOn() {
+    EXPECT_EQ(&board_.provider(), &provider(kKeeper));
+    EXPECT_EQ(board_.model(), "first-model");
+    EXPECT_THAT(sentSince(), IsEmpty());
+    EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+    EXPECT_EQ(sentSince().front(), "POST /v1/threads/thread_standin_1/messages");
+  }
+
+  static constexpr std::size_t kBefore = 6;  // assistant, thread, message, run, its end, its messages
+  Switchboard board_ = open(kKeeper);
+};
+
+TEST_F(KeptMove, ThatFailsLeavesEverything) {
+  server("gemini").script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
+  EXPECT_EQ(board_.moveTo(provider("gemini"), ""), "overloaded");
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(KeptMove, CanBeCalledOff) {
+  server("gemini").script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  cancelAt(board_, server("gemini"), 1, [this] { EXPECT_NE(board_.moveTo(provider("gemini"), ""), ""); });
+  expectTheOldConversationGoesOn();
+}
+
+TEST_F(KeptMove, IsDoneWhenOnlyTheFarewellIsCalledOff) {
+  server(kKeeper).script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  cancelAt(board_, server(kKeeper), kBefore + 1, [this] { EXPECT_EQ(board_.moveTo(provider("ollama"), "m"), ""); });
+  EXPECT_EQ(&board_.provider(), &provider("ollama"));
+  EXPECT_THAT(sentSince(), ElementsAre(kDeleteThread));
+}
+
+TEST_F(KeptMove, ToAnotherModelChangesTheAssistantAndKeepsTheConversation) {
+  EXPECT_EQ(board_.moveTo(provider(kKeeper), "second-model"), "");
+  EXPECT_EQ(board_.model(), "second-model");
+  EXPECT_THAT(sentSince(), ElementsAre("POST /v1/assistants/asst_standin_1"));
+  EXPECT_THAT(lastRequest(kKeeper).body, HasSubstr(R"("model":"second-model")"));
+  EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
+}
+
+TEST_F(KeptMove, ToAnotherModelThatIsRefusedLeavesEverything) {
+  server(kKeeper).script({.status = 400, .body = R"({"error":{"message":"no such model"}})", .headers = {}});
+  EXPECT_EQ(board_.moveTo(provider(kKeeper), "second-model"), "no such model");
+  EXPECT_EQ(board_.model(), "first-model");
+  EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
+}
+
+class KeptMoveAndBack : public SwitchboardTest, public testing::WithParamInterface<Format> {};
+
+TEST_P(KeptMoveAndBack, BeginsAnewEachTimeAndLeavesNothingThere) {
+  const Format& other = GetParam();
+  Switchboard board = open(other.provider);
+  ASSERT_EQ(board.open(), "");
+  ask(board, other, kQuestions[0]);
+  ASSERT_EQ(board.moveTo(provider(kKeeper), "second-model"), "");
+  EXPECT_THAT(requestLines(server(kKeeper)), ElementsAre(kCreateAssistant, kCreateThread));
+  const std::string assistant = lastRequest(kKeeper, 2).body;
+  for (const char* part : {"Be brief.", R"("temperature":0.5)", "CREATE TABLE `orders`", "second-model"}) {
+    EXPECT_THAT(assistant, HasSubstr(part));
+  }
+  EXPECT_EQ(board.ask(kQuestions[1]).error, "");
+  const std::size_t asked = server(kKeeper).requests().size();
+
+  ASSERT_EQ(board.moveTo(provider(other.provider), "second-model"), "");
+  EXPECT_THAT(requestLines(server(kKeeper), asked), ElementsAre(kDeleteThread, kDeleteAssistant));
+  ask(board, other, kQuestions[2]);
+  EXPECT_THAT(lastRequest(other.provider).body, HasSubstr(kQuestions[2]));
+  for (const char* question : {kQuestions[0], kQuestions[1]}) {
+    EXPECT_THAT(lastRequest(other.provider).body, Not(HasSubstr(question)));
+  }
+  for (const standin::Request& request : server(kKeeper).requests()) {
+    EXPECT_THAT(everything(request), Not(HasSubstr(kQuestions[0])));
+    EXPECT_THAT(everything(request), Not(HasSubstr(keyOf(provider(other.provider)))));
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Services, KeptMoveAndBack, testing::ValuesIn(kFormats),
+                         [](const auto& row) { return std::string(row.param.provider); });
 
 }  // namespace
