@@ -1,4 +1,5 @@
 // A conversation typed at a terminal that goes on at another service.
+#include "support/request_lines.h"
 #include "workplace.h"
 
 #include <gmock/gmock.h>
@@ -7,6 +8,7 @@
 
 namespace {
 
+using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -79,7 +81,8 @@ TEST_F(Moving, ThatFailsLeavesTheConversation) {
   TerminalChild chat(command("openai", "OPENAI_API_KEY"));
   chat.waitFor("\n> ");
   enter(chat, "How many customers are there?");
-  EXPECT_THAT(enter(chat, "/provider nobody"), HasSubstr("'nobody' is not one of: openai, deepseek, gemini, ollama"));
+  EXPECT_THAT(enter(chat, "/provider nobody"),
+              HasSubstr("'nobody' is not one of: openai, openai-assistants, deepseek, gemini, ollama"));
   ollama_.script({.status = 500, .body = R"({"error":{"message":"no memory"}})", .headers = {}});
   EXPECT_THAT(enter(chat, "/provider ollama"),
               testing::AllOf(HasSubstr("qai-chat: no memory"), HasSubstr("The conversation stays with OpenAI.")));
@@ -89,6 +92,28 @@ TEST_F(Moving, ThatFailsLeavesTheConversation) {
   EXPECT_THAT(first_.requests().back().body, HasSubstr("How many customers are there?"));
   chat.type("/quit\n");
   EXPECT_EQ(chat.finish(), 0);
+}
+
+TEST_F(Moving, FromAServiceThatKeepsConversationsBeginsAnewEachTimeAndLeavesNothingThere) {
+  const char* const notice = "OpenAI Assistants keeps conversations itself, so this one starts anew.";
+  TerminalChild chat(command("openai-assistants", "OPENAI_API_KEY"));
+  chat.waitFor("\n> ");
+  enter(chat, "How many customers are there?");
+  const std::size_t asked = first_.requests().size();
+  EXPECT_THAT(enter(chat, "/provider ollama"), HasSubstr(notice));
+  EXPECT_THAT(requestLines(first_, asked),
+              ElementsAre("DELETE /v1/threads/thread_standin_1", "DELETE /v1/assistants/asst_standin_1"));
+  EXPECT_THAT(enter(chat, "What did I ask before?"), HasSubstr("No earlier question"));
+
+  EXPECT_THAT(enter(chat, std::string("/provider openai-assistants ") + kModel), HasSubstr(notice));
+  EXPECT_THAT(requestLines(first_, asked + 2), ElementsAre("POST /v1/assistants", "POST /v1/threads"));
+  EXPECT_THAT(enter(chat, "What did I ask before?"), HasSubstr("No earlier question"));
+  EXPECT_THAT(enter(chat, "/provider openai-assistants standin-large"), Not(HasSubstr(notice)));
+  EXPECT_THAT(enter(chat, "What did I ask before?"), HasSubstr(R"(you asked before: "What did I ask before?")"));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_THAT(requestLines(first_, first_.requests().size() - 2),
+              ElementsAre("DELETE /v1/threads/thread_standin_2", "DELETE /v1/assistants/asst_standin_2"));
 }
 
 TEST_F(Moving, WithoutAKeyGoesToTheStandInAndSaysSo) {

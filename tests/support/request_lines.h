@@ -20,3 +20,10 @@ inline std::vector<std::string> requestLines(const standin::Server& server, std:
   }
   return lines;
 }
+
+/// `lines` as one text, each ended by a newline.
+inline std::string joinLines(const std::vector<std::string>& lines) {
+  std::string text;
+  for (const std::string& line : lines) text += line + "\n";
+  return text;
+}
