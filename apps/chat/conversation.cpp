@@ -150,8 +150,9 @@ void takeTurn(Answerer& answerer, const std::string& question, Streams streams, 
 
 }  // namespace
 
-ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams) {
-  const Answer answer = answerer.ask(question);
+ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn) {
+  Answer answer;
+  runTurn([&] { answer = answerer.ask(question); });
   if (answer.error.empty()) {
     printText(streams.out, answer.text);
     return ExitCode::Fine;
@@ -160,13 +161,13 @@ ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams str
   return answerer.failureCode();
 }
 
-ExitCode answerLines(Answerer& answerer, Streams streams) {
+ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runTurn) {
   ExitCode result = ExitCode::Fine;
   std::string line;
   while (std::getline(streams.in, line)) {
     const std::string question = cfTrimAsString(line);
     if (question.empty()) continue;
-    const ExitCode code = answerOnce(answerer, question, streams);
+    const ExitCode code = answerOnce(answerer, question, streams, runTurn);
     if (result == ExitCode::Fine) result = code;
   }
   return result;

@@ -45,14 +45,14 @@ struct Streams {
   std::ostream& err;
 };
 
-/// Runs a turn and tells whether the user called it off.
+/// Runs a turn and tells whether the user called it off. What it throws ends the conversation.
 using TurnRunner = std::function<bool(const std::function<void()>& turn)>;
 
 inline constexpr const char* kPrompt = "> ";
 
 /// Each of these needs a conversation that was begun. @throw OutputError
-ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams);
+ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn);
 /// Every line that is not blank is a question. A failed turn does not end it; the first failure is the result.
-ExitCode answerLines(Answerer& answerer, Streams streams);
+ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runTurn);
 /// Ends with the input or by command.
 void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn);

@@ -8,7 +8,10 @@
 Interrupts::Interrupts(Action whenIdle) : whenIdle_(std::move(whenIdle)) {
   sigemptyset(&signals_);
   sigaddset(&signals_, SIGINT);
-  pthread_sigmask(SIG_BLOCK, &signals_, &earlierMask_);
+  struct sigaction action {};
+  sigaction(SIGINT, nullptr, &action);
+  ignored_ = action.sa_handler == SIG_IGN;
+  pthread_sigmask(SIG_BLOCK, &signals_, &earlierMask_);  // even an ignored signal arrives where it is blocked
   receiver_ = std::thread([this] { receive(); });
 }
 
@@ -39,6 +42,7 @@ void Interrupts::receive() {
   while (sigwait(&signals_, &signal) == 0) {
     const std::lock_guard lock(mutex_);
     if (stopping_) return;
+    if (ignored_) continue;
     if (cancel_) {
       interrupted_ = true;
       cancel_();

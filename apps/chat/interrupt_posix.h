@@ -6,8 +6,9 @@
 #include <mutex>
 #include <thread>
 
-/// Takes SIGINT over while it lives. The signal is received by a thread, not by a handler, so that an action may lock.
-/// Made before the process starts other threads, which inherit that the signal is blocked.
+/// Takes SIGINT over while it lives, unless the process was started with SIGINT ignored; then it stays so. The signal
+/// is received by a thread, not by a handler, so that an action may lock. Made before the process starts other threads,
+/// which inherit that the signal is blocked.
 class Interrupts {
  public:
   using Action = std::function<void()>;
@@ -27,6 +28,7 @@ class Interrupts {
   Action whenIdle_;
   sigset_t signals_;
   sigset_t earlierMask_;
+  bool ignored_;
   std::mutex mutex_;
   Action cancel_;  // set while a turn runs
   bool interrupted_ = false;

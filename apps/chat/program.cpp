@@ -59,11 +59,33 @@ ExitCode listModels(const Options& options, Streams streams) {
   return ExitCode::Fine;
 }
 
-ExitCode answerWithoutTerminal(const Options& options, const Setup& setup, Streams streams) {
+/// Ctrl-C called a turn off.
+struct Interrupted {};
+
+/// @throw Interrupted, after the conversation has ended
+ExitCode answerUntilInterrupted(const Options& options, const Setup& setup, Streams streams, Interrupts& interrupts) {
   Switchboard board = makeSwitchboard(options, setup, streams);
-  const std::string error = board.open();
+  const TurnRunner runTurn = [&](const std::function<void()>& turn) {
+    const auto cancel = [&board] {
+      if (!board.cancel()) endByInterrupt();
+    };
+    return interrupts.run(turn, cancel) ? throw Interrupted() : false;
+  };
+  std::string error;
+  runTurn([&] { error = board.open(); });
   if (!error.empty()) return fail(board, error, streams.err);
-  return options.question ? answerOnce(board, *options.question, streams) : answerLines(board, streams);
+  return options.question ? answerOnce(board, *options.question, streams, runTurn)
+                          : answerLines(board, streams, runTurn);
+}
+
+ExitCode answerWithoutTerminal(const Options& options, const Setup& setup, Streams streams) {
+  Interrupts interrupts(endByInterrupt);
+  try {
+    return answerUntilInterrupted(options, setup, streams, interrupts);
+  } catch (const Interrupted&) {
+    endByInterrupt();
+  }
+  return ExitCode::Internal;  // is not reached
 }
 
 /// Runs `turn` so that Ctrl-C calls it off or, where that can't be done, ends the program the second time.

@@ -4,7 +4,7 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
+#include <csignal>
 
 namespace {
 
@@ -57,6 +57,26 @@ TEST_F(Keeping, EndsWhenTheAnswerCannotBeWritten) {
   child.closeOutput();
   EXPECT_EQ(child.finish().code, 0);
   EXPECT_THAT(lastTwo(), ElementsAre(kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeping, EndsWhenCtrlCEndsTheWaitForTheOneAnswer) {
+  server_.scriptRun({.statuses = {"in_progress"}});
+  Child child(command({kQuestion}));
+  ASSERT_TRUE(waitForRequests(server_, kPolled));
+  child.signal(SIGINT);
+  const Outcome outcome = child.finish();
+  EXPECT_EQ(outcome.code, 128 + SIGINT);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_THAT(lastTwo(), ElementsAre(kDeleteThread, kDeleteAssistant));
+}
+
+TEST_F(Keeping, EndsWhenCtrlCEndsAPipedConversation) {
+  keepSilentAfter(kBegun);
+  Child child(command({}, "q\nanother\n"));
+  ASSERT_TRUE(waitForRequests(server_, kBegun + 1));
+  child.signal(SIGINT);
+  EXPECT_EQ(child.finish().code, 128 + SIGINT);
+  EXPECT_THAT(requestLines(server_, kBegun + 1), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeping, CtrlCDuringARunThatNeverEndsBringsBackThePrompt) {

@@ -42,19 +42,18 @@ Outcome runCommand(const Command& command);
 /// A program that runs on pipes; ended, if need be, with the object.
 class Child {
  public:
+  /// Feeds the whole input, too.
   explicit Child(const Command& command);
   ~Child();
 
   pid_t id() const { return id_; }
   void closeOutput() { out_.close(); }
   void signal(int number) const;
-  /// Feeds the input, reads the rest and waits for the end.
+  /// Reads the rest and waits for the end.
   Outcome finish();
 
  private:
   pid_t id_ = -1;
-  std::string input_;
-  Descriptor in_;
   Descriptor out_;
   Descriptor err_;
 };

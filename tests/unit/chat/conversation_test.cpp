@@ -70,39 +70,50 @@ class Conversation : public testing::Test {
 };
 
 TEST_F(Conversation, AnswersOneQuestion) {
-  EXPECT_EQ(answerOnce(answerer_, "q", streams()), ExitCode::Fine);
+  EXPECT_EQ(answerOnce(answerer_, "q", streams(), runPlainly), ExitCode::Fine);
   EXPECT_EQ(out_.str(), "re: q\n");
   EXPECT_EQ(err_.str(), "");
 }
 
 TEST_F(Conversation, TellsTheFailureOfTheOneQuestion) {
   answerer_.code = ExitCode::KeyRefused;
-  EXPECT_EQ(answerOnce(answerer_, "bad", streams()), ExitCode::KeyRefused);
+  EXPECT_EQ(answerOnce(answerer_, "bad", streams(), runPlainly), ExitCode::KeyRefused);
   EXPECT_EQ(out_.str(), "");
   EXPECT_EQ(err_.str(), "qai-chat: no answer to bad\n");
 }
 
 TEST_F(Conversation, EveryPipedLineThatIsNotBlankIsAQuestion) {
-  EXPECT_EQ(answerLines(answerer_, streams("one\n\n \t\r\n  two\r\n/quit\nlast")), ExitCode::Fine);
+  EXPECT_EQ(answerLines(answerer_, streams("one\n\n \t\r\n  two\r\n/quit\nlast"), runPlainly), ExitCode::Fine);
   EXPECT_THAT(answerer_.questions, ElementsAre("one", "two", "/quit", "last"));
   EXPECT_EQ(out_.str(), "re: one\nre: two\nre: /quit\nre: last\n");
   EXPECT_EQ(err_.str(), "");
 }
 
 TEST_F(Conversation, PipedQuestionsGoOnAfterAFailure) {
-  EXPECT_EQ(answerLines(answerer_, streams("one\nbad\ntwo\n")), ExitCode::ServiceFailed);
+  EXPECT_EQ(answerLines(answerer_, streams("one\nbad\ntwo\n"), runPlainly), ExitCode::ServiceFailed);
   EXPECT_EQ(out_.str(), "re: one\nre: two\n");
   EXPECT_EQ(err_.str(), "qai-chat: no answer to bad\n");
 }
 
+TEST_F(Conversation, PipedQuestionsEndWithARunnerThatThrows) {
+  struct CalledOff {};
+  const TurnRunner runTurn = [](const std::function<void()>& turn) -> bool {
+    turn();
+    throw CalledOff();
+  };
+  EXPECT_THROW(answerLines(answerer_, streams("bad\ntwo\n"), runTurn), CalledOff);
+  EXPECT_THAT(answerer_.questions, ElementsAre("bad"));
+  EXPECT_EQ(err_.str(), "");
+}
+
 TEST_F(Conversation, NothingPipedIsFine) {
-  EXPECT_EQ(answerLines(answerer_, streams()), ExitCode::Fine);
+  EXPECT_EQ(answerLines(answerer_, streams(), runPlainly), ExitCode::Fine);
   EXPECT_EQ(out_.str(), "");
 }
 
 TEST_F(Conversation, StopsWhenNobodyReads) {
   out_.setstate(std::ios::badbit);
-  EXPECT_THROW(answerLines(answerer_, streams("one\ntwo\n")), OutputError);
+  EXPECT_THROW(answerLines(answerer_, streams("one\ntwo\n"), runPlainly), OutputError);
   EXPECT_THAT(answerer_.questions, ElementsAre("one"));
 }
 

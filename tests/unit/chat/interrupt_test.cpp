@@ -27,6 +27,23 @@ TEST(Interrupts, OutsideATurnCallTheIdleAction) {
   seen.get_future().wait();
 }
 
+TEST(Interrupts, StayIgnoredWhereTheyAre) {
+  const auto earlier = std::signal(SIGINT, SIG_IGN);
+  {
+    Interrupts interrupts([] { FAIL() << "ignored"; });
+    const bool interrupted = interrupts.run(
+        [] {
+          kill(getpid(), SIGINT);
+          sigset_t pending;
+          do sigpending(&pending);
+          while (sigismember(&pending, SIGINT) == 1);
+        },
+        [] { FAIL() << "ignored"; });
+    EXPECT_FALSE(interrupted);
+  }
+  std::signal(SIGINT, earlier);
+}
+
 TEST(Interrupts, AreOnlyTakenOverWhileTheObjectLives) {
   {
     const Interrupts interrupts([] {});
