@@ -69,7 +69,8 @@ ExitCode answerUntilInterrupted(const Options& options, const Setup& setup, Stre
     const auto cancel = [&board] {
       if (!board.cancel()) endByInterrupt();
     };
-    return interrupts.run(turn, cancel) ? throw Interrupted() : false;
+    if (interrupts.run(turn, cancel)) throw Interrupted();
+    return false;
   };
   std::string error;
   runTurn([&] { error = board.open(); });
