@@ -99,7 +99,7 @@ class SwitchboardTest : public testing::Test {
                        const std::function<void()>& act) {
     std::thread user([&] {
       while (asked.requests().size() < count) std::this_thread::yield();
-      board.cancel();
+      EXPECT_TRUE(board.cancel());
     });
     act();
     user.join();
