@@ -48,7 +48,7 @@ constexpr std::array kFormats{
            R"("temperature":0.5)", kHistory},
     Format{"deepseek", "/chat/completions", kCompletion, R"({"role":"system","content":"Be brief.)",
            R"("temperature":0.5)", kHistory},
-    Format{"gemini", "/v1beta/models/second-model:generateContent",
+    Format{"gemini", "/v1beta/models/standin-large:generateContent",
            R"({"candidates":[{"content":{"role":"model","parts":[{"text":"noted"}]}}]})",
            R"("system_instruction":{"parts":[{"text":"Be brief.)", R"("generationConfig":{"temperature":0.5})",
            R"({"role":"user","parts":[{"text":"first question"}]},{"role":"model","parts":[{"text":"noted"}]},)"
@@ -58,7 +58,7 @@ constexpr std::array kFormats{
            R"({"role":"system","content":"Be brief.)", R"("options":{"temperature":0.5})", kHistory},
 };
 
-/// A service per provider, with a key of its own, each of which takes everything.
+/// A service per provider, with a key of its own, which knows the models that are named here.
 class SwitchboardTest : public testing::Test {
  protected:
   Service choose(const Provider& wanted) const {
@@ -73,7 +73,7 @@ class SwitchboardTest : public testing::Test {
   static std::string keyOf(const Provider& wanted) { return std::string(wanted.name) + "-key"; }
 
   Switchboard open(const char* first) {
-    const ::Setup setup{.model = "first-model",
+    const ::Setup setup{.model = "standin-small",
                         .temperature = "0.5",
                         .instructions = "Be brief.",
                         .productName = "SQLite",
@@ -133,19 +133,19 @@ TEST_P(EveryMove, BringsHistoryAndSettingsInTheNewServicesFormat) {
   ASSERT_EQ(board.open(), "");
   EXPECT_EQ(ask(board, from, kQuestions[0]), "noted");
   EXPECT_EQ(ask(board, from, kQuestions[1]), "noted");
-  ASSERT_EQ(board.moveTo(provider(to.provider), "second-model"), "");
+  ASSERT_EQ(board.moveTo(provider(to.provider), "standin-large"), "");
   EXPECT_EQ(ask(board, to, kQuestions[2]), "noted");
 
   EXPECT_EQ(server(from.provider).requests().size(), 2U) << "the old service is asked nothing more";
   ASSERT_EQ(server(to.provider).requests().size(), 1U);
   const standin::Request request = lastRequest(to.provider);
   EXPECT_EQ(request.path, to.path);
-  for (const char* part : {to.instructions, to.temperature, to.history, "CREATE TABLE `orders`", "second-model"}) {
+  for (const char* part : {to.instructions, to.temperature, to.history, "CREATE TABLE `orders`", "standin-large"}) {
     EXPECT_THAT(request.path + request.body, HasSubstr(part));
   }
   const std::string all = everything(request);
   EXPECT_THAT(all, Not(HasSubstr(keyOf(provider(from.provider)))));
-  EXPECT_THAT(all, Not(HasSubstr("first-model")));
+  EXPECT_THAT(all, Not(HasSubstr("standin-small")));
   EXPECT_EQ(all.find(keyOf(provider(to.provider))) != std::string::npos,
             provider(to.provider).keyPlace != KeyPlace::None);
 }
@@ -174,12 +174,12 @@ class Move : public SwitchboardTest {
 
   void expectTheOldConversationGoesOn() {
     EXPECT_EQ(&board_.provider(), &provider("openai"));
-    EXPECT_EQ(board_.model(), "first-model");
+    EXPECT_EQ(board_.model(), "standin-small");
     server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
     EXPECT_EQ(board_.ask(kQuestions[1]).text, "noted");
     EXPECT_EQ(server("openai").requests().size(), 2U);
     EXPECT_THAT(lastRequest("openai").body, HasSubstr(kQuestions[0]));
-    EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"first-model")"));
+    EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"standin-small")"));
   }
 
   Switchboard board_ = open("openai");
@@ -196,11 +196,11 @@ TEST_F(Move, WithoutAModelTakesTheFirstThatIsListed) {
 }
 
 TEST_F(Move, ToAnotherModelOfTheSameServiceKeepsTheConversation) {
-  EXPECT_EQ(board_.moveTo(provider("openai"), "second-model"), "");
+  EXPECT_EQ(board_.moveTo(provider("openai"), "standin-large"), "");
   server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
   EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
   EXPECT_THAT(lastRequest("openai").body, HasSubstr(kQuestions[0]));
-  EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"second-model")"));
+  EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"standin-large")"));
 }
 
 TEST_F(Move, AndBackKeepsAllTurns) {
@@ -208,7 +208,7 @@ TEST_F(Move, AndBackKeepsAllTurns) {
   server("ollama").script(
       {.status = 200, .body = R"({"message":{"role":"assistant","content":"local"}})", .headers = {}});
   ASSERT_EQ(board_.ask(kQuestions[1]).error, "");
-  ASSERT_EQ(board_.moveTo(provider("openai"), "first-model"), "");
+  ASSERT_EQ(board_.moveTo(provider("openai"), "standin-small"), "");
   server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
   ASSERT_EQ(board_.ask(kQuestions[2]).error, "");
   for (const char* part : {kQuestions[0], kQuestions[1], "local", kQuestions[2]}) {
@@ -267,7 +267,7 @@ constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_standin_1";
 TEST_F(Move, ToAKeeperThatFailsLeavesEverythingAndNothingThere) {
   server(kKeeper).script({});
   server(kKeeper).script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
-  EXPECT_EQ(board_.moveTo(provider(kKeeper), "m"), "overloaded");
+  EXPECT_EQ(board_.moveTo(provider(kKeeper), "standin-large"), "overloaded");
   EXPECT_THAT(requestLines(server(kKeeper)),
               ElementsAre(kCreateAssistant, kCreateThread, kCreateThread, kDeleteThread, kDeleteAssistant));
   expectTheOldConversationGoesOn();
@@ -275,7 +275,7 @@ TEST_F(Move, ToAKeeperThatFailsLeavesEverythingAndNothingThere) {
 
 TEST_F(Move, ToAKeeperCanBeCalledOffWhileTheAssistantIsMade) {
   server(kKeeper).script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
-  cancelAt(board_, server(kKeeper), 1, [this] { EXPECT_NE(board_.moveTo(provider(kKeeper), "m"), ""); });
+  cancelAt(board_, server(kKeeper), 1, [this] { EXPECT_NE(board_.moveTo(provider(kKeeper), "standin-large"), ""); });
   EXPECT_THAT(requestLines(server(kKeeper)), ElementsAre(kCreateAssistant));
   expectTheOldConversationGoesOn();
 }
@@ -293,7 +293,7 @@ class KeptMove : public SwitchboardTest {
 
   void expectTheOldConversationGoesOn() {
     EXPECT_EQ(&board_.provider(), &provider(kKeeper));
-    EXPECT_EQ(board_.model(), "first-model");
+    EXPECT_EQ(board_.model(), "standin-small");
     EXPECT_THAT(sentSince(), IsEmpty());
     EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
     EXPECT_EQ(sentSince().front(), "POST /v1/threads/thread_standin_1/messages");
@@ -323,17 +323,17 @@ TEST_F(KeptMove, IsDoneWhenOnlyTheFarewellIsCalledOff) {
 }
 
 TEST_F(KeptMove, ToAnotherModelChangesTheAssistantAndKeepsTheConversation) {
-  EXPECT_EQ(board_.moveTo(provider(kKeeper), "second-model"), "");
-  EXPECT_EQ(board_.model(), "second-model");
+  EXPECT_EQ(board_.moveTo(provider(kKeeper), "standin-large"), "");
+  EXPECT_EQ(board_.model(), "standin-large");
   EXPECT_THAT(sentSince(), ElementsAre("POST /v1/assistants/asst_standin_1"));
-  EXPECT_THAT(lastRequest(kKeeper).body, HasSubstr(R"("model":"second-model")"));
+  EXPECT_THAT(lastRequest(kKeeper).body, HasSubstr(R"("model":"standin-large")"));
   EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
 }
 
 TEST_F(KeptMove, ToAnotherModelThatIsRefusedLeavesEverything) {
   server(kKeeper).script({.status = 400, .body = R"({"error":{"message":"no such model"}})", .headers = {}});
-  EXPECT_EQ(board_.moveTo(provider(kKeeper), "second-model"), "no such model");
-  EXPECT_EQ(board_.model(), "first-model");
+  EXPECT_EQ(board_.moveTo(provider(kKeeper), "standin-large"), "no such model");
+  EXPECT_EQ(board_.model(), "standin-small");
   EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
 }
 
@@ -344,16 +344,16 @@ TEST_P(KeptMoveAndBack, BeginsAnewEachTimeAndLeavesNothingThere) {
   Switchboard board = open(other.provider);
   ASSERT_EQ(board.open(), "");
   ask(board, other, kQuestions[0]);
-  ASSERT_EQ(board.moveTo(provider(kKeeper), "second-model"), "");
+  ASSERT_EQ(board.moveTo(provider(kKeeper), "standin-large"), "");
   EXPECT_THAT(requestLines(server(kKeeper)), ElementsAre(kCreateAssistant, kCreateThread));
   const std::string assistant = lastRequest(kKeeper, 2).body;
-  for (const char* part : {"Be brief.", R"("temperature":0.5)", "CREATE TABLE `orders`", "second-model"}) {
+  for (const char* part : {"Be brief.", R"("temperature":0.5)", "CREATE TABLE `orders`", "standin-large"}) {
     EXPECT_THAT(assistant, HasSubstr(part));
   }
   EXPECT_EQ(board.ask(kQuestions[1]).error, "");
   const std::size_t asked = server(kKeeper).requests().size();
 
-  ASSERT_EQ(board.moveTo(provider(other.provider), "second-model"), "");
+  ASSERT_EQ(board.moveTo(provider(other.provider), "standin-large"), "");
   EXPECT_THAT(requestLines(server(kKeeper), asked), ElementsAre(kDeleteThread, kDeleteAssistant));
   ask(board, other, kQuestions[2]);
   EXPECT_THAT(lastRequest(other.provider).body, HasSubstr(kQuestions[2]));
