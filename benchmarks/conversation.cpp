@@ -1,0 +1,92 @@
+#include "conversation.h"
+
+#include <cf/app.h>
+#include <cf/json.h>
+
+#include <stdexcept>
+
+namespace {
+
+constexpr std::size_t kEntrySize = 1024;
+const std::string kQuestion = "Which is the highest glacier of each region?";
+const std::string kReply = "SELECT name FROM glacier ORDER BY height DESC LIMIT 1;";  // bench_server's
+const std::string kInstructions = "Answer with SQL for SQLite.";
+
+/// Lines of SQL with what such replies hold: line ends and quotation marks.
+std::string makeEntry(std::size_t number) {
+  std::string text = "Number " + std::to_string(number) + "\n";
+  while (text.size() < kEntrySize) text += "SELECT \"name\", height FROM glacier WHERE region = 'Süd' AND\n";
+  text.resize(kEntrySize, ' ');
+  return text;
+}
+
+void addMessage(COJsonValue& messages, const std::string& role, const std::string& text) {
+  COJsonValue* message = messages.addArrayItem();
+  message->addKeyValue("role")->setString(role);
+  message->addKeyValue("content")->setString(text);
+}
+
+void addHistory(COJsonValue& messages, std::size_t entries) {
+  for (std::size_t i = 0; i < entries; ++i) addMessage(messages, i % 2 == 0 ? "user" : "assistant", makeEntry(i));
+}
+
+/// A message as it stands in an array, without what would separate it from the one before.
+std::string toText(const std::string& role, const std::string& text) {
+  COJson messages;
+  addMessage(messages, role, text);
+  const std::string array = messages.obtainJsonString();
+  return array.substr(1, array.size() - 2);
+}
+
+std::size_t turnsPerRestoreFor(std::size_t entries) { return 1 + entries / 100; }
+
+}  // namespace
+
+Conversation::Conversation(const std::string& url, std::size_t entries)
+    : turnsPerRestore_(turnsPerRestoreFor(entries)),
+      turns_(turnsPerRestore_),
+      assistant_(QAICreateAssistant(OPENAI_v1, CF::createHTTPPoolCenter(), "key", url)) {
+  COJson saved;
+  saved.addKeyValue("model")->setString("bench");
+  saved.addKeyValue("user_instructions")->setString(kInstructions);
+  addHistory(*saved.addKeyValue("messages"), entries);
+  saved_ = saved.obtainJsonString();
+}
+
+void Conversation::keepLength() {
+  if (turns_ < turnsPerRestore_) return;
+  session_.reset();
+  session_.reset(assistant_->loadSession(saved_).first);
+  turns_ = 0;
+}
+
+void Conversation::turn() {
+  ++turns_;
+  const auto [message, error] = assistant_->addMessage(session_.get(), kQuestion);
+  const std::unique_ptr<IQAIMessage, FreeObject> reply(message);
+  if (!error.empty()) throw std::runtime_error(error);
+}
+
+BareConversation::BareConversation(const std::string& url, std::size_t entries, const std::string& authoritiesFolder)
+    : client_(url + "/v1/chat/completions", authoritiesFolder),
+      turnsPerRestore_(turnsPerRestoreFor(entries)),
+      turns_(turnsPerRestore_) {
+  COJson body;
+  body.addKeyValue("model")->setString("bench");
+  COJsonValue* messages = body.addKeyValue("messages");
+  addMessage(*messages, "developer", kInstructions);
+  addHistory(*messages, entries);
+  body_ = body.obtainJsonString();
+  body_.resize(body_.size() - 2);
+  historyEnd_ = body_.size();
+}
+
+void BareConversation::keepLength() {
+  static const std::string kTurn = "," + toText("user", kQuestion) + "," + toText("assistant", kReply);
+  static const std::string kEnd = "," + toText("user", kQuestion) + "]}";
+  if (turns_ >= turnsPerRestore_) turns_ = 0;
+  body_.resize(historyEnd_);
+  for (std::size_t i = 0; i < turns_; ++i) body_ += kTurn;
+  body_ += kEnd;
+  ++turns_;
+}
