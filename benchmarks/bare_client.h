@@ -12,6 +12,9 @@ class BareClient {
   /// `authoritiesFolder` alone, under their hashed names.
   explicit BareClient(const std::string& url, const std::string& authoritiesFolder = "");
 
+  /// Makes the next request like the first one of its handle, on the connections that there are. libcurl counts the
+  /// connections that it found dead over the life of a handle, and gives up at the sixth.
+  void forgetRetries();
   /// Posts `body` and reads the reply. Throws std::runtime_error when it is no success.
   void post(const std::string& body);
 
@@ -22,9 +25,12 @@ class BareClient {
   struct ListDeleter {
     void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
   };
-  void set(CURLcode code) const;
+  static void require(CURLcode code);
+  void setUp();
 
   std::unique_ptr<CURL, EasyDeleter> easy_;
   std::unique_ptr<curl_slist, ListDeleter> headers_;
+  std::string url_;
+  std::string authoritiesFolder_;
   std::string reply_;
 };

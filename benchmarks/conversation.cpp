@@ -38,18 +38,16 @@ std::string toText(const std::string& role, const std::string& text) {
   return array.substr(1, array.size() - 2);
 }
 
-std::size_t turnsPerRestoreFor(std::size_t entries) { return 1 + entries / 100; }
-
 }  // namespace
 
-Conversation::Conversation(const std::string& url, std::size_t entries)
-    : turnsPerRestore_(turnsPerRestoreFor(entries)),
+Conversation::Conversation(const std::string& url, Length length)
+    : turnsPerRestore_(length.turns),
       turns_(turnsPerRestore_),
       assistant_(QAICreateAssistant(OPENAI_v1, CF::createHTTPPoolCenter(), "key", url)) {
   COJson saved;
   saved.addKeyValue("model")->setString("bench");
   saved.addKeyValue("user_instructions")->setString(kInstructions);
-  addHistory(*saved.addKeyValue("messages"), entries);
+  addHistory(*saved.addKeyValue("messages"), length.entries);
   saved_ = saved.obtainJsonString();
 }
 
@@ -67,15 +65,15 @@ void Conversation::turn() {
   if (!error.empty()) throw std::runtime_error(error);
 }
 
-BareConversation::BareConversation(const std::string& url, std::size_t entries, const std::string& authoritiesFolder)
+BareConversation::BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder)
     : client_(url + "/v1/chat/completions", authoritiesFolder),
-      turnsPerRestore_(turnsPerRestoreFor(entries)),
+      turnsPerRestore_(length.turns),
       turns_(turnsPerRestore_) {
   COJson body;
   body.addKeyValue("model")->setString("bench");
   COJsonValue* messages = body.addKeyValue("messages");
-  addMessage(*messages, "developer", kInstructions);
-  addHistory(*messages, entries);
+  addMessage(*messages, "developer", kInstructions + "\n\n");
+  addHistory(*messages, length.entries);
   body_ = body.obtainJsonString();
   body_.resize(body_.size() - 2);
   historyEnd_ = body_.size();

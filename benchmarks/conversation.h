@@ -13,13 +13,21 @@ struct FreeObject {
   void operator()(IQAIObject* object) const { QAIFreeObject(object); }
 };
 
-/// An assistant of the chat-completions service with a session of `entries` entries of 1 KiB, restored from text.
+/// How long a conversation is. Each turn adds two entries, so it is taken back to its length after some turns.
+struct Length {
+  std::size_t entries;  // of 1 KiB each
+  std::size_t turns;
+
+  /// So few turns that the length grows by a fiftieth at most, or one.
+  static Length about(std::size_t entries) { return {entries, 1 + entries / 100}; }
+};
+
+/// An assistant of the chat-completions service with a session restored from text.
 class Conversation {
  public:
-  Conversation(const std::string& url, std::size_t entries);
+  Conversation(const std::string& url, Length length);
 
-  /// Each turn adds two entries. Takes the session back to its length when it has grown by more than a fiftieth; one
-  /// of less than a hundred entries before each turn.
+  /// Before each turn: restores the session anew when its turns are used up.
   void keepLength();
   /// One turn, its reply freed. Throws std::runtime_error when it fails.
   void turn();
@@ -35,10 +43,11 @@ class Conversation {
 /// The same turns by hand: the body lies ready, and only its end is written anew between turns.
 class BareConversation {
  public:
-  BareConversation(const std::string& url, std::size_t entries, const std::string& authoritiesFolder = "");
+  BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder = "");
 
   void keepLength();
   void turn() { client_.post(body_); }
+  BareClient& client() { return client_; }
   std::size_t bodySize() const { return body_.size(); }
 
  private:

@@ -5,14 +5,15 @@
 #include <sched.h>
 #include <unistd.h>
 
-enum class Processor { First, Last };
+inline unsigned countProcessors() { return static_cast<unsigned>(sysconf(_SC_NPROCESSORS_ONLN)); }
 
-/// Keeps the calling process, and the threads that it starts, on one processor; does nothing when there is but one.
-inline void stayOn(Processor which) {
-  const long count = sysconf(_SC_NPROCESSORS_ONLN);
-  if (count < 2) return;
+/// Keeps the calling thread, and those that it starts later, on one processor.
+inline void stayOnProcessor(unsigned number) {
   cpu_set_t set;
   CPU_ZERO(&set);
-  CPU_SET(which == Processor::First ? 0U : static_cast<unsigned>(count - 1), &set);
+  CPU_SET(number, &set);
   sched_setaffinity(0, sizeof set, &set);
 }
+
+inline void stayOnClientsProcessor() { stayOnProcessor(0); }
+inline void stayOnServersProcessor() { stayOnProcessor(countProcessors() - 1); }

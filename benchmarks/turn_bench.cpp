@@ -1,11 +1,9 @@
 // A turn through the library beside the same request by hand: what the library adds to the network's time.
+#include "authorities.h"
 #include "conversation.h"
 #include "processor.h"
 #include "ratio.h"
 #include "server.h"
-#include "support/test_ca.h"
-
-#include <qai.h>
 
 #include <memory>
 #include <stdexcept>
@@ -13,49 +11,103 @@
 
 namespace {
 
-/// Both sides of a row of turns on a server of their own.
+void require(bool holds, const char* text) {
+  if (!holds) throw std::runtime_error(text);
+}
+
+/// Both sides of a row of turns, on a server of their own; in TLS when there is an authority.
 class Turns {
  public:
-  explicit Turns(std::size_t entries) : ours_(server_.getURL(), entries), bare_(server_.getURL(), entries) {}
+  Turns(std::size_t entries, const BenchAuthority* authority)
+      : server_(authority == nullptr ? std::make_unique<BenchServer>()
+                                     : std::make_unique<BenchServer>(authority->getServer().certificateFile,
+                                                                     authority->getServer().keyFile)),
+        ours_(server_->getURL(), Length::about(entries)),
+        bare_(server_->getURL(), Length::about(entries), authority == nullptr ? "" : authority->getFolder()) {
+    if (authority != nullptr) authority->trustInLibrary();
+  }
 
   Conversation& ours() { return ours_; }
   BareConversation& bare() { return bare_; }
+  BenchServer& server() { return *server_; }
 
-  /// The pool must have kept the one connection; the numbers of requests are equal by how rows are run.
-  void check() {
-    const BenchServer::Counts counts = server_.obtainCounts();
-    if (counts.connections != 2) throw std::runtime_error("a side opened a connection more than once");
+  /// The bytes that a turn of each side sends as its body, which are the same.
+  void checkBodies() {
+    const long begin = server_->obtainCounts().bodyBytes;
+    ours_.turn();
+    const long middle = server_->obtainCounts().bodyBytes;
+    bare_.turn();
+    require(middle - begin == server_->obtainCounts().bodyBytes - middle, "the sides sent different bodies");
   }
 
  private:
-  BenchServer server_;
+  std::unique_ptr<BenchServer> server_;
   Conversation ours_;
   BareConversation bare_;
 };
 
-ratio::Pair makeTurns(std::size_t entries) {
-  const auto turns = std::make_shared<Turns>(entries);
+ratio::Pair makeTurns(std::size_t entries, const BenchAuthority* authority) {
+  const auto turns = std::make_shared<Turns>(entries, authority);
+  const bool secure = authority != nullptr;
+  turns->ours().keepLength();
+  turns->bare().keepLength();
+  turns->checkBodies();
   return {.ours = [turns] { turns->ours().turn(); },
           .baseline = [turns] { turns->bare().turn(); },
           .beforeEachOurs = [turns] { turns->ours().keepLength(); },
           .beforeEachBaseline = [turns] { turns->bare().keepLength(); },
-          .afterAll = [turns] { turns->check(); }};
+          .afterAll =
+              [turns, secure] {
+                const BenchServer::Counts counts = turns->server().obtainCounts();
+                require(counts.connections == 2, "a side opened more than one connection");
+                require(counts.handshakes == (secure ? 2 : 0), "a side shook hands more than once");
+              }};
 }
 
-struct Length {
+/// The server ends the connection before each turn, as services do with those that are idle for long.
+ratio::Pair makeReturns(const BenchAuthority& authority) {
+  const auto turns = std::make_shared<Turns>(10, &authority);
+  return {.ours = [turns] { turns->ours().turn(); },
+          .baseline = [turns] { turns->bare().turn(); },
+          .beforeEachOurs =
+              [turns] {
+                turns->ours().keepLength();
+                turns->server().closeConnections();
+              },
+          .beforeEachBaseline =
+              [turns] {
+                turns->bare().keepLength();
+                turns->bare().client().forgetRetries();
+                turns->server().closeConnections();
+              },
+          .afterAll =
+              [turns] {
+                const BenchServer::Counts counts = turns->server().obtainCounts();
+                require(counts.connections == counts.requests, "a connection outlived the server's end");
+                require(counts.resumed == counts.handshakes - 2, "a side shook hands in full more than once");
+              }};
+}
+
+struct TurnRow {
   std::size_t entries;
   double wall;
 };
-constexpr Length kLengths[] = {{0, 1.08}, {10, 1.10}, {100, 1.10}, {1000, 1.15}};
+constexpr TurnRow kRows[] = {{0, 1.08}, {10, 1.10}, {100, 1.10}, {1000, 1.15}};
 
 }  // namespace
 
 int main(int argc, char** argv) {
-  stayOn(Processor::First);
+  stayOnClientsProcessor();
+  const BenchAuthority authority;
   ratio::Table table(argc, argv);
-  for (const auto& [entries, wall] : kLengths) {
-    table.compare("turn/plain/" + std::to_string(entries), {.wall = wall, .cpu = 1.15},
-                  [entries = entries] { return makeTurns(entries); });
+  for (const BenchAuthority* chosen : {static_cast<const BenchAuthority*>(nullptr), &authority}) {
+    const std::string prefix = chosen == nullptr ? "turn/plain/" : "turn/tls/";
+    for (const auto& [entries, wall] : kRows) {
+      table.compare(prefix + std::to_string(entries), {.wall = wall, .cpu = 1.15},
+                    [entries = entries, chosen] { return makeTurns(entries, chosen); });
+    }
   }
+  table.compare("turn/tls/after_idle_close", {.wall = 1.10, .cpu = std::nullopt},
+                [&] { return makeReturns(authority); });
   return table.run();
 }

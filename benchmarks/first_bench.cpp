@@ -1,0 +1,75 @@
+// The first verified HTTPS turn of a process, each time in a process of its own.
+#include "authorities.h"
+#include "conversation.h"
+#include "processor.h"
+#include "ratio.h"
+#include "server.h"
+
+#include <array>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace {
+
+constexpr Length kLength{10, 1};
+constexpr int kPairs = 60;
+
+/// first_bench --once ours|bare URL AUTHORITIES: one turn, from the making of all that it needs on. Prints nanoseconds.
+/// `AUTHORITIES` is the library's file, or libcurl's folder.
+int runOnce(std::string_view side, const std::string& url, const std::string& authorities) {
+  const auto begin = std::chrono::steady_clock::now();
+  if (side == "ours") {
+    CMRestGlobalSettings settings;
+    settings.caFile = authorities;
+    QAISetHTTPSettings(settings);
+    Conversation conversation(url, kLength);
+    conversation.keepLength();
+    conversation.turn();
+  } else {
+    BareConversation conversation(url, kLength, authorities);
+    conversation.keepLength();
+    conversation.turn();
+  }
+  const std::chrono::nanoseconds time = std::chrono::steady_clock::now() - begin;
+  std::printf("%lld\n", static_cast<long long>(time.count()));
+  return 0;
+}
+
+double runInProcess(const std::string& program, const std::string& arguments) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(
+      popen(("'" + program + "' --once " + arguments).c_str(), "r"), &pclose);
+  std::array<char, 64> line{};
+  if (output == nullptr || std::fgets(line.data(), line.size(), output.get()) == nullptr) {
+    throw std::runtime_error("the first turn failed");
+  }
+  return 1e-9 * std::stod(line.data());
+}
+
+ratio::Figures takeFirstTurns(const std::string& program) {
+  const BenchAuthority authority;
+  BenchServer server(authority.getServer().certificateFile, authority.getServer().keyFile);
+  std::vector<double> ours;
+  std::vector<double> bare;
+  for (int pair = 0; pair < kPairs; ++pair) {
+    ours.push_back(runInProcess(program, "ours " + server.getURL() + " " + authority.getFile()));
+    bare.push_back(runInProcess(program, "bare " + server.getURL() + " " + authority.getFolder()));
+  }
+  return {ratio::median(ours), ratio::median(bare)};
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  stayOnClientsProcessor();
+  const std::vector<std::string> arguments(argv, argv + argc);
+  if (argc == 5 && arguments[1] == "--once") return runOnce(arguments[2], arguments[3], arguments[4]);
+  ratio::Table table(argc, argv);
+  table.measure("turn/tls/first_of_a_process", {ratio::Unit::Seconds, ratio::Bound::AtMostTimes, 1.10},
+                [&] { return takeFirstTurns(arguments[0]); });
+  return table.run();
+}
