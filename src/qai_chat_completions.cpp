@@ -7,10 +7,9 @@
 
 namespace {
 
-void addMessage(COJsonValue& messages, std::string_view role, std::string_view content) {
-  COJsonValue* message = messages.addArrayItem();
-  message->addKeyValue("role")->setStringReference(role);
-  message->addKeyValue("content")->setStringReference(content);
+void fillMessage(COJsonValue& message, std::string_view role, std::string_view content) {
+  message.addKeyValue("role")->setStringReference(role);
+  message.addKeyValue("content")->setStringReference(content);
 }
 
 bool isModel(const ICOJsonValue& entry) {
@@ -36,12 +35,14 @@ void completions::writeBody(COJson& body, const ChatTurn& turn) {
   writeMessages(*body.addKeyValue("messages"), turn);
 }
 
+void completions::writeEntry(COJsonValue& entry, bool byAssistant, std::string_view text) {
+  fillMessage(entry, byAssistant ? "assistant" : "user", text);
+}
+
 void completions::writeMessages(COJsonValue& messages, const ChatTurn& turn) {
-  if (!turn.instructions.empty()) addMessage(messages, turn.instructionsRole, turn.instructions);
-  for (const auto& entry : turn.history) {
-    addMessage(messages, entry->isByAssistant() ? "assistant" : "user", entry->firstText());
-  }
-  addMessage(messages, "user", turn.text);
+  if (!turn.instructions.empty()) fillMessage(*messages.addArrayItem(), turn.instructionsRole, turn.instructions);
+  if (!turn.history.empty()) messages.addArrayItem()->setJsonReference(turn.history);
+  writeEntry(*messages.addArrayItem(), false, turn.text);
 }
 
 std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {

@@ -15,6 +15,9 @@ namespace completions {
 /// {"model", "temperature" when it was assigned, "messages"}
 void writeBody(COJson& body, const ChatTurn& turn);
 
+/// {"role", "content"}
+void writeEntry(COJsonValue& entry, bool byAssistant, std::string_view text);
+
 /// The instructions (when there are any), the history and the new text as objects with "role" and "content".
 void writeMessages(COJsonValue& messages, const ChatTurn& turn);
 

@@ -1,12 +1,11 @@
 // What differs between the services that are sent the whole conversation on every turn.
 #pragma once
 
-#include "qai_message.h"
+#include "qai_chat_history.h"
 
 #include <cf/json.h>
 
 #include <array>
-#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -14,15 +13,12 @@
 
 class QAIAssistantProperties;
 
-/// The turns so far, oldest first; each with one text section.
-using ChatHistory = std::vector<std::unique_ptr<QAIMessage>>;
-
 /// What a request body is made from. Borrowed, as are the body's texts: all of it outlives the body.
 struct ChatTurn {
   const QAIAssistantProperties& settings;
   std::string_view instructionsRole;
   std::string_view instructions;  // may be empty
-  const ChatHistory& history;
+  std::string_view history;       // ChatHistory::requestText, may be empty
   std::string_view text;
 };
 
@@ -68,6 +64,7 @@ struct ChatDialect {
   ChatTurnEndpoint turn;
 
   std::vector<std::string> (*readModels)(const ICOJsonValue& list);
+  ChatEntryWriter writeEntry;
   void (*writeBody)(COJson& body, const ChatTurn& turn);
   /// The reply's text; nothing when the reply is not in the service's format.
   std::optional<std::string> (*readReply)(const ICOJsonValue& reply);

@@ -18,7 +18,7 @@ const char* savedRole(std::uint32_t role) {
 }  // namespace
 
 QAIChatSession::QAIChatSession(QAIAssistantProperties& properties, const ChatDialect& dialect)
-    : properties_(properties), dialect_(dialect) {}
+    : properties_(properties), dialect_(dialect), history_(dialect.writeEntry) {}
 
 std::string QAIChatSession::obtainSessionData() const {
   COJson data;
@@ -28,7 +28,7 @@ std::string QAIChatSession::obtainSessionData() const {
 
 bool QAIChatSession::writeHistory(COJsonValue& messages) const {
   messages.setArray();
-  for (const auto& message : history_) {
+  for (const auto& message : history_.entries()) {
     const char* role = savedRole(message->role);
     if (role == nullptr || message->sections.empty())
       return cfRaiseAssertion("false", dialect_.place.file, dialect_.place.line);
@@ -49,7 +49,6 @@ bool QAIChatSession::load(const std::string& data) {
 
 void QAIChatSession::loadHistory(const ICOJsonValue* messages) {
   const std::size_t size = messages == nullptr ? 0 : messages->obtainArraySize();
-  history_.reserve(size);
   for (std::size_t i = 0; i < size; ++i) {
     const ICOJsonValue* role = cfFindJsonMember(messages->obtainArrayItem(i), "role", JsonType::String);
     const ICOJsonValue* content = cfFindJsonMember(messages->obtainArrayItem(i), "content", JsonType::String);
@@ -57,16 +56,4 @@ void QAIChatSession::loadHistory(const ICOJsonValue* messages) {
     if (role->obtainString() == "user") append(kUser, std::string(content->obtainString()));
     if (role->obtainString() == "assistant") append(kAssistant, std::string(content->obtainString()));
   }
-}
-
-void QAIChatSession::append(std::uint32_t role, std::string text) {
-  history_.push_back(std::make_unique<QAIMessage>(role, std::move(text)));
-}
-
-void QAIChatSession::appendTurn(std::string question, std::string reply) {
-  auto asked = std::make_unique<QAIMessage>(kUser, std::move(question));
-  auto answered = std::make_unique<QAIMessage>(kAssistant, std::move(reply));
-  history_.reserve(history_.size() + 2);  // so that neither of the next two can fail
-  history_.push_back(std::move(asked));
-  history_.push_back(std::move(answered));
 }

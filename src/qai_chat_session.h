@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 /// What the sessions of all chat services have in common, which is everything but their class.
 class QAIChatSession : public IQAISession {
@@ -23,9 +24,11 @@ class QAIChatSession : public IQAISession {
   /// @return false, with nothing changed, when `data` is no JSON.
   bool load(const std::string& data);
 
-  void append(std::uint32_t role, std::string text);
+  void append(std::uint32_t role, std::string text) { history_.append(role, std::move(text)); }
   /// Appends the user's entry and the assistant's, or throws and appends neither.
-  void appendTurn(std::string question, std::string reply);
+  void appendTurn(std::string question, std::string reply) {
+    history_.appendTurn(std::move(question), std::move(reply));
+  }
 
   const ChatHistory& history() const { return history_; }
   const QAIAssistantProperties& properties() const { return properties_; }

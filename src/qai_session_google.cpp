@@ -34,10 +34,9 @@ void addText(COJsonValue& content, std::string_view text) {
   content.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setStringReference(text);
 }
 
-void addContent(COJsonValue& contents, std::string_view role, std::string_view text) {
-  COJsonValue* content = contents.addArrayItem();
-  content->addKeyValue("role")->setStringReference(role);
-  addText(*content, text);
+void writeEntry(COJsonValue& entry, bool byAssistant, std::string_view text) {
+  entry.addKeyValue("role")->setStringReference(byAssistant ? "model" : "user");
+  addText(entry, text);
 }
 
 void writeBody(COJson& body, const ChatTurn& turn) {
@@ -46,10 +45,8 @@ void writeBody(COJson& body, const ChatTurn& turn) {
   }
   if (!turn.instructions.empty()) addText(*body.addKeyValue("system_instruction"), turn.instructions);
   COJsonValue* contents = body.addKeyValue("contents");
-  for (const auto& entry : turn.history) {
-    addContent(*contents, entry->isByAssistant() ? "model" : "user", entry->firstText());
-  }
-  addContent(*contents, "user", turn.text);
+  if (!turn.history.empty()) contents->addArrayItem()->setJsonReference(turn.history);
+  writeEntry(*contents->addArrayItem(), false, turn.text);
 }
 
 void appendParts(std::string& text, const ICOJsonValue* content) {
@@ -92,6 +89,7 @@ constinit const ChatDialect kGoogle{
              .noJsonLabel = ": p/v1beta/models/{model}:generateContent",
              .formatLabel = ": p/v1beta/models/{model}:generateContent"},
     .readModels = readModels,
+    .writeEntry = writeEntry,
     .writeBody = writeBody,
     .readReply = readReply,
     .place = {__FILE__, __LINE__},

@@ -169,6 +169,11 @@ void COJsonValue::setStringReference(std::string_view text) {
   arena_->jsonSize += text.size();
 }
 
+void COJsonValue::setJsonReference(std::string_view json) {
+  setStringReference(json);
+  type_ = JsonType::Null;  // with a size, which no other null has
+}
+
 void COJsonValue::setObject() noexcept {
   setNull();
   type_ = JsonType::Object;

@@ -59,6 +59,10 @@ struct COJsonAccess {
   }
   static std::uint32_t size(const COJsonValue& value) noexcept { return value.size_; }
   static std::string_view key(const COJsonValue& value) noexcept { return {value.key_, value.keySize_}; }
+  /// What setJsonReference was given: a null with a size.
+  static std::string_view jsonReference(const COJsonValue& value) noexcept {
+    return {value.content_.text, value.size_};
+  }
   static bool isInteger(const COJsonValue& value) noexcept { return value.integer_; }
 };
 

@@ -69,7 +69,7 @@ void appendScalar(std::string& result, const COJsonValue& value) {
       result += value.obtainBool() ? "true" : "false";
       break;
     default:
-      result += "null";
+      result += COJsonAccess::size(value) == 0 ? "null" : COJsonAccess::jsonReference(value);
       break;
   }
 }

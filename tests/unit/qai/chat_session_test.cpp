@@ -12,7 +12,7 @@ using testing::IsEmpty;
 
 std::vector<std::string> entries(const QAIChatSession& session) {
   std::vector<std::string> list;
-  for (const auto& entry : session.history()) {
+  for (const auto& entry : session.history().entries()) {
     list.push_back(std::to_string(entry->role) + ":" + std::string(entry->firstText()));
   }
   return list;
@@ -45,8 +45,8 @@ TEST(ChatSession, EntriesCarryNoTime) {
   QAIAssistantProperties record;
   QAISession_OPENAI_v1 session(record);
   session.appendTurn("q", "a");
-  ASSERT_EQ(session.history().size(), 2U);
-  for (const auto& entry : session.history()) {
+  ASSERT_EQ(session.history().entries().size(), 2U);
+  for (const auto& entry : session.history().entries()) {
     EXPECT_EQ(entry->createdTime, 0);
     EXPECT_EQ(entry->sections.size(), 1U);
     EXPECT_EQ(entry->unused, "");
@@ -86,7 +86,7 @@ TEST(ChatSession, TextThatIsNoJsonFailsAndChangesNothing) {
     EXPECT_FALSE(session.load(text)) << text;
     EXPECT_EQ(record.model, "");
     EXPECT_THAT(record.assignedKeys, IsEmpty());
-    EXPECT_THAT(session.history(), IsEmpty());
+    EXPECT_THAT(session.history().entries(), IsEmpty());
   }
 }
 
@@ -98,7 +98,7 @@ TEST(ChatSession, AnyOtherJsonLoadsAndLeavesTheSettings) {
     EXPECT_TRUE(session.load(text)) << text;
     EXPECT_EQ(record.model, "kept");
     EXPECT_THAT(record.assignedKeys, IsEmpty());
-    EXPECT_THAT(session.history(), IsEmpty());
+    EXPECT_THAT(session.history().entries(), IsEmpty());
   }
 }
 

@@ -28,10 +28,11 @@ TEST_P(Body, IsWrittenToTheByte) {
     settings.assignedKeys.insert("temperature");
     settings.temperature = CMVariant(GetParam().temperature).doubleValue();
   }
-  ChatHistory history;
-  for (const auto& [role, text] : GetParam().history) history.push_back(std::make_unique<QAIMessage>(role, text));
+  ChatHistory history(completions::writeEntry);
+  for (const auto& [role, text] : GetParam().history) history.append(role, text);
   COJson body;
-  completions::writeBody(body, {settings, "developer", GetParam().instructions, history, GetParam().text});
+  completions::writeBody(body,
+                         {settings, "developer", GetParam().instructions, history.requestText(), GetParam().text});
   EXPECT_EQ(body.obtainJsonString(), GetParam().body);
 }
 

@@ -24,15 +24,15 @@ TEST_P(DialectBody, IsWrittenToTheByte) {
   QAIAssistantProperties settings;
   settings.model = "m";
   settings.temperature = 0.5;
-  ChatHistory history;
+  ChatHistory history(row.dialect.writeEntry);
   if (row.everything) {
     settings.assignedKeys.insert("temperature");
-    history.push_back(std::make_unique<QAIMessage>(0, "q1"));
-    history.push_back(std::make_unique<QAIMessage>(1, "a1"));
+    history.append(0, "q1");
+    history.append(1, "a1");
   }
   const std::string_view instructions = row.everything ? "I" : "";
   COJson body;
-  row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history, "q2"});
+  row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history.requestText(), "q2"});
   EXPECT_EQ(body.obtainJsonString(), row.body);
 }
 
