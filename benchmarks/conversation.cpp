@@ -52,7 +52,10 @@ Conversation::Conversation(const std::string& url, Length length)
 }
 
 void Conversation::keepLength() {
-  if (turns_ < turnsPerRestore_) return;
+  if (turns_ >= turnsPerRestore_) restore();
+}
+
+void Conversation::restore() {
   session_.reset();
   session_.reset(assistant_->loadSession(saved_).first);
   turns_ = 0;
@@ -79,12 +82,12 @@ BareConversation::BareConversation(const std::string& url, Length length, const 
   historyEnd_ = body_.size();
 }
 
-void BareConversation::keepLength() {
+bool BareConversation::keepLength() {
   static const std::string kTurn = "," + toText("user", kQuestion) + "," + toText("assistant", kReply);
   static const std::string kEnd = "," + toText("user", kQuestion) + "]}";
   if (turns_ >= turnsPerRestore_) turns_ = 0;
   body_.resize(historyEnd_);
   for (std::size_t i = 0; i < turns_; ++i) body_ += kTurn;
   body_ += kEnd;
-  ++turns_;
+  return turns_++ == 0;
 }

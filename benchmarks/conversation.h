@@ -29,6 +29,7 @@ class Conversation {
 
   /// Before each turn: restores the session anew when its turns are used up.
   void keepLength();
+  void restore();
   /// One turn, its reply freed. Throws std::runtime_error when it fails.
   void turn();
 
@@ -45,7 +46,8 @@ class BareConversation {
  public:
   BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder = "");
 
-  void keepLength();
+  /// @return whether the conversation begins anew.
+  bool keepLength();
   void turn() { client_.post(body_); }
   BareClient& client() { return client_; }
   std::size_t bodySize() const { return body_.size(); }

@@ -23,6 +23,7 @@ class Turns {
                                      : std::make_unique<BenchServer>(authority->getServer().certificateFile,
                                                                      authority->getServer().keyFile)),
         ours_(server_->getURL(), Length::about(entries)),
+        idle_(server_->getURL(), Length::about(entries)),
         bare_(server_->getURL(), Length::about(entries), authority == nullptr ? "" : authority->getFolder()) {
     if (authority != nullptr) authority->trustInLibrary();
   }
@@ -30,6 +31,12 @@ class Turns {
   Conversation& ours() { return ours_; }
   BareConversation& bare() { return bare_; }
   BenchServer& server() { return *server_; }
+
+  void beforeOurs() { ours_.keepLength(); }
+  /// The pause is as long as before ours: while a session is restored the caches empty and the server falls asleep.
+  void beforeBare() {
+    if (bare_.keepLength()) idle_.restore();
+  }
 
   /// The bytes that a turn of each side sends as its body, which are the same.
   void checkBodies() {
@@ -43,19 +50,20 @@ class Turns {
  private:
   std::unique_ptr<BenchServer> server_;
   Conversation ours_;
+  Conversation idle_;
   BareConversation bare_;
 };
 
 ratio::Pair makeTurns(std::size_t entries, const BenchAuthority* authority) {
   const auto turns = std::make_shared<Turns>(entries, authority);
   const bool secure = authority != nullptr;
-  turns->ours().keepLength();
-  turns->bare().keepLength();
+  turns->beforeOurs();
+  turns->beforeBare();
   turns->checkBodies();
   return {.ours = [turns] { turns->ours().turn(); },
           .baseline = [turns] { turns->bare().turn(); },
-          .beforeEachOurs = [turns] { turns->ours().keepLength(); },
-          .beforeEachBaseline = [turns] { turns->bare().keepLength(); },
+          .beforeEachOurs = [turns] { turns->beforeOurs(); },
+          .beforeEachBaseline = [turns] { turns->beforeBare(); },
           .afterAll =
               [turns, secure] {
                 const BenchServer::Counts counts = turns->server().obtainCounts();
@@ -71,12 +79,12 @@ ratio::Pair makeReturns(const BenchAuthority& authority) {
           .baseline = [turns] { turns->bare().turn(); },
           .beforeEachOurs =
               [turns] {
-                turns->ours().keepLength();
+                turns->beforeOurs();
                 turns->server().closeConnections();
               },
           .beforeEachBaseline =
               [turns] {
-                turns->bare().keepLength();
+                turns->beforeBare();
                 turns->bare().client().forgetRetries();
                 turns->server().closeConnections();
               },

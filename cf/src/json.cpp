@@ -171,7 +171,8 @@ void COJsonValue::setStringReference(std::string_view text) {
 
 void COJsonValue::setJsonReference(std::string_view json) {
   setStringReference(json);
-  type_ = JsonType::Null;  // with a size, which no other null has
+  type_ = JsonType::Null;           // with a size, which no other null has
+  arena_->jsonSize -= json.size();  // the writer makes room for it, when it copies it
 }
 
 void COJsonValue::setObject() noexcept {

@@ -5,6 +5,8 @@
 
 #include <limits>
 #include <memory_resource>
+#include <string>
+#include <string_view>
 
 /// How deep arrays and objects may be nested in a text, and in what becomes one.
 inline constexpr unsigned kMaxJsonDepth = 256;
@@ -13,6 +15,13 @@ inline constexpr unsigned kMaxJsonDepth = 256;
 inline bool hasTextSize(std::string_view text) noexcept {
   return text.size() <= std::numeric_limits<std::uint32_t>::max();
 }
+
+/// A written text with a gap: a long reference that was not copied into it.
+struct JsonText {
+  std::string text;
+  std::string_view borrowed;  // belongs at `place`; empty when nothing was left out
+  std::size_t place = 0;
+};
 
 /// The memory of one document. Nothing is given back before the document goes.
 struct COJsonValue::Arena {
@@ -47,6 +56,9 @@ struct COJsonAccess {
   /// @return false, with `top` as it was, when `text` is not valid.
   static bool parse(COJsonValue& top, std::string_view text);
 
+  /// Writes `value`. The first reference of at least `shortestBorrowed` bytes is borrowed.
+  static JsonText write(const COJsonValue& value, std::size_t shortestBorrowed);
+
   /// Adds a child, null and without a key, to a container.
   static COJsonValue* addChild(COJsonValue& container);
 
@@ -59,7 +71,10 @@ struct COJsonAccess {
   }
   static std::uint32_t size(const COJsonValue& value) noexcept { return value.size_; }
   static std::string_view key(const COJsonValue& value) noexcept { return {value.key_, value.keySize_}; }
-  /// What setJsonReference was given: a null with a size.
+  /// What setJsonReference was given stands in a null with a size.
+  static bool isReference(const COJsonValue& value) noexcept {
+    return value.type_ == JsonType::Null && value.size_ != 0;
+  }
   static std::string_view jsonReference(const COJsonValue& value) noexcept {
     return {value.content_.text, value.size_};
   }

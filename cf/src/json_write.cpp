@@ -57,6 +57,17 @@ bool isContainer(const COJsonValue& value) noexcept {
   return value.obtainType() == JsonType::Object || value.obtainType() == JsonType::Array;
 }
 
+/// @param documentSize about how much else will be written.
+void appendReference(JsonText& written, std::string_view json, std::size_t shortestBorrowed, std::size_t documentSize) {
+  if (json.size() >= shortestBorrowed && written.borrowed.empty()) {
+    written.borrowed = json;
+    written.place = written.text.size();
+    return;
+  }
+  written.text.reserve(written.text.size() + json.size() + documentSize);
+  written.text += json;
+}
+
 void appendScalar(std::string& result, const COJsonValue& value) {
   switch (value.obtainType()) {
     case JsonType::String:
@@ -69,7 +80,7 @@ void appendScalar(std::string& result, const COJsonValue& value) {
       result += value.obtainBool() ? "true" : "false";
       break;
     default:
-      result += COJsonAccess::size(value) == 0 ? "null" : COJsonAccess::jsonReference(value);
+      result += "null";
       break;
   }
 }
@@ -98,15 +109,22 @@ void appendJsonNumber(std::string& result, double value, bool integer) {
 }
 
 std::string COJsonValue::obtainJsonString() const {
-  std::string result;
-  if (arena_->top == this) result.reserve(arena_->jsonSize);
+  return std::move(COJsonAccess::write(*this, std::string::npos).text);
+}
+
+JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorrowed) {
+  JsonText written;
+  std::string& result = written.text;
+  const std::size_t documentSize = value.arena_->top == &value ? value.arena_->jsonSize : 0;
+  result.reserve(documentSize);
   std::vector<OpenContainer> open;
   // Writes a value that has no children, or the start of one that may have some.
-  const auto begin = [&](const COJsonValue& value) {
-    if (!isContainer(value)) return appendScalar(result, value);
-    result += open.emplace_back(value).isObject ? '{' : '[';
+  const auto begin = [&](const COJsonValue& next) {
+    if (isReference(next)) return appendReference(written, jsonReference(next), shortestBorrowed, documentSize);
+    if (!isContainer(next)) return appendScalar(result, next);
+    result += open.emplace_back(next).isObject ? '{' : '[';
   };
-  for (begin(*this); !open.empty();) {
+  for (begin(value); !open.empty();) {
     OpenContainer& container = open.back();
     const COJsonValue* const child = container.children.next();
     if (child == nullptr) {
@@ -121,5 +139,5 @@ std::string COJsonValue::obtainJsonString() const {
     }
     begin(*child);
   }
-  return result;
+  return written;
 }

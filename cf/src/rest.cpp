@@ -1,6 +1,11 @@
+#include "json_internal.h"
+
 #include <cf/rest.h>
 
 namespace {
+// What is shorter is copied: libcurl sends a body of up to 64 KiB in one piece with the header, if it lies in one.
+constexpr std::size_t kShortestBorrowed = std::size_t{64} << 10;
+
 void append(CMRestParams& list, const CMRestParams& more) { list.insert(list.end(), more.begin(), more.end()); }
 }  // namespace
 
@@ -47,11 +52,25 @@ void CMRestPostRequest::addQueryParams(const CMRestParams& params) { append(quer
 void CMRestPostRequest::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
 
 void CMRestPostRequest::updateJson(const ICOJsonValue* json) {
-  body_ = json == nullptr ? std::string() : json->obtainJsonString();
+  JsonText written;
+  if (json != nullptr) written = COJsonAccess::write(*json, kShortestBorrowed);
+  body_ = std::move(written.text);
+  borrowed_ = written.borrowed;
+  borrowedPlace_ = written.place;
   hasBody_ = json != nullptr;
 }
 
-const std::string& CMRestPostRequest::getBody() const noexcept { return body_; }
+std::string CMRestPostRequest::getBody() const {
+  const auto [begin, middle, end] = getBodyParts();
+  std::string body;
+  body.reserve(begin.size() + middle.size() + end.size());
+  return body.append(begin).append(middle).append(end);
+}
+
+std::array<std::string_view, 3> CMRestPostRequest::getBodyParts() const noexcept {
+  const std::string_view text = body_;
+  return {text.substr(0, borrowedPlace_), borrowed_, text.substr(borrowedPlace_)};
+}
 
 bool CMRestPostRequest::hasBody() const noexcept { return hasBody_; }
 

@@ -21,7 +21,8 @@ class RestClient final : public ICSRestClient {
     return execute(RestMethod::Get, request, nullptr, response);
   }
   std::int32_t executePost(const CMRestPostRequest& request, CMRestResourceResponse** response) override {
-    return execute(RestMethod::Post, request, request.hasBody() ? &request.getBody() : nullptr, response);
+    RestUpload body(request.getBodyParts());
+    return execute(RestMethod::Post, request, request.hasBody() ? &body : nullptr, response);
   }
   std::int32_t executeDelete(const CMRestDeleteRequest& request, CMRestResourceResponse** response) override {
     return execute(RestMethod::Delete, request, nullptr, response);
@@ -29,9 +30,10 @@ class RestClient final : public ICSRestClient {
   const std::string& obtainFailureText() const noexcept override { return failureText_; }
 
  private:
-  std::int32_t execute(RestMethod method, const CMRestRequest& request, const std::string* body,
+  std::int32_t execute(RestMethod method, const CMRestRequest& request, RestUpload* body,
                        CMRestResourceResponse** response);
-  std::int32_t send(const RestPlan& plan, RestPool* pool, CMRestResourceResponse** response);
+  std::int32_t send(const RestOrder& order, RestTransfer& transfer, RestReply& reply,
+                    CMRestResourceResponse** response);
   std::int32_t fail(CFRestError error, std::string text) {
     failureText_ = std::move(text);
     return static_cast<std::int32_t>(error);
@@ -43,35 +45,44 @@ class RestClient final : public ICSRestClient {
   std::string failureText_;
 };
 
-std::int32_t RestClient::execute(RestMethod method, const CMRestRequest& request, const std::string* body,
+std::int32_t RestClient::execute(RestMethod method, const CMRestRequest& request, RestUpload* body,
                                  CMRestResourceResponse** response) {
   *response = nullptr;
   failureText_.clear();
   // Null also for a pool centre of another make, which has no connections to lend.
   auto* pool = session_ == nullptr ? nullptr : dynamic_cast<RestPool*>(session_->httpPoolCenter);
   if (pool != nullptr && pool->takeCancel()) return failCancelled();
-  RestPlan plan{.method = method, .body = body, .address = {}, .proxy = {}, .headers = {}};
-  if (std::string refusal = planRequest(request, session_, settings_, plan); !refusal.empty()) {
-    return fail(CFRestError::BadRequest, std::move(refusal));
+  static const CMRestSession kNoSession;
+  const RestOrder order{method, request, body, session_ == nullptr ? kNoSession : *session_, settings_};
+  RestReply reply;
+  reply.limit = settings_.maxReplyBytes;
+  RestTransfer transfer(pool);
+  if (!transfer.takeKept(order)) {
+    auto setup = std::make_unique<RestSetup>(order);
+    if (std::string refusal = planRequest(order, setup->plan); !refusal.empty()) {
+      return fail(CFRestError::BadRequest, std::move(refusal));
+    }
+    transfer.use(std::move(setup));
   }
-  return send(plan, pool, response);
+  return send(order, transfer, reply, response);
 }
 
-std::int32_t RestClient::send(const RestPlan& plan, RestPool* pool, CMRestResourceResponse** response) {
-  RestReply reply;
-  RestTransfer transfer(pool);
+std::int32_t RestClient::send(const RestOrder& order, RestTransfer& transfer, RestReply& reply,
+                              CMRestResourceResponse** response) {
   CURL* easy = transfer.getEasy();
-  std::optional<CURLcode> code = applyOptions(easy, plan, settings_, reply);
+  std::optional<CURLcode> code = transfer.apply(order, reply);
   if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
   if (code == CURLE_OK) code = transfer.run();
   if (!code) return failCancelled();
-  RestFailure failure = judgeTransfer(*code, easy, plan, settings_, reply);
+  RestFailure failure = judgeTransfer(*code, easy, transfer.getPlan(), settings_, reply);
   if (failure.error != CFRestError::None) return fail(failure.error, std::move(failure.text));
   long status = 0;
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
   *response =
       std::make_unique<CMRestResourceResponse>(static_cast<std::int32_t>(status), std::move(reply.body)).release();
-  return status >= 200 && status <= 299 ? 0 : static_cast<std::int32_t>(status);
+  if (status < 200 || status > 299) return static_cast<std::int32_t>(status);
+  transfer.keep();
+  return 0;
 }
 
 class ClientFactory final : public ICSRestClientFactory {

@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
+#include <cstdio>
 #include <limits>
 #include <new>
 #include <string_view>
@@ -16,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kUploadBufferDefault = std::size_t{64} << 10;
-constexpr std::size_t kUploadBufferMost = std::size_t{2} << 20;
+constexpr std::size_t kUploadBufferMost = std::size_t{512} << 10;
 
 // Sets options until one is refused.
 class Options {
@@ -56,6 +57,16 @@ std::size_t takeHeader(char* data, std::size_t /*one*/, std::size_t size, void* 
   if (line.starts_with("HTTP/")) reply.headersEnded = false;
   if (line == "\r\n" || line == "\n") reply.headersEnded = true;
   return size;
+}
+
+std::size_t giveBody(char* buffer, std::size_t one, std::size_t count, void* context) {
+  return static_cast<RestUpload*>(context)->read(buffer, one * count);
+}
+
+// Back to the beginning, when a connection turns out dead and another one is taken.
+int moveInBody(void* context, curl_off_t offset, int origin) {
+  const bool done = origin == SEEK_SET && static_cast<RestUpload*>(context)->moveTo(offset);
+  return done ? CURL_SEEKFUNC_OK : CURL_SEEKFUNC_CANTSEEK;
 }
 
 // Whole milliseconds as libcurl takes them; what is no limit (0 or less) is the longest time that it knows.
@@ -113,33 +124,37 @@ void setProxy(Options& options, const RestProxy& proxy) {
   options.set(CURLOPT_PROXYPASSWORD, proxy.password.c_str());
 }
 
-void setBody(Options& options, const std::string& body) {
-  options.set(CURLOPT_POST, 1L);
-  options.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.size()));
-  options.set(CURLOPT_POSTFIELDS, body.c_str());  // not copied
-  if (body.size() > kUploadBufferDefault) {
-    options.set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(std::min(body.size(), kUploadBufferMost)));
-  }
-}
-
 void setRequest(Options& options, const RestPlan& plan, const CMRestGlobalSettings& settings) {
-  static const std::string kNoBody;
   options.set(CURLOPT_CURLU, plan.address.handle.get());
   options.set(CURLOPT_PATH_AS_IS, 1L);
   options.set(CURLOPT_ACCEPT_ENCODING, "");
   options.set(CURLOPT_USERAGENT, settings.userAgent.c_str());
   options.set(CURLOPT_HTTPHEADER, plan.headers.get());
-  if (plan.method == RestMethod::Post) setBody(options, plan.body == nullptr ? kNoBody : *plan.body);
+  if (plan.method == RestMethod::Post) options.set(CURLOPT_POST, 1L);
   if (plan.method == RestMethod::Delete) options.set(CURLOPT_CUSTOMREQUEST, "DELETE");
 }
 
-void setCallbacks(Options& options, RestReply& reply) {
+void setCallbacks(Options& options) {
+  options.set(CURLOPT_READFUNCTION, &giveBody);
+  options.set(CURLOPT_SEEKFUNCTION, &moveInBody);
   options.set(CURLOPT_WRITEFUNCTION, &takeBody);
-  options.set(CURLOPT_WRITEDATA, &reply);
   options.set(CURLOPT_HEADERFUNCTION, &takeHeader);
-  options.set(CURLOPT_HEADERDATA, &reply);
   options.set(CURLOPT_SOCKOPTFUNCTION, &prepareRestSocket);
-  options.set(CURLOPT_ERRORBUFFER, reply.errorText.data());
+}
+
+void setBody(Options& options, RestUpload* body) {
+  const std::size_t size = body == nullptr ? 0 : body->size();
+  options.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(size));
+  options.set(CURLOPT_POSTFIELDS, body == nullptr ? "" : body->obtainWhole());  // not copied; null for the functions
+  options.set(CURLOPT_READDATA, body);
+  options.set(CURLOPT_SEEKDATA, body);
+  options.set(CURLOPT_UPLOAD_BUFFERSIZE, static_cast<long>(std::clamp(size, kUploadBufferDefault, kUploadBufferMost)));
+}
+
+void setReply(Options& options, RestReply* reply) {
+  options.set(CURLOPT_WRITEDATA, reply);
+  options.set(CURLOPT_HEADERDATA, reply);
+  options.set(CURLOPT_ERRORBUFFER, reply == nullptr ? nullptr : reply->errorText.data());
 }
 
 void appendLine(HeaderList& list, const std::string& line) {
@@ -165,41 +180,57 @@ std::string appendHeaders(HeaderList& list, const CMRestParams& fields) {
   return "";
 }
 
-std::string planHeaders(const CMRestRequest& request, const CMRestSession* session, RestPlan& plan) {
+std::string planHeaders(const RestOrder& order, RestPlan& plan) {
   CMRestParams fields;
-  if (session != nullptr) {
-    if (session->hasAuthorization()) fields.emplace_back("Authorization", session->getAuthorizationHeaderValue());
-    fields.insert(fields.end(), session->getHeaderParams().begin(), session->getHeaderParams().end());
+  if (order.session.hasAuthorization()) {
+    fields.emplace_back("Authorization", order.session.getAuthorizationHeaderValue());
   }
-  fields.insert(fields.end(), request.getHeaderParams().begin(), request.getHeaderParams().end());
-  if (plan.body != nullptr) {
+  const CMRestParams& ofSession = order.session.getHeaderParams();
+  fields.insert(fields.end(), ofSession.begin(), ofSession.end());
+  fields.insert(fields.end(), order.request.getHeaderParams().begin(), order.request.getHeaderParams().end());
+  if (plan.hasBody) {
     fields.emplace_back("Content-Type", "application/json");
     fields.emplace_back("Accept", "application/json");
   }
   if (std::string refusal = appendHeaders(plan.headers, fields); !refusal.empty()) return refusal;
   appendLine(plan.headers, "Expect:");  // a wait for "100 Continue" would cost a second with servers that send none
-  if (plan.body == nullptr) appendLine(plan.headers, "Content-Type:");
+  if (!plan.hasBody) appendLine(plan.headers, "Content-Type:");
   return "";
 }
 
 }  // namespace
 
-std::string planRequest(const CMRestRequest& request, const CMRestSession* session,
-                        const CMRestGlobalSettings& settings, RestPlan& plan) {
+std::string planRequest(const RestOrder& order, RestPlan& plan) {
+  const CMRestGlobalSettings& settings = order.settings;
   if (holdsControlCharacter(settings.userAgent)) return "The user agent holds a control character";
   if (holdsControlCharacter(settings.caFile)) return "The name of the file of authorities holds a control character";
-  if (std::string refusal = readRestAddress(request, plan.address); !refusal.empty()) return refusal;
+  plan.method = order.method;
+  plan.hasBody = order.body != nullptr;
+  if (std::string refusal = readRestAddress(order.request, plan.address); !refusal.empty()) return refusal;
   if (std::string refusal = readRestProxy(settings.proxyURL, plan.proxy); !refusal.empty()) return refusal;
-  return planHeaders(request, session, plan);
+  return planHeaders(order, plan);
 }
 
-CURLcode applyOptions(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings, RestReply& reply) {
-  reply.limit = settings.maxReplyBytes;
+CURLcode applyPlan(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings) {
   Options options(easy);
   setSecurity(options, settings);
   setLimits(options, settings);
   setProxy(options, plan.proxy);
   setRequest(options, plan, settings);
-  setCallbacks(options, reply);
+  setCallbacks(options);
+  return options.getCode();
+}
+
+CURLcode applyTransfer(CURL* easy, const RestPlan& plan, RestUpload* body, RestReply& reply) {
+  Options options(easy);
+  setReply(options, &reply);
+  if (plan.method == RestMethod::Post) setBody(options, body);
+  return options.getCode();
+}
+
+CURLcode forgetTransfer(CURL* easy, const RestPlan& plan) {
+  Options options(easy);
+  setReply(options, nullptr);
+  if (plan.method == RestMethod::Post) setBody(options, nullptr);
   return options.getCode();
 }

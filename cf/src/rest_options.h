@@ -2,6 +2,7 @@
 #pragma once
 
 #include "rest_address.h"
+#include "rest_upload.h"
 
 #include <cf/rest.h>
 
@@ -19,10 +20,19 @@ struct HeaderListDeleter {
 };
 using HeaderList = std::unique_ptr<curl_slist, HeaderListDeleter>;
 
-/// A request that was checked and is ready to be sent.
+/// What a client is asked to send. Borrowed.
+struct RestOrder {
+  RestMethod method;
+  const CMRestRequest& request;
+  RestUpload* body;  // null: none
+  const CMRestSession& session;
+  const CMRestGlobalSettings& settings;
+};
+
+/// An order that was checked, without its body.
 struct RestPlan {
   RestMethod method;
-  const std::string* body;  // null: none
+  bool hasBody;
   RestAddress address;
   RestProxy proxy;
   HeaderList headers;
@@ -38,10 +48,13 @@ struct RestReply {
   std::array<char, CURL_ERROR_SIZE> errorText{};  // never a verdict: libcurl may fill it in success
 };
 
-/// Fills the plan's address, proxy and headers.
 /// @return "" or a sentence that says why the request can't be sent.
-std::string planRequest(const CMRestRequest& request, const CMRestSession* session,
-                        const CMRestGlobalSettings& settings, RestPlan& plan);
+std::string planRequest(const RestOrder& order, RestPlan& plan);
 
-/// Sets all options; `easy` refers to the arguments until it is reset.
-CURLcode applyOptions(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings, RestReply& reply);
+/// Sets every option but those of applyTransfer on a new handle, which refers to the plan from then on.
+CURLcode applyPlan(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings);
+
+/// Sets what differs between the requests of one plan: the body, and where the reply goes. `easy` refers to both until
+/// forgetTransfer. Allocates nothing.
+CURLcode applyTransfer(CURL* easy, const RestPlan& plan, RestUpload* body, RestReply& reply);
+CURLcode forgetTransfer(CURL* easy, const RestPlan& plan);

@@ -49,22 +49,52 @@ void RestPool::cancel() noexcept {
   curl_multi_wakeup(transport_.getMulti());
 }
 
-RestTransfer::RestTransfer(RestPool* pool) : pool_(pool) {
-  transport_ = pool == nullptr ? nullptr : pool->borrowTransport();
-  if (transport_ != nullptr) {
-    lender_.reset(pool);
-  } else {
+std::unique_ptr<RestSetup> RestTransport::takeKept(const RestOrder& order) {
+  return kept_ != nullptr && kept_->recipe.describes(order) ? std::move(kept_) : nullptr;
+}
+
+RestTransfer::RestTransfer(RestPool* pool)
+    : pool_(pool), transport_(pool == nullptr ? nullptr : pool->borrowTransport()) {
+  if (transport_ != nullptr) lender_.reset(pool);
+}
+
+RestTransfer::~RestTransfer() {
+  if (setup_ != nullptr) curl_multi_remove_handle(transport_->getMulti(), getEasy());
+}
+
+bool RestTransfer::takeKept(const RestOrder& order) {
+  if (transport_ != nullptr) setup_ = transport_->takeKept(order);
+  isKept_ = setup_ != nullptr;
+  return isKept_;
+}
+
+void RestTransfer::use(std::unique_ptr<RestSetup> setup) {
+  if (transport_ == nullptr) {
     own_ = std::make_unique<RestTransport>();
     transport_ = own_.get();
   }
-  easy_ = transport_->makeEasy();
+  setup->easy = transport_->makeEasy();
+  setup_ = std::move(setup);
 }
 
-RestTransfer::~RestTransfer() { curl_multi_remove_handle(transport_->getMulti(), easy_.get()); }
+CURLcode RestTransfer::apply(const RestOrder& order, RestReply& reply) {
+  const CURLcode code = isKept_ ? CURLE_OK : applyPlan(getEasy(), getPlan(), order.settings);
+  return code == CURLE_OK ? applyTransfer(getEasy(), getPlan(), order.body, reply) : code;
+}
+
+void RestTransfer::keep() noexcept {
+  // libcurl counts the connections that it found dead over the life of a handle and fails at the sixth, however many
+  // requests went well in between. So a handle goes when it had to connect.
+  long connects = 0;
+  if (lender_ == nullptr || curl_easy_getinfo(getEasy(), CURLINFO_NUM_CONNECTS, &connects) != CURLE_OK || connects != 0)
+    return;
+  if (curl_multi_remove_handle(transport_->getMulti(), getEasy()) != CURLM_OK) return;
+  if (forgetTransfer(getEasy(), getPlan()) == CURLE_OK) transport_->keep(std::move(setup_));
+}
 
 std::optional<CURLcode> RestTransfer::run() {
   CURLM* multi = transport_->getMulti();
-  CURLMcode code = curl_multi_add_handle(multi, easy_.get());
+  CURLMcode code = curl_multi_add_handle(multi, getEasy());
   for (int running = 1; code == CURLM_OK;) {
     if (pool_ != nullptr && pool_->takeCancel()) return std::nullopt;
     code = curl_multi_perform(multi, &running);

@@ -1,6 +1,8 @@
 // Where requests run: libcurl's handles, kept by a pool centre or made for one request.
 #pragma once
 
+#include "rest_setup.h"
+
 #include <cf/rest.h>
 
 #include <curl/curl.h>
@@ -9,31 +11,30 @@
 #include <memory>
 #include <optional>
 
-struct EasyHandleDeleter {
-  void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
-};
 struct MultiHandleDeleter {
   void operator()(CURLM* handle) const noexcept { curl_multi_cleanup(handle); }
 };
 struct ShareHandleDeleter {
   void operator()(CURLSH* handle) const noexcept { curl_share_cleanup(handle); }
 };
-using EasyHandle = std::unique_ptr<CURL, EasyHandleDeleter>;
 
-/// What outlasts a request: connections and looked-up names in the multi handle, TLS sessions in the share handle.
-/// Used by one request at a time.
+/// What outlasts a request: connections and looked-up names in the multi handle, TLS sessions in the share handle, and
+/// the handle of the last request, for one of the same kind. Used by one request at a time.
 class RestTransport {
  public:
   RestTransport();  // throws std::bad_alloc when libcurl can't make its handles
 
-  /// A handle for one request. A new one each time: curl_easy_reset leaves defaults unset when memory runs out, and
-  /// doesn't tell; the next reply was then written past a read buffer of no size.
   EasyHandle makeEasy() const;
   CURLM* getMulti() const noexcept { return multi_.get(); }
+
+  /// The kept set-up when it fits; else null.
+  std::unique_ptr<RestSetup> takeKept(const RestOrder& order);
+  void keep(std::unique_ptr<RestSetup> setup) noexcept { kept_ = std::move(setup); }
 
  private:
   std::unique_ptr<CURLSH, ShareHandleDeleter> share_;
   std::unique_ptr<CURLM, MultiHandleDeleter> multi_;
+  std::unique_ptr<RestSetup> kept_;  // last: its handle is freed before what it shares
 };
 
 /// The pool centre of CF::createHTTPPoolCenter.
@@ -62,11 +63,22 @@ class RestTransfer {
   RestTransfer(const RestTransfer&) = delete;
   RestTransfer& operator=(const RestTransfer&) = delete;
 
-  /// Where the request is set up, and what it tells afterwards.
-  CURL* getEasy() const noexcept { return easy_.get(); }
+  /// Takes what an earlier request of the pool left for one that differs in the body alone.
+  /// @return false when there is nothing of the kind: then use() comes next.
+  bool takeKept(const RestOrder& order);
+  /// Takes what is planned, and gives it a handle.
+  void use(std::unique_ptr<RestSetup> setup);
 
+  /// Sets the handle up. `reply` and the order's body outlive the transfer.
+  CURLcode apply(const RestOrder& order, RestReply& reply);
   /// @return libcurl's verdict; nothing when cancel() ended the request.
   std::optional<CURLcode> run();
+  /// What the request was, and what it tells afterwards.
+  const RestPlan& getPlan() const noexcept { return setup_->plan; }
+  CURL* getEasy() const noexcept { return setup_->easy.get(); }
+
+  /// Leaves the set-up to the pool's next request. Only after a success.
+  void keep() noexcept;
 
  private:
   struct GiveBack {
@@ -78,5 +90,6 @@ class RestTransfer {
   std::unique_ptr<RestPool, GiveBack> lender_;
   std::unique_ptr<RestTransport> own_;
   RestTransport* transport_;
-  EasyHandle easy_;
+  std::unique_ptr<RestSetup> setup_;
+  bool isKept_ = false;
 };

@@ -60,8 +60,8 @@ class COJsonValue {
   /// As setString, without the copy: the caller keeps `text` alive and unchanged as long as the document is used.
   CF_API void setStringReference(std::string_view text);
   /// Puts what is JSON already in this place of the written text, as it stands and without a copy; the caller vouches
-  /// for it and keeps it as with setStringReference. An array's item may be several values with commas between them.
-  /// Reads as null.
+  /// for it and keeps it as with setStringReference, and as long as the requests that the document became. An array's
+  /// item may be several values with commas between them. Reads as null.
   CF_API void setJsonReference(std::string_view json);
   CF_API void setObject() noexcept;  // empty
   CF_API void setArray() noexcept;   // empty

@@ -5,11 +5,13 @@
 #include <cf/export.h>
 #include <cf/json.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -33,6 +35,8 @@ struct CMRestGlobalSettings {
   /// such folder, the file stands in for the system's authorities. Empty means none.
   std::string caFile;
   std::string userAgent = "libqai";
+
+  bool operator==(const CMRestGlobalSettings&) const = default;
 };
 
 /// Keeps the connections and TLS sessions of one assistant alive between its requests, and ends requests on demand.
@@ -108,14 +112,19 @@ class CF_TYPE CMRestPostRequest : public CMRestRequest {
   CF_API ~CMRestPostRequest() override;
   CF_API void addQueryParams(const CMRestParams& params);
   CF_API virtual void addHeaderParams(const CMRestParams& params);
-  /// Takes `json` as it is now as the body, serialised here and once; null leaves the request without a body.
+  /// Takes `json` as it is now as the body, serialised here and once; null leaves the request without a body. What
+  /// setJsonReference put into it may be borrowed until the request goes.
   CF_API void updateJson(const ICOJsonValue* json);
   /// The body's text; meaningful when hasBody().
-  CF_API const std::string& getBody() const noexcept;
+  CF_API std::string getBody() const;
+  /// The same without a copy, as parts in their order; any may be empty.
+  CF_API std::array<std::string_view, 3> getBodyParts() const noexcept;
   CF_API bool hasBody() const noexcept;
 
  private:
-  std::string body_;
+  std::string body_;  // with a gap at borrowedPlace_
+  std::string_view borrowed_;
+  std::size_t borrowedPlace_ = 0;
   bool hasBody_ = false;
 };
 

@@ -1,0 +1,20 @@
+#include "rest_setup.h"
+
+RestRecipe::RestRecipe(const RestOrder& order)
+    : method_(order.method),
+      hasBody_(order.body != nullptr),
+      settings_(order.settings),
+      url_(order.request.getURL()),
+      query_(order.request.getQueryParams()),
+      hasAuthorization_(order.session.hasAuthorization()),
+      authorization_(order.session.getAuthorizationHeaderValue()),
+      sessionHeaders_(order.session.getHeaderParams()),
+      requestHeaders_(order.request.getHeaderParams()) {}
+
+bool RestRecipe::describes(const RestOrder& order) const {
+  return method_ == order.method && hasBody_ == (order.body != nullptr) && url_ == order.request.getURL() &&
+         query_ == order.request.getQueryParams() && hasAuthorization_ == order.session.hasAuthorization() &&
+         authorization_ == order.session.getAuthorizationHeaderValue() &&
+         sessionHeaders_ == order.session.getHeaderParams() && requestHeaders_ == order.request.getHeaderParams() &&
+         settings_ == order.settings;
+}
