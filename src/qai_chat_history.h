@@ -33,7 +33,8 @@ class ChatHistory {
   void appendTurn(std::string question, std::string reply);
 
  private:
-  void writeEntry(std::string& text, const QAIMessage& entry) const;
+  void writeEntry(COJson& list, const QAIMessage& entry) const;
+  void addRequestText(const COJson& list);
 
   ChatEntryWriter write_;
   Entries entries_;

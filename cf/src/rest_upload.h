@@ -12,7 +12,7 @@ class RestUpload {
   explicit RestUpload(const std::array<std::string_view, 3>& parts) noexcept : parts_(parts) {}
 
   std::size_t size() const noexcept { return parts_[0].size() + parts_[1].size() + parts_[2].size(); }
-  /// The whole body when it lies in one piece; else null.
+  /// The whole body when it lies in one piece, which it does without a middle part; else null.
   const char* obtainWhole() const noexcept { return parts_[1].empty() ? parts_[0].data() : nullptr; }
 
   /// Copies what comes next into `buffer`.

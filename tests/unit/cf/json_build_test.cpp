@@ -85,6 +85,25 @@ TEST(JsonBuilding, BorrowsReferencedTexts) {
   EXPECT_EQ(document.obtainJsonString(), "[\"\"]");
 }
 
+TEST(JsonBuilding, TakesJsonThatIsReadyAsItStands) {
+  const std::string items = R"({"a": 1},2)";
+  COJson document;
+  document.addArrayItem()->setBool(true);
+  document.addArrayItem()->setJsonReference(items);
+  document.addArrayItem()->setJsonReference("");
+  EXPECT_EQ(document.obtainJsonString(), R"([true,{"a": 1},2,null])");
+  EXPECT_EQ(document.obtainArrayItem(1)->obtainType(), JsonType::Null);
+  EXPECT_EQ(document.obtainArrayItem(1)->obtainString(), "");
+
+  COJson whole;
+  whole.setJsonReference(items);
+  EXPECT_EQ(whole.obtainJsonString(), items);
+  COJson moved(std::move(whole));
+  EXPECT_EQ(moved.obtainJsonString(), items);
+  moved.setNull();
+  EXPECT_EQ(moved.obtainJsonString(), "null");
+}
+
 TEST(JsonBuilding, AcceptsItsOwnTextAsANewOne) {
   COJson document("\"own\"");
   document.setString(document.obtainString());

@@ -41,6 +41,17 @@ TEST(ChatSession, SavesInAFixedOrder) {
             R"("db_structure":"[ ]","messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
 }
 
+TEST(ChatSession, WritesEachEntryForTheRequestsAsItIsAdded) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  EXPECT_EQ(session.history().requestText(), "");
+  session.append(0, "q\n");
+  EXPECT_EQ(session.history().requestText(), R"({"role":"user","content":"q\n"})");
+  session.appendTurn("r", "a");
+  EXPECT_EQ(session.history().requestText(),
+            R"({"role":"user","content":"q\n"},{"role":"user","content":"r"},{"role":"assistant","content":"a"})");
+}
+
 TEST(ChatSession, EntriesCarryNoTime) {
   QAIAssistantProperties record;
   QAISession_OPENAI_v1 session(record);

@@ -58,6 +58,31 @@ TEST_P(MemoryShortage, AtAnyPointGivesAFailureOrTheWholeReply) {
   }
 }
 
+// The handle that fails is one that earlier requests left; the next request must be what the first one was.
+TEST_P(MemoryShortage, AtAnyPointOfARequestOnAKeptHandleHarmsNoLaterOne) {
+  RawServer server(raw::reply(200, "{}"));
+  const std::string history = '"' + std::string(100'000, 'h') + '"';
+  COJson json;
+  json.addArrayItem()->setJsonReference(history);
+  CMRestPostRequest request;
+  request.setURL(server.getURL() + "/v1");
+  request.updateJson(&json);
+  const std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
+  CMRestSession session;
+  session.setAuthorizationHeaderValue("Bearer " + std::string(100, 'k'));
+  session.httpPoolCenter = pool.get();
+  ICSAppFactory* app = CF::obtainAppFactory();
+  const std::unique_ptr<ICSRestClient> client(app->obtainRestClientFactory()->createRestClient(app, {}, &session));
+  long point = 0;
+  do {
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_TRUE(runWith(Shortage::None, 0, *client, request, "{}"));
+      EXPECT_EQ(server.getRequests().back(), server.getRequests().front()) << point;
+    }
+  } while (!runWith(GetParam(), point++, *client, request, "{}"));
+  EXPECT_GT(point, 10);
+}
+
 INSTANTIATE_TEST_SUITE_P(Kinds, MemoryShortage, testing::Values(Shortage::Once, Shortage::FromThenOn),
                          [](const auto& row) { return row.param == Shortage::Once ? "once" : "from_then_on"; });
 
