@@ -1,5 +1,5 @@
-// bench_instructions: one turn of a conversation of 100 entries over plain HTTP, for callgrind, which counts its
-// instructions (./check_instructions).
+// bench_instructions: one turn of a conversation of 100 entries over plain HTTP, whose instructions check_instructions
+// counts through callgrind.
 #include "conversation.h"
 #include "server.h"
 
