@@ -17,7 +17,7 @@ std::string obtainHashedName(const std::string& certificateFile) {
   const std::unique_ptr<X509, decltype(&X509_free)> certificate(PEM_read_X509(file.get(), nullptr, nullptr, nullptr),
                                                                 &X509_free);
   std::array<char, 16> name{};
-  std::snprintf(name.data(), name.size(), "%08lx.0", X509_subject_name_hash(certificate.get()));
+  static_cast<void>(std::snprintf(name.data(), name.size(), "%08lx.0", X509_subject_name_hash(certificate.get())));
   return name.data();
 }
 

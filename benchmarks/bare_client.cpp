@@ -1,6 +1,7 @@
 #include "bare_client.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace {
 
@@ -11,8 +12,8 @@ std::size_t take(char* data, std::size_t /*one*/, std::size_t size, void* contex
 
 }  // namespace
 
-BareClient::BareClient(const std::string& url, const std::string& authoritiesFolder)
-    : easy_(curl_easy_init()), url_(url), authoritiesFolder_(authoritiesFolder) {
+BareClient::BareClient(std::string url, std::string authoritiesFolder)
+    : easy_(curl_easy_init()), url_(std::move(url)), authoritiesFolder_(std::move(authoritiesFolder)) {
   for (const char* field :
        {"Authorization: Bearer key", "Content-Type: application/json", "Accept: application/json", "Expect:"}) {
     curl_slist* longer = curl_slist_append(headers_.get(), field);

@@ -10,7 +10,7 @@ class BareClient {
  public:
   /// Requests go to `url` with the header fields that the library sends; https trusts the authorities in
   /// `authoritiesFolder` alone, under their hashed names.
-  explicit BareClient(const std::string& url, const std::string& authoritiesFolder = "");
+  explicit BareClient(std::string url, std::string authoritiesFolder = "");
 
   /// Makes the next request like the first one of its handle, on the connections that there are. libcurl counts the
   /// connections that it found dead over the life of a handle, and gives up at the sixth.

@@ -8,9 +8,9 @@
 namespace {
 
 constexpr std::size_t kEntrySize = 1024;
-const std::string kQuestion = "Which is the highest glacier of each region?";
-const std::string kReply = "SELECT name FROM glacier ORDER BY height DESC LIMIT 1;";  // bench_server's
-const std::string kInstructions = "Answer with SQL for SQLite.";
+constexpr const char* kQuestion = "Which is the highest glacier of each region?";
+constexpr const char* kReply = "SELECT name FROM glacier ORDER BY height DESC LIMIT 1;";  // bench_server's
+constexpr const char* kInstructions = "Answer with SQL for SQLite.";
 
 /// Lines of SQL with what such replies hold: line ends and quotation marks.
 std::string makeEntry(std::size_t number) {
@@ -75,7 +75,7 @@ BareConversation::BareConversation(const std::string& url, Length length, const 
   COJson body;
   body.addKeyValue("model")->setString("bench");
   COJsonValue* messages = body.addKeyValue("messages");
-  addMessage(*messages, "developer", kInstructions + "\n\n");
+  addMessage(*messages, "developer", std::string(kInstructions) + "\n\n");
   addHistory(*messages, length.entries);
   body_ = body.obtainJsonString();
   body_.resize(body_.size() - 2);

@@ -1,15 +1,13 @@
 // The first verified HTTPS turn of a process, each time in a process of its own.
 #include "authorities.h"
+#include "child.h"
 #include "conversation.h"
 #include "processor.h"
 #include "ratio.h"
 #include "server.h"
 
-#include <array>
 #include <chrono>
-#include <cstdio>
-#include <memory>
-#include <stdexcept>
+#include <iostream>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,18 +34,13 @@ int runOnce(std::string_view side, const std::string& url, const std::string& au
     conversation.turn();
   }
   const std::chrono::nanoseconds time = std::chrono::steady_clock::now() - begin;
-  std::printf("%lld\n", static_cast<long long>(time.count()));
+  std::cout << time.count() << '\n';
   return 0;
 }
 
-double runInProcess(const std::string& program, const std::string& arguments) {
-  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> output(
-      popen(("'" + program + "' --once " + arguments).c_str(), "r"), &pclose);
-  std::array<char, 64> line{};
-  if (output == nullptr || std::fgets(line.data(), line.size(), output.get()) == nullptr) {
-    throw std::runtime_error("the first turn failed");
-  }
-  return 1e-9 * std::stod(line.data());
+double runInProcess(const std::string& program, const std::string& side, const BenchServer& server,
+                    const std::string& authorities) {
+  return 1e-9 * std::stod(Child({program, "--once", side, server.getURL(), authorities}).readLine());
 }
 
 ratio::Figures takeFirstTurns(const std::string& program) {
@@ -56,8 +49,8 @@ ratio::Figures takeFirstTurns(const std::string& program) {
   std::vector<double> ours;
   std::vector<double> bare;
   for (int pair = 0; pair < kPairs; ++pair) {
-    ours.push_back(runInProcess(program, "ours " + server.getURL() + " " + authority.getFile()));
-    bare.push_back(runInProcess(program, "bare " + server.getURL() + " " + authority.getFolder()));
+    ours.push_back(runInProcess(program, "ours", server, authority.getFile()));
+    bare.push_back(runInProcess(program, "bare", server, authority.getFolder()));
   }
   return {ratio::median(ours), ratio::median(bare)};
 }

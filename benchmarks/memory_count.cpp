@@ -8,13 +8,15 @@
 #include <new>
 
 // glibc's own, under the names that are left when malloc is replaced.
+// NOLINTBEGIN(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 extern "C" {
-void* __libc_malloc(std::size_t size);                           // NOLINT(bugprone-reserved-identifier)
-void* __libc_calloc(std::size_t count, std::size_t size);        // NOLINT(bugprone-reserved-identifier)
-void* __libc_realloc(void* memory, std::size_t size);            // NOLINT(bugprone-reserved-identifier)
-void* __libc_memalign(std::size_t alignment, std::size_t size);  // NOLINT(bugprone-reserved-identifier)
-void __libc_free(void* memory);                                  // NOLINT(bugprone-reserved-identifier)
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* memory);
 }
+// NOLINTEND(bugprone-reserved-identifier,cert-dcl37-c,cert-dcl51-cpp)
 
 namespace {
 

@@ -89,7 +89,7 @@ void store(benchmark::State& state, const std::string& prefix, const Measure& me
 
 std::string format(const char* pattern, double value) {
   std::array<char, 64> text{};
-  std::snprintf(text.data(), text.size(), pattern, value);
+  static_cast<void>(std::snprintf(text.data(), text.size(), pattern, value));
   return text.data();
 }
 
@@ -146,7 +146,7 @@ class Reporter final : public benchmark::BenchmarkReporter {
         if (run.counters.count(std::string(prefix) + ":ours") != 0) report(name, prefix, run.counters);
       }
     }
-    std::fflush(stdout);
+    static_cast<void>(std::fflush(stdout));
   }
 
   bool missed() const { return missed_; }

@@ -1,11 +1,11 @@
 // The benchmarks' server: bench_server in a process of its own.
 #pragma once
 
-#include <sys/types.h>
+#include "child.h"
 
-#include <cstdio>
-#include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 class BenchServer {
  public:
@@ -17,13 +17,11 @@ class BenchServer {
     long bodyBytes;
   };
 
-  /// Plain HTTP. Throws std::runtime_error when the server doesn't start.
-  BenchServer() : BenchServer("", "") {}
+  /// Plain HTTP.
+  BenchServer() : BenchServer("http://127.0.0.1:", std::vector<std::string>()) {}
   /// TLS, for the name "localhost".
-  BenchServer(const std::string& certificateFile, const std::string& keyFile);
-  ~BenchServer();
-  BenchServer(const BenchServer&) = delete;
-  BenchServer& operator=(const BenchServer&) = delete;
+  BenchServer(const std::string& certificateFile, const std::string& keyFile)
+      : BenchServer("https://localhost:", std::vector{certificateFile, keyFile}) {}
 
   /// "http://127.0.0.1:port", or "https://localhost:port".
   const std::string& getURL() const { return url_; }
@@ -32,12 +30,8 @@ class BenchServer {
   void closeConnections();
 
  private:
-  std::string tell(const std::string& word);
-  std::string readLine();
+  BenchServer(std::string beginOfURL, const std::vector<std::string>& arguments);
 
-  using File = std::unique_ptr<std::FILE, int (*)(std::FILE*)>;
-  pid_t process_ = -1;
-  File toServer_{nullptr, &std::fclose};
-  File fromServer_{nullptr, &std::fclose};
+  Child program_;
   std::string url_;
 };

@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <charconv>
 #include <condition_variable>
@@ -147,11 +148,11 @@ class Connection {
 
 TLSContext makeContext(const char* certificateFile, const char* keyFile) {
   TLSContext context(SSL_CTX_new(TLS_server_method()), &SSL_CTX_free);
-  SSL_CTX_set_options(context.get(), SSL_OP_IGNORE_UNEXPECTED_EOF);  // endAll's, which is answered in good order
-  constexpr unsigned char kId[] = "bench";                           // without one OpenSSL resumes no session
+  SSL_CTX_set_options(context.get(), SSL_OP_IGNORE_UNEXPECTED_EOF);     // endAll's, which is answered in good order
+  constexpr std::array<unsigned char, 5> kId{'b', 'e', 'n', 'c', 'h'};  // without one OpenSSL resumes no session
   if (SSL_CTX_use_certificate_file(context.get(), certificateFile, SSL_FILETYPE_PEM) != 1 ||
       SSL_CTX_use_PrivateKey_file(context.get(), keyFile, SSL_FILETYPE_PEM) != 1 ||
-      SSL_CTX_set_session_id_context(context.get(), kId, sizeof kId - 1) != 1) {
+      SSL_CTX_set_session_id_context(context.get(), kId.data(), kId.size()) != 1) {
     context.reset();
   }
   return context;
@@ -204,7 +205,7 @@ void obey() {
 
 int main(int argc, char** argv) {
   stayOnServersProcessor();
-  std::signal(SIGPIPE, SIG_IGN);  // OpenSSL's writes to a client that went
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));  // OpenSSL's writes to a client that went
   TLSContext context(nullptr, &SSL_CTX_free);
   if (argc == 3) {
     context = makeContext(argv[1], argv[2]);

@@ -5,6 +5,7 @@
 #include "ratio.h"
 #include "server.h"
 
+#include <array>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -100,7 +101,7 @@ struct TurnRow {
   std::size_t entries;
   double wall;
 };
-constexpr TurnRow kRows[] = {{0, 1.08}, {10, 1.10}, {100, 1.10}, {1000, 1.15}};
+constexpr auto kRows = std::to_array<TurnRow>({{0, 1.08}, {10, 1.10}, {100, 1.10}, {1000, 1.15}});
 
 }  // namespace
 

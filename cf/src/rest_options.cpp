@@ -17,7 +17,7 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr std::size_t kUploadBufferDefault = std::size_t{64} << 10;
-constexpr std::size_t kUploadBufferMost = std::size_t{512} << 10;
+constexpr std::size_t kUploadBufferMost = std::size_t{256} << 10;
 
 // Sets options until one is refused.
 class Options {
