@@ -15,7 +15,7 @@
 namespace {
 
 constexpr Length kLength{10, 1};
-constexpr int kPairs = 60;
+constexpr int kPairs = 200;
 
 /// first_bench --once ours|bare URL AUTHORITIES: one turn, from the making of all that it needs on. Prints nanoseconds.
 /// `AUTHORITIES` is the library's file, or libcurl's folder.

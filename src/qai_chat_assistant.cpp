@@ -51,7 +51,9 @@ std::string QAIChatAssistant::failure(std::string_view text, std::string_view la
 }
 
 std::string QAIChatAssistant::address(const ChatPath& path) const {
-  std::vector<std::string> parts{properties_->apiHost};
+  std::vector<std::string> parts;
+  parts.reserve(1 + path.size());
+  parts.push_back(properties_->apiHost);
   for (const std::string_view segment : path) {
     if (!segment.empty()) parts.push_back(withModel(segment, properties_->model));
   }
