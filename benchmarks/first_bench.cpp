@@ -6,10 +6,13 @@
 #include "ratio.h"
 #include "server.h"
 
+#include <algorithm>
 #include <chrono>
+#include <cstddef>
 #include <iostream>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -43,6 +46,14 @@ double runInProcess(const std::string& program, const std::string& side, const B
   return 1e-9 * std::stod(Child({program, "--once", side, server.getURL(), authorities}).readLine());
 }
 
+// Not the median: on a machine that is busy about half of the processes wait for another one's time slice, 4 ms, and a
+// median falls between the two kinds.
+double lowerQuartile(std::vector<double> values) {
+  const auto quartile = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 4);
+  std::nth_element(values.begin(), quartile, values.end());
+  return *quartile;
+}
+
 ratio::Figures takeFirstTurns(const std::string& program) {
   const BenchAuthority authority;
   BenchServer server(authority.getServer().certificateFile, authority.getServer().keyFile);
@@ -52,7 +63,7 @@ ratio::Figures takeFirstTurns(const std::string& program) {
     ours.push_back(runInProcess(program, "ours", server, authority.getFile()));
     bare.push_back(runInProcess(program, "bare", server, authority.getFolder()));
   }
-  return {ratio::median(ours), ratio::median(bare)};
+  return {lowerQuartile(std::move(ours)), lowerQuartile(std::move(bare))};
 }
 
 }  // namespace
