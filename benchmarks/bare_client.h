@@ -1,4 +1,5 @@
-// What the network rows are compared with: libcurl by hand, one easy handle for all requests, the body ready.
+// What the network rows are compared with: libcurl by hand, one easy handle for all requests, the body ready, and
+// libcurl's defaults wherever the request is the same with them.
 #pragma once
 
 #include <curl/curl.h>
