@@ -5,6 +5,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <set>
+
 namespace {
 
 using testing::ElementsAre;
@@ -91,6 +93,47 @@ INSTANTIATE_TEST_SUITE_P(
             "unknown_keys_are_ignored",
             R"([{"x":1,"schemas":[{"y":[],"tables":[{"z":{},"name":"t","fields":[{"q":0,"name":"a","type":"B"}]}]}]}])",
             "CREATE TABLE `t` (`a` B)\n"}),
+    nameOf);
+
+// The last of repeated keys counts, whatever stands between them.
+INSTANTIATE_TEST_SUITE_P(
+    RepeatedKeys, Ddl,
+    testing::Values(
+        DdlCase{
+            "in_a_catalog",
+            R"([{"catalog_name":1,"schemas":5,"schemas":[{"tables":[{"name":"t","fields":[]}]}],"catalog_name":"c"}])",
+            "USE CATALOG `c`\nCREATE TABLE `t` ()\n"},
+        DdlCase{"in_a_schema",
+                R"([{"schemas":[{"schema_name":[],"tables":[5,{}],"tables":[{"name":"t","fields":[]}],)"
+                R"("schema_name":"s"}]}])",
+                "CREATE TABLE `s`.`t` ()\n"},
+        DdlCase{"in_a_table",
+                tables(R"({"name":1,"fields":5,"fields":[{"name":"x"}],"pkeys":{},"name":"t","pkeys":["k"],)"
+                       R"("fields":[{"type":1,"name":2,"type":"T","name":"a"}]})"),
+                "CREATE TABLE `t` (`a` T, PRIMARY KEY(`k`))\n"},
+        DdlCase{"in_a_foreign_key",
+                tables(R"({"name":"t","fields":[{"name":"a","type":"T"}],"fkeys":[{"ref_table":1,"fields":["x"],)"
+                       R"("ref_fields":[1],"ref_fields":["b"],"fields":["a"],"ref_table":"r"}]})"),
+                "CREATE TABLE `t` (`a` T, FOREIGN KEY(`a`) REFERENCES `r`(`b`))\n"}),
+    nameOf);
+
+INSTANTIATE_TEST_SUITE_P(
+    Elsewhere, Ddl,
+    testing::Values(
+        DdlCase{"what_is_as_deep_as_a_table_is_no_table",
+                R"([{"schemas":[{"x":[{"name":"t","fields":[]},{}],"tables":[]}],"y":[{"tables":[{}]}]}])", ""},
+        DdlCase{"names_behind_the_tables",
+                R"([{"schemas":[{"tables":[{"fields":[{"type":"T","name":"a"}],"name":"t"}],"schema_name":"s"}],)"
+                R"("catalog_name":"c"}])",
+                "USE CATALOG `c`\nCREATE TABLE `s`.`t` (`a` T)\n"},
+        DdlCase{"numbers_beyond_a_double",
+                R"([{"schemas":[{"tables":[{"name":"t","fields":[]},{"x":1e400,"name":"u","fields":[]}]}]}])",
+                "CREATE TABLE `t` ()\nCREATE TABLE `u` ()\n"},
+        DdlCase{"escapes", R"([{"schemas":[{"tables":[{"n\u0061me":"t\u00e9\n","fields":[]}]}]}])",
+                "CREATE TABLE `t\xC3\xA9\n` ()\n"},
+        DdlCase{"broken_behind_a_broken_table", R"([{"schemas":[{"tables":[{}]}]},)", ""},
+        DdlCase{"broken_table_in_a_broken_schema", R"([{"schemas":[{"tables":[{},{}],"views":1},{"tables":[{}]}]}])",
+                "\n", 2}),
     nameOf);
 
 INSTANTIATE_TEST_SUITE_P(
@@ -255,6 +298,30 @@ TEST(ObjectStatement, AssertionNamesTheLineOfItsCheck) {
   const int first = log.lastLine();
   QAIAssistantProperties::makeObjectStatement("TABLE", "", &badField);
   EXPECT_NE(log.lastLine(), first);
+}
+
+/// The checks of a description, in the order in which they fail there.
+TEST(Ddl, EveryCheckRaisesALineOfItsOwnInTheOrderOfTheText) {
+  const auto linesOf = [](const std::string& json) {
+    const AssertionLog log;
+    recordOf(json).obtainDatabaseStructureText();
+    return log.lines();
+  };
+  const std::string object = "5";
+  const std::string field = R"({"name":"t","fields":[1]})";
+  const std::string column = R"({"name":"t","fields":[{"name":"a","type":"T"}],"pkeys":[1]})";
+  const std::string key = R"({"name":"t","fields":[{"name":"a","type":"T"}],"fkeys":[1]})";
+  const std::string schema = "1";
+  const auto one = [](const std::vector<int>& lines) { return lines.size() == 1 ? lines.front() : 0; };
+  std::vector<int> expected;
+  for (const std::string& table : {field, object, key, column}) expected.push_back(one(linesOf(tables(table))));
+  expected.insert(expected.begin(), one(linesOf("[5]")));
+  expected.push_back(one(linesOf(R"([{"schemas":[1]}])")));
+  EXPECT_EQ(std::set<int>(expected.begin(), expected.end()).size(), 6U);
+  EXPECT_THAT(expected, testing::Each(testing::Gt(0)));
+  EXPECT_EQ(linesOf(R"([{"schemas":[{"views":[)" + column + R"(],"tables":[)" + field + "," + object + "," + key +
+                    "]},1]},5]"),
+            expected);
 }
 
 }  // namespace
