@@ -4,6 +4,7 @@
 #include <cf/variant.h>
 
 #include <algorithm>
+#include <cstring>
 #include <new>
 #include <stdexcept>
 #include <utility>
@@ -12,9 +13,30 @@ namespace {
 
 constexpr std::size_t kShortChildSize = 12;  // a short value as text, with the punctuation around it and its key
 constexpr std::size_t kFirstBlockCapacity = 2;
+constexpr std::size_t kFirstTexts = 512;  // bytes
 
-/// Room for a text and for its values, of which dense texts have one in every ten or so bytes.
-std::size_t firstChunkFor(std::string_view text) noexcept { return 2 * text.size() + 512; }
+/// How much a document needs at first for its texts when it copies the one it is read from.
+std::size_t roomForCopy(std::string_view text) noexcept { return text.size() + 64; }
+
+template <typename Word>
+bool isSameWord(const char* left, const char* right) noexcept {
+  Word leftWord = 0;
+  Word rightWord = 0;
+  std::memcpy(&leftWord, left, sizeof leftWord);
+  std::memcpy(&rightWord, right, sizeof rightWord);
+  return leftWord == rightWord;
+}
+
+/// Keys are short: a call of memcmp takes longer than to compare them.
+bool isSameKey(std::string_view left, std::string_view right) noexcept {
+  const std::size_t size = left.size();
+  if (size != right.size()) return false;
+  if (size > 8) return std::memcmp(left.data(), right.data(), size) == 0;
+  if (size < 4) return std::equal(left.begin(), left.end(), right.begin());
+  const std::size_t last = size - 4;
+  return isSameWord<std::uint32_t>(left.data(), right.data()) &&
+         isSameWord<std::uint32_t>(left.data() + last, right.data() + last);
+}
 
 /// Gives `target` the content of `value`; `depth` counts the containers around it.
 void fill(COJsonValue& target, const CMVariant& value, unsigned depth) {
@@ -35,176 +57,192 @@ void fill(COJsonValue& target, const CMVariant& value, unsigned depth) {
 
 }  // namespace
 
-char* COJsonValue::Arena::copyText(std::string_view text) {
-  if (!hasTextSize(text)) throw std::length_error("text too long for JSON");
-  auto* const copy = static_cast<char*>(memory.allocate(text.size() + 1, 1));
-  *std::copy(text.begin(), text.end(), copy) = '\0';
-  return copy;
-}
-
-COJsonValue::Block* COJsonValue::Block::create(Arena& arena, std::size_t capacity) {
-  static_assert(sizeof(Block) % alignof(COJsonValue) == 0 && alignof(Block) >= alignof(COJsonValue));
-  void* const memory = arena.memory.allocate(sizeof(Block) + capacity * sizeof(COJsonValue), alignof(Block));
-  return ::new (memory) Block{nullptr, capacity};
-}
-
-bool COJsonValue::getIsValidJson() const noexcept { return valid_; }
-
-JsonType COJsonValue::obtainType() const noexcept { return type_; }
+bool COJsonValue::getIsValidJson() const noexcept { return (node_.flags & kInvalid) == 0; }
 
 const COJsonValue* COJsonValue::obtainJsonValue(std::string_view key) const noexcept {
-  if (type_ != JsonType::Object) return nullptr;
+  if (node_.type != JsonType::Object) return nullptr;
   const COJsonValue* found = nullptr;
-  std::size_t remaining = size_;
-  for (const Block* block = content_.children; remaining != 0; block = block->next) {
-    const std::size_t count = std::min(remaining, block->capacity);
-    remaining -= count;
-    for (const COJsonValue* child = block->values() + count; child != block->values();) {
-      --child;
-      if (COJsonAccess::key(*child) != key) continue;
-      found = child;
+  forEachJsonChild(*this, [&](const COJsonValue& child) {
+    if (isSameKey(key, COJsonAccess::key(child))) found = &child;
+  });
+  return found;
+}
+
+void COJsonValue::obtainJsonValues(std::span<const std::string_view> keys,
+                                   std::span<const COJsonValue*> values) const noexcept {
+  std::fill(values.begin(), values.end(), nullptr);
+  if (node_.type != JsonType::Object) return;
+  // Members mostly come in the order in which they are asked for.
+  std::size_t expected = 0;
+  forEachJsonChild(*this, [&](const COJsonValue& child) {
+    const std::string_view key = COJsonAccess::key(child);
+    for (std::size_t tried = 0; tried < keys.size(); ++tried) {
+      const std::size_t index = expected;
+      if (++expected == keys.size()) expected = 0;
+      if (!isSameKey(keys[index], key)) continue;
+      values[index] = &child;
       break;
     }
-  }
-  return found;
+  });
 }
 
 std::vector<std::string> COJsonValue::obtainJsonKeys() const {
   std::vector<std::string> keys;
-  if (type_ != JsonType::Object) return keys;
-  keys.reserve(size_);
-  JsonChildren children(*this);
-  while (const COJsonValue* child = children.next()) keys.emplace_back(COJsonAccess::key(*child));
+  if (node_.type != JsonType::Object) return keys;
+  keys.reserve(node_.size);
+  forEachJsonChild(*this, [&keys](const COJsonValue& child) { keys.emplace_back(COJsonAccess::key(child)); });
   return keys;
 }
 
-std::size_t COJsonValue::obtainArraySize() const noexcept { return type_ == JsonType::Array ? size_ : 0; }
-
-const COJsonValue* COJsonValue::obtainArrayItem(std::size_t index) const noexcept {
-  if (index >= obtainArraySize()) return nullptr;
-  const Block* block = content_.children;
+const COJsonValue* COJsonValue::findArrayItem(std::size_t index) const noexcept {
+  const Block* block = node_.content.blocks;
   for (; index >= block->capacity; block = block->next) index -= block->capacity;
-  return block->values() + index;
+  return valueOfRun(block->values, index);
 }
 
-std::string_view COJsonValue::obtainString() const noexcept {
-  return type_ == JsonType::String ? std::string_view(content_.text, size_) : std::string_view();
+double COJsonValue::obtainNumber() const noexcept {
+  return node_.type == JsonType::Number ? node_.content.number : 0.0;
 }
 
-double COJsonValue::obtainNumber() const noexcept { return type_ == JsonType::Number ? content_.number : 0.0; }
-
-bool COJsonValue::obtainBool() const noexcept { return type_ == JsonType::Bool && content_.boolean; }
+bool COJsonValue::obtainBool() const noexcept { return node_.type == JsonType::Bool && node_.content.boolean; }
 
 COJsonValue* COJsonValue::addKeyValue(std::string_view key) {
-  const char* const copy = arena_->copyText(key);
-  if (type_ != JsonType::Object) setObject();
-  COJsonValue* const child = COJsonAccess::addChild(*this);
-  child->key_ = copy;
-  child->keySize_ = static_cast<std::uint32_t>(key.size());
-  arena_->jsonSize += key.size();
+  Arena& arena = COJsonAccess::arena(*this);
+  const COJsonAccess::Key copy = COJsonAccess::copyKey(key, arena);
+  if (node_.type != JsonType::Object) setObject();
+  COJsonValue* const child = COJsonAccess::addChild(*this, arena);
+  child->node_.key = copy.text;
+  child->node_.keySize = copy.size;
+  arena.jsonSize += key.size();
   return child;
 }
 
 COJsonValue* COJsonValue::addArrayItem() {
-  if (type_ != JsonType::Array) setArray();
-  return COJsonAccess::addChild(*this);
+  if (node_.type != JsonType::Array) setArray();
+  return COJsonAccess::addChild(*this, COJsonAccess::arena(*this));
 }
 
-COJsonValue* COJsonAccess::addChild(COJsonValue& container) {
-  Block** link = &container.content_.children;
-  std::size_t index = container.size_;
-  std::size_t capacity = kFirstBlockCapacity;
-  for (; *link != nullptr && index >= (*link)->capacity; link = &(*link)->next) {
-    index -= (*link)->capacity;
-    capacity = std::max(capacity, 2 * (*link)->capacity);
+COJsonValue* COJsonAccess::addChild(COJsonValue& container, Arena& arena) {
+  Node& node = container.node_;
+  Block* last = hasFlag(node, kInBlocks) ? node.content.blocks->last : nullptr;
+  if (last == nullptr || node.size - last->before == last->capacity) last = addBlock(node, arena);
+  arena.jsonSize += kShortChildSize;
+  COJsonValue* const place = COJsonValue::valueOfRun(last->values, node.size - last->before);
+  ++node.size;
+  return construct(place, Node{});
+}
+
+/// Adds an empty block behind the children of a container.
+COJsonAccess::Block* COJsonAccess::addBlock(Node& node, Arena& arena) {
+  const auto create = [&arena](COJsonValue* values, std::size_t capacity, std::size_t before) {
+    return ::new (arena.memory.allocate(sizeof(Block), alignof(Block)))
+        Block{values, capacity, before, nullptr, nullptr};
+  };
+  const std::size_t capacity = std::max<std::size_t>(kFirstBlockCapacity, node.size);
+  Block* const added = create(arena.allocateValues(capacity), capacity, node.size);
+  if (hasFlag(node, kInBlocks)) {
+    node.content.blocks->last->next = added;
+  } else if (node.size != 0) {  // as they were read
+    Block* const first = create(node.content.children, node.size, 0);
+    first->next = added;
+    node.content.blocks = first;
+  } else {
+    node.content.blocks = added;
   }
-  if (*link == nullptr) *link = Block::create(*container.arena_, capacity);
-  container.arena_->jsonSize += kShortChildSize;
-  ++container.size_;
-  return ::new ((*link)->values() + index) COJsonValue(container.arena_);
+  node.content.blocks->last = added;
+  node.flags |= kInBlocks;
+  return added;
 }
 
-void COJsonAccess::takeContent(COJsonValue& target, COJsonValue& source) noexcept {
-  target.content_ = source.content_;
-  target.type_ = source.type_;
-  target.size_ = source.size_;
-  target.integer_ = source.integer_;
-  target.valid_ = source.valid_;
-  target.arena_ = std::exchange(source.arena_, nullptr);
-  if (target.arena_ != nullptr) target.arena_->top = &target;
+COJsonAccess::Key COJsonAccess::makeLongKey(std::string_view text, Arena& arena) {
+  void* const place = arena.memory.allocate(sizeof text, alignof(std::string_view));
+  return {reinterpret_cast<const char*>(::new (place) std::string_view(text)), kLongKey};
+}
+
+void COJsonAccess::takeContent(COJson& target, COJson& source) noexcept {
+  target.node_ = source.node_;
+  target.arena_ = std::move(source.arena_);
   source.setNull();
 }
 
 void COJsonValue::setNull() noexcept {
-  type_ = JsonType::Null;
-  size_ = 0;
-  integer_ = false;
+  node_.type = JsonType::Null;
+  node_.size = 0;
+  node_.flags &= kInvalid | kDocument;
 }
 
 void COJsonValue::setBool(bool value) noexcept {
   setNull();
-  type_ = JsonType::Bool;
-  content_.boolean = value;
+  node_.type = JsonType::Bool;
+  node_.content.boolean = value;
 }
 
 void COJsonValue::setNumber(double value) noexcept {
   setNull();
-  type_ = JsonType::Number;
-  content_.number = value;
+  node_.type = JsonType::Number;
+  node_.content.number = value;
 }
 
 void COJsonValue::setInteger(std::int64_t value) noexcept {
   setNumber(static_cast<double>(value));
-  integer_ = true;
+  node_.flags |= kInteger;
 }
 
-void COJsonValue::setString(std::string_view text) { setStringReference({arena_->copyText(text), text.size()}); }
+void COJsonValue::setString(std::string_view text) {
+  setStringReference({COJsonAccess::arena(*this).copyText(text), text.size()});
+}
 
 void COJsonValue::setStringReference(std::string_view text) {
   if (!hasTextSize(text)) throw std::length_error("text too long for JSON");
   setNull();
-  type_ = JsonType::String;
-  content_.text = text.data();
-  size_ = static_cast<std::uint32_t>(text.size());
-  arena_->jsonSize += text.size();
+  node_.type = JsonType::String;
+  node_.content.text = text.data();
+  node_.size = static_cast<std::uint32_t>(text.size());
+  COJsonAccess::arena(*this).jsonSize += text.size();
 }
 
 void COJsonValue::setJsonReference(std::string_view json) {
   setStringReference(json);
-  type_ = JsonType::Null;           // with a size, which no other null has
-  arena_->jsonSize -= json.size();  // the writer makes room for it, when it copies it
+  node_.type = JsonType::Null;
+  if (!json.empty()) node_.flags |= kReference;
+  COJsonAccess::arena(*this).jsonSize -= json.size();  // the writer makes room for it, when it copies it
 }
 
 void COJsonValue::setObject() noexcept {
   setNull();
-  type_ = JsonType::Object;
-  content_.children = nullptr;
+  node_.type = JsonType::Object;
 }
 
 void COJsonValue::setArray() noexcept {
   setNull();
-  type_ = JsonType::Array;
-  content_.children = nullptr;
+  node_.type = JsonType::Array;
 }
 
-COJson::COJson() : COJsonValue(std::make_unique<Arena>().release()), owner_(arena_) { arena_->top = this; }
+COJson::COJson() : COJson(kFirstTexts) {}
 
-COJson::COJson(std::string_view text)
-    : COJsonValue(std::make_unique<Arena>(firstChunkFor(text)).release()), owner_(arena_) {
-  arena_->top = this;
-  valid_ = COJsonAccess::parse(*this, text);
+COJson::COJson(std::size_t firstTexts) : arena_(std::make_unique<Arena>(firstTexts)) { node_.flags = kDocument; }
+
+COJson::COJson(std::string_view text) : COJson(roomForCopy(text)) { read(text, false, 0, {}); }
+
+COJson COJson::readReference(const std::string& text) { return readReduced(text, 0, {}); }
+
+COJson COJson::readReduced(const std::string& text, unsigned depth, const Reduce& reduce) {
+  COJson document(kFirstTexts);
+  document.read(text, true, depth, reduce);
+  return document;
+}
+
+void COJson::read(std::string_view text, bool isKept, unsigned depth, const Reduce& reduce) {
+  if (COJsonAccess::parse(*this, text, isKept, depth, reduce)) return;
   // A text that is not valid leaves nothing behind; what is built in its place starts afresh.
-  if (!valid_) owner_->memory.release();
+  arena_->release();
+  node_.flags |= kInvalid;
 }
 
-COJson::COJson(COJson&& other) noexcept : COJsonValue(other.arena_), owner_(std::move(other.owner_)) {
-  COJsonAccess::takeContent(*this, other);
-}
+COJson::COJson(COJson&& other) noexcept { COJsonAccess::takeContent(*this, other); }
 
 COJson& COJson::operator=(COJson&& other) noexcept {
-  if (this == &other) return *this;
-  owner_ = std::move(other.owner_);
-  COJsonAccess::takeContent(*this, other);
+  if (this != &other) COJsonAccess::takeContent(*this, other);
   return *this;
 }
 

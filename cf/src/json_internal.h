@@ -3,8 +3,13 @@
 
 #include <cf/json.h>
 
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <memory_resource>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -16,6 +21,34 @@ inline bool hasTextSize(std::string_view text) noexcept {
   return text.size() <= std::numeric_limits<std::uint32_t>::max();
 }
 
+/// Where values lie. A page leads to the document, and a value finds its page by rounding its own address down: so no
+/// value needs a pointer for that. Pages of one chunk follow each other, and a run of values may span several.
+struct JsonPage {
+  static constexpr std::size_t kSize = COJsonValue::kPageSize;
+  static constexpr std::size_t kHeaderSize = COJsonValue::kPageHeaderSize;
+  static constexpr std::size_t kCapacity = (kSize - kHeaderSize) / sizeof(COJsonValue);
+
+  JsonPage(void* arenaOfPage, JsonPage* chunkBeforeIt) noexcept : arena(arenaOfPage), chunkBefore(chunkBeforeIt) {}
+
+  static JsonPage* of(const COJsonValue& value) noexcept {
+    return reinterpret_cast<JsonPage*>(reinterpret_cast<std::uintptr_t>(&value) / kSize * kSize);
+  }
+
+  COJsonValue* values() noexcept { return reinterpret_cast<COJsonValue*>(slots.data()); }
+
+  /// The value behind `value` in its run.
+  template <typename Value>
+  static Value* next(Value* value) noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(value + 1);
+    return reinterpret_cast<Value*>(address % kSize == 0 ? address + kHeaderSize : address);
+  }
+
+  void* arena;
+  JsonPage* chunkBefore;  // in the first page of a chunk
+  alignas(kHeaderSize) std::array<std::byte, kCapacity * sizeof(COJsonValue)> slots;
+};
+static_assert(sizeof(JsonPage) == JsonPage::kSize, "behind a page's last value its next page begins");
+
 /// A written text with a gap: a long reference that was not copied into it.
 struct JsonText {
   std::string text;
@@ -25,82 +58,186 @@ struct JsonText {
 
 /// The memory of one document. Nothing is given back before the document goes.
 struct COJsonValue::Arena {
-  /// @param firstChunk how much to allocate when first used; each later chunk is larger than the one before.
-  explicit Arena(std::size_t firstChunk = 1024) : memory(firstChunk, std::pmr::new_delete_resource()) {}
+  /// @param firstTexts room for texts to allocate when first used; each later chunk is larger than the one before.
+  explicit Arena(std::size_t firstTexts) : memory(firstTexts, std::pmr::new_delete_resource()) {}
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+  ~Arena() { release(); }
 
   /// A copy of `text`, with a NUL after it. Throws std::length_error when it has no text's size.
   char* copyText(std::string_view text);
 
-  std::pmr::monotonic_buffer_resource memory;
-  std::size_t jsonSize = 0;          // about how much the document takes when written
-  const COJsonValue* top = nullptr;  // the document's top-level value
+  /// Room for `count` values (at least one) in a run; none of them is constructed.
+  COJsonValue* allocateValues(std::size_t count) {
+    if (count > JsonPage::kCapacity - used_) return allocateOnNextPages(count);
+    COJsonValue* const first = page_->values() + used_;
+    used_ += count;
+    return first;
+  }
+
+  /// A state to which rewindValues returns: the values that were allocated since are given up.
+  struct Mark {
+    JsonPage* chunk;
+    JsonPage* page;
+    std::size_t used;
+    std::size_t pagesLeft;
+  };
+  Mark markValues() const noexcept { return {chunk_, page_, used_, pagesLeft_}; }
+  void rewindValues(const Mark& mark) noexcept;
+
+  /// Gives everything back; no value may be in use any more.
+  void release() noexcept;
+
+  std::pmr::monotonic_buffer_resource memory;  // texts, blocks
+  std::size_t jsonSize = 0;                    // about how much the document takes when written
+
+ private:
+  COJsonValue* allocateOnNextPages(std::size_t count);
+  void addChunk(std::size_t count);
+  void openNextPage() noexcept;
+
+  JsonPage* chunk_ = nullptr;  // the newest one
+  JsonPage* page_ = nullptr;   // where the next values go
+  std::size_t used_ = JsonPage::kCapacity;
+  std::size_t pagesLeft_ = 0;   // behind page_
+  std::size_t chunkPages_ = 1;  // in the next chunk
 };
 
-/// Some children of a container, in order. All blocks but the last one are full.
+/// Some children of a container, in order, in a run. All blocks but the last one are full.
 struct COJsonValue::Block {
-  Block* next;
+  COJsonValue* values;
   std::size_t capacity;
-
-  static Block* create(Arena& arena, std::size_t capacity);
-  COJsonValue* values() noexcept { return reinterpret_cast<COJsonValue*>(this + 1); }
-  const COJsonValue* values() const noexcept { return reinterpret_cast<const COJsonValue*>(this + 1); }
+  std::size_t before;  // the number of children in the blocks before
+  Block* next;
+  Block* last;  // of the chain; only in its first block
 };
 
 /// What reading and writing need of a value beyond its public face.
 struct COJsonAccess {
   using Arena = COJsonValue::Arena;
   using Block = COJsonValue::Block;
-  class TreeBuilder;
+  using Node = COJsonValue::Node;
+
+  /// Says that a key's size stands with its text, in a string_view to which the key's pointer leads.
+  static constexpr std::uint16_t kLongKey = std::numeric_limits<std::uint16_t>::max();
 
   /// Gives `top`, an empty document's value, the content that `text` describes.
+  /// @param isKept whether `text` lives as long as the document, with a NUL behind it
+  /// @param reduce see COJson::readReduced; may be empty
   /// @return false, with `top` as it was, when `text` is not valid.
-  static bool parse(COJsonValue& top, std::string_view text);
+  static bool parse(COJson& top, std::string_view text, bool isKept, unsigned depth, const COJson::Reduce& reduce);
+
+  /// What `reduce` makes of a value that has no place yet.
+  static double reduced(const Node& node, const COJson::Reduce& reduce) { return reduce(COJsonValue(node)); }
 
   /// Writes `value`. The first reference of at least `shortestBorrowed` bytes is borrowed.
   static JsonText write(const COJsonValue& value, std::size_t shortestBorrowed);
 
   /// Adds a child, null and without a key, to a container.
-  static COJsonValue* addChild(COJsonValue& container);
+  static COJsonValue* addChild(COJsonValue& container, Arena& arena);
 
   /// Moves a document's top-level value; `source` is left without a document.
-  static void takeContent(COJsonValue& target, COJsonValue& source) noexcept;
+  static void takeContent(COJson& target, COJson& source) noexcept;
 
-  static Arena& arena(const COJsonValue& value) noexcept { return *value.arena_; }
-  static const Block* children(const COJsonValue& value) noexcept {
-    return value.size_ != 0 ? value.content_.children : nullptr;
+  static Arena& arena(COJsonValue& value) noexcept {
+    if (hasFlag(value.node_, kDocument)) return *static_cast<COJson&>(value).arena_;
+    return *static_cast<Arena*>(JsonPage::of(value)->arena);
   }
-  static std::uint32_t size(const COJsonValue& value) noexcept { return value.size_; }
-  static std::string_view key(const COJsonValue& value) noexcept { return {value.key_, value.keySize_}; }
-  /// What setJsonReference was given stands in a null with a size.
-  static bool isReference(const COJsonValue& value) noexcept {
-    return value.type_ == JsonType::Null && value.size_ != 0;
+  static const Arena* ownedArena(const COJsonValue& value) noexcept {
+    return hasFlag(value.node_, kDocument) ? static_cast<const COJson&>(value).arena_.get() : nullptr;
   }
+
+  /// Values that are constructed where allocateValues made room.
+  static COJsonValue* construct(COJsonValue* place, const Node& node) noexcept {
+    return ::new (place) COJsonValue(node);
+  }
+
+  static const Node& node(const COJsonValue& value) noexcept { return value.node_; }
+
+  /// A key as a value holds it.
+  struct Key {
+    const char* text;
+    std::uint16_t size;
+  };
+  static Key makeKey(std::string_view text, Arena& arena) {
+    if (text.size() < kLongKey) return {text.data(), static_cast<std::uint16_t>(text.size())};
+    return makeLongKey(text, arena);
+  }
+  static Key copyKey(std::string_view text, Arena& arena) {
+    return makeKey({arena.copyText(text), text.size()}, arena);
+  }
+  static std::string_view key(const COJsonValue& value) noexcept {
+    const Node& node = value.node_;
+    return node.keySize != kLongKey ? std::string_view(node.key, node.keySize)
+                                    : *reinterpret_cast<const std::string_view*>(node.key);
+  }
+
+  static constexpr std::uint8_t kInteger = COJsonValue::kInteger;
+  static constexpr std::uint8_t kInBlocks = COJsonValue::kInBlocks;
+  static constexpr std::uint8_t kDocument = COJsonValue::kDocument;
+  static bool hasFlag(const Node& node, std::uint8_t flag) noexcept { return (node.flags & flag) != 0; }
+  static bool isInteger(const COJsonValue& value) noexcept { return hasFlag(value.node_, kInteger); }
+  static bool isReference(const COJsonValue& value) noexcept { return hasFlag(value.node_, COJsonValue::kReference); }
   static std::string_view jsonReference(const COJsonValue& value) noexcept {
-    return {value.content_.text, value.size_};
+    return {value.node_.content.text, value.node_.size};
   }
-  static bool isInteger(const COJsonValue& value) noexcept { return value.integer_; }
+
+ private:
+  static Block* addBlock(Node& node, Arena& arena);
+  static Key makeLongKey(std::string_view text, Arena& arena);
 };
+
+/// Calls `visit(child)` for each child of an array or object in order.
+template <typename Visit>
+void forEachJsonChild(const COJsonValue& container, Visit visit) {
+  const COJsonAccess::Node& node = COJsonAccess::node(container);
+  std::size_t remaining = node.size;
+  const auto visitRun = [&](const COJsonValue* child, std::size_t count) {
+    remaining -= count;
+    for (; count != 0; --count, child = JsonPage::next(child)) visit(*child);
+  };
+  if (remaining == 0) return;
+  if (!COJsonAccess::hasFlag(node, COJsonAccess::kInBlocks)) return visitRun(node.content.children, remaining);
+  for (const COJsonAccess::Block* block = node.content.blocks; remaining != 0; block = block->next) {
+    visitRun(block->values, std::min(remaining, block->capacity));
+  }
+}
 
 /// Walks the children of an array or object in order.
 class JsonChildren {
  public:
-  explicit JsonChildren(const COJsonValue& container) noexcept
-      : block_(COJsonAccess::children(container)), remaining_(COJsonAccess::size(container)) {}
+  explicit JsonChildren(const COJsonValue& container) noexcept : remaining_(COJsonAccess::node(container).size) {
+    if (remaining_ == 0) return;
+    const COJsonAccess::Node& node = COJsonAccess::node(container);
+    if (COJsonAccess::hasFlag(node, COJsonAccess::kInBlocks)) {
+      enter(node.content.blocks);
+    } else {
+      child_ = node.content.children;
+      inRun_ = remaining_;
+    }
+  }
 
   /// The next child; null after the last one.
   const COJsonValue* next() noexcept {
     if (remaining_ == 0) return nullptr;
-    if (index_ == block_->capacity) {
-      block_ = block_->next;
-      index_ = 0;
-    }
+    if (inRun_ == 0) enter(nextBlock_);
     --remaining_;
-    return block_->values() + index_++;
+    --inRun_;
+    const COJsonValue* const child = child_;
+    child_ = JsonPage::next(child);
+    return child;
   }
 
  private:
-  const COJsonAccess::Block* block_;
-  std::size_t index_ = 0;
+  void enter(const COJsonAccess::Block* block) noexcept {
+    child_ = block->values;
+    inRun_ = block->capacity;
+    nextBlock_ = block->next;
+  }
+
+  const COJsonValue* child_ = nullptr;
+  std::size_t inRun_ = 0;
+  const COJsonAccess::Block* nextBlock_ = nullptr;
   std::size_t remaining_;
 };
 

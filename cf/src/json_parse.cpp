@@ -1,11 +1,13 @@
 // Reading a JSON text: the JSON library finds the values, which become a tree in the document's memory.
 #include "json_internal.h"
+#include "json_text.h"
 
 #include <cf/text.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <utility>
 
 namespace {
@@ -30,11 +32,85 @@ namespace {
 using cf_rapidjson::SizeType;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr unsigned kParseFlags =
-    cf_rapidjson::kParseInsituFlag | cf_rapidjson::kParseIterativeFlag | cf_rapidjson::kParseNumbersAsStringsFlag;
+constexpr unsigned kParseFlags = cf_rapidjson::kParseInsituFlag | cf_rapidjson::kParseNumbersAsStringsFlag |
+                                 cf_rapidjson::kParseValidateEncodingFlag;
+
+/// The text that the library reads, with a NUL behind it. It also takes what a string holds, which ends up where it
+/// stood when `isWritable` and else nowhere: then only strings without escapes keep their texts.
+template <bool isWritable>
+class TextStream {
+ public:
+  using Ch = char;
+
+  /// When `isWritable`, `text` lies in memory that may be written to.
+  explicit TextStream(std::string_view text) noexcept : source_(text.data()), end_(source_ + text.size()) {}
+
+  char Peek() const noexcept { return *source_; }
+  char Take() noexcept { return *source_++; }
+  /// Compared with other places alone.
+  std::size_t Tell() const noexcept { return reinterpret_cast<std::uintptr_t>(source_); }
+  bool isAtEnd() const noexcept { return source_ == end_; }
+
+  char* PutBegin() noexcept {
+    target_.set(source_);
+    return const_cast<char*>(source_);
+  }
+  void Put(char character) noexcept { target_.put(character); }
+  std::size_t PutEnd(const char* begin) const noexcept {
+    return static_cast<std::size_t>(target_.end(source_) - begin);
+  }
+
+  /// Takes and puts the characters up to the next one that the library must look at.
+  /// @return false when there are none: the next one is ill-formed.
+  bool takePlain() noexcept {
+    const char* const start = source_;
+    source_ = plainJsonEndOfShort(start, end_);
+    target_.put(start, source_);
+    return source_ != start;
+  }
+
+ private:
+  struct Place {
+    void set(const char* source) noexcept { next = const_cast<char*>(source); }
+    void put(char character) noexcept { *next++ = character; }
+    void put(const char* from, const char* to) noexcept {
+      if (next != from) std::memmove(next, from, static_cast<std::size_t>(to - from));
+      next += to - from;
+    }
+    const char* end(const char* /*source*/) const noexcept { return next; }
+    char* next = nullptr;
+  };
+  struct NoPlace {
+    void set(const char* /*source*/) noexcept {}
+    void put(char /*character*/) noexcept {}
+    void put(const char* /*from*/, const char* /*to*/) noexcept {}
+    const char* end(const char* source) const noexcept { return source; }
+  };
+
+  const char* source_;
+  const char* end_;
+  [[no_unique_address]] std::conditional_t<isWritable, Place, NoPlace> target_;
+};
+
+}  // namespace
+
+// The library reads a number through a copy of the stream and takes the number's start from the original.
+template <bool isWritable>
+struct cf_rapidjson::StreamTraits<TextStream<isWritable>> {
+  enum { copyOptimization = 1 };
+};
+
+namespace {
 
 /// UTF-8 whose escapes can't put a lone surrogate into a text; the library lets the low ones pass.
 struct StrictUTF8 : cf_rapidjson::UTF8<> {
+  /// Called with a character in a string that is neither a control character, nor a quotation mark or backslash.
+  /// Input and output are the same.
+  template <typename Input, typename Output>
+  static bool Validate(Input& input, Output& /*output*/) {
+    return input.takePlain();
+  }
+
   template <typename OutputStream>
   static void Encode(OutputStream& output, unsigned codePoint) {
     if (codePoint >= 0xD800 && codePoint <= 0xDFFF) throw InvalidJson();
@@ -42,8 +118,7 @@ struct StrictUTF8 : cf_rapidjson::UTF8<> {
   }
 };
 
-using Pool = cf_rapidjson::MemoryPoolAllocator<>;
-using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8, Pool>;
+using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8>;
 
 bool isIntegerText(std::string_view number) noexcept { return number.find_first_of(".eE") == std::string_view::npos; }
 
@@ -95,41 +170,44 @@ std::string withNumbersInRange(std::string_view text) {
   return result;
 }
 
-}  // namespace
-
-/// Receives the parser's events. A container's children gather behind it on a stack and move into one block, whose
-/// size is known then, when the container ends.
-class COJsonAccess::TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
+/// Receives the parser's events. A container's children gather behind it on a stack and move into one run, whose size
+/// is known then, when the container ends.
+class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
  public:
-  explicit TreeBuilder(Arena& arena) : arena_(arena) { pending_.reserve(32); }
+  using Node = COJsonAccess::Node;
+
+  TreeBuilder(COJsonAccess::Arena& arena, unsigned depth, const COJson::Reduce& reduce)
+      : arena_(arena), reduce_(reduce), reducedDepth_(reduce ? depth : kNoDepth) {
+    use(few_, 0);
+  }
 
   bool Null() {
     add(JsonType::Null);
-    return true;
+    return finish();
   }
 
   bool Bool(bool value) {
     add(JsonType::Bool).content.boolean = value;
-    return true;
+    return finish();
   }
 
   bool RawNumber(const char* text, SizeType size, bool /*copy*/) {
     const std::string_view number(text, size);
-    ParsedValue& value = add(JsonType::Number);
+    Node& value = add(JsonType::Number);
     value.content.number = cfTextToNumber(number).value_or(0.0);
-    value.integer = isIntegerText(number);
-    return true;
+    value.flags = isIntegerText(number) ? COJsonAccess::kInteger : 0;
+    return finish();
   }
 
   bool String(const char* text, SizeType size, bool /*copy*/) {
-    ParsedValue& value = add(JsonType::String);
+    Node& value = add(JsonType::String);
     value.content.text = text;
     value.size = size;
-    return true;
+    return finish();
   }
 
   bool Key(const char* text, SizeType size, bool /*copy*/) {
-    key_ = {text, size};
+    key_ = COJsonAccess::makeKey({text, size}, arena_);
     return true;
   }
 
@@ -138,99 +216,166 @@ class COJsonAccess::TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictU
   bool EndObject(SizeType count) { return end(count); }
   bool EndArray(SizeType count) { return end(count); }
 
-  /// Makes `top` the value that was read.
-  void finish(COJsonValue& top) const { assign(top, pending_.front()); }
+  /// The value that was read.
+  const Node& result() const { return *begin_; }
 
  private:
-  struct ParsedValue {
-    std::string_view key;
-    COJsonValue::Content content;
-    std::uint32_t size = 0;
-    JsonType type = JsonType::Null;
-    bool integer = false;
-  };
+  static constexpr std::size_t kFew = 32;
+  static constexpr unsigned kNoDepth = kMaxJsonDepth + 1;
 
-  ParsedValue& add(JsonType type) {
-    ParsedValue& value = pending_.emplace_back();
-    value.key = std::exchange(key_, {});
+  /// An item of an array gets the key that was read last; nobody looks at it.
+  Node& add(JsonType type) {
+    if (next_ == end_) grow();
+    Node& value = *next_++;
+    value.key = key_.text;
+    value.size = 0;
+    value.keySize = key_.size;
     value.type = type;
+    value.flags = 0;
     return value;
   }
 
+  /// Makes room for the next value.
+  void grow() {
+    const auto size = static_cast<std::size_t>(next_ - begin_);
+    if (many_.empty()) many_.assign(begin_, next_);
+    many_.resize(2 * size);
+    use(many_, size);
+  }
+
+  template <typename Nodes>
+  void use(Nodes& nodes, std::size_t size) {
+    begin_ = nodes.data();
+    next_ = begin_ + size;
+    end_ = begin_ + nodes.size();
+  }
+
   bool start(JsonType type) {
-    add(type).content.children = nullptr;
+    add(type);
+    if (depth_ == reducedDepth_) mark_ = arena_.markValues();
     return ++depth_ <= kMaxJsonDepth;
   }
 
   bool end(SizeType count) {
     --depth_;
-    if (count == 0) return true;
-    const auto first = pending_.end() - count;
-    Block* const block = Block::create(arena_, count);
-    COJsonValue* value = block->values();
-    for (auto child = first; child != pending_.end(); ++child, ++value) {
-      assign(*::new (value) COJsonValue(&arena_), *child);
+    if (count == 0) return finish();
+    COJsonValue* const children = arena_.allocateValues(count);
+    COJsonValue* place = children;
+    const Node* const end = next_;
+    next_ -= count;
+    for (const Node* child = next_; child != end; ++child) {
+      COJsonAccess::construct(place, *child);
+      place = JsonPage::next(place);
     }
-    pending_.erase(first, pending_.end());
-    pending_.back().content.children = block;
-    pending_.back().size = count;
+    Node& container = next_[-1];
+    container.content.children = children;
+    container.size = count;
+    return finish();
+  }
+
+  /// The newest value is whole.
+  bool finish() {
+    if (depth_ == reducedDepth_) reduceNewest();
     return true;
   }
 
-  static void assign(COJsonValue& value, const ParsedValue& parsed) {
-    value.content_ = parsed.content;
-    value.key_ = parsed.key.data();
-    value.keySize_ = static_cast<std::uint32_t>(parsed.key.size());
-    value.size_ = parsed.size;
-    value.type_ = parsed.type;
-    value.integer_ = parsed.integer;
+  void reduceNewest() {
+    Node& value = next_[-1];
+    const double number = COJsonAccess::reduced(value, reduce_);
+    if (value.type == JsonType::Object || value.type == JsonType::Array) arena_.rewindValues(mark_);
+    value.type = JsonType::Number;
+    value.flags = 0;
+    value.content.number = number;
   }
 
-  Arena& arena_;
-  std::vector<ParsedValue> pending_;
-  std::string_view key_;
+  COJsonAccess::Arena& arena_;
+  const COJson::Reduce& reduce_;
+  unsigned reducedDepth_;
+  COJsonAccess::Arena::Mark mark_ = {};
+  std::array<Node, kFew> few_;  // the stack, until it grows
+  std::vector<Node> many_;      // and after that
+  Node* begin_ = nullptr;
+  Node* next_ = nullptr;  // where the next value goes
+  Node* end_ = nullptr;
+  COJsonAccess::Key key_ = {};
   unsigned depth_ = 0;
 };
 
-namespace {
+/// Receives the parser's events and keeps nothing.
+class Checker : public cf_rapidjson::BaseReaderHandler<StrictUTF8, Checker> {
+ public:
+  bool Default() { return true; }
+  bool StartObject() { return start(); }
+  bool StartArray() { return start(); }
+  bool EndObject(SizeType /*count*/) { return end(); }
+  bool EndArray(SizeType /*count*/) { return end(); }
 
-/// Reads `text` into the document whose top-level value is `top`.
-cf_rapidjson::ParseErrorCode read(COJsonValue& top, std::string_view text) {
-  if (!hasTextSize(text)) return cf_rapidjson::kParseErrorTermination;
-  // The library keeps two words for each open container. With room for all it never allocates, which it does without
-  // looking for failure.
-  constexpr std::size_t kStackSize = 4096;
-  alignas(std::max_align_t) std::array<char, kStackSize + 256> poolMemory;
-  Pool pool(poolMemory.data(), poolMemory.size());
-  Reader reader(&pool, kStackSize);
-
-  COJsonAccess::Arena& arena = COJsonAccess::arena(top);
-  cf_rapidjson::GenericInsituStringStream<StrictUTF8> stream(arena.copyText(text));
-  COJsonAccess::TreeBuilder builder(arena);
-  try {
-    const cf_rapidjson::ParseResult result = reader.Parse<kParseFlags>(stream, builder);
-    if (!result.IsError()) builder.finish(top);
-    return result.Code();
-  } catch (const InvalidJson&) {
-    return cf_rapidjson::kParseErrorTermination;
+ private:
+  bool start() { return ++depth_ <= kMaxJsonDepth; }
+  bool end() {
+    --depth_;
+    return true;
   }
+
+  unsigned depth_ = 0;
+};
+
+enum class Verdict { Valid, Invalid, NumberTooBig };
+
+/// @param text with a NUL behind it
+template <bool isWritable, typename Handler>
+Verdict parseWith(Handler& handler, std::string_view text) {
+  Reader reader;
+  TextStream<isWritable> stream(text);
+  try {
+    const cf_rapidjson::ParseResult result = reader.Parse<kParseFlags>(stream, handler);
+    if (result.Code() == cf_rapidjson::kParseErrorNumberTooBig) return Verdict::NumberTooBig;
+    // The library takes the first NUL for the end.
+    return !result.IsError() && stream.isAtEnd() ? Verdict::Valid : Verdict::Invalid;
+  } catch (const InvalidJson&) {
+    return Verdict::Invalid;
+  }
+}
+
+std::string_view withoutByteOrderMark(std::string_view text) noexcept {
+  return text.starts_with(kByteOrderMark) ? text.substr(kByteOrderMark.size()) : text;
 }
 
 }  // namespace
 
-bool COJsonAccess::parse(COJsonValue& top, std::string_view text) {
+bool COJsonAccess::parse(COJson& top, std::string_view text, bool isKept, unsigned depth,
+                         const COJson::Reduce& reduce) {
   if (!hasTextSize(text)) return false;
-  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
-  // A NUL would end the text early for the library. In well-formed text every string is well-formed, so the library
-  // needn't look again.
-  if (text.find('\0') != std::string_view::npos || !cfIsUTF8(text)) return false;
+  text = withoutByteOrderMark(text);
+  Arena& arena = *top.arena_;
+  const auto read = [&](std::string_view source, bool isInPlace) {
+    TreeBuilder builder(arena, depth, reduce);
+    if (!isInPlace) source = {arena.copyText(source), source.size()};
+    const Verdict verdict = isInPlace ? parseWith<false>(builder, source) : parseWith<true>(builder, source);
+    if (verdict == Verdict::Valid) {
+      top.node_ = builder.result();
+      top.node_.flags |= kDocument;
+    }
+    return verdict;
+  };
 
-  cf_rapidjson::ParseErrorCode error = read(top, text);
-  if (error == cf_rapidjson::kParseErrorNumberTooBig) {
-    top.arena_->memory.release();
-    error = read(top, withNumbersInRange(text));
+  // What a string with escapes holds must be written somewhere.
+  Verdict verdict = read(text, isKept && text.find('\\') == std::string_view::npos);
+  if (verdict == Verdict::NumberTooBig) {
+    arena.release();
+    const std::string inRange = withNumbersInRange(text);
+    verdict = hasTextSize(inRange) ? read(inRange, false) : Verdict::Invalid;
   }
-  if (error != cf_rapidjson::kParseErrorNone) return false;
-  top.arena_->jsonSize = text.size();
+  if (verdict != Verdict::Valid) return false;
+  arena.jsonSize = text.size();
   return true;
+}
+
+bool cfIsJson(const std::string& text) {
+  if (!hasTextSize(text)) return false;
+  Checker checker;
+  const Verdict verdict = parseWith<false>(checker, withoutByteOrderMark(text));
+  if (verdict != Verdict::NumberTooBig) return verdict == Verdict::Valid;
+  Checker second;
+  return parseWith<false>(second, withNumbersInRange(withoutByteOrderMark(text))) == Verdict::Valid;
 }

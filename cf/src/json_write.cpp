@@ -1,14 +1,17 @@
 // Writing a JSON document as text.
 #include "json_internal.h"
+#include "json_text.h"
 #include "text_internal.h"
 
-#include <cf/text.h>
+#include <cf/variant.h>
 
 #include <array>
 #include <cmath>
 #include <utility>
 
 namespace {
+
+constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
 /// What stands after the '\' for each byte that must be escaped: 'u' for \u00XX, 0 for bytes that stay.
 constexpr std::array<char, 256> kEscapes = [] {
@@ -24,33 +27,75 @@ constexpr std::array<char, 256> kEscapes = [] {
   return escapes;
 }();
 
-void appendEscaped(std::string& result, std::string_view text) {
+/// Appends what can't stand as it is at the start of a text, and gives what follows it.
+const char* appendEscaped(std::string& result, const char* text, const char* end) {
   constexpr std::string_view kHexDigits = "0123456789abcdef";
-  std::size_t plainStart = 0;
-  for (std::size_t index = 0; index < text.size(); ++index) {
-    const auto byte = static_cast<unsigned char>(text[index]);
-    const char escape = kEscapes[byte];
-    if (escape == 0) continue;
-    result.append(text.substr(plainStart, index - plainStart));
-    plainStart = index + 1;
-    result += '\\';
-    result += escape;
-    if (escape != 'u') continue;
+  const auto byte = static_cast<unsigned char>(*text);
+  const char escape = kEscapes[byte];
+  if (escape == 0) {  // ill-formed
+    result += kReplacementCharacter;
+    return text + firstUTF8Sequence({text, static_cast<std::size_t>(end - text)}).size;
+  }
+  result += '\\';
+  result += escape;
+  if (escape == 'u') {
     result += "00";
     result += kHexDigits[byte >> 4U];
     result += kHexDigits[byte & 0x0FU];
   }
-  result.append(text.substr(plainStart));
+  return text + 1;
 }
 
 void appendString(std::string& result, std::string_view text) {
+  const char* rest = text.data();
+  const char* const end = rest + text.size();
   result += '"';
-  if (cfIsUTF8(text)) {
-    appendEscaped(result, text);
-  } else {
-    appendEscaped(result, cfToUTF8(text));
+  for (;;) {
+    const char* const plainEnd = plainJsonEnd(rest, end);
+    result.append(rest, plainEnd);
+    if (plainEnd == end) break;
+    rest = appendEscaped(result, plainEnd, end);
   }
   result += '"';
+}
+
+/// Appends `value`; `depth` counts the containers around it.
+void appendVariant(std::string& result, const CMVariant& value, unsigned depth);
+
+void appendList(std::string& result, const CMVariantList& list, unsigned depth) {
+  char before = '[';
+  for (const CMVariant& item : list) {
+    result += std::exchange(before, ',');
+    appendVariant(result, item, depth);
+  }
+  result += list.empty() ? "[]" : "]";
+}
+
+void appendMap(std::string& result, const CMVariantMap& map, unsigned depth) {
+  char before = '{';
+  for (const auto& [key, member] : map) {
+    result += std::exchange(before, ',');
+    appendString(result, key);
+    result += ':';
+    appendVariant(result, member, depth);
+  }
+  result += map.empty() ? "{}" : "}";
+}
+
+void appendVariant(std::string& result, const CMVariant& value, unsigned depth) {
+  using ValueType = CMVariant::ValueType;
+  const ValueType type = value.getValueType();
+  if (type == ValueType::String) {
+    appendString(result, value.stringRef());
+  } else if (type == ValueType::Double) {
+    appendJsonNumber(result, value.doubleValue(), false);
+  } else if (type == ValueType::List && depth < kMaxJsonDepth) {
+    appendList(result, value.listRef(), depth + 1);
+  } else if (type == ValueType::Map && depth < kMaxJsonDepth) {
+    appendMap(result, value.mapValue(), depth + 1);
+  } else {
+    result += "null";
+  }
 }
 
 bool isContainer(const COJsonValue& value) noexcept {
@@ -115,7 +160,8 @@ std::string COJsonValue::obtainJsonString() const {
 JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorrowed) {
   JsonText written;
   std::string& result = written.text;
-  const std::size_t documentSize = value.arena_->top == &value ? value.arena_->jsonSize : 0;
+  const Arena* const arena = ownedArena(value);
+  const std::size_t documentSize = arena != nullptr ? arena->jsonSize : 0;
   result.reserve(documentSize);
   std::vector<OpenContainer> open;
   // Writes a value that has no children, or the start of one that may have some.
@@ -140,4 +186,10 @@ JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorro
     begin(*child);
   }
   return written;
+}
+
+std::string cfWriteJson(const CMVariant& value) {
+  std::string result;
+  appendVariant(result, value, 0);
+  return result;
 }

@@ -16,45 +16,6 @@ namespace {
 constexpr std::string_view kWhiteSpace = " \t\n\v\f\r";
 constexpr std::string_view kReplacementCharacter = "\xEF\xBF\xBD";
 
-/// The start of a text: one character, or the longest start of one that something else follows.
-struct Sequence {
-  std::size_t size;
-  bool wellFormed;
-};
-
-/// What may follow a lead byte. Only the second byte's range varies; it is what keeps overlong forms, surrogates and
-/// values above U+10FFFF out.
-struct LeadByte {
-  std::size_t size;
-  unsigned char secondLow;
-  unsigned char secondHigh;
-};
-
-constexpr LeadByte describe(unsigned char lead) noexcept {
-  if (lead < 0x80) return {1, 0, 0};
-  if (lead < 0xC2) return {0, 0, 0};
-  if (lead < 0xE0) return {2, 0x80, 0xBF};
-  if (lead == 0xE0) return {3, 0xA0, 0xBF};
-  if (lead == 0xED) return {3, 0x80, 0x9F};
-  if (lead < 0xF0) return {3, 0x80, 0xBF};
-  if (lead == 0xF0) return {4, 0x90, 0xBF};
-  if (lead < 0xF4) return {4, 0x80, 0xBF};
-  if (lead == 0xF4) return {4, 0x80, 0x8F};
-  return {0, 0, 0};
-}
-
-Sequence firstSequence(std::string_view text) noexcept {
-  const auto byteAt = [text](std::size_t index) { return static_cast<unsigned char>(text[index]); };
-  const LeadByte lead = describe(byteAt(0));
-  if (lead.size == 0) return {1, false};
-  for (std::size_t index = 1; index < lead.size; ++index) {
-    const unsigned char low = index == 1 ? lead.secondLow : 0x80;
-    const unsigned char high = index == 1 ? lead.secondHigh : 0xBF;
-    if (index == text.size() || byteAt(index) < low || byteAt(index) > high) return {index, false};
-  }
-  return {lead.size, true};
-}
-
 /// The number of leading bytes known to be ASCII: all of them but at most the last seven.
 std::size_t asciiRun(std::string_view text) noexcept {
   constexpr std::uint64_t kHighBits = 0x8080808080808080U;
@@ -73,7 +34,7 @@ std::size_t wellFormedRun(std::string_view text) noexcept {
     size += asciiRun(text.substr(size));
     // A word with a byte beyond ASCII is likely to hold more of them.
     for (const std::size_t end = std::min(size + sizeof(std::uint64_t), text.size()); size < end;) {
-      const Sequence next = firstSequence(text.substr(size));
+      const UTF8Sequence next = firstUTF8Sequence(text.substr(size));
       if (!next.wellFormed) return size;
       size += next.size;
     }
@@ -133,7 +94,7 @@ std::string cfToUTF8(std::string_view text) {
     text.remove_prefix(size);
     if (text.empty()) return result;
     result.append(kReplacementCharacter);
-    text.remove_prefix(firstSequence(text).size);
+    text.remove_prefix(firstUTF8Sequence(text).size);
   }
 }
 

@@ -5,7 +5,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,21 +26,29 @@ class COJsonValue {
 
   /// False only for a document whose text was not valid JSON; such a document reads as Null.
   CF_API bool getIsValidJson() const noexcept;
-  CF_API JsonType obtainType() const noexcept;
+  JsonType obtainType() const noexcept { return node_.type; }
 
   /// The member `key` of an object, the last one when the key occurs more than once; null when there is none or this
   /// is no object.
   CF_API const COJsonValue* obtainJsonValue(std::string_view key) const noexcept;
+  /// As obtainJsonValue for each of `keys`, in one pass over the members; `values` has as many elements.
+  CF_API void obtainJsonValues(std::span<const std::string_view> keys,
+                               std::span<const COJsonValue*> values) const noexcept;
   /// The keys of an object in the order of its members, repeated ones included; else none.
   CF_API std::vector<std::string> obtainJsonKeys() const;
 
   /// The number of items of an array; else 0.
-  CF_API std::size_t obtainArraySize() const noexcept;
-  /// Item `index` of an array, in constant time for a document read from text; null when there is none.
-  CF_API const COJsonValue* obtainArrayItem(std::size_t index) const noexcept;
+  std::size_t obtainArraySize() const noexcept { return node_.type == JsonType::Array ? node_.size : 0; }
+  /// Item `index` of an array, in constant time for one read from text; null when there is none.
+  const COJsonValue* obtainArrayItem(std::size_t index) const noexcept {
+    if (index >= obtainArraySize()) return nullptr;
+    return (node_.flags & kInBlocks) == 0 ? valueOfRun(node_.content.children, index) : findArrayItem(index);
+  }
 
   /// The text of a string (UTF-8; may hold NUL), valid as long as the document; else "".
-  CF_API std::string_view obtainString() const noexcept;
+  std::string_view obtainString() const noexcept {
+    return node_.type == JsonType::String ? std::string_view(node_.content.text, node_.size) : std::string_view();
+  }
   /// The value of a number; else 0.0. A number beyond the range of a double reads as the largest finite one.
   CF_API double obtainNumber() const noexcept;
   /// The value of a boolean; else false.
@@ -74,25 +84,47 @@ class COJsonValue {
  protected:
   struct Arena;
   struct Block;
+  /// What a value is, in 24 bytes; the document is found from where the value lies.
+  struct Node {
+    union Content {
+      double number = 0.0;
+      const char* text;
+      COJsonValue* children;  // as they were read: one behind the other
+      Block* blocks;  // as they were added: a chain of runs of growing size, so that values keep their addresses
+      bool boolean;
+    };
+    Content content;
+    const char* key = nullptr;
+    std::uint32_t size = 0;  // bytes of the text, or number of children
+    std::uint16_t keySize = 0;
+    JsonType type = JsonType::Null;
+    std::uint8_t flags = 0;
+  };
+  // Flags of a node.
+  static constexpr std::uint8_t kInteger = 1;     // a number that is written without a point
+  static constexpr std::uint8_t kInBlocks = 2;    // how the children lie
+  static constexpr std::uint8_t kInvalid = 4;     // a document whose text was not valid
+  static constexpr std::uint8_t kDocument = 8;    // a COJson's own value
+  static constexpr std::uint8_t kReference = 16;  // a null in whose place JSON text stands
+  friend struct JsonPage;
   friend struct COJsonAccess;  // the parser and the writer, in cf/src
 
-  explicit COJsonValue(Arena* arena) noexcept : arena_(arena) {}
+  // A run of values lies on pages that follow each other, each with a header: see cf/src/json_internal.h.
+  static constexpr std::size_t kPageSize = 1024;
+  static constexpr std::size_t kPageHeaderSize = 16;
+  static COJsonValue* valueOfRun(COJsonValue* first, std::size_t index) noexcept {
+    const auto start = reinterpret_cast<std::uintptr_t>(first);
+    const std::size_t offset = index * sizeof(COJsonValue);
+    const std::size_t headers = (start % kPageSize - kPageHeaderSize + offset) / (kPageSize - kPageHeaderSize);
+    return reinterpret_cast<COJsonValue*>(start + offset + headers * kPageHeaderSize);
+  }
+  CF_API const COJsonValue* findArrayItem(std::size_t index) const noexcept;
+
+  COJsonValue() noexcept = default;
+  explicit COJsonValue(const Node& node) noexcept : node_(node) {}
   ~COJsonValue() = default;
 
-  Arena* arena_;  // where texts and further values go; never null but in a moved-from document
-  union Content {
-    double number = 0.0;
-    const char* text;
-    Block* children;  // a chain of blocks of growing size, so that values keep their addresses; null when empty
-    bool boolean;
-  };
-  Content content_;
-  const char* key_ = nullptr;
-  std::uint32_t keySize_ = 0;
-  std::uint32_t size_ = 0;  // bytes of the text, or number of children
-  JsonType type_ = JsonType::Null;
-  bool integer_ = false;  // a number that is written without a point
-  bool valid_ = true;
+  Node node_;
 };
 
 /// The name under which operations take a value that they only borrow.
@@ -118,17 +150,39 @@ class COJson : public COJsonValue {
 
   /// Reads `text`, which is copied. Valid is exactly one JSON value as RFC 8259 has it, in well-formed UTF-8 without
   /// lone surrogates, nested at most 256 deep, with white space around it and one leading byte order mark allowed.
-  /// Otherwise getIsValidJson() is false. Takes linear time and does not recurse.
+  /// Otherwise getIsValidJson() is false. Takes linear time, and stack for 256 levels at most (about 100 KB).
   CF_API explicit COJson(std::string_view text);
+
+  /// As COJson(text), with the texts of the values left where they are when `text` has no escapes: the caller keeps
+  /// it alive and unchanged as long as the document is used.
+  CF_API static COJson readReference(const std::string& text);
+  static COJson readReference(std::string&& text) = delete;
+
+  /// As readReference(text), keeping less: each value with `depth` containers around it is given to `reduce` as soon
+  /// as it has been read, and becomes the number that this returns. Called before it is known whether `text` is valid,
+  /// and again for the same values when a number is beyond the range of a double.
+  using Reduce = std::function<double(const COJsonValue&)>;
+  CF_API static COJson readReduced(const std::string& text, unsigned depth, const Reduce& reduce);
+  static COJson readReduced(std::string&& text, unsigned depth, const Reduce& reduce) = delete;
 
   CF_API COJson(COJson&& other) noexcept;  // `other` may then only be destroyed or assigned to
   CF_API COJson& operator=(COJson&& other) noexcept;
   CF_API ~COJson();
 
  private:
-  std::unique_ptr<Arena> owner_;
+  friend struct COJsonAccess;
+  explicit COJson(std::size_t firstTexts);
+  void read(std::string_view text, bool isKept, unsigned depth, const Reduce& reduce);
+
+  std::unique_ptr<Arena> arena_;  // never null but in a moved-from document
 };
+
+/// Whether COJson(text) would be valid; nothing is kept of what is read.
+CF_API bool cfIsJson(const std::string& text);
 
 /// A document with the content of `value`: String, Double, List and Map become string, number, array and object (in
 /// the order of the map's keys); Null, and what is nested deeper than 256, becomes null.
 CF_API COJson cfCreateCOJsonFromCMVariant(const CMVariant& value);
+
+/// What cfCreateCOJsonFromCMVariant(value).obtainJsonString() gives, without the document in between.
+CF_API std::string cfWriteJson(const CMVariant& value);

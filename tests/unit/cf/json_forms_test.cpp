@@ -1,0 +1,149 @@
+// The quicker forms of reading and writing: each does what the plain one does.
+#include <cf/json.h>
+#include <cf/variant.h>
+
+#include <gtest/gtest.h>
+
+#include <array>
+
+namespace {
+
+using namespace std::string_literals;
+using namespace std::string_view_literals;
+
+const std::vector<std::string> kTexts = {
+    "null",
+    "12",
+    "\"text\"",
+    R"({"a":[1,-2.5e3,"x"],"b":{},"c":[true,false,null]})",
+    R"(["\n\u20AC\ud83d\ude00","plain"])",
+    "\xEF\xBB\xBF [\"\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80\"]",
+    R"([1e400,"\"1e400",-1e400])",
+    "[1e400]",
+    "",
+    "[1,2",
+    "[1e400,01]",
+    "{}\0"s,
+    "\"a\0b\""s,
+    "[\"\xFF\"]",
+    "[\"\xED\xA0\x80\"]",
+    R"(["\uDC00"])",
+    R"(["\uD800x"])",
+    R"({"a" 1})",
+    std::string(256, '[') + std::string(256, ']'),
+    std::string(257, '[') + std::string(257, ']'),
+    "\"0123456789abcdef0123456789\x1A\"",
+    "\"0123456789abcde\xC3\"",
+};
+
+TEST(JsonCheck, AgreesWithTheDocument) {
+  for (const std::string& text : kTexts) EXPECT_EQ(cfIsJson(text), COJson(text).getIsValidJson()) << text;
+}
+
+TEST(JsonReference, ReadsAsACopyDoes) {
+  for (const std::string& text : kTexts) {
+    const COJson document = COJson::readReference(text);
+    EXPECT_EQ(document.getIsValidJson(), COJson(text).getIsValidJson()) << text;
+    EXPECT_EQ(document.obtainJsonString(), COJson(text).obtainJsonString()) << text;
+  }
+}
+
+TEST(JsonReference, LeavesTheTextAsItIs) {
+  for (const std::string& text : kTexts) {
+    const std::string before = text;
+    const COJson document = COJson::readReference(text);
+    EXPECT_EQ(text, before);
+  }
+}
+
+TEST(JsonReference, PointsIntoATextWithoutEscapes) {
+  const std::string text = R"({"key":"value"})";
+  const COJson document = COJson::readReference(text);
+  EXPECT_EQ(document.obtainJsonValue("key")->obtainString().data(), text.data() + 8);
+}
+
+TEST(JsonReference, CanBeAddedTo) {
+  const std::string text = R"({"a":[1]})";
+  COJson document = COJson::readReference(text);
+  document.addKeyValue("b")->setString("x");
+  EXPECT_EQ(document.obtainJsonString(), R"({"a":[1],"b":"x"})");
+}
+
+TEST(JsonReduced, GivesEachValueOfTheDepthAndKeepsItsNumber) {
+  const std::string text = R"([{"a":[1,"two",{"three":[3]}],"b":4},[],[5,[6]]])";
+  std::vector<std::string> seen;
+  const COJson document = COJson::readReduced(text, 2, [&seen](const COJsonValue& value) {
+    seen.push_back(value.obtainJsonString());
+    return static_cast<double>(seen.size());
+  });
+  EXPECT_EQ(seen, (std::vector<std::string>{R"([1,"two",{"three":[3]}])", "4", "5", "[6]"}));
+  EXPECT_EQ(document.obtainJsonString(), R"([{"a":1.0,"b":2.0},[],[3.0,4.0]])");
+}
+
+TEST(JsonReduced, ReadsLikeAReferenceWhenNothingIsAsDeep) {
+  for (const std::string& text : kTexts) {
+    const COJson document = COJson::readReduced(text, 300, [](const COJsonValue&) { return 0.0; });
+    EXPECT_EQ(document.obtainJsonString(), COJson(text).obtainJsonString()) << text;
+  }
+}
+
+TEST(JsonReduced, KeepsValuesAroundLargeReducedOnes) {
+  std::string text = "[[0]";
+  std::string written = "[[0.0]";
+  for (int index = 1; index < 200; ++index) {
+    text.append(",[[7");
+    for (int more = 0; more < index * 10; ++more) text.append(",{\"k\":[]}");
+    text.append("],8]");
+    written.append(",[").append(std::to_string(index * 10 + 1)).append(".0,0.0]");
+  }
+  text += "]";
+  const COJson document = COJson::readReduced(
+      text, 2, [](const COJsonValue& value) { return static_cast<double>(value.obtainArraySize()); });
+  EXPECT_EQ(document.obtainJsonString(), written + "]");
+}
+
+TEST(JsonMembers, AreFoundInOnePassAsOneByOne) {
+  constexpr std::array kKeys{"name"sv, "type"sv, "none"sv, ""sv, "a longer key"sv};
+  for (const std::string_view text : {R"({"name":1,"type":2})", R"({"type":1,"x":2,"name":3,"type":4})",
+                                      R"({"":1,"a longer key":2,"a longer kez":3})",
+                                      R"({"nbme":1,"namf":2,"name":3,"names":4,"nam":5})", "{}", "[1]", "null"}) {
+    const COJson document(text);
+    std::array<const COJsonValue*, kKeys.size()> values{};
+    values.fill(&document);
+    document.obtainJsonValues(kKeys, values);
+    for (std::size_t index = 0; index < kKeys.size(); ++index) {
+      EXPECT_EQ(values[index], document.obtainJsonValue(kKeys[index])) << text << ' ' << kKeys[index];
+    }
+  }
+}
+
+TEST(JsonKey, MayBeLong) {
+  for (const std::size_t size : {65533U, 65534U, 65535U, 65536U, 200000U}) {
+    const std::string key(size, 'k');
+    const COJson read("{\"" + key + "\":1}");
+    ASSERT_NE(read.obtainJsonValue(key), nullptr) << size;
+    EXPECT_EQ(read.obtainJsonKeys().front(), key);
+    COJson built;
+    built.addKeyValue(key)->setInteger(1);
+    EXPECT_EQ(built.obtainJsonString(), read.obtainJsonString());
+  }
+}
+
+TEST(JsonFromVariant, IsWrittenAsThroughADocument) {
+  const CMVariant inner(
+      CMVariantMap{{"t\"\n", "\xC3\xA9\xFF\x01 plain"}, {"n", 0.7}, {"w", 2.0}, {"e", CMVariantMap{}}});
+  CMVariantList list{"a", CMVariant(), inner, CMVariantList{}, CMVariantList{1.0, "b"}};
+  CMVariant deep("innermost");
+  for (int level = 0; level < 300; ++level) {
+    CMVariantList around;
+    around.push_back(std::move(deep));
+    deep = CMVariant(std::move(around));
+  }
+  list.push_back(deep);
+  for (const CMVariant& value : list) {
+    EXPECT_EQ(cfWriteJson(value), cfCreateCOJsonFromCMVariant(value).obtainJsonString());
+  }
+  EXPECT_EQ(cfWriteJson(list), cfCreateCOJsonFromCMVariant(list).obtainJsonString());
+}
+
+}  // namespace
