@@ -5,8 +5,13 @@
 
 #include <algorithm>
 #include <array>
+#include <concepts>
+#include <cstdint>
+#include <cstring>
 
 namespace {
+
+using namespace std::string_view_literals;
 
 constexpr std::string_view kScheme = "https://";
 
@@ -22,107 +27,201 @@ bool isOrMissing(const ICOJsonValue* value, JsonType type) { return value == nul
 
 std::size_t sizeOf(const ICOJsonValue* array) { return array == nullptr ? 0 : array->obtainArraySize(); }
 
-void appendQuoted(std::string& out, std::string_view identifier) {
-  out += '`';
-  out += identifier;
-  out += '`';
+std::string_view textOf(const ICOJsonValue* string) {
+  return string == nullptr ? std::string_view() : string->obtainString();
 }
+
+/// The members of `object` with these keys, each null when there is none.
+template <std::size_t count>
+std::array<const ICOJsonValue*, count> membersOf(const ICOJsonValue& object,
+                                                 const std::array<std::string_view, count>& keys) {
+  std::array<const ICOJsonValue*, count> members;
+  object.obtainJsonValues(keys, members);
+  return members;
+}
+
+constexpr std::array kColumnKeys{"name"sv, "type"sv};
+constexpr std::array kForeignKeyKeys{"fields"sv, "ref_schema"sv, "ref_table"sv, "ref_fields"sv};
+constexpr std::array kObjectKeys{"name"sv, "fields"sv, "pkeys"sv, "fkeys"sv};
+
+/// The number of containers around a table or view.
+constexpr unsigned kObjectDepth = 5;
+
+/// Copies `text` and gives the end of the copy. Most names and types have so few bytes that the call takes longer than
+/// the copy.
+char* copyShort(std::string_view text, char* to) {
+  const std::size_t size = text.size();
+  const auto copyEnds = [&](auto half) {
+    std::memcpy(&half, text.data(), sizeof half);
+    auto last = half;
+    std::memcpy(&last, text.data() + size - sizeof last, sizeof last);
+    std::memcpy(to, &half, sizeof half);
+    std::memcpy(to + size - sizeof last, &last, sizeof last);
+  };
+  if (size >= 8 && size <= 16) {
+    copyEnds(std::uint64_t{});
+  } else if (size >= 4 && size < 8) {
+    copyEnds(std::uint32_t{});
+  } else {
+    std::memcpy(to, text.data(), size);
+  }
+  return to + size;
+}
+
+/// A statement's text from the object's name on, which needs nothing but the object's own description.
+/// What fails gives the line of its check, and the text is of no use then; else 0.
+class StatementBody {
+ public:
+  int write(const ICOJsonValue& object);
+
+  /// Until the next one is written.
+  std::string_view text() const { return {buffer_.data(), size_}; }
+
+ private:
+  void append(std::same_as<std::string_view> auto... pieces) {
+    const std::size_t needed = size_ + (pieces.size() + ...);
+    if (needed > buffer_.size()) buffer_.resize(2 * needed);
+    char* end = buffer_.data() + size_;
+    ((end = copyShort(pieces, end)), ...);
+    size_ = needed;
+  }
+
+  int appendColumns(const ICOJsonValue& columns);
+  int appendFields(const ICOJsonValue& fields);
+  int appendPrimaryKey(const ICOJsonValue* columns);
+  int appendForeignKey(const ICOJsonValue& key);
+  int appendForeignKeys(const ICOJsonValue* keys);
+
+  std::string buffer_;
+  std::size_t size_ = 0;  // of what is written
+};
 
 /// Nothing separates two columns.
-bool appendColumns(std::string& out, const ICOJsonValue& columns) {
+int StatementBody::appendColumns(const ICOJsonValue& columns) {
   for (std::size_t i = 0; i < columns.obtainArraySize(); ++i) {
     const ICOJsonValue* column = columns.obtainArrayItem(i);
-    if (!cfHasJsonType(column, JsonType::String)) return CF_ASSERT(false);
-    appendQuoted(out, column->obtainString());
+    if (!cfHasJsonType(column, JsonType::String)) return __LINE__;
+    append("`"sv, column->obtainString(), "`"sv);
   }
-  return true;
+  return 0;
 }
 
-bool appendFields(std::string& out, const ICOJsonValue& fields) {
+/// At least one.
+int StatementBody::appendFields(const ICOJsonValue& fields) {
   for (std::size_t i = 0; i < fields.obtainArraySize(); ++i) {
-    const ICOJsonValue* field = fields.obtainArrayItem(i);
-    const ICOJsonValue* name = field->obtainJsonValue("name");
-    const ICOJsonValue* type = field->obtainJsonValue("type");
-    if (!cfHasJsonType(name, JsonType::String) || !cfHasJsonType(type, JsonType::String)) return CF_ASSERT(false);
-    if (i > 0) out += ", ";
-    appendQuoted(out, name->obtainString());
-    out += ' ';
-    out += type->obtainString();
+    const auto [name, type] = membersOf(*fields.obtainArrayItem(i), kColumnKeys);
+    if (!cfHasJsonType(name, JsonType::String) || !cfHasJsonType(type, JsonType::String)) return __LINE__;
+    append("`"sv, name->obtainString(), "` "sv, type->obtainString(), ", "sv);
   }
-  return true;
+  size_ -= ", "sv.size();
+  return 0;
 }
 
-bool appendPrimaryKey(std::string& out, const ICOJsonValue* columns) {
-  if (sizeOf(columns) == 0) return true;
-  out += ", PRIMARY KEY(";
-  if (!appendColumns(out, *columns)) return false;
-  out += ')';
-  return true;
+int StatementBody::appendPrimaryKey(const ICOJsonValue* columns) {
+  if (sizeOf(columns) == 0) return 0;
+  append(", PRIMARY KEY("sv);
+  if (const int line = appendColumns(*columns); line != 0) return line;
+  append(")"sv);
+  return 0;
 }
 
-bool appendForeignKey(std::string& out, const ICOJsonValue& key) {
-  const ICOJsonValue* fields = key.obtainJsonValue("fields");
-  const ICOJsonValue* schema = key.obtainJsonValue("ref_schema");
-  const ICOJsonValue* table = key.obtainJsonValue("ref_table");
-  const ICOJsonValue* refFields = key.obtainJsonValue("ref_fields");
+int StatementBody::appendForeignKey(const ICOJsonValue& key) {
+  const auto [fields, schema, table, refFields] = membersOf(key, kForeignKeyKeys);
   if (!cfHasJsonType(fields, JsonType::Array) || !isOrMissing(schema, JsonType::String) ||
       !cfHasJsonType(table, JsonType::String) || !cfHasJsonType(refFields, JsonType::Array)) {
-    return CF_ASSERT(false);
+    return __LINE__;
   }
-  if (sizeOf(fields) == 0 || sizeOf(refFields) == 0) return true;
+  if (sizeOf(fields) == 0 || sizeOf(refFields) == 0) return 0;
 
-  out += ", FOREIGN KEY(";
-  if (!appendColumns(out, *fields)) return false;
-  out += ") REFERENCES ";
-  if (schema != nullptr) {
-    appendQuoted(out, schema->obtainString());
-    out += '.';
-  }
-  appendQuoted(out, table->obtainString());
-  out += '(';
-  if (!appendColumns(out, *refFields)) return false;
-  out += ')';
-  return true;
+  append(", FOREIGN KEY("sv);
+  if (const int line = appendColumns(*fields); line != 0) return line;
+  append(") REFERENCES "sv);
+  if (schema != nullptr) append("`"sv, schema->obtainString(), "`."sv);
+  append("`"sv, table->obtainString(), "`("sv);
+  if (const int line = appendColumns(*refFields); line != 0) return line;
+  append(")"sv);
+  return 0;
 }
 
-bool appendForeignKeys(std::string& out, const ICOJsonValue* keys) {
+int StatementBody::appendForeignKeys(const ICOJsonValue* keys) {
   for (std::size_t i = 0; i < sizeOf(keys); ++i) {
-    if (!appendForeignKey(out, *keys->obtainArrayItem(i))) return false;
+    if (const int line = appendForeignKey(*keys->obtainArrayItem(i)); line != 0) return line;
   }
-  return true;
+  return 0;
 }
 
-/// On failure `out` holds the beginning of a statement.
-bool appendStatement(std::string& out, std::string_view kind, std::string_view schemaName, const ICOJsonValue& object) {
-  const ICOJsonValue* name = object.obtainJsonValue("name");
-  const ICOJsonValue* fields = object.obtainJsonValue("fields");
-  const ICOJsonValue* primaryKey = object.obtainJsonValue("pkeys");
-  const ICOJsonValue* foreignKeys = object.obtainJsonValue("fkeys");
+int StatementBody::write(const ICOJsonValue& object) {
+  const auto [name, fields, primaryKey, foreignKeys] = membersOf(object, kObjectKeys);
   if (!cfHasJsonType(name, JsonType::String) || !cfHasJsonType(fields, JsonType::Array) ||
       !isOrMissing(primaryKey, JsonType::Array) || !isOrMissing(foreignKeys, JsonType::Array)) {
-    return CF_ASSERT(false);
+    return __LINE__;
   }
-  out += "CREATE ";
-  out += kind;
-  out += ' ';
-  if (!schemaName.empty()) {
-    appendQuoted(out, schemaName);
-    out += '.';
+  size_ = 0;
+  append("`"sv, name->obtainString(), "` ("sv);
+  if (sizeOf(fields) != 0) {
+    int line = appendFields(*fields);
+    if (line == 0) line = appendPrimaryKey(primaryKey);
+    if (line == 0) line = appendForeignKeys(foreignKeys);
+    if (line != 0) return line;
   }
-  appendQuoted(out, name->obtainString());
-  out += " (";
-  const bool complete = sizeOf(fields) == 0 || (appendFields(out, *fields) && appendPrimaryKey(out, primaryKey) &&
-                                                appendForeignKeys(out, foreignKeys));
-  if (complete) out += ')';
-  return complete;
+  append(")"sv);
+  return 0;
 }
 
-/// A statement, or nothing at all when the object can't be used.
-void appendStatementOrNothing(std::string& out, std::string_view kind, std::string_view schemaName,
-                              const ICOJsonValue& object) {
-  const std::size_t start = out.size();
-  if (!appendStatement(out, kind, schemaName, object)) out.resize(start);
+/// Raises the assertion of the check in `line`.
+bool raiseAt(int line) { return cfRaiseAssertion("false", __FILE__, line); }
+
+void appendStatementStart(std::string& out, std::string_view kind, std::string_view schemaName) {
+  out.append("CREATE ").append(kind).append(" ");
+  if (!schemaName.empty()) out.append("`").append(schemaName).append("`.");
 }
+
+/// A description as it is read. Each table or view gives way to its statement as soon as it is known, while it is near,
+/// so the document holds only what is around them. Where a statement goes, and under which names, shows at the end.
+class Structure {
+ public:
+  explicit Structure(const std::string& json)
+      : document_(COJson::readReduced(json, kObjectDepth, [this, &json](const ICOJsonValue& object) {
+          if (texts_.empty()) texts_.reserve(json.size());
+          return static_cast<double>(keep(object));
+        })) {}
+  Structure(const Structure&) = delete;
+  Structure& operator=(const Structure&) = delete;
+
+  const COJson& document() const { return document_; }
+
+  /// Appends the statement for what stands where a table or view does; nothing, with an assertion, when it is unusable.
+  void appendStatement(std::string& out, std::string_view kind, std::string_view schemaName,
+                       const ICOJsonValue& object) const {
+    const Kept& kept = kept_[static_cast<std::size_t>(object.obtainNumber())];
+    if (kept.line != 0) {
+      raiseAt(kept.line);
+    } else {
+      appendStatementStart(out, kind, schemaName);
+      out.append(texts_, kept.start, kept.size);
+    }
+  }
+
+ private:
+  /// A body, or the line of the check that failed.
+  struct Kept {
+    std::size_t start;
+    std::size_t size;
+    int line;
+  };
+
+  std::size_t keep(const ICOJsonValue& object) {
+    const int line = body_.write(object);
+    kept_.push_back({texts_.size(), line == 0 ? body_.text().size() : 0, line});
+    if (line == 0) texts_ += body_.text();
+    return kept_.size() - 1;
+  }
+
+  StatementBody body_;
+  std::string texts_;
+  std::vector<Kept> kept_;
+  COJson document_;  // last: reading it fills the others
+};
 
 struct ObjectKind {
   const char* key;
@@ -136,8 +235,6 @@ struct Schema {
   const ICOJsonValue* id;
   const ICOJsonValue* name;
   const ICOJsonValue* json;
-
-  std::string_view nameText() const { return name == nullptr ? std::string_view() : name->obtainString(); }
 
   /// Calls `visit(kind, object)` for each table, then each view, then each materialized view.
   template <class Visit>
@@ -157,10 +254,7 @@ struct Catalog {
 
   bool isNamed() const { return name != nullptr && !name->obtainString().empty(); }
 
-  void appendUse(std::string& out) const {
-    out += "USE CATALOG ";
-    appendQuoted(out, name->obtainString());
-  }
+  std::string useStatement() const { return "USE CATALOG `" + std::string(name->obtainString()) + "`"; }
 
   /// Calls `visit(schema)` for each schema that can be used.
   template <class Visit>
@@ -200,32 +294,30 @@ std::vector<Catalog> readCatalogs(const COJson& structure) {
   return catalogs;
 }
 
-CMVariantMap annotateSchema(const Schema& schema) {
+CMVariantMap annotateSchema(const Structure& structure, const Schema& schema) {
   CMVariantMap map;
   if (schema.id != nullptr) map["schema_id"] = std::string(schema.id->obtainString());
   if (schema.name != nullptr) map["schema_name"] = std::string(schema.name->obtainString());
   CMVariantList statements;
   schema.forEachObject([&](const char* kind, const ICOJsonValue& object) {
     std::string statement;
-    appendStatementOrNothing(statement, kind, schema.nameText(), object);
+    structure.appendStatement(statement, kind, textOf(schema.name), object);
     statements.emplace_back(std::move(statement));
   });
   map["instructions"] = std::move(statements);
   return map;
 }
 
-CMVariantMap annotateCatalog(const Catalog& catalog) {
+CMVariantMap annotateCatalog(const Structure& structure, const Catalog& catalog) {
   CMVariantMap map;
   CMVariantList instructions;
   if (catalog.id != nullptr) map["catalog_id"] = std::string(catalog.id->obtainString());
   if (catalog.name != nullptr) {
     map["catalog_name"] = std::string(catalog.name->obtainString());
-    std::string use;
-    catalog.appendUse(use);
-    instructions.emplace_back(std::move(use));
+    instructions.emplace_back(catalog.useStatement());
   }
   CMVariantList schemas;
-  catalog.forEachSchema([&schemas](const Schema& schema) { schemas.emplace_back(annotateSchema(schema)); });
+  catalog.forEachSchema([&](const Schema& schema) { schemas.emplace_back(annotateSchema(structure, schema)); });
   map["instructions"] = std::move(instructions);
   map["schemas"] = std::move(schemas);
   return map;
@@ -322,13 +414,13 @@ bool QAIAssistantProperties::storeSystemInstructions(const CMVariant& value) {
 
 bool QAIAssistantProperties::storeDatabaseStructure(const CMVariant& value) {
   if (value.getValueType() == CMVariant::ValueType::List) {
-    dbStructureJson = cfCreateCOJsonFromCMVariant(value).obtainJsonString();
+    dbStructureJson = cfWriteJson(value);
     return true;
   }
   if (value.getValueType() != CMVariant::ValueType::String) return true;
   if (value.stringRef().empty()) return false;
-  const COJson json(value.stringRef());
-  if (!CF_ASSERT(json.getIsValidJson())) return false;
+  // Known to hosts by this text.
+  if (!cfIsJson(value.stringRef())) return cfRaiseAssertion("json.getIsValidJson()", __FILE__, __LINE__);
   dbStructureJson = value.stringRef();
   return true;
 }
@@ -354,24 +446,23 @@ std::string QAIAssistantProperties::obtainCombinedInstructions() const {
 }
 
 CMVariantList QAIAssistantProperties::obtainDatabaseStructure() const {
-  const COJson structure(dbStructureJson);
+  const Structure structure(dbStructureJson);
   CMVariantList list;
-  for (const Catalog& catalog : readCatalogs(structure)) list.emplace_back(annotateCatalog(catalog));
+  for (const Catalog& catalog : readCatalogs(structure.document())) {
+    list.emplace_back(annotateCatalog(structure, catalog));
+  }
   return list;
 }
 
 std::string QAIAssistantProperties::obtainDatabaseStructureText() const {
-  const COJson structure(dbStructureJson);
+  const Structure structure(dbStructureJson);
   std::string text;
   text.reserve(dbStructureJson.size());
-  for (const Catalog& catalog : readCatalogs(structure)) {
-    if (catalog.name != nullptr) {
-      catalog.appendUse(text);
-      text += '\n';
-    }
-    catalog.forEachSchema([&text](const Schema& schema) {
-      schema.forEachObject([&text, name = schema.nameText()](const char* kind, const ICOJsonValue& object) {
-        appendStatementOrNothing(text, kind, name, object);
+  for (const Catalog& catalog : readCatalogs(structure.document())) {
+    if (catalog.name != nullptr) text.append(catalog.useStatement()).append("\n");
+    catalog.forEachSchema([&](const Schema& schema) {
+      schema.forEachObject([&](const char* kind, const ICOJsonValue& object) {
+        structure.appendStatement(text, kind, textOf(schema.name), object);
         text += '\n';
       });
     });
@@ -381,11 +472,14 @@ std::string QAIAssistantProperties::obtainDatabaseStructureText() const {
 
 std::string QAIAssistantProperties::makeObjectStatement(const std::string& kind, const std::string& schemaName,
                                                         const ICOJsonValue* object) {
+  StatementBody body;
   std::string statement;
-  if (object != nullptr) {
-    appendStatementOrNothing(statement, kind, schemaName, *object);
+  const int line = object == nullptr ? __LINE__ : body.write(*object);
+  if (line != 0) {
+    raiseAt(line);
   } else {
-    CF_ASSERT(false);
+    appendStatementStart(statement, kind, schemaName);
+    statement += body.text();
   }
   return statement;
 }
