@@ -2,8 +2,10 @@
 
 #include "qai_assistant_properties.h"
 
+#include <algorithm>
+#include <array>
+#include <cstdint>
 #include <limits>
-#include <map>
 
 namespace {
 
@@ -12,13 +14,26 @@ void fillMessage(COJsonValue& message, std::string_view role, std::string_view c
   message.addKeyValue("content")->setStringReference(content);
 }
 
-bool isModel(const ICOJsonValue& entry) {
-  const ICOJsonValue* object = entry.obtainJsonValue("object");
-  return cfHasJsonType(entry.obtainJsonValue("id"), JsonType::String) && cfHasJsonType(object, JsonType::String) &&
-         object->obtainString() == "model";
-}
+/// The members of a model that matter here.
+struct Model {
+  explicit Model(const ICOJsonValue& entry) {
+    constexpr std::array<std::string_view, 3> kKeys{"id", "object", "created"};
+    std::array<const ICOJsonValue*, kKeys.size()> members{};
+    entry.obtainJsonValues(kKeys, members);
+    id = members[0];
+    object = members[1];
+    created = members[2];
+  }
 
-std::string idOf(const ICOJsonValue& model) { return std::string(model.obtainJsonValue("id")->obtainString()); }
+  bool isOne() const {
+    return cfHasJsonType(id, JsonType::String) && cfHasJsonType(object, JsonType::String) &&
+           object->obtainString() == "model";
+  }
+
+  const ICOJsonValue* id;
+  const ICOJsonValue* object;
+  const ICOJsonValue* created;
+};
 
 }  // namespace
 
@@ -61,23 +76,30 @@ std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {
 std::vector<std::string> completions::readModels(const ICOJsonValue& list) {
   std::vector<std::string> models;
   for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
-    const ICOJsonValue& model = *list.obtainArrayItem(i);
-    if (isModel(model)) models.push_back(idOf(model));
+    const Model model(*list.obtainArrayItem(i));
+    if (model.isOne()) models.emplace_back(model.id->obtainString());
   }
   return models;
 }
 
 std::vector<std::string> completions::readModelsByCreated(const ICOJsonValue& list) {
-  std::multimap<std::int32_t, std::string, std::greater<>> byCreated;
+  struct Dated {
+    std::uint64_t order;  // in the upper half what is smaller for newer models, in the lower one the place in the list
+    const ICOJsonValue* id;
+  };
+  std::vector<Dated> found;
+  found.reserve(list.obtainArraySize());
   for (std::size_t i = 0; i < list.obtainArraySize(); ++i) {
-    const ICOJsonValue& model = *list.obtainArrayItem(i);
-    const ICOJsonValue* created = model.obtainJsonValue("created");
-    if (!isModel(model) || !cfHasJsonType(created, JsonType::Number)) continue;
-    byCreated.emplace(createdAsInt32(created->obtainNumber()), idOf(model));
+    const Model model(*list.obtainArrayItem(i));
+    if (!model.isOne() || !cfHasJsonType(model.created, JsonType::Number)) continue;
+    const auto age = static_cast<std::uint64_t>(std::numeric_limits<std::int32_t>::max() -
+                                                std::int64_t{createdAsInt32(model.created->obtainNumber())});
+    found.push_back({age << 32U | i, model.id});
   }
+  std::sort(found.begin(), found.end(), [](const Dated& left, const Dated& right) { return left.order < right.order; });
   std::vector<std::string> models;
-  models.reserve(byCreated.size());
-  for (auto& [created, id] : byCreated) models.push_back(std::move(id));
+  models.reserve(found.size());
+  for (const Dated& model : found) models.emplace_back(model.id->obtainString());
   return models;
 }
 
