@@ -5,6 +5,7 @@
 
 #include <cf/json.h>
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -23,20 +24,24 @@ class ChatHistory {
   /// Oldest first; each with one text section.
   const Entries& entries() const { return entries_; }
 
-  /// The entries as a request has them: JSON values with commas between them. Each is written once, when it is added:
-  /// to escape a long history anew would take longer than to send it.
-  std::string_view requestText() const { return requestText_; }
+  /// The entries as a request has them: JSON values with commas between them. Each is written once: to escape a long
+  /// history anew would take longer than to send it. What `append` added is written here, as not every history that is
+  /// restored is gone on with. Lives until the next call that changes the history.
+  std::string_view requestText() const;
 
-  /// For filling a new history; when it throws, the history can't be used any more.
+  /// Makes room for this many entries.
+  void reserve(std::size_t count) { entries_.reserve(count); }
+  /// For filling a new history; when it throws, nothing is appended.
   void append(std::uint32_t role, std::string text);
   /// Appends the user's entry and the assistant's, or throws and appends neither.
   void appendTurn(std::string question, std::string reply);
 
  private:
   void writeEntry(COJson& list, const QAIMessage& entry) const;
-  void addRequestText(const COJson& list);
+  void addRequestText(const COJson& list) const;
 
   ChatEntryWriter write_;
   Entries entries_;
-  std::string requestText_;
+  mutable std::string requestText_;
+  mutable std::size_t written_ = 0;  // the number of entries in it
 };

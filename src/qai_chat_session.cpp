@@ -49,6 +49,7 @@ bool QAIChatSession::load(const std::string& data) {
 
 void QAIChatSession::loadHistory(const ICOJsonValue* messages) {
   const std::size_t size = messages == nullptr ? 0 : messages->obtainArraySize();
+  history_.reserve(size);
   for (std::size_t i = 0; i < size; ++i) {
     const ICOJsonValue* role = cfFindJsonMember(messages->obtainArrayItem(i), "role", JsonType::String);
     const ICOJsonValue* content = cfFindJsonMember(messages->obtainArrayItem(i), "content", JsonType::String);
