@@ -26,8 +26,9 @@ void addMessage(COJsonValue& messages, const std::string& role, const std::strin
   message->addKeyValue("content")->setString(text);
 }
 
-void addHistory(COJsonValue& messages, std::size_t entries) {
-  for (std::size_t i = 0; i < entries; ++i) addMessage(messages, i % 2 == 0 ? "user" : "assistant", makeEntry(i));
+void addHistory(COJsonValue& messages, const Length& length) {
+  const std::size_t count = length.isGoingOn ? length.entries - 2 : length.entries;
+  for (std::size_t i = 0; i < count; ++i) addMessage(messages, i % 2 == 0 ? "user" : "assistant", makeEntry(i));
 }
 
 /// A message as it stands in an array, without what would separate it from the one before.
@@ -41,23 +42,24 @@ std::string toText(const std::string& role, const std::string& text) {
 }  // namespace
 
 Conversation::Conversation(const std::string& url, Length length)
-    : turnsPerRestore_(length.turns),
-      turns_(turnsPerRestore_),
+    : length_(length),
+      turns_(length.turns),
       assistant_(QAICreateAssistant(OPENAI_v1, CF::createHTTPPoolCenter(), "key", url)) {
   COJson saved;
   saved.addKeyValue("model")->setString("bench");
   saved.addKeyValue("user_instructions")->setString(kInstructions);
-  addHistory(*saved.addKeyValue("messages"), length.entries);
+  addHistory(*saved.addKeyValue("messages"), length);
   saved_ = saved.obtainJsonString();
 }
 
 void Conversation::keepLength() {
-  if (turns_ >= turnsPerRestore_) restore();
+  if (turns_ >= length_.turns) restore();
 }
 
 void Conversation::restore() {
   session_.reset();
   session_.reset(assistant_->loadSession(saved_).first);
+  if (length_.isGoingOn) turn();
   turns_ = 0;
 }
 
@@ -76,7 +78,11 @@ BareConversation::BareConversation(const std::string& url, Length length, const 
   body.addKeyValue("model")->setString("bench");
   COJsonValue* messages = body.addKeyValue("messages");
   addMessage(*messages, "developer", std::string(kInstructions) + "\n\n");
-  addHistory(*messages, length.entries);
+  addHistory(*messages, length);
+  if (length.isGoingOn) {
+    addMessage(*messages, "user", kQuestion);
+    addMessage(*messages, "assistant", kReply);
+  }
   body_ = body.obtainJsonString();
   body_.resize(body_.size() - 2);
   historyEnd_ = body_.size();

@@ -17,9 +17,12 @@ struct FreeObject {
 struct Length {
   std::size_t entries;  // of 1 KiB each
   std::size_t turns;
+  /// The last two entries come from a turn that nobody measures. The first turn of a restored session writes its
+  /// history for the requests, which no later one does.
+  bool isGoingOn = false;
 
   /// So few turns that the length grows by a fiftieth at most, or one.
-  static Length about(std::size_t entries) { return {entries, 1 + entries / 100}; }
+  static Length about(std::size_t entries) { return {entries, 1 + entries / 100, entries != 0}; }
 };
 
 /// An assistant of the chat-completions service with a session restored from text.
@@ -34,8 +37,8 @@ class Conversation {
   void turn();
 
  private:
+  Length length_;
   std::string saved_;
-  std::size_t turnsPerRestore_;
   std::size_t turns_;
   std::unique_ptr<IQAIAssistant, FreeObject> assistant_;
   std::unique_ptr<IQAISession, FreeObject> session_;

@@ -7,7 +7,7 @@
 
 int main() {
   BenchServer server;
-  Conversation conversation(server.getURL(), {100, 4});
+  Conversation conversation(server.getURL(), {100, 4, true});
   for (int i = 0; i < 3; ++i) {  // the connection, and what is kept from one turn to the next
     conversation.keepLength();
     conversation.turn();

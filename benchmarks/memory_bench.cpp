@@ -25,13 +25,13 @@ MemoryCount countTurn(Talk& talk) {
 
 MemoryCount countOurs(std::size_t entries) {
   BenchServer server;
-  Conversation ours(server.getURL(), {entries, 1});
+  Conversation ours(server.getURL(), {entries, 1, entries != 0});
   return countTurn(ours);
 }
 
 MemoryCount countBare(std::size_t entries, std::size_t& bodySize) {
   BenchServer server;
-  BareConversation bare(server.getURL(), {entries, 1});
+  BareConversation bare(server.getURL(), {entries, 1, entries != 0});
   const MemoryCount count = countTurn(bare);
   bodySize = bare.bodySize();
   return count;

@@ -19,13 +19,13 @@ void require(bool holds, const char* text) {
 /// Both sides of a row of turns, on a server of their own; in TLS when there is an authority.
 class Turns {
  public:
-  Turns(std::size_t entries, const BenchAuthority* authority)
+  Turns(const Length& length, const BenchAuthority* authority)
       : server_(authority == nullptr ? std::make_unique<BenchServer>()
                                      : std::make_unique<BenchServer>(authority->getServer().certificateFile,
                                                                      authority->getServer().keyFile)),
-        ours_(server_->getURL(), Length::about(entries)),
-        idle_(server_->getURL(), Length::about(entries)),
-        bare_(server_->getURL(), Length::about(entries), authority == nullptr ? "" : authority->getFolder()) {
+        ours_(server_->getURL(), length),
+        idle_(server_->getURL(), length),
+        bare_(server_->getURL(), length, authority == nullptr ? "" : authority->getFolder()) {
     if (authority != nullptr) authority->trustInLibrary();
   }
 
@@ -56,8 +56,10 @@ class Turns {
 };
 
 ratio::Pair makeTurns(std::size_t entries, const BenchAuthority* authority) {
-  const auto turns = std::make_shared<Turns>(entries, authority);
-  const bool secure = authority != nullptr;
+  const Length length = Length::about(entries);
+  const auto turns = std::make_shared<Turns>(length, authority);
+  const long sides = length.isGoingOn ? 3 : 2;  // with the one that only restores
+  const long handshakes = authority == nullptr ? 0 : sides;
   turns->beforeOurs();
   turns->beforeBare();
   turns->checkBodies();
@@ -66,16 +68,16 @@ ratio::Pair makeTurns(std::size_t entries, const BenchAuthority* authority) {
           .beforeEachOurs = [turns] { turns->beforeOurs(); },
           .beforeEachBaseline = [turns] { turns->beforeBare(); },
           .afterAll =
-              [turns, secure] {
+              [turns, sides, handshakes] {
                 const BenchServer::Counts counts = turns->server().obtainCounts();
-                require(counts.connections == 2, "a side opened more than one connection");
-                require(counts.handshakes == (secure ? 2 : 0), "a side shook hands more than once");
+                require(counts.connections == sides, "a side opened more than one connection");
+                require(counts.handshakes == handshakes, "a side shook hands more than once");
               }};
 }
 
 /// The server ends the connection before each turn, as services do with those that are idle for long.
 ratio::Pair makeReturns(const BenchAuthority& authority) {
-  const auto turns = std::make_shared<Turns>(10, &authority);
+  const auto turns = std::make_shared<Turns>(Length{10, 1}, &authority);
   return {.ours = [turns] { turns->ours().turn(); },
           .baseline = [turns] { turns->bare().turn(); },
           .beforeEachOurs =

@@ -24,22 +24,19 @@ class ChatHistory {
   /// Oldest first; each with one text section.
   const Entries& entries() const { return entries_; }
 
-  /// The entries as a request has them: JSON values with commas between them. Each is written once: to escape a long
-  /// history anew would take longer than to send it. What `append` added is written here, as not every history that is
-  /// restored is gone on with. Lives until the next call that changes the history.
+  /// The entries as a request has them: JSON values with commas between them. Each is written once, here, when it is
+  /// first asked for: to escape a long history anew for each request would take longer than to send it. Lives until the
+  /// next call after the history has changed; when it throws, nothing is written.
   std::string_view requestText() const;
 
   /// Makes room for this many entries.
   void reserve(std::size_t count) { entries_.reserve(count); }
-  /// For filling a new history; when it throws, nothing is appended.
+  /// When it throws, nothing is appended.
   void append(std::uint32_t role, std::string text);
   /// Appends the user's entry and the assistant's, or throws and appends neither.
   void appendTurn(std::string question, std::string reply);
 
  private:
-  void writeEntry(COJson& list, const QAIMessage& entry) const;
-  void addRequestText(const COJson& list) const;
-
   ChatEntryWriter write_;
   Entries entries_;
   mutable std::string requestText_;
