@@ -141,7 +141,7 @@ std::pair<std::string, std::string> QAIChatAssistant::exchange(const QAIChatSess
 
   const std::string instructions = settings.obtainCombinedInstructions();
   COJson body;
-  dialect_.writeBody(body, {settings, dialect_.instructionsRole, instructions, session.history().requestText(), text});
+  dialect_.writeBody(body, {settings, dialect_.instructionsRole, instructions, session.history().requestText(text)});
   const auto [response, error] = HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {});
   const std::unique_ptr<CMRestResourceResponse> reply(response);
   if (!error.empty()) return {"", obtainFailureText(reply.get(), error)};

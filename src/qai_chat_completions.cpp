@@ -9,11 +9,6 @@
 
 namespace {
 
-void fillMessage(COJsonValue& message, std::string_view role, std::string_view content) {
-  message.addKeyValue("role")->setStringReference(role);
-  message.addKeyValue("content")->setStringReference(content);
-}
-
 /// The members of a model that matter here.
 struct Model {
   explicit Model(const ICOJsonValue& entry) {
@@ -50,14 +45,13 @@ void completions::writeBody(COJson& body, const ChatTurn& turn) {
   writeMessages(*body.addKeyValue("messages"), turn);
 }
 
-void completions::writeEntry(COJsonValue& entry, bool byAssistant, std::string_view text) {
-  fillMessage(entry, byAssistant ? "assistant" : "user", text);
-}
-
 void completions::writeMessages(COJsonValue& messages, const ChatTurn& turn) {
-  if (!turn.instructions.empty()) fillMessage(*messages.addArrayItem(), turn.instructionsRole, turn.instructions);
-  if (!turn.history.empty()) messages.addArrayItem()->setJsonReference(turn.history);
-  writeEntry(*messages.addArrayItem(), false, turn.text);
+  if (!turn.instructions.empty()) {
+    COJsonValue* message = messages.addArrayItem();
+    message->addKeyValue("role")->setStringReference(turn.instructionsRole);
+    message->addKeyValue("content")->setStringReference(turn.instructions);
+  }
+  messages.addArrayItem()->setJsonReference(turn.messages);
 }
 
 std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {

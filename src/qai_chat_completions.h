@@ -16,7 +16,8 @@ namespace completions {
 void writeBody(COJson& body, const ChatTurn& turn);
 
 /// {"role", "content"}
-void writeEntry(COJsonValue& entry, bool byAssistant, std::string_view text);
+inline constexpr ChatEntryForm kEntry{
+    .userStart = R"({"role":"user","content":)", .assistantStart = R"({"role":"assistant","content":)", .end = "}"};
 
 /// The instructions (when there are any), the history and the new text as objects with "role" and "content".
 void writeMessages(COJsonValue& messages, const ChatTurn& turn);

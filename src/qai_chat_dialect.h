@@ -18,8 +18,7 @@ struct ChatTurn {
   const QAIAssistantProperties& settings;
   std::string_view instructionsRole;
   std::string_view instructions;  // may be empty
-  std::string_view history;       // ChatHistory::requestText, may be empty
-  std::string_view text;
+  std::string_view messages;      // ChatHistory::requestText: the history and the new text
 };
 
 /// Path segments of an address; empty ones end it.
@@ -64,7 +63,7 @@ struct ChatDialect {
   ChatTurnEndpoint turn;
 
   std::vector<std::string> (*readModels)(const ICOJsonValue& list);
-  ChatEntryWriter writeEntry;
+  ChatEntryForm entry;
   void (*writeBody)(COJson& body, const ChatTurn& turn);
   /// The reply's text; nothing when the reply is not in the service's format.
   std::optional<std::string> (*readReply)(const ICOJsonValue& reply);

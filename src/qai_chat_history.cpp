@@ -1,5 +1,7 @@
 #include "qai_chat_history.h"
 
+#include <cf/json.h>
+
 #include <utility>
 
 void ChatHistory::append(std::uint32_t role, std::string text) {
@@ -14,18 +16,28 @@ void ChatHistory::appendTurn(std::string question, std::string reply) {
   entries_.push_back(std::move(answered));
 }
 
-std::string_view ChatHistory::requestText() const {
-  if (written_ == entries_.size()) return requestText_;
-  COJson list;
-  for (std::size_t i = written_; i < entries_.size(); ++i) {
-    write_(*list.addArrayItem(), entries_[i]->isByAssistant(), entries_[i]->firstText());
+std::string_view ChatHistory::requestText(std::string_view question) const {
+  requestText_.resize(writtenSize_);
+  makeRoom(question.size());
+  for (; written_ < entries_.size(); ++written_) {
+    writeEntry(entries_[written_]->isByAssistant(), entries_[written_]->firstText());
+    writtenSize_ = requestText_.size();
   }
-  std::string items = list.obtainJsonString();
-  items.pop_back();
-  items.front() = ',';
-  const std::size_t size = requestText_.size() + items.size();
-  if (size > requestText_.capacity()) requestText_.reserve(size + size / 4);  // the next turns need not move it all
-  requestText_.append(items, requestText_.empty() ? 1 : 0);
-  written_ = entries_.size();
+  writeEntry(false, question);
   return requestText_;
+}
+
+/// For what is still to be written, and a quarter more, so that the next turns need not move a long history.
+void ChatHistory::makeRoom(std::size_t questionSize) const {
+  const std::size_t formSize = form_.assistantStart.size() + form_.end.size() + 3;  // with quotation marks and a comma
+  std::size_t size = requestText_.size() + questionSize + formSize;
+  for (std::size_t i = written_; i < entries_.size(); ++i) size += entries_[i]->firstText().size() + formSize;
+  if (size > requestText_.capacity()) requestText_.reserve(size + size / 4);
+}
+
+void ChatHistory::writeEntry(bool byAssistant, std::string_view text) const {
+  if (!requestText_.empty()) requestText_ += ',';
+  requestText_ += byAssistant ? form_.assistantStart : form_.userStart;
+  cfAppendJsonString(requestText_, text);
+  requestText_ += form_.end;
 }

@@ -3,8 +3,6 @@
 
 #include "qai_message.h"
 
-#include <cf/json.h>
-
 #include <cstddef>
 #include <cstdint>
 #include <memory>
@@ -12,22 +10,27 @@
 #include <string_view>
 #include <vector>
 
-/// Fills `entry` with one text as it stands in a service's request bodies.
-using ChatEntryWriter = void (*)(COJsonValue& entry, bool byAssistant, std::string_view text);
+/// An entry as it stands in a service's request bodies: a start, the text as a JSON string, and the end.
+struct ChatEntryForm {
+  std::string_view userStart;
+  std::string_view assistantStart;
+  std::string_view end;
+};
 
 class ChatHistory {
  public:
   using Entries = std::vector<std::unique_ptr<QAIMessage>>;
 
-  explicit ChatHistory(ChatEntryWriter write) : write_(write) {}
+  /// `form` outlives the history.
+  explicit ChatHistory(const ChatEntryForm& form) : form_(form) {}
 
   /// Oldest first; each with one text section.
   const Entries& entries() const { return entries_; }
 
-  /// The entries as a request has them: JSON values with commas between them. Each is written once, here, when it is
-  /// first asked for: to escape a long history anew for each request would take longer than to send it. Lives until the
-  /// next call after the history has changed; when it throws, nothing is written.
-  std::string_view requestText() const;
+  /// The entries and then `question`, the user's, as a request has them: JSON values with commas between them. Each
+  /// entry is written once, when it is first needed: to escape a long history anew for each request would take longer
+  /// than to send it. Lives until the next call. Used by one thread at a time, though it is const.
+  std::string_view requestText(std::string_view question) const;
 
   /// Makes room for this many entries.
   void reserve(std::size_t count) { entries_.reserve(count); }
@@ -37,8 +40,12 @@ class ChatHistory {
   void appendTurn(std::string question, std::string reply);
 
  private:
-  ChatEntryWriter write_;
+  void makeRoom(std::size_t questionSize) const;
+  void writeEntry(bool byAssistant, std::string_view text) const;
+
+  const ChatEntryForm& form_;
   Entries entries_;
   mutable std::string requestText_;
-  mutable std::size_t written_ = 0;  // the number of entries in it
+  mutable std::size_t written_ = 0;      // the number of entries in it
+  mutable std::size_t writtenSize_ = 0;  // and their bytes; what follows is an earlier question
 };

@@ -18,7 +18,7 @@ const char* savedRole(std::uint32_t role) {
 }  // namespace
 
 QAIChatSession::QAIChatSession(QAIAssistantProperties& properties, const ChatDialect& dialect)
-    : properties_(properties), dialect_(dialect), history_(dialect.writeEntry) {}
+    : properties_(properties), dialect_(dialect), history_(dialect.entry) {}
 
 std::string QAIChatSession::obtainSessionData() const {
   COJson data;

@@ -14,7 +14,7 @@ constinit const ChatDialect kDeepSeek{
              .noJsonLabel = ": p/chat/completions",
              .formatLabel = ": p/chat/completions"},
     .readModels = completions::readModels,
-    .writeEntry = completions::writeEntry,
+    .entry = completions::kEntry,
     .writeBody = completions::writeBody,
     .readReply = completions::readReply,
     .place = {__FILE__, __LINE__},

@@ -29,24 +29,15 @@ std::vector<std::string> readModels(const ICOJsonValue& list) {
   return models;
 }
 
-/// {"parts": [{"text": text}]}, behind the "role" when there is one.
-void addText(COJsonValue& content, std::string_view text) {
-  content.addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setStringReference(text);
-}
-
-void writeEntry(COJsonValue& entry, bool byAssistant, std::string_view text) {
-  entry.addKeyValue("role")->setStringReference(byAssistant ? "model" : "user");
-  addText(entry, text);
-}
-
 void writeBody(COJson& body, const ChatTurn& turn) {
   if (turn.settings.assignedKeys.contains("temperature")) {
     body.addKeyValue("generationConfig")->addKeyValue("temperature")->setNumber(turn.settings.temperature);
   }
-  if (!turn.instructions.empty()) addText(*body.addKeyValue("system_instruction"), turn.instructions);
-  COJsonValue* contents = body.addKeyValue("contents");
-  if (!turn.history.empty()) contents->addArrayItem()->setJsonReference(turn.history);
-  writeEntry(*contents->addArrayItem(), false, turn.text);
+  if (!turn.instructions.empty()) {
+    COJsonValue* part = body.addKeyValue("system_instruction")->addKeyValue("parts")->addArrayItem();
+    part->addKeyValue("text")->setStringReference(turn.instructions);
+  }
+  body.addKeyValue("contents")->addArrayItem()->setJsonReference(turn.messages);
 }
 
 void appendParts(std::string& text, const ICOJsonValue* content) {
@@ -89,7 +80,9 @@ constinit const ChatDialect kGoogle{
              .noJsonLabel = ": p/v1beta/models/{model}:generateContent",
              .formatLabel = ": p/v1beta/models/{model}:generateContent"},
     .readModels = readModels,
-    .writeEntry = writeEntry,
+    .entry = {.userStart = R"({"role":"user","parts":[{"text":)",
+              .assistantStart = R"({"role":"model","parts":[{"text":)",
+              .end = "}]}"},
     .writeBody = writeBody,
     .readReply = readReply,
     .place = {__FILE__, __LINE__},

@@ -45,7 +45,7 @@ constinit const ChatDialect kOllama{
              .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
              .formatLabel = ": p/api/chat"},
     .readModels = readModels,
-    .writeEntry = completions::writeEntry,
+    .entry = completions::kEntry,
     .writeBody = writeBody,
     .readReply = readReply,
     .place = {__FILE__, __LINE__},

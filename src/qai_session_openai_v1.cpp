@@ -14,7 +14,7 @@ constinit const ChatDialect kOpenAI{
              .noJsonLabel = ": g/v1/chat/completions",  // the other method's label, as hosts know it
              .formatLabel = ": p/v1/chat/completions"},
     .readModels = completions::readModelsByCreated,
-    .writeEntry = completions::writeEntry,
+    .entry = completions::kEntry,
     .writeBody = completions::writeBody,
     .readReply = completions::readReply,
     .place = {__FILE__, __LINE__},

@@ -46,19 +46,6 @@ const char* appendEscaped(std::string& result, const char* text, const char* end
   return text + 1;
 }
 
-void appendString(std::string& result, std::string_view text) {
-  const char* rest = text.data();
-  const char* const end = rest + text.size();
-  result += '"';
-  for (;;) {
-    const char* const plainEnd = plainJsonEnd(rest, end);
-    result.append(rest, plainEnd);
-    if (plainEnd == end) break;
-    rest = appendEscaped(result, plainEnd, end);
-  }
-  result += '"';
-}
-
 /// Appends `value`; `depth` counts the containers around it.
 void appendVariant(std::string& result, const CMVariant& value, unsigned depth);
 
@@ -75,7 +62,7 @@ void appendMap(std::string& result, const CMVariantMap& map, unsigned depth) {
   char before = '{';
   for (const auto& [key, member] : map) {
     result += std::exchange(before, ',');
-    appendString(result, key);
+    cfAppendJsonString(result, key);
     result += ':';
     appendVariant(result, member, depth);
   }
@@ -86,7 +73,7 @@ void appendVariant(std::string& result, const CMVariant& value, unsigned depth) 
   using ValueType = CMVariant::ValueType;
   const ValueType type = value.getValueType();
   if (type == ValueType::String) {
-    appendString(result, value.stringRef());
+    cfAppendJsonString(result, value.stringRef());
   } else if (type == ValueType::Double) {
     appendJsonNumber(result, value.doubleValue(), false);
   } else if (type == ValueType::List && depth < kMaxJsonDepth) {
@@ -116,7 +103,7 @@ void appendReference(JsonText& written, std::string_view json, std::size_t short
 void appendScalar(std::string& result, const COJsonValue& value) {
   switch (value.obtainType()) {
     case JsonType::String:
-      appendString(result, value.obtainString());
+      cfAppendJsonString(result, value.obtainString());
       break;
     case JsonType::Number:
       appendJsonNumber(result, value.obtainNumber(), COJsonAccess::isInteger(value));
@@ -141,6 +128,19 @@ struct OpenContainer {
 };
 
 }  // namespace
+
+void cfAppendJsonString(std::string& json, std::string_view text) {
+  const char* rest = text.data();
+  const char* const end = rest + text.size();
+  json += '"';
+  for (;;) {
+    const char* const plainEnd = plainJsonEnd(rest, end);
+    json.append(rest, plainEnd);
+    if (plainEnd == end) break;
+    rest = appendEscaped(json, plainEnd, end);
+  }
+  json += '"';
+}
 
 void appendJsonNumber(std::string& result, double value, bool integer) {
   if (!std::isfinite(value)) {
@@ -180,7 +180,7 @@ JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorro
     }
     if (!std::exchange(container.isEmpty, false)) result += ',';
     if (container.isObject) {
-      appendString(result, COJsonAccess::key(*child));
+      cfAppendJsonString(result, COJsonAccess::key(*child));
       result += ':';
     }
     begin(*child);

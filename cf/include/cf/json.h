@@ -184,5 +184,8 @@ CF_API bool cfIsJson(const std::string& text);
 /// the order of the map's keys); Null, and what is nested deeper than 256, becomes null.
 CF_API COJson cfCreateCOJsonFromCMVariant(const CMVariant& value);
 
+/// Appends `text` to `json` as a JSON string, written as obtainJsonString writes one.
+CF_API void cfAppendJsonString(std::string& json, std::string_view text);
+
 /// What cfCreateCOJsonFromCMVariant(value).obtainJsonString() gives, without the document in between.
 CF_API std::string cfWriteJson(const CMVariant& value);

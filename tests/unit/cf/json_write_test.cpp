@@ -123,4 +123,15 @@ TEST(JsonWriting, DoesNotDependOnTheLocale) {
   EXPECT_EQ(written, "[1234567.5,1234567,123456789012345683968,1.7976931348623157e+308]");
 }
 
+TEST(JsonString, IsAppendedAsADocumentWritesIt) {
+  for (const std::string text :
+       {"", "plain", "a \"quoted\" \\ \n\t\x01 text", "ünïcödé 漢字 😀", "ill-formed \xff\xc3", "/"}) {
+    COJson document;
+    document.setString(text);
+    std::string json = "before";
+    cfAppendJsonString(json, text);
+    EXPECT_EQ(json, "before" + document.obtainJsonString());
+  }
+}
+
 }  // namespace

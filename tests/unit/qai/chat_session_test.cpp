@@ -41,15 +41,21 @@ TEST(ChatSession, SavesInAFixedOrder) {
             R"("db_structure":"[ ]","messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
 }
 
-TEST(ChatSession, WritesEachEntryForTheRequestsAsItIsAdded) {
+TEST(ChatSession, RequestsHaveTheHistoryAndThenTheQuestionWhateverWasAskedBefore) {
   QAIAssistantProperties record;
   QAISession_OPENAI_v1 session(record);
-  EXPECT_EQ(session.history().requestText(), "");
+  EXPECT_EQ(session.history().requestText("x"), R"({"role":"user","content":"x"})");
+  EXPECT_EQ(session.history().requestText(""), R"({"role":"user","content":""})");
   session.append(0, "q\n");
-  EXPECT_EQ(session.history().requestText(), R"({"role":"user","content":"q\n"})");
+  session.append(7, "of no known role");
+  EXPECT_EQ(session.history().requestText("y"), R"({"role":"user","content":"q\n"},)"
+                                                R"({"role":"user","content":"of no known role"},)"
+                                                R"({"role":"user","content":"y"})");
   session.appendTurn("r", "a");
-  EXPECT_EQ(session.history().requestText(),
-            R"({"role":"user","content":"q\n"},{"role":"user","content":"r"},{"role":"assistant","content":"a"})");
+  EXPECT_EQ(session.history().requestText("z\"\xff"),
+            R"({"role":"user","content":"q\n"},{"role":"user","content":"of no known role"},)"
+            R"({"role":"user","content":"r"},{"role":"assistant","content":"a"},)"
+            "{\"role\":\"user\",\"content\":\"z\\\"\uFFFD\"}");
 }
 
 TEST(ChatSession, EntriesCarryNoTime) {

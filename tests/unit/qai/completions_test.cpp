@@ -28,11 +28,10 @@ TEST_P(Body, IsWrittenToTheByte) {
     settings.assignedKeys.insert("temperature");
     settings.temperature = CMVariant(GetParam().temperature).doubleValue();
   }
-  ChatHistory history(completions::writeEntry);
+  ChatHistory history(completions::kEntry);
   for (const auto& [role, text] : GetParam().history) history.append(role, text);
   COJson body;
-  completions::writeBody(body,
-                         {settings, "developer", GetParam().instructions, history.requestText(), GetParam().text});
+  completions::writeBody(body, {settings, "developer", GetParam().instructions, history.requestText(GetParam().text)});
   EXPECT_EQ(body.obtainJsonString(), GetParam().body);
 }
 

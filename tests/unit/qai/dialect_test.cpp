@@ -24,7 +24,7 @@ TEST_P(DialectBody, IsWrittenToTheByte) {
   QAIAssistantProperties settings;
   settings.model = "m";
   settings.temperature = 0.5;
-  ChatHistory history(row.dialect.writeEntry);
+  ChatHistory history(row.dialect.entry);
   if (row.everything) {
     settings.assignedKeys.insert("temperature");
     history.append(0, "q1");
@@ -32,7 +32,7 @@ TEST_P(DialectBody, IsWrittenToTheByte) {
   }
   const std::string_view instructions = row.everything ? "I" : "";
   COJson body;
-  row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history.requestText(), "q2"});
+  row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history.requestText("q2")});
   EXPECT_EQ(body.obtainJsonString(), row.body);
 }
 
