@@ -455,6 +455,7 @@ CMVariantList QAIAssistantProperties::obtainDatabaseStructure() const {
 }
 
 std::string QAIAssistantProperties::obtainDatabaseStructureText() const {
+  if (dbStructureJson.empty()) return {};  // as in every turn of a host that describes none
   const Structure structure(dbStructureJson);
   std::string text;
   text.reserve(dbStructureJson.size());

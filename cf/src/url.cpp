@@ -1,19 +1,30 @@
 // Putting addresses together (RFC 3986).
 #include <cf/url.h>
 
+#include <array>
+
 namespace {
 
-constexpr std::string_view kUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
-constexpr std::string_view kSegmentExtras = "!$&'()*+,;=:@";  // what a path segment may hold besides
+/// Which bytes stand for themselves, by their values.
+using ByteSet = std::array<bool, 256>;
 
-void appendEncoded(std::string& result, std::string_view text, std::string_view extras) {
+/// `set` and `characters` besides.
+constexpr ByteSet withBytes(ByteSet set, std::string_view characters) {
+  for (const char character : characters) set[static_cast<unsigned char>(character)] = true;
+  return set;
+}
+
+constexpr ByteSet kUnreserved = withBytes({}, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~");
+constexpr ByteSet kInSegments = withBytes(kUnreserved, "!$&'()*+,;=:@");
+
+void appendEncoded(std::string& result, std::string_view text, const ByteSet& plain) {
   constexpr std::string_view kHexDigits = "0123456789ABCDEF";
   for (const char character : text) {
-    if (kUnreserved.find(character) != std::string_view::npos || extras.find(character) != std::string_view::npos) {
+    const auto byte = static_cast<unsigned char>(character);
+    if (plain[byte]) {
       result += character;
       continue;
     }
-    const auto byte = static_cast<unsigned char>(character);
     result += '%';
     result += kHexDigits[byte >> 4U];
     result += kHexDigits[byte & 0x0FU];
@@ -26,7 +37,7 @@ void appendSegment(std::string& result, std::string_view segment) {
   } else if (segment == "..") {
     result += "%2E%2E";
   } else {
-    appendEncoded(result, segment, kSegmentExtras);
+    appendEncoded(result, segment, kInSegments);
   }
 }
 
@@ -34,7 +45,11 @@ void appendSegment(std::string& result, std::string_view segment) {
 
 std::string cfConcatURL(const std::vector<std::string>& parts) {
   if (parts.empty()) return {};
-  std::string result = parts.front();
+  std::size_t size = parts.size();
+  for (const std::string& part : parts) size += part.size();
+  std::string result;
+  result.reserve(size);
+  result = parts.front();
   while (result.ends_with('/')) result.pop_back();
   for (std::size_t index = 1; index < parts.size(); ++index) {
     result += '/';
@@ -46,6 +61,6 @@ std::string cfConcatURL(const std::vector<std::string>& parts) {
 std::string cfEncodeQueryText(std::string_view text) {
   std::string result;
   result.reserve(text.size());
-  appendEncoded(result, text, {});
+  appendEncoded(result, text, kUnreserved);
   return result;
 }
