@@ -11,7 +11,8 @@ void ChatHistory::append(std::uint32_t role, std::string text) {
 void ChatHistory::appendTurn(std::string question, std::string reply) {
   auto asked = std::make_unique<QAIMessage>(static_cast<std::uint32_t>(QAIMessageRole::User), std::move(question));
   auto answered = std::make_unique<QAIMessage>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), std::move(reply));
-  entries_.reserve(entries_.size() + 2);  // so that neither of the next two can fail
+  // So that neither of the next two can fail; twice the room, so that few turns move the history.
+  if (entries_.capacity() < entries_.size() + 2) entries_.reserve(2 * entries_.size() + 2);
   entries_.push_back(std::move(asked));
   entries_.push_back(std::move(answered));
 }

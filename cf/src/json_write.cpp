@@ -117,6 +117,8 @@ void appendScalar(std::string& result, const COJsonValue& value) {
   }
 }
 
+constexpr std::size_t kUsualDepth = 8;
+
 /// A container that is being written.
 struct OpenContainer {
   explicit OpenContainer(const COJsonValue& value)
@@ -164,6 +166,7 @@ JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorro
   const std::size_t documentSize = arena != nullptr ? arena->jsonSize : 0;
   result.reserve(documentSize);
   std::vector<OpenContainer> open;
+  open.reserve(kUsualDepth);
   // Writes a value that has no children, or the start of one that may have some.
   const auto begin = [&](const COJsonValue& next) {
     if (isReference(next)) return appendReference(written, jsonReference(next), shortestBorrowed, documentSize);
