@@ -155,7 +155,7 @@ COJsonAccess::Block* COJsonAccess::addBlock(Node& node, Arena& arena) {
 }
 
 COJsonAccess::Key COJsonAccess::makeLongKey(std::string_view text, Arena& arena) {
-  void* const place = arena.memory.allocate(sizeof text, alignof(std::string_view));
+  void* const place = arena.memory.allocate(sizeof(std::string_view), alignof(std::string_view));
   return {reinterpret_cast<const char*>(::new (place) std::string_view(text)), kLongKey};
 }
 

@@ -12,6 +12,7 @@
 #include <new>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 /// How deep arrays and objects may be nested in a text, and in what becomes one.
 inline constexpr unsigned kMaxJsonDepth = 256;
@@ -30,8 +31,9 @@ struct JsonPage {
 
   JsonPage(void* arenaOfPage, JsonPage* chunkBeforeIt) noexcept : arena(arenaOfPage), chunkBefore(chunkBeforeIt) {}
 
-  static JsonPage* of(const COJsonValue& value) noexcept {
-    return reinterpret_cast<JsonPage*>(reinterpret_cast<std::uintptr_t>(&value) / kSize * kSize);
+  static JsonPage* of(COJsonValue& value) noexcept {
+    auto* const place = reinterpret_cast<std::byte*>(&value);
+    return reinterpret_cast<JsonPage*>(place - reinterpret_cast<std::uintptr_t>(place) % kSize);
   }
 
   COJsonValue* values() noexcept { return reinterpret_cast<COJsonValue*>(slots.data()); }
@@ -39,8 +41,10 @@ struct JsonPage {
   /// The value behind `value` in its run.
   template <typename Value>
   static Value* next(Value* value) noexcept {
-    const auto address = reinterpret_cast<std::uintptr_t>(value + 1);
-    return reinterpret_cast<Value*>(address % kSize == 0 ? address + kHeaderSize : address);
+    using Byte = std::conditional_t<std::is_const_v<Value>, const std::byte, std::byte>;
+    auto* const place = reinterpret_cast<Byte*>(value + 1);
+    const bool isHeader = reinterpret_cast<std::uintptr_t>(place) % kSize == 0;
+    return reinterpret_cast<Value*>(isHeader ? place + kHeaderSize : place);
   }
 
   void* arena;
@@ -198,6 +202,7 @@ void forEachJsonChild(const COJsonValue& container, Visit visit) {
   };
   if (remaining == 0) return;
   if (!COJsonAccess::hasFlag(node, COJsonAccess::kInBlocks)) return visitRun(node.content.children, remaining);
+  // NOLINTNEXTLINE(bugprone-infinite-loop): visitRun takes from what remains
   for (const COJsonAccess::Block* block = node.content.blocks; remaining != 0; block = block->next) {
     visitRun(block->values, std::min(remaining, block->capacity));
   }

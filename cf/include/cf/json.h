@@ -116,7 +116,8 @@ class COJsonValue {
     const auto start = reinterpret_cast<std::uintptr_t>(first);
     const std::size_t offset = index * sizeof(COJsonValue);
     const std::size_t headers = (start % kPageSize - kPageHeaderSize + offset) / (kPageSize - kPageHeaderSize);
-    return reinterpret_cast<COJsonValue*>(start + offset + headers * kPageHeaderSize);
+    auto* const place = reinterpret_cast<std::byte*>(first) + offset + headers * kPageHeaderSize;
+    return reinterpret_cast<COJsonValue*>(place);
   }
   CF_API const COJsonValue* findArrayItem(std::size_t index) const noexcept;
 
