@@ -1,5 +1,12 @@
 # What every target of the project has in common.
 
+# What a system does its own way stands in NAME_posix.cpp and NAME_windows.cpp; this is the ending.
+if(WIN32)
+  set(QAI_SYSTEM windows)
+else()
+  set(QAI_SYSTEM posix)
+endif()
+
 # qai_target(NAME): C++20 without extensions, hidden symbols, the project's warnings.
 function(qai_target name)
   target_compile_features(${name} PUBLIC cxx_std_20)
@@ -8,6 +15,15 @@ function(qai_target name)
     CXX_VISIBILITY_PRESET hidden
     VISIBILITY_INLINES_HIDDEN ON
     POSITION_INDEPENDENT_CODE ON)
+  if(WIN32)
+    # Programs find their DLLs beside themselves. Those are named as hosts ask for them, whatever the compiler.
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+    get_target_property(kind ${name} TYPE)
+    if(kind STREQUAL SHARED_LIBRARY)
+      set_target_properties(${name} PROPERTIES PREFIX "")
+    endif()
+    target_compile_definitions(${name} PRIVATE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+  endif()
   if(MSVC)
     target_compile_options(${name} PRIVATE /W4 /permissive- /utf-8 /EHsc $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
   else()

@@ -1,7 +1,6 @@
 #include "rest_options.h"
 
-#include "rest_authorities.h"
-#include "rest_socket.h"
+#include "rest_system.h"
 #include "rest_text.h"
 
 #include <algorithm>
@@ -99,6 +98,11 @@ void setSecurity(Options& options, const CMRestGlobalSettings& settings) {
   if (folder != nullptr || !settings.caFile.empty()) {
     const char* file = settings.caFile.empty() ? nullptr : settings.caFile.c_str();
     for (const CURLoption option : {CURLOPT_CAINFO, CURLOPT_PROXY_CAINFO}) options.set(option, file);
+  }
+  if (settings.caFile.empty()) return;
+  // Windows asks whether a certificate was revoked, and a private authority seldom has a place to ask.
+  for (const CURLoption option : {CURLOPT_SSL_OPTIONS, CURLOPT_PROXY_SSL_OPTIONS}) {
+    options.set(option, static_cast<long>(CURLSSLOPT_REVOKE_BEST_EFFORT));
   }
 }
 

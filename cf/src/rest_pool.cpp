@@ -1,5 +1,7 @@
 #include "rest_pool.h"
 
+#include "rest_system.h"
+
 #include <cf/app.h>
 
 #include <new>
@@ -13,6 +15,7 @@ constexpr int kLongestWaitMilliseconds = 500;
 void initialiseLibrary() {
   static const bool initialised = [] {
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
+    stayLoaded();
     return true;
   }();
   static_cast<void>(initialised);

@@ -1,7 +1,7 @@
-#include "rest_authorities.h"
+#include "rest_system.h"
 
-#include <curl/curl.h>
 #include <dirent.h>
+#include <fcntl.h>
 
 #include <memory>
 #include <string_view>
@@ -36,3 +36,9 @@ const char* obtainAuthoritiesFolder() noexcept {
   static const char* const kFolder = findFolder();
   return kFolder;
 }
+
+int prepareRestSocket(void* /*context*/, curl_socket_t socket, curlsocktype /*purpose*/) noexcept {
+  return fcntl(socket, F_SETFD, FD_CLOEXEC) == 0 ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
+}
+
+void stayLoaded() noexcept {}  // the library is linked so (-z nodelete)
