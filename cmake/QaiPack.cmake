@@ -1,0 +1,22 @@
+# What `cpack` makes: Debian packages, one for each component, or a zip of everything for Windows.
+set(QAI_PACKAGE_CONTACT "The libqai authors <libqai@example.org>" CACHE STRING "Who the packages say looks after them")
+set(CPACK_PACKAGE_VENDOR "The libqai authors")
+set(CPACK_PACKAGE_CONTACT ${QAI_PACKAGE_CONTACT})
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_VERBATIM_VARIABLES ON)
+set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
+  OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+set(CPACK_COMPONENTS_ALL qai_runtime qai_development)
+foreach(application IN ITEMS chat standin)
+  if(TARGET qai-${application})
+    list(APPEND CPACK_COMPONENTS_ALL qai_${application})
+  endif()
+endforeach()
+
+if(WIN32)
+  include(${CMAKE_CURRENT_LIST_DIR}/QaiPackWindows.cmake)
+else()
+  include(${CMAKE_CURRENT_LIST_DIR}/QaiPackDebian.cmake)
+endif()
+include(CPack)
