@@ -55,4 +55,4 @@ run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-
   libcli11-dev libsqlite3-dev sqlite3)
 test_packages=(libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind)
 bench_packages=(libbenchmark-dev libssl-dev)
-release_packages=(binutils dpkg-dev fakeroot file git lintian)
+release_packages=(binutils dpkg-dev file git lintian)
