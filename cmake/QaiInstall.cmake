@@ -3,6 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/qai)
+set(doc_dir ${CMAKE_INSTALL_DATAROOTDIR}/doc/qai)  # whatever the name of the topmost project
 
 # A folder below the prefix, seen from another.
 function(qai_relative_dir result from to)
@@ -66,6 +67,6 @@ foreach(application IN ITEMS chat standin)
   endif()
 endforeach()
 
-install(FILES LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT qai_runtime)
+install(FILES LICENSE DESTINATION ${doc_dir} COMPONENT qai_runtime)
 install(FILES CHANGELOG.md docs/host-guide.md docs/providers.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT qai_development)
+  DESTINATION ${doc_dir} COMPONENT qai_development)

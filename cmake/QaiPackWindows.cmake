@@ -10,6 +10,6 @@ if(DEFINED QAI_WINDOWS_DEPS)
   endif()
   foreach(library IN LISTS linked_in)
     install(FILES ${QAI_WINDOWS_DEPS}/licenses/${library} RENAME ${library}.txt
-      DESTINATION ${CMAKE_INSTALL_DOCDIR}/licenses COMPONENT qai_runtime)
+      DESTINATION ${doc_dir}/licenses COMPONENT qai_runtime)
   endforeach()
 endif()
