@@ -1,14 +1,20 @@
 // The order of the virtual operations, read from running objects.
 //
 // A host calls by slot number, so the test does the same: it takes an operation from the object's table by its number,
-// calls it and looks which one ran. Under the Itanium C++ ABI (section 2.5) a virtual destructor takes two entries, the
-// complete and the deleting one.
+// calls it and looks whether the one that ran is the one that contract.txt has in that slot. Under the Itanium C++ ABI
+// (section 2.5) a virtual destructor takes two entries, the complete and the deleting one.
+#include "contract.h"
+
 #include <qai.h>
 
 #include <gtest/gtest.h>
 
+#include <cstddef>
 #include <cstring>
+#include <new>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -16,12 +22,18 @@ namespace {
 /// Which operation ran last.
 std::string called;
 
+struct Object final : IQAIObject {
+  ~Object() override { called = "~IQAIObject"; }
+};
+
 struct Section final : IQAIMessageSection {
+  ~Section() override { called = "~IQAIMessageSection"; }
   std::uint32_t obtainType() const override { return called = "obtainType", 0; }
   std::string_view obtainText() const override { return called = "obtainText", ""; }
 };
 
 struct Message final : IQAIMessage {
+  ~Message() override { called = "~IQAIMessage"; }
   std::int64_t obtainCreatedTime() const override { return called = "obtainCreatedTime", 0; }
   std::uint32_t obtainRole() const override { return called = "obtainRole", 0; }
   const std::vector<IQAIMessageSection*>& obtainSections() const override { return called = "obtainSections", none; }
@@ -29,6 +41,7 @@ struct Message final : IQAIMessage {
 };
 
 struct Properties final : IQAIProperties {
+  ~Properties() override { called = "~IQAIProperties"; }
   std::vector<std::pair<std::string, std::string>> obtainPropertyList() const override {
     return called = "obtainPropertyList", std::vector<std::pair<std::string, std::string>>{};
   }
@@ -39,10 +52,12 @@ struct Properties final : IQAIProperties {
 };
 
 struct Session final : IQAISession {
+  ~Session() override { called = "~IQAISession"; }
   std::string obtainSessionData() const override { return called = "obtainSessionData"; }
 };
 
 struct Assistant final : IQAIAssistant {
+  ~Assistant() override { called = "~IQAIAssistant"; }
   std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override {
     return called = "obtainAvailableModels", std::pair<std::vector<std::string>, std::string>{};
   }
@@ -63,82 +78,101 @@ struct Assistant final : IQAIAssistant {
 };
 
 constexpr std::size_t kDestructorEntries = 2;
-constexpr const char* kWhy = " moved: hosts built earlier call by slot number and would call something else";
 
-/// Entry `slot` (counting the destructor as slot 0) of the table of `object`.
+/// Entry `entry` of the table of `object`.
 template <class Operation, class Interface>
-Operation atSlot(const Interface& object, std::size_t slot) {
+Operation atEntry(const Interface& object, std::size_t entry) {
   const void* const* table = nullptr;
   std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
-  const void* entry = table[kDestructorEntries + slot - 1];
   Operation operation = nullptr;
-  static_assert(sizeof operation == sizeof entry);
-  std::memcpy(&operation, &entry, sizeof operation);
+  static_assert(sizeof operation == sizeof table[entry]);
+  std::memcpy(&operation, &table[entry], sizeof operation);
   return operation;
 }
 
-#define EXPECT_CALLED(name) EXPECT_EQ(called, name) << name << kWhy
+/// The operation in slot `slot`, the destructor counted as slot 0.
+template <class Operation, class Interface>
+Operation atSlot(const Interface& object, std::size_t slot) {
+  return atEntry<Operation>(object, kDestructorEntries + slot - 1);
+}
+
+/// Calls the slots of one interface in their order, the destructor first, and compares what ran with the contract.
+template <class Interface, class Implementation>
+class SlotCaller {
+ public:
+  explicit SlotCaller(const std::string& interface) : names_(contractedSlots(interface)) {
+    using Destructor = void (*)(Interface*);
+    alignas(Implementation) std::byte place[sizeof(Implementation)];
+    Interface* inPlace = new (place) Implementation;
+    atEntry<Destructor>(*inPlace, 0)(inPlace);
+    expectCalled(0);
+    Interface* onHeap = new Implementation;
+    atEntry<Destructor>(*onHeap, 1)(onHeap);
+    expectCalled(0);
+  }
+  ~SlotCaller() { EXPECT_EQ(next_, names_.size()) << "not every slot of the contract was called"; }
+  SlotCaller(const SlotCaller&) = delete;
+  SlotCaller& operator=(const SlotCaller&) = delete;
+
+  /// Calls the next slot with `arguments` behind the object.
+  template <class Result, class... Parameters>
+  void call(std::type_identity_t<Parameters>... arguments) {
+    Interface& object = object_;
+    atSlot<Result (*)(Interface*, Parameters...)>(object, next_)(&object, std::move(arguments)...);
+    expectCalled(next_++);
+  }
+
+ private:
+  void expectCalled(std::size_t slot) {
+    EXPECT_EQ(called, names_.at(slot)) << "of slot " << slot << ": hosts built earlier call by slot number";
+    called.clear();
+  }
+
+  std::vector<std::string> names_;
+  std::size_t next_ = 1;
+  Implementation object_;
+};
+
+using Named = std::pair<std::string, std::string>;
+
+TEST(Slots, OfTheObject) { const SlotCaller<IQAIObject, Object> object("IQAIObject"); }
 
 TEST(Slots, OfTheSection) {
-  const Section object;
-  const IQAIMessageSection& section = object;
-  atSlot<std::uint32_t (*)(const IQAIMessageSection*)>(section, 1)(&section);
-  EXPECT_CALLED("obtainType");
-  atSlot<std::string_view (*)(const IQAIMessageSection*)>(section, 2)(&section);
-  EXPECT_CALLED("obtainText");
+  SlotCaller<IQAIMessageSection, Section> section("IQAIMessageSection");
+  section.call<std::uint32_t>();
+  section.call<std::string_view>();
 }
 
 TEST(Slots, OfTheMessage) {
-  const Message object;
-  const IQAIMessage& message = object;
-  atSlot<std::int64_t (*)(const IQAIMessage*)>(message, 1)(&message);
-  EXPECT_CALLED("obtainCreatedTime");
-  atSlot<std::uint32_t (*)(const IQAIMessage*)>(message, 2)(&message);
-  EXPECT_CALLED("obtainRole");
-  atSlot<const std::vector<IQAIMessageSection*>& (*)(const IQAIMessage*)>(message, 3)(&message);
-  EXPECT_CALLED("obtainSections");
+  SlotCaller<IQAIMessage, Message> message("IQAIMessage");
+  message.call<std::int64_t>();
+  message.call<std::uint32_t>();
+  message.call<const std::vector<IQAIMessageSection*>&>();
 }
 
 TEST(Slots, OfTheProperties) {
-  Properties object;
-  IQAIProperties& properties = object;
+  SlotCaller<IQAIProperties, Properties> properties("IQAIProperties");
   const std::string key;
   const CMVariant value;
-  atSlot<std::vector<std::pair<std::string, std::string>> (*)(IQAIProperties*)>(properties, 1)(&properties);
-  EXPECT_CALLED("obtainPropertyList");
-  atSlot<CMVariant (*)(IQAIProperties*, const std::string&)>(properties, 2)(&properties, key);
-  EXPECT_CALLED("obtainProperty");
-  atSlot<bool (*)(IQAIProperties*, const std::string&, const CMVariant&)>(properties, 3)(&properties, key, value);
-  EXPECT_CALLED("setProperty");
+  properties.call<std::vector<Named>>();
+  properties.call<CMVariant, const std::string&>(key);
+  properties.call<bool, const std::string&, const CMVariant&>(key, value);
 }
 
 TEST(Slots, OfTheSession) {
-  Session object;
-  IQAISession& session = object;
-  atSlot<std::string (*)(IQAISession*)>(session, 1)(&session);
-  EXPECT_CALLED("obtainSessionData");
+  SlotCaller<IQAISession, Session> session("IQAISession");
+  session.call<std::string>();
 }
 
 TEST(Slots, OfTheAssistant) {
-  Assistant object;
-  IQAIAssistant& assistant = object;
-  using Models = std::pair<std::vector<std::string>, std::string>;
-  using MadeSession = std::pair<IQAISession*, std::string>;
-  atSlot<Models (*)(IQAIAssistant*)>(assistant, 1)(&assistant);
-  EXPECT_CALLED("obtainAvailableModels");
-  atSlot<std::string (*)(IQAIAssistant*, std::function<void(IQAIProperties*)>)>(assistant, 2)(&assistant, {});
-  EXPECT_CALLED("setAssistantProperties");
-  atSlot<IQAIProperties* (*)(IQAIAssistant*)>(assistant, 3)(&assistant);
-  EXPECT_CALLED("obtainAssistantProperties");
-  atSlot<MadeSession (*)(IQAIAssistant*)>(assistant, 4)(&assistant);
-  EXPECT_CALLED("createSession");
-  atSlot<MadeSession (*)(IQAIAssistant*, std::string)>(assistant, 5)(&assistant, "");
-  EXPECT_CALLED("loadSession");
-  atSlot<std::string (*)(IQAIAssistant*, IQAISession*)>(assistant, 6)(&assistant, nullptr);
-  EXPECT_CALLED("destroySession");
-  atSlot<std::pair<IQAIMessage*, std::string> (*)(IQAIAssistant*, IQAISession*, std::string)>(assistant, 7)(
-      &assistant, nullptr, "");
-  EXPECT_CALLED("addMessage");
+  SlotCaller<IQAIAssistant, Assistant> assistant("IQAIAssistant");
+  assistant.call<std::pair<std::vector<std::string>, std::string>>();
+  assistant.call<std::string, std::function<void(IQAIProperties*)>>({});
+  assistant.call<IQAIProperties*>();
+  assistant.call<std::pair<IQAISession*, std::string>>();
+  assistant.call<std::pair<IQAISession*, std::string>, std::string>("");
+  assistant.call<std::string, IQAISession*>(nullptr);
+  assistant.call<std::pair<IQAIMessage*, std::string>, IQAISession*, std::string>(nullptr, "");
 }
 
 /// A real assistant, called by number as an old host would: the library's own table has the same order.

@@ -1,0 +1,16 @@
+// Makes a compiler lay out the table of each interface: a constructor needs it, whatever operations there are.
+#include <qai.h>
+
+template <class Interface>
+struct Made : Interface {
+  Made();
+};
+template <class Interface>
+Made<Interface>::Made() = default;
+
+template struct Made<IQAIObject>;
+template struct Made<IQAIMessageSection>;
+template struct Made<IQAIMessage>;
+template struct Made<IQAIProperties>;
+template struct Made<IQAISession>;
+template struct Made<IQAIAssistant>;
