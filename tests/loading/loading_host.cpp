@@ -1,0 +1,136 @@
+// A host that loads the library and unloads it, again and again, with a turn in between.
+//
+// loading_host LIBRARY ADDRESS: ends with 0 when nothing stays behind, else says what. It has a process of its own, in
+// which only the library could start a thread or keep memory; the stand-in at ADDRESS is in another.
+#include "process_state.h"
+
+#include <qai.h>
+
+#include <exception>
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <utility>
+
+namespace {
+
+// As the Itanium C++ ABI writes the exported functions' names.
+constexpr const char* kCreate =
+    "_Z18QAICreateAssistant16QAIAssistantTypeP17ICSHTTPPoolCenterRKNSt7__cxx1112basic_stringIcSt11char_traitsIcESaIcEEE"
+    "S9_";
+constexpr const char* kFree = "_Z13QAIFreeObjectP10IQAIObject";
+
+constexpr int kWarmUp = 10;  // loads until all that stays for good is there: each service twice
+constexpr int kLoads = 100;  // after these
+/// How much more memory may be allocated after the loads than before: less than the smallest allocation, 16 bytes, for
+/// each of them.
+constexpr std::size_t kHeapGrowth = 1024;
+
+struct Service {
+  QAIAssistantType type;
+  const char* model;
+};
+constexpr Service kServices[] = {{OPENAI_v1, "standin-small"},
+                                 {OPENAI, "standin-small"},
+                                 {GOOGLE, "gemini-standin"},
+                                 {DEEPSEEK, "deepseek-chat"},
+                                 {OLLAMA, "standin:latest"}};
+
+void expect(bool holds, const std::string& otherwise) {
+  if (!holds) throw std::runtime_error(otherwise);
+}
+
+/// The exported functions that a turn needs, and owners that free with them.
+struct Exports {
+  explicit Exports(const LoadedLibrary& library)
+      : create(library.find<decltype(&QAICreateAssistant)>(kCreate)),
+        free(library.find<decltype(&QAIFreeObject)>(kFree)) {}
+
+  template <class Object>
+  auto own(Object* object) const {
+    return std::unique_ptr<Object, decltype(&QAIFreeObject)>(object, free);
+  }
+
+  decltype(&QAICreateAssistant) create;
+  decltype(&QAIFreeObject) free;
+};
+
+/// Nobody but the host itself runs: looked at from inside an operation, and after it.
+void expectOneThread(const char* when) {
+  const std::size_t threads = currentHoldings().threads;
+  expect(!kCountsStartedThreads || threads == 1, std::to_string(threads) + " threads " + when);
+}
+
+void takeTurn(const Exports& exports, const Service& service, const std::string& address) {
+  const auto assistant = exports.own(exports.create(service.type, CF::createHTTPPoolCenter(), "sk-loading", address));
+  expect(assistant != nullptr, "no assistant");
+  const std::string refusal = assistant->setAssistantProperties([&service](IQAIProperties* properties) {
+    properties->setProperty("model", service.model);
+    expectOneThread("while the settings are made");
+  });
+  expect(refusal.empty(), refusal);
+  const auto [opened, sessionError] = assistant->createSession();
+  const auto session = exports.own(opened);
+  expect(sessionError.empty(), sessionError);
+  const auto [message, error] = assistant->addMessage(session.get(), "What is here?");
+  const auto reply = exports.own(message);
+  expect(error.empty() && reply != nullptr, "no reply: " + error);
+  expect(!reply->obtainSections().empty(), "an empty reply");
+  const std::string remains = assistant->destroySession(session.get());
+  expect(remains.empty(), remains);
+  expectOneThread("after a turn");
+}
+
+void loadAndUnload(const std::string& path, const Service& service, const std::string& address) {
+  {
+    const LoadedLibrary library(path);
+    expect(isMapped(path), "a loaded library that is not found in the process");
+    takeTurn(Exports(library), service, address);
+  }
+  expect(!isMapped(path), "the library is still there after it was unloaded");
+}
+
+void loadOften(int times, const std::string& path, const std::string& address) {
+  for (int i = 0; i < times; ++i)
+    loadAndUnload(path, kServices[static_cast<std::size_t>(i) % std::size(kServices)], address);
+}
+
+/// Else the count of started threads would prove nothing.
+void expectThreadsToCount() {
+  if (!kCountsStartedThreads) return;
+  const std::size_t before = startedThreads();
+  std::thread([] {}).join();
+  expect(startedThreads() == before + 1, "a started thread was not counted");
+}
+
+void run(const std::string& path, const std::string& address) {
+  expectThreadsToCount();
+  const std::size_t threadsBefore = startedThreads();
+  loadOften(kWarmUp, path, address);
+  const Holdings before = currentHoldings();
+  loadOften(kLoads, path, address);
+  const Holdings after = currentHoldings();
+
+  std::cout << "after " << kLoads << " loads: " << before.heapBytes << " -> " << after.heapBytes << " bytes, "
+            << before.descriptors << " -> " << after.descriptors << " descriptors, " << before.threads << " -> "
+            << after.threads << " threads, " << startedThreads() - threadsBefore << " threads started\n";
+  expect(after.heapBytes <= before.heapBytes + kHeapGrowth, "memory stays behind");
+  expect(after.descriptors <= before.descriptors, "descriptors stay behind");
+  expect(after.threads <= before.threads, "threads stay behind");
+  expect(startedThreads() == threadsBefore, "threads were started");
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    expect(argc == 3, "usage: loading_host LIBRARY ADDRESS");
+    run(argv[1], argv[2]);
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "loading_host: " << error.what() << '\n';
+    return 1;
+  }
+}

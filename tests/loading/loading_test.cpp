@@ -1,0 +1,14 @@
+// The library comes and goes in a running process, as an application's plug-ins do.
+#include <gtest/gtest.h>
+#include <standin.h>
+
+#include <cstdlib>
+#include <string>
+
+TEST(Loading, AHundredTimesWithATurnEachLeavesNothingAndStartsNoThread) {
+  const standin::Server server;
+  const std::string command = LOADING_START R"(")" LOADING_HOST R"(" ")" QAI_LIBRARY R"(" )" + server.address();
+  // NOLINTNEXTLINE(cert-env33-c): our own program, with our own arguments
+  EXPECT_EQ(std::system(command.c_str()), 0) << command;
+  EXPECT_GE(server.requests().size(), 110U);
+}
