@@ -29,7 +29,7 @@ class LoadedLibrary {
 bool isMapped(const std::string& path);
 
 struct Holdings {
-  std::size_t heapBytes;    // allocated and not freed
+  std::size_t heapBytes;    // allocated and not freed; 0 where that cannot be told
   std::size_t descriptors;  // open ones: files and sockets; on Windows all handles
   std::size_t threads;      // running now
 };
