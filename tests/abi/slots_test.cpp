@@ -2,7 +2,7 @@
 //
 // A host calls by slot number, so the test does the same: it takes an operation from the object's table by its number,
 // calls it and looks whether the one that ran is the one that contract.txt has in that slot. Under the Itanium C++ ABI
-// (section 2.5) a virtual destructor takes two entries, the complete and the deleting one.
+// (section 2.5) a virtual destructor takes two entries, the complete and the deleting one; under Microsoft's one.
 #include "contract.h"
 
 #include <qai.h>
@@ -77,18 +77,33 @@ struct Assistant final : IQAIAssistant {
   }
 };
 
-constexpr std::size_t kDestructorEntries = 2;
-
-/// Entry `entry` of the table of `object`.
+/// Entry `entry` of the table of `object`, to be called on it: both ABIs pass a member function's arguments in an order
+/// of its own, and begin the pointer to one with the function's address.
 template <class Operation, class Interface>
 Operation atEntry(const Interface& object, std::size_t entry) {
   const void* const* table = nullptr;
   std::memcpy(&table, static_cast<const void*>(&object), sizeof table);
   Operation operation = nullptr;
-  static_assert(sizeof operation == sizeof table[entry]);
-  std::memcpy(&operation, &table[entry], sizeof operation);
+  static_assert(sizeof operation >= sizeof table[entry]);
+  std::memcpy(&operation, &table[entry], sizeof table[entry]);
   return operation;
 }
+
+#if defined(_MSC_VER)
+constexpr std::size_t kDestructorEntries = 1;
+
+template <class Interface>
+void destroy(Interface& object, bool andFree) {
+  (object.*atEntry<void* (Interface::*)(unsigned)>(object, 0))(andFree ? 1 : 0);
+}
+#else
+constexpr std::size_t kDestructorEntries = 2;
+
+template <class Interface>
+void destroy(Interface& object, bool andFree) {
+  (object.*atEntry<void (Interface::*)()>(object, andFree ? 1 : 0))();
+}
+#endif
 
 /// The operation in slot `slot`, the destructor counted as slot 0.
 template <class Operation, class Interface>
@@ -101,24 +116,23 @@ template <class Interface, class Implementation>
 class SlotCaller {
  public:
   explicit SlotCaller(const std::string& interface) : names_(contractedSlots(interface)) {
-    using Destructor = void (*)(Interface*);
     alignas(Implementation) std::byte place[sizeof(Implementation)];
     Interface* inPlace = new (place) Implementation;
-    atEntry<Destructor>(*inPlace, 0)(inPlace);
+    destroy(*inPlace, false);
     expectCalled(0);
     Interface* onHeap = new Implementation;
-    atEntry<Destructor>(*onHeap, 1)(onHeap);
+    destroy(*onHeap, true);
     expectCalled(0);
   }
   ~SlotCaller() { EXPECT_EQ(next_, names_.size()) << "not every slot of the contract was called"; }
   SlotCaller(const SlotCaller&) = delete;
   SlotCaller& operator=(const SlotCaller&) = delete;
 
-  /// Calls the next slot with `arguments` behind the object.
+  /// Calls the next slot with `arguments`.
   template <class Result, class... Parameters>
   void call(std::type_identity_t<Parameters>... arguments) {
     Interface& object = object_;
-    atSlot<Result (*)(Interface*, Parameters...)>(object, next_)(&object, std::move(arguments)...);
+    (object.*atSlot<Result (Interface::*)(Parameters...)>(object, next_))(std::forward<Parameters>(arguments)...);
     expectCalled(next_++);
   }
 
@@ -178,10 +192,10 @@ TEST(Slots, OfTheAssistant) {
 /// A real assistant, called by number as an old host would: the library's own table has the same order.
 TEST(Slots, OfARunningAssistant) {
   IQAIAssistant* assistant = QAICreateAssistant(OPENAI_v1, nullptr, "", "http://127.0.0.1:1");
-  auto* properties = atSlot<IQAIProperties* (*)(IQAIAssistant*)>(*assistant, 3)(assistant);
+  auto* properties = (*assistant.*atSlot<IQAIProperties* (IQAIAssistant::*)()>(*assistant, 3))();
   ASSERT_NE(properties, nullptr);
   EXPECT_EQ(properties->obtainProperty("api_host").stringValue(), "http://127.0.0.1:1");
-  EXPECT_EQ(atSlot<std::string (*)(IQAIAssistant*, IQAISession*)>(*assistant, 6)(assistant, nullptr), "");
+  EXPECT_EQ((*assistant.*atSlot<std::string (IQAIAssistant::*)(IQAISession*)>(*assistant, 6))(nullptr), "");
   QAIFreeObject(properties);
   QAIFreeObject(assistant);
 }
