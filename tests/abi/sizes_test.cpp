@@ -44,6 +44,39 @@ TEST(Sizes, VariantTypesHaveFixedCodes) {
   EXPECT_EQ(static_cast<int>(CMVariant::ValueType::Map), 7);
 }
 
+TEST(Sizes, TransportFailuresHaveFixedCodes) {
+  constexpr CFRestError kInOrder[] = {CFRestError::BadRequest, CFRestError::HostNotFound,  CFRestError::CouldNotConnect,
+                                      CFRestError::TLSFailed,  CFRestError::TimedOut,      CFRestError::ConnectionLost,
+                                      CFRestError::NotHTTP,    CFRestError::ReplyTooLarge, CFRestError::ProxyRefused,
+                                      CFRestError::Cancelled,  CFRestError::Failed};
+  EXPECT_EQ(sizeof(CFRestError), 4U);
+  EXPECT_EQ(static_cast<int>(CFRestError::None), 0);
+  int code = 10'001;
+  for (const CFRestError error : kInOrder) EXPECT_EQ(static_cast<int>(error), code++);
+}
+
+TEST(Sizes, JsonTypesHaveFixedCodes) {
+  constexpr JsonType kInOrder[] = {JsonType::Null,   JsonType::Object, JsonType::Array,
+                                   JsonType::String, JsonType::Number, JsonType::Bool};
+  EXPECT_EQ(sizeof(JsonType), 1U);
+  int code = 0;
+  for (const JsonType type : kInOrder) EXPECT_EQ(static_cast<int>(type), code++);
+}
+
+struct JsonLayout : COJsonValue {
+  static constexpr std::size_t kPage = kPageSize;
+  static constexpr std::size_t kHeader = kPageHeaderSize;
+  static constexpr std::uint8_t kBlocks = kInBlocks;
+};
+
+/// By what the inline functions find an array's item, in a host as in the library.
+TEST(Sizes, JsonValuesLieAsHostsReadThem) {
+  EXPECT_EQ(sizeof(COJsonValue), 24U);
+  EXPECT_EQ(JsonLayout::kPage, 1024U);
+  EXPECT_EQ(JsonLayout::kHeader, 16U);
+  EXPECT_EQ(JsonLayout::kBlocks, 2U);
+}
+
 TEST(Sizes, VariantAndSettingsStayAsTheyAre) {
   EXPECT_EQ(sizeof(CMVariant), 40U);
   EXPECT_EQ(sizeof(CMRestGlobalSettings), 136U);
