@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# check_abi_falls.sh DESCRIPTION LIBRARY: fails unless check_abi.sh refuses LIBRARY, which is libcf, beside each of these
-# changes to a copy of its DESCRIPTION.
+# check_abi_falls.sh DESCRIPTION LIBRARY: fails unless check_abi.sh refuses LIBRARY, which is libcf, beside each of
+# these changes to a copy of its DESCRIPTION.
 set -euo pipefail
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
 copy=$(mktemp --suffix .xml)

@@ -12,7 +12,13 @@ shift 2
 # What clang says of the interfaces, as contract.txt has it: the destructor's second entry is left out and not counted.
 slots() {
   awk -v interface='' '
-    /^VF?Table indices for .IQAI/ { split($0, part, "\47"); interface = part[2]; skipped = 0; print ""; print interface; next }
+    /^VF?Table indices for .IQAI/ {
+      split($0, part, "\47")
+      interface = part[2]
+      skipped = 0
+      print "\n" interface
+      next
+    }
     /^$/ { interface = "" }
     interface == "" { next }
     / \[complete\]$/ { skipped = 1; next }
@@ -25,7 +31,7 @@ slots() {
     }'
 }
 
-# Paragraphs in the order of the interfaces names, since clang tells them in an order of its own.
+# Line by line behind the interface's name, since clang tells the interfaces in an order of its own.
 sorted() {
   awk 'BEGIN { RS = ""; FS = "\n" } { gsub(/\n/, "\n" $1 " "); print }' | LC_ALL=C sort
 }
