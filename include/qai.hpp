@@ -378,6 +378,12 @@ class Assistant {
     core_ = std::move(core);
   }
 
+  Assistant(Assistant&&) noexcept = default;
+  Assistant& operator=(Assistant&&) noexcept = default;
+  Assistant(const Assistant&) = delete;
+  Assistant& operator=(const Assistant&) = delete;
+  ~Assistant() = default;
+
   /// False when empty.
   explicit operator bool() const noexcept { return core_ != nullptr; }
 
