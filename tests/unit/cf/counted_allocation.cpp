@@ -9,8 +9,8 @@
 
 namespace {
 
-std::size_t allocations = 0;
-std::size_t allocationsLeft = std::numeric_limits<std::size_t>::max();
+thread_local std::size_t allocations = 0;
+thread_local std::size_t allocationsLeft = std::numeric_limits<std::size_t>::max();
 
 void* allocate(std::size_t size, std::size_t alignment) {
   if (allocationsLeft == 0) throw std::bad_alloc();

@@ -1,4 +1,4 @@
-// Counts the program's allocations, and makes them fail at will. For programs of one thread.
+// Counts the calling thread's allocations by operator new, and makes them fail at will.
 #pragma once
 
 #include <cstddef>
