@@ -1,0 +1,164 @@
+// The examples, run against the stand-in with every service.
+#include "service.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <standin.h>
+
+#include <array>
+#include <cstdio>
+#include <filesystem>
+#include <memory>
+#include <string>
+
+namespace {
+
+using testing::HasSubstr;
+
+const std::string kKey = "sk-example";
+constexpr const char* kAnswer = "two parts";  // of the services' table
+
+struct ClosePipe {
+  void operator()(FILE* pipe) const { pclose(pipe); }
+};
+
+/// What a program with `arguments` prints, errors included.
+std::string outputOf(const std::string& program, const std::vector<std::string>& arguments) {
+  std::string command = "QAI_API_KEY=" + kKey + " '" + program + "'";
+  for (const std::string& argument : arguments) command += " '" + argument + "'";
+  const std::unique_ptr<FILE, ClosePipe> pipe(popen((command + " 2>&1").c_str(), "r"));
+  std::string output;
+  std::array<char, 1024> buffer{};
+  while (fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) output += buffer.data();
+  return output;
+}
+
+class Example : public testing::TestWithParam<Service> {
+ protected:
+  /// The arguments that all examples begin with.
+  std::vector<std::string> arguments(std::vector<std::string> further) const {
+    std::vector<std::string> all{std::to_string(GetParam().type), server_.address(), GetParam().model};
+    all.insert(all.end(), further.begin(), further.end());
+    return all;
+  }
+
+  /// The service's next reply is kAnswer.
+  void answer() {
+    if (GetParam().type == OPENAI) {
+      server_.scriptRun({.contents = {{R"([{"type":"text","text":{"value":"two parts","annotations":[]}}])"}}});
+    } else {
+      standin::Script script;
+      script.status = 200;
+      script.body = GetParam().replyBody;
+      server_.script(script);
+    }
+  }
+
+  /// All that was sent.
+  std::string sentBodies() const {
+    std::string bodies;
+    for (const standin::Request& request : server_.requests()) bodies += request.body + "\n";
+    return bodies;
+  }
+
+  standin::Server server_{{.apiKey = kKey}};
+};
+
+std::string nameOf(const testing::TestParamInfo<Service>& row) { return row.param.name; }
+
+class MinimalHost : public Example {
+ protected:
+  void expectQuestionAndAnswer(const char* program) {
+    answer();
+    EXPECT_EQ(outputOf(program, arguments({"How high?"})), std::string(kAnswer) + "\n");
+    EXPECT_THAT(sentBodies(), HasSubstr("CREATE TABLE `glacier` (`id` INTEGER, `height` REAL, PRIMARY KEY(`id`))"));
+    EXPECT_THAT(sentBodies(), HasSubstr("How high?"));
+    if (GetParam().type == OPENAI) {
+      EXPECT_EQ(server_.requests().back().method, "DELETE");
+    }
+  }
+  void expectError(const char* program) {
+    standin::Script closed;
+    closed.status = 503;
+    closed.body = R"({"error":{"message":"closed for today"}})";
+    server_.script(closed);
+    EXPECT_EQ(outputOf(program, arguments({"How high?"})), "closed for today\n");
+    EXPECT_EQ(outputOf(program, {"99", server_.address(), "m", "How high?"}), "There is no service of this number.\n");
+    EXPECT_THAT(outputOf(program, {}), testing::StartsWith("usage: "));
+  }
+};
+INSTANTIATE_TEST_SUITE_P(All, MinimalHost, testing::ValuesIn(allServices()), nameOf);
+
+TEST_P(MinimalHost, OnThePlainHeaderPrintsTheReply) { expectQuestionAndAnswer(minimal_host_PATH); }
+TEST_P(MinimalHost, OnThePlainHeaderPrintsErrors) { expectError(minimal_host_PATH); }
+TEST_P(MinimalHost, InConvenientCppPrintsTheReply) { expectQuestionAndAnswer(minimal_host_hpp_PATH); }
+TEST_P(MinimalHost, InConvenientCppPrintsErrors) { expectError(minimal_host_hpp_PATH); }
+
+class RestoreSession : public Example {
+ protected:
+  RestoreSession()
+      : file_(std::filesystem::temp_directory_path() /
+              ("qai_restore_" + std::to_string(server_.port()) + "_" + GetParam().name)) {
+    std::filesystem::remove(file_);
+  }
+  ~RestoreSession() override { std::filesystem::remove(file_); }
+
+  const std::filesystem::path file_;
+};
+INSTANTIATE_TEST_SUITE_P(All, RestoreSession, testing::ValuesIn(allServices()), nameOf);
+
+TEST_P(RestoreSession, GoesOnWithTheConversationOfTheRunBefore) {
+  answer();
+  EXPECT_EQ(outputOf(restore_session_PATH, arguments({file_.string(), "the first question"})),
+            "A new conversation\ntwo parts\n");
+  const std::size_t before = server_.requests().size();
+  answer();
+  EXPECT_EQ(outputOf(restore_session_PATH, arguments({file_.string(), "the second question"})),
+            "The conversation goes on\ntwo parts\n");
+  const auto requests = server_.requests();
+  ASSERT_GT(requests.size(), before);
+  if (GetParam().type == OPENAI) {  // the service keeps it: the same thread gets the second message
+    EXPECT_EQ(requests[before].path, requests[2].path);
+  } else {
+    EXPECT_THAT(requests[before].body, HasSubstr("the first question"));
+    EXPECT_THAT(requests[before].body, HasSubstr(kAnswer));
+  }
+  EXPECT_THAT(requests[before].body, HasSubstr("the second question"));
+}
+
+TEST_P(RestoreSession, RefusesAFileThatIsNoConversation) {
+  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(file_.string().c_str(), "w"), &std::fclose);
+  std::fputs("no JSON", file.get());
+  file.reset();
+  EXPECT_EQ(outputOf(restore_session_PATH, arguments({file_.string(), "question"})), "Cannot load session data\n");
+}
+
+class WorkerThread : public Example {};
+INSTANTIATE_TEST_SUITE_P(All, WorkerThread, testing::ValuesIn(allServices()), nameOf);
+
+TEST_P(WorkerThread, PrintsTheReply) {
+  answer();
+  EXPECT_EQ(outputOf(worker_thread_PATH, arguments({"60", "question"})), std::string(kAnswer) + "\n");
+}
+
+/// All but Ollama, whose assistant does not use its pool, so that nothing cancels its requests.
+std::vector<Service> cancellableServices() {
+  std::vector<Service> services = pooledServices();
+  services.push_back(assistantsService());
+  return services;
+}
+
+class ImpatientWorker : public Example {};
+INSTANTIATE_TEST_SUITE_P(Pooled, ImpatientWorker, testing::ValuesIn(cancellableServices()), nameOf);
+
+TEST_P(ImpatientWorker, GivesUpWhenTheServiceDoesNotAnswer) {
+  const int earlier = GetParam().type == OPENAI ? 2 : 0;  // for the assistant and the conversation
+  for (int i = 0; i < earlier; ++i) server_.script({});
+  standin::Script noReply;
+  noReply.fault = standin::Fault::NoReply;
+  server_.script(noReply);
+  EXPECT_EQ(outputOf(worker_thread_PATH, arguments({"0.05", "question"})),
+            "That takes too long.\nThe request was cancelled\n");
+}
+
+}  // namespace
