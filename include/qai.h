@@ -1,14 +1,15 @@
-// libqai: conversational AI services behind one binary interface.
-//
-// A host creates an assistant for one service, fills its properties, lists the service's models, opens or restores
-// sessions and adds messages. Nothing here throws for a network, HTTP or service failure: operations that can fail
-// return a text for the user, empty on success. Host and library are built with the same compiler family and the same
-// shared library `cf`, whose variants and settings cross the boundary.
-//
-// Threads: the library starts none. Every operation blocks until its HTTP exchange ends. One assistant and its
-// sessions are used by one thread at a time; different assistants may be used on different threads.
-//
-// Texts are UTF-8. The order of the virtual operations is a binary contract: it never changes.
+/// @file
+/// libqai: conversational AI services behind one binary interface.
+///
+/// A host creates an assistant for one service, fills its properties, lists the service's models, opens or restores
+/// sessions and adds messages. Nothing here throws for a network, HTTP or service failure: operations that can fail
+/// return a text for the user, empty on success. Host and library are built with the same compiler family and the same
+/// shared library `cf`, whose variants and settings cross the boundary.
+///
+/// Threads: the library starts none. Every operation blocks until its HTTP exchange ends. One assistant and its
+/// sessions are used by one thread at a time; different assistants may be used on different threads.
+///
+/// Texts are UTF-8. The order of the virtual operations is a binary contract: it never changes.
 #pragma once
 
 #include <cf/app.h>
@@ -22,6 +23,8 @@
 #include <utility>
 #include <vector>
 
+/// @def QAI_API
+/// Goes on what leaves the library.
 #if defined(_WIN32)
 #if defined(QAI_BUILDING)
 #define QAI_API __declspec(dllexport)
@@ -41,9 +44,11 @@ class IQAIObject {
 /// A part of a message. Belongs to its message and is never freed by the host.
 class IQAIMessageSection {
  public:
-  virtual ~IQAIMessageSection() = default;          // slot 0
-  virtual std::uint32_t obtainType() const = 0;     // slot 1: 0 = text, the only kind there is
-  virtual std::string_view obtainText() const = 0;  // slot 2: valid while the section lives
+  virtual ~IQAIMessageSection() = default;  // slot 0
+  /// 0 = text, the only kind there is.
+  virtual std::uint32_t obtainType() const = 0;  // slot 1
+  /// Valid while the section lives.
+  virtual std::string_view obtainText() const = 0;  // slot 2
 };
 
 /// One turn of a conversation.
@@ -121,23 +126,25 @@ class IQAIAssistant : public IQAIObject {
 
 /// The services; the values never change.
 enum QAIAssistantType : std::int32_t {
-  OPENAI_v1 = 0,  // OpenAI chat completions
-  OPENAI = 1,     // OpenAI Assistants, version 2
-  GOOGLE = 2,     // Google Gemini
-  DEEPSEEK = 3,   // DeepSeek
-  OLLAMA = 4      // Ollama
+  OPENAI_v1 = 0,  ///< OpenAI chat completions
+  OPENAI = 1,     ///< OpenAI Assistants, version 2
+  GOOGLE = 2,     ///< Google Gemini
+  DEEPSEEK = 3,   ///< DeepSeek
+  OLLAMA = 4      ///< Ollama
 };
 
 /// What the host callback gets to translate one text.
 struct QAICallbackLocalizationInfo {
-  const char* text = nullptr;  // to be translated; NUL-terminated; valid only during the call
+  const char* text = nullptr;  ///< to be translated; NUL-terminated; valid only during the call
   // NOLINTNEXTLINE(modernize-avoid-c-arrays): a plain record for hosts in any language
-  char buffer[1024] = {};  // for the translation: at most 1023 bytes and a NUL; left empty, `text` stays as it is
+  char buffer[1024] = {};  ///< for the translation: at most 1023 bytes and a NUL; left empty, `text` stays as it is
 
   QAICallbackLocalizationInfo() = default;
+  /// Copies the pointer and the whole buffer, as all of these do.
   QAICallbackLocalizationInfo(const QAICallbackLocalizationInfo&) = default;
-  /// Both copy the pointer and the whole buffer.
+  /// As above.
   QAI_API QAICallbackLocalizationInfo& operator=(const QAICallbackLocalizationInfo& other);
+  /// As above.
   // NOLINTNEXTLINE(performance-noexcept-move-constructor): an exported signature, and it moves nothing
   QAI_API QAICallbackLocalizationInfo& operator=(QAICallbackLocalizationInfo&& other);
 };
@@ -148,6 +155,7 @@ using QAICallback = void (*)(const char* name, void* data);
 
 /// Creates the assistant for `type`.
 ///
+/// @param type    the service.
 /// @param pool    made by CF::createHTTPPoolCenter(), one for each assistant, which owns and destroys it; null for a
 ///                connection per request. When the call gives null or throws, the pool stays the caller's.
 /// @param apiKey  the service's credential; goes into the requests and nowhere else.

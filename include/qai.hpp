@@ -1,14 +1,15 @@
-// qai.h for C++ hosts: owners in place of raw pointers, results in place of pairs, settings by name in place of keys.
-//
-// Header-only, over qai.h and the standard library alone, so the binary interface stays qai.h's. Nothing is hidden:
-// native() of each class gives the object underneath. Nothing is added to what a call costs: everything is an inline
-// call of the plain interface with moved arguments; an assistant takes one allocation more, which its sessions share.
-//
-// Every class here is empty when default-constructed or moved from. An empty object is safe to use: what can fail gives
-// an error, what reads gives an empty value. Threads are as in qai.h; only a Canceller may be used from any.
-//
-// What the services, the network or a saved text get wrong comes back as a Result. Exceptions are what the standard
-// library throws (std::bad_alloc), and what the host's own functions throw into configure().
+/// @file
+/// qai.h for C++ hosts: owners in place of raw pointers, results in place of pairs, settings by name in place of keys.
+///
+/// Header-only, over qai.h and the standard library alone, so the binary interface stays qai.h's. Nothing is hidden:
+/// native() of each class gives the object underneath. Nothing is added to what a call costs: everything is an inline
+/// call of the plain interface with moved arguments; an assistant takes one allocation more, which its sessions share.
+///
+/// Every class here is empty when default-constructed or moved from. An empty object is safe to use: what can fail
+/// gives an error, what reads gives an empty value. Threads are as in qai.h; only a Canceller may be used from any.
+///
+/// What the services, the network or a saved text get wrong comes back as a Result. Exceptions are what the standard
+/// library throws (std::bad_alloc), and what the host's own functions throw into configure().
 #pragma once
 
 #include <qai.h>
@@ -45,15 +46,11 @@ using Pool = std::unique_ptr<ICSHTTPPoolCenter>;
 /// A pool centre for one assistant: connections that are kept between requests, and requests that can be cancelled.
 inline Pool makePool() { return Pool(CF::createHTTPPoolCenter()); }
 
-template <class T>
-class Result;
-
 /// Success, or the text of an error for the user (UTF-8).
-template <>
-class [[nodiscard]] Result<void> {
+class [[nodiscard]] Outcome {
  public:
   /// A success when `error` is empty.
-  explicit Result(std::string error) noexcept : error_(std::move(error)) {}
+  explicit Outcome(std::string error) noexcept : error_(std::move(error)) {}
 
   /// True on success.
   explicit operator bool() const noexcept { return error_.empty(); }
@@ -69,10 +66,10 @@ class [[nodiscard]] Result<void> {
 
 /// A value, or the text of an error.
 template <class T>
-class [[nodiscard]] Result : public Result<void> {
+class [[nodiscard]] Result : public Outcome {
  public:
   /// A success when `error` is empty; else a failure, whose value is not for use but safe to touch.
-  explicit Result(T value, std::string error = {}) : Result<void>(std::move(error)), value_(std::move(value)) {}
+  explicit Result(T value, std::string error = {}) : Outcome(std::move(error)), value_(std::move(value)) {}
 
   /// The value; on failure an empty one. Taken out of a temporary result rather than referred to.
   T& value() & noexcept { return value_; }
@@ -189,11 +186,11 @@ class Fill {
 };
 
 /// What became of Assistant::configure(). The properties that were not refused hold unless there is an error text.
-class [[nodiscard]] Filled : public Result<void> {
+class [[nodiscard]] Filled : public Outcome {
  public:
   /// `error` is empty when the assistant accepted.
   Filled(std::string error, std::vector<std::string> refused) noexcept
-      : Result<void>(std::move(error)), refused_(std::move(refused)) {}
+      : Outcome(std::move(error)), refused_(std::move(refused)) {}
 
   /// True when all went well: no error, and nothing refused.
   explicit operator bool() const noexcept { return error().empty() && refused_.empty(); }
@@ -337,11 +334,11 @@ class Session {
   /// Has the service delete what it keeps of the conversation, which is nothing but with the Assistants service: there
   /// one or two HTTP exchanges delete it, and with the last one the assistant. On success this session is empty
   /// afterwards; on failure it is as it was, and the call may be repeated.
-  Result<void> destroy() {
-    if (session_ == nullptr) return Result<void>(detail::kEmptySession);
-    Result<void> result(assistant().destroySession(session_.get()));
-    if (result) *this = Session();
-    return result;
+  Outcome destroy() {
+    if (session_ == nullptr) return Outcome(detail::kEmptySession);
+    Outcome outcome(assistant().destroySession(session_.get()));
+    if (outcome) *this = Session();
+    return outcome;
   }
 
   /// Ends this session's request from another thread: its assistant's.
@@ -378,7 +375,9 @@ class Assistant {
     core_ = std::move(core);
   }
 
+  /// Moves leave an empty assistant behind.
   Assistant(Assistant&&) noexcept = default;
+  /// As above.
   Assistant& operator=(Assistant&&) noexcept = default;
   Assistant(const Assistant&) = delete;
   Assistant& operator=(const Assistant&) = delete;

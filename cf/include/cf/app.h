@@ -1,4 +1,5 @@
-// The application's services: the factory of REST clients and the texts of their errors.
+/// @file
+/// The application's services: the factory of REST clients and the texts of their errors.
 #pragma once
 
 #include <cf/export.h>
@@ -11,23 +12,23 @@
 /// none; the values here are failures of the transport.
 enum class CFRestError : std::int32_t {
   None = 0,
-  BadRequest = 10'001,    // nothing was sent: the address, a header or a setting can't be used
-  HostNotFound = 10'002,  // the name (of the host or the proxy) can't be looked up
+  BadRequest = 10'001,    ///< nothing was sent: the address, a header or a setting can't be used
+  HostNotFound = 10'002,  ///< the name (of the host or the proxy) can't be looked up
   CouldNotConnect = 10'003,
-  TLSFailed = 10'004,  // no secure connection: certificate, name, version
+  TLSFailed = 10'004,  ///< no secure connection: certificate, name, version
   TimedOut = 10'005,
-  ConnectionLost = 10'006,  // ended before the reply was complete
-  NotHTTP = 10'007,         // the answer is no HTTP that can be understood
+  ConnectionLost = 10'006,  ///< ended before the reply was complete
+  NotHTTP = 10'007,         ///< the answer is no HTTP that can be understood
   ReplyTooLarge = 10'008,
   ProxyRefused = 10'009,
   Cancelled = 10'010,
-  Failed = 10'011  // anything else
+  Failed = 10'011  ///< anything else
 };
 
 /// What an error code means, in texts for the user: plain UTF-8 without query strings, header values or passwords.
 struct CSErrorRecord {
-  std::string title;    // the kind of failure: "Could not connect"
-  std::string message;  // the whole sentence: "Could not connect to api.example.com:443: connection refused"
+  std::string title;    ///< the kind of failure: "Could not connect"
+  std::string message;  ///< the whole sentence: "Could not connect to api.example.com:443: connection refused"
 };
 
 /// Runs requests, one at a time, in the calling thread. An execute operation returns 0 or the error code, and sets
@@ -36,8 +37,11 @@ struct CSErrorRecord {
 class CF_TYPE ICSRestClient {
  public:
   virtual ~ICSRestClient() = default;
+  /// Runs a GET.
   virtual std::int32_t executeGet(const CMRestGetRequest& request, CMRestResourceResponse** response) = 0;
+  /// Runs a POST.
   virtual std::int32_t executePost(const CMRestPostRequest& request, CMRestResourceResponse** response) = 0;
+  /// Runs a DELETE.
   virtual std::int32_t executeDelete(const CMRestDeleteRequest& request, CMRestResourceResponse** response) = 0;
   /// The sentence about the last request that failed in the transport ("" when none did): names host and port.
   virtual const std::string& obtainFailureText() const noexcept = 0;
@@ -67,7 +71,9 @@ class CF_TYPE ICSErrorDescriptionService {
 class CF_TYPE ICSAppFactory {
  public:
   virtual ~ICSAppFactory() = default;
+  /// Where REST clients come from.
   virtual ICSRestClientFactory* obtainRestClientFactory() = 0;
+  /// Where the texts of errors come from.
   virtual ICSErrorDescriptionService* obtainErrorDescriptionService() = 0;
 };
 

@@ -1,5 +1,6 @@
-// One routine for conditions that only a programming error can break. Execution goes on after it: the operation that
-// raised it reports failure through its result.
+/// @file
+/// One routine for conditions that only a programming error can break. Execution goes on after it: the operation that
+/// raised it reports failure through its result.
 #pragma once
 
 #include <cf/export.h>

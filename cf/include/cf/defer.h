@@ -1,4 +1,5 @@
-// A scope guard: what it was given runs when the scope ends, however it ends.
+/// @file
+/// A scope guard: what it was given runs when the scope ends, however it ends.
 #pragma once
 
 #include <functional>
@@ -7,6 +8,7 @@
 /// Calls `action` once, when destroyed. The action must not throw. Used by one thread.
 class CODefer {
  public:
+  /// Keeps `action` for the end.
   explicit CODefer(std::function<void()> action) : action_(std::move(action)) {}
   ~CODefer() {
     if (action_) action_();

@@ -1,8 +1,13 @@
-// Marks what leaves the shared library `cf`.
-//
-// CF_API goes on functions and member functions, CF_TYPE on classes whose type information host and library share.
-// Windows exports the functions alone: a class exported whole would drag its table and type information along.
+/// @file
+/// Marks what leaves the shared library `cf`.
 #pragma once
+
+/// @def CF_API
+/// Goes on functions and member functions.
+
+/// @def CF_TYPE
+/// Goes on classes whose type information host and library share. Windows exports the functions alone: a class exported
+/// whole would drag its table and type information along.
 
 #if defined(_WIN32)
 #if defined(CF_BUILDING)

@@ -1,4 +1,5 @@
-// JSON documents (RFC 8259): read from text, or built member by member and written as text.
+/// @file
+/// JSON documents (RFC 8259): read from text, or built member by member and written as text.
 #pragma once
 
 #include <cf/export.h>
@@ -26,6 +27,7 @@ class COJsonValue {
 
   /// False only for a document whose text was not valid JSON; such a document reads as Null.
   CF_API bool getIsValidJson() const noexcept;
+  /// Its kind.
   JsonType obtainType() const noexcept { return node_.type; }
 
   /// The member `key` of an object, the last one when the key occurs more than once; null when there is none or this
@@ -61,20 +63,26 @@ class COJsonValue {
   /// first.
   CF_API COJsonValue* addArrayItem();
 
-  /// Each of these gives the value a new content in place of what it was. Texts are UTF-8.
+  /// This and the next give the value a new content in place of what it was. Texts are UTF-8.
   CF_API void setNull() noexcept;
+  /// A boolean.
   CF_API void setBool(bool value) noexcept;
-  CF_API void setNumber(double value) noexcept;         // what is not finite is written as null
-  CF_API void setInteger(std::int64_t value) noexcept;  // written without a point; rounded to a double beyond 2^53
-  CF_API void setString(std::string_view text);         // copied into the document
+  /// A number; what is not finite is written as null.
+  CF_API void setNumber(double value) noexcept;
+  /// A number that is written without a point; rounded to a double beyond 2^53.
+  CF_API void setInteger(std::int64_t value) noexcept;
+  /// A string; copied into the document.
+  CF_API void setString(std::string_view text);
   /// As setString, without the copy: the caller keeps `text` alive and unchanged as long as the document is used.
   CF_API void setStringReference(std::string_view text);
   /// Puts what is JSON already in this place of the written text, as it stands and without a copy; the caller vouches
   /// for it and keeps it as with setStringReference, and as long as the requests that the document became. An array's
   /// item may be several values with commas between them. Reads as null.
   CF_API void setJsonReference(std::string_view json);
-  CF_API void setObject() noexcept;  // empty
-  CF_API void setArray() noexcept;   // empty
+  /// An empty object.
+  CF_API void setObject() noexcept;
+  /// An empty array.
+  CF_API void setArray() noexcept;
 
   /// This value as compact JSON text: members in the order in which they were added, '/' and non-ASCII characters as
   /// they are, U+FFFD in place of ill-formed UTF-8, numbers as their shortest round-trip decimal with a point or an
@@ -82,6 +90,7 @@ class COJsonValue {
   CF_API std::string obtainJsonString() const;
 
  protected:
+  /// @cond for cf itself
   struct Arena;
   struct Block;
   /// What a value is, in 24 bytes; the document is found from where the value lies.
@@ -126,6 +135,7 @@ class COJsonValue {
   ~COJsonValue() = default;
 
   Node node_;
+  /// @endcond
 };
 
 /// The name under which operations take a value that they only borrow.
@@ -159,14 +169,17 @@ class COJson : public COJsonValue {
   CF_API static COJson readReference(const std::string& text);
   static COJson readReference(std::string&& text) = delete;
 
+  /// Gives the number that stands for a value.
+  using Reduce = std::function<double(const COJsonValue&)>;
   /// As readReference(text), keeping less: each value with `depth` containers around it is given to `reduce` as soon
   /// as it has been read, and becomes the number that this returns. Called before it is known whether `text` is valid,
   /// and again for the same values when a number is beyond the range of a double.
-  using Reduce = std::function<double(const COJsonValue&)>;
   CF_API static COJson readReduced(const std::string& text, unsigned depth, const Reduce& reduce);
   static COJson readReduced(std::string&& text, unsigned depth, const Reduce& reduce) = delete;
 
-  CF_API COJson(COJson&& other) noexcept;  // `other` may then only be destroyed or assigned to
+  /// Takes the document over; `other` may then only be destroyed or assigned to.
+  CF_API COJson(COJson&& other) noexcept;
+  /// As the constructor.
   CF_API COJson& operator=(COJson&& other) noexcept;
   CF_API ~COJson();
 

@@ -1,5 +1,6 @@
-// REST requests: what is asked for, under which settings, and what came back. The requests are run by a client that
-// the app factory makes (cf/app.h).
+/// @file
+/// REST requests: what is asked for, under which settings, and what came back. The requests are run by a client that
+/// the app factory makes (cf/app.h).
 #pragma once
 
 #include <cf/export.h>
@@ -23,19 +24,21 @@ struct CMRestGlobalSettings {
   /// "http://[user:password@]host:port" or the like with https; empty means no proxy. The environment's proxy
   /// variables are never consulted.
   std::string proxyURL;
-  /// Of these two, 0 or less is no limit.
-  std::chrono::milliseconds connectTimeout{10'000};  // name look-up, TCP and TLS together
-  std::chrono::milliseconds totalTimeout{600'000};   // the whole exchange
+  /// Name look-up, TCP and TLS together; 0 or less is no limit.
+  std::chrono::milliseconds connectTimeout{10'000};
+  /// The whole exchange; 0 or less is no limit.
+  std::chrono::milliseconds totalTimeout{600'000};
   /// An exchange is given up when it moves fewer than `lowSpeedBytes` a second for `lowSpeedTime`. A model may think
   /// for minutes before the first byte, so the default time is long; 0 bytes switches the limit off.
   std::size_t lowSpeedBytes = 1;
-  std::chrono::seconds lowSpeedTime{300};
-  std::size_t maxReplyBytes = std::size_t{16} << 20;  // of the body after decompression
+  std::chrono::seconds lowSpeedTime{300};             ///< see lowSpeedBytes
+  std::size_t maxReplyBytes = std::size_t{16} << 20;  ///< of the body after decompression
   /// A PEM file with further certificate authorities, beside the system's hashed CA folder; where the system has no
   /// such folder, the file stands in for the system's authorities. Empty means none.
   std::string caFile;
-  std::string userAgent = "libqai";
+  std::string userAgent = "libqai";  ///< the header field "User-Agent"
 
+  /// Whether all is the same.
   bool operator==(const CMRestGlobalSettings&) const = default;
 };
 
@@ -55,11 +58,16 @@ class CMRestSession {
  public:
   /// Sent as the header field "Authorization" of every request, as it stands ("Bearer …"); unset at first.
   CF_API void setAuthorizationHeaderValue(std::string value);
+  /// Whether it was set.
   CF_API bool hasAuthorization() const noexcept;
+  /// What was set; "" when nothing was.
   CF_API const std::string& getAuthorizationHeaderValue() const noexcept;
 
+  /// Appends a header field of every request.
   CF_API void addHeaderParam(std::string name, std::string value);
+  /// Appends several.
   CF_API void addHeaderParams(const CMRestParams& params);
+  /// All that were appended.
   CF_API const CMRestParams& getHeaderParams() const noexcept;
 
   /// Borrowed; null (the default) makes every request open a connection of its own.
@@ -81,17 +89,20 @@ class CF_TYPE CMRestRequest {
 
   /// The complete address: scheme (http or https), host, path, without user or password.
   CF_API void setURL(std::string url);
+  /// What was set.
   CF_API const std::string& getURL() const noexcept;
+  /// The pairs of the query string.
   CF_API const CMRestParams& getQueryParams() const noexcept;
+  /// The header fields of this request.
   CF_API const CMRestParams& getHeaderParams() const noexcept;
 
   /// Marks who made the request, for hosts that watch their traffic; nothing here reads it.
   std::int64_t requestTag = 0;
 
  protected:
-  std::string url_;
-  CMRestParams query_;
-  CMRestParams headers_;
+  std::string url_;       ///< the address
+  CMRestParams query_;    ///< pairs of the query string
+  CMRestParams headers_;  ///< header fields
 };
 
 /// A GET request.
@@ -110,7 +121,9 @@ class CF_TYPE CMRestPostRequest : public CMRestRequest {
  public:
   CF_API CMRestPostRequest();
   CF_API ~CMRestPostRequest() override;
+  /// As with CMRestGetRequest.
   CF_API void addQueryParams(const CMRestParams& params);
+  /// As with CMRestGetRequest.
   CF_API virtual void addHeaderParams(const CMRestParams& params);
   /// Takes `json` as it is now as the body, serialised here and once; null leaves the request without a body. What
   /// setJsonReference put into it may be borrowed until the request goes.
@@ -119,6 +132,7 @@ class CF_TYPE CMRestPostRequest : public CMRestRequest {
   CF_API std::string getBody() const;
   /// The same without a copy, as parts in their order; any may be empty.
   CF_API std::array<std::string_view, 3> getBodyParts() const noexcept;
+  /// Whether there is a body.
   CF_API bool hasBody() const noexcept;
 
  private:
@@ -144,6 +158,7 @@ class CF_TYPE CMRestResourceResponse {
   CMRestResourceResponse(const CMRestResourceResponse&) = delete;
   CMRestResourceResponse& operator=(const CMRestResourceResponse&) = delete;
 
+  /// The HTTP status.
   CF_API std::int32_t getStatus() const noexcept;
   /// The body as JSON, owned by the response; null when the body is no JSON.
   CF_API const ICOJsonValue* getJson() const noexcept;

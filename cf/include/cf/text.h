@@ -1,4 +1,5 @@
-// Text helpers that do not depend on the locale.
+/// @file
+/// Text helpers that do not depend on the locale.
 #pragma once
 
 #include <cf/export.h>
@@ -7,7 +8,8 @@
 #include <string>
 #include <string_view>
 
-/// `text` without the ASCII white space (space, \t, \n, \v, \f, \r) at its two ends.
+/// `text` without the ASCII white space (space, tab, line feed, vertical tab, form feed,
+/// carriage return) at its two ends.
 CF_API std::string cfTrimAsString(std::string_view text);
 
 /// True when `text` is well-formed UTF-8 (RFC 3629: no overlong forms, no surrogates, nothing above U+10FFFF).

@@ -1,4 +1,5 @@
-// Putting addresses together (RFC 3986).
+/// @file
+/// Putting addresses together (RFC 3986).
 #pragma once
 
 #include <cf/export.h>

@@ -1,4 +1,5 @@
-// The value in which properties cross the library's boundary.
+/// @file
+/// The value in which properties cross the library's boundary.
 #pragma once
 
 #include <cf/export.h>
@@ -25,19 +26,31 @@ class CMVariant {
   /// The type's code on the boundary; codes between these are not used.
   enum class ValueType : std::uint32_t { Null = 0, String = 1, Double = 5, List = 6, Map = 7 };
 
+  /// Null.
   CF_API CMVariant() noexcept;
+  /// A String.
   CF_API CMVariant(std::string text) noexcept;  // NOLINT(google-explicit-constructor): {"a", 1.0} reads as intended
-  CF_API CMVariant(const char* text);           // null gives an empty text
+  /// A String; null gives an empty text.
+  CF_API CMVariant(const char* text);
+  /// A Double.
   CF_API CMVariant(double number) noexcept;
+  /// A List.
   CF_API CMVariant(CMVariantList list);
+  /// A Map.
   CF_API CMVariant(CMVariantMap map);
+  /// A copy of all that it holds.
   CF_API CMVariant(const CMVariant& other);
-  CF_API CMVariant(CMVariant&& other) noexcept;  // `other` becomes Null
+  /// Takes what `other` holds, which becomes Null.
+  CF_API CMVariant(CMVariant&& other) noexcept;
+  /// As the constructor.
   CF_API CMVariant& operator=(const CMVariant& other);
+  /// As the constructor.
   CF_API CMVariant& operator=(CMVariant&& other) noexcept;
   CF_API ~CMVariant();
 
+  /// What it is.
   CF_API ValueType getValueType() const noexcept;
+  /// Whether it is nothing.
   CF_API bool isNull() const noexcept;
 
   /// The text of a String; the shortest round-trip decimal of a Double ("0.7", "2"); "" of any other.
@@ -47,9 +60,9 @@ class CMVariant {
   /// when that is no number and for any other type.
   CF_API double doubleValue() const noexcept;
 
-  /// The map of a Map, the list of a List; else an empty one. The reference lives as long as this value is neither
-  /// changed nor destroyed.
+  /// The map of a Map; else an empty one. The reference lives as long as this value is neither changed nor destroyed.
   CF_API const CMVariantMap& mapValue() const noexcept;
+  /// The list of a List; else an empty one. Lives as the map does.
   CF_API const CMVariantList& listRef() const noexcept;
 
   /// The text of a String without a copy; "" of any other. Lives as long as this value is neither changed nor
