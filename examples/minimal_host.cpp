@@ -19,7 +19,7 @@ int fail(const std::string& text) {
 
 int main(int argc, char** argv) {
   if (argc != 5) return fail("usage: minimal_host SERVICE ADDRESS MODEL QUESTION");
-  const auto type = static_cast<QAIAssistantType>(std::atoi(argv[1]));
+  const auto type = static_cast<QAIAssistantType>(std::strtol(argv[1], nullptr, 10));
   const char* key = std::getenv("QAI_API_KEY");
 
   std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());

@@ -12,8 +12,9 @@ int fail(const std::string& text) {
 
 int main(int argc, char** argv) {
   if (argc != 5) return fail("usage: minimal_host_hpp SERVICE ADDRESS MODEL QUESTION");
+  const auto type = static_cast<QAIAssistantType>(std::strtol(argv[1], nullptr, 10));
   const char* key = std::getenv("QAI_API_KEY");
-  qai::Assistant assistant(static_cast<QAIAssistantType>(std::atoi(argv[1])), key == nullptr ? "" : key, argv[2]);
+  qai::Assistant assistant(type, key == nullptr ? "" : key, argv[2]);
   if (!assistant) return fail("There is no service of this number.");
 
   const auto filled = assistant.configure([argv](qai::Fill& fill) {

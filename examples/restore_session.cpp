@@ -41,8 +41,9 @@ qai::Result<qai::Session> openConversation(qai::Assistant& assistant, const std:
 
 int main(int argc, char** argv) {
   if (argc != 6) return fail("usage: restore_session SERVICE ADDRESS MODEL FILE QUESTION");
+  const auto type = static_cast<QAIAssistantType>(std::strtol(argv[1], nullptr, 10));
   const char* key = std::getenv("QAI_API_KEY");
-  qai::Assistant assistant(static_cast<QAIAssistantType>(std::atoi(argv[1])), key == nullptr ? "" : key, argv[2]);
+  qai::Assistant assistant(type, key == nullptr ? "" : key, argv[2]);
   if (!assistant) return fail("There is no service of this number.");
 
   const std::string saved = readFile(argv[4]);

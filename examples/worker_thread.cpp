@@ -17,9 +17,10 @@ int fail(const std::string& text) {
 
 int main(int argc, char** argv) {
   if (argc != 6) return fail("usage: worker_thread SERVICE ADDRESS MODEL SECONDS QUESTION");
+  const auto type = static_cast<QAIAssistantType>(std::strtol(argv[1], nullptr, 10));
   const char* key = std::getenv("QAI_API_KEY");
-  const std::chrono::duration<double> patience(std::atof(argv[4]));
-  qai::Assistant assistant(static_cast<QAIAssistantType>(std::atoi(argv[1])), key == nullptr ? "" : key, argv[2]);
+  const std::chrono::duration<double> patience(std::strtod(argv[4], nullptr));
+  qai::Assistant assistant(type, key == nullptr ? "" : key, argv[2]);
   if (!assistant) return fail("There is no service of this number.");
   const auto filled = assistant.configure([argv](qai::Fill& fill) { fill.model(argv[3]); });
   if (!filled) return fail(filled.error());

@@ -151,7 +151,7 @@ class Fill {
   /// The application's own instructions by name, sent in the order of their names; in place of all earlier ones.
   Fill& systemInstructions(std::map<std::string, std::string> instructions) {
     CMVariantMap values;
-    for (auto& [name, text] : instructions) values.emplace_hint(values.end(), name, std::move(text));
+    for (auto& entry : instructions) values.emplace_hint(values.end(), entry.first, std::move(entry.second));
     return assign("system_instructions", std::move(values));
   }
   /// The database as JSON text: an array of catalogs. What is no JSON, and an empty text, is refused.
@@ -185,20 +185,24 @@ class Fill {
   std::vector<std::string> refused_;
 };
 
-/// What became of Assistant::configure(). The properties that were not refused hold unless there is an error text.
+/// What became of Assistant::configure(): a success when the assistant accepted and nothing was refused. When it
+/// accepted but keys were refused, the error names these; the other properties hold then.
 class [[nodiscard]] Filled : public Outcome {
  public:
-  /// `error` is empty when the assistant accepted.
-  Filled(std::string error, std::vector<std::string> refused) noexcept
-      : Outcome(std::move(error)), refused_(std::move(refused)) {}
-
-  /// True when all went well: no error, and nothing refused.
-  explicit operator bool() const noexcept { return error().empty() && refused_.empty(); }
+  /// `error` is the assistant's, empty when it accepted.
+  Filled(std::string error, std::vector<std::string> refused)
+      : Outcome(error.empty() ? describe(refused) : std::move(error)), refused_(std::move(refused)) {}
 
   /// The keys whose values were refused, in the order of the calls: a mistake of the host's, not for the user.
   const std::vector<std::string>& refused() const noexcept { return refused_; }
 
  private:
+  static std::string describe(const std::vector<std::string>& refused) {
+    std::string text;
+    for (const std::string& key : refused) text.append(text.empty() ? "Refused: " : ", ").append(key);
+    return text;
+  }
+
   std::vector<std::string> refused_;
 };
 
@@ -397,7 +401,7 @@ class Assistant {
   /// reaches the next turn of every open session. What `fill` throws passes through; nothing is changed then.
   template <class Function>
   Filled configure(Function&& fill) {
-    if (core_ == nullptr) return Filled(detail::kEmptyAssistant, {});
+    if (core_ == nullptr) return {detail::kEmptyAssistant, {}};
     Fill properties(nullptr);
     auto call = [&properties, &fill](IQAIProperties* fresh) {
       properties.properties_ = fresh;
@@ -405,7 +409,7 @@ class Assistant {
     };
     // By reference: a std::function that holds no more than that allocates nothing.
     std::string error = native()->setAssistantProperties(std::ref(call));
-    return Filled(std::move(error), std::move(properties.refused_));
+    return {std::move(error), std::move(properties.refused_)};
   }
 
   /// The settings, to be read.

@@ -53,6 +53,6 @@ build_failed() {
 
 run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libcpp-httplib-dev
   libcli11-dev libsqlite3-dev sqlite3)
-test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind)
+test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind doxygen)
 bench_packages=(libbenchmark-dev libssl-dev)
 release_packages=(binutils dpkg-dev file git lintian)

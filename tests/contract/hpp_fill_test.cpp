@@ -75,7 +75,7 @@ TEST_P(Filling, RefusedKeysAreToldInOrderAndTheOthersHold) {
     EXPECT_TRUE(fill.set("user_instructions", "be brief"));
   });
   EXPECT_FALSE(filled);
-  EXPECT_EQ(filled.error(), "");
+  EXPECT_EQ(filled.error(), "Refused: db_structure, temperature, colour");
   EXPECT_THAT(filled.refused(), ElementsAre("db_structure", "temperature", "colour"));
   EXPECT_EQ(assistant.properties().model(), service_.model);
   EXPECT_EQ(assistant.properties().userInstructions(), "be brief");

@@ -198,20 +198,20 @@ TEST_F(Ownership, EmptyAssistantGivesErrors) {
   qai::Assistant one = assistant();
   const qai::Assistant moved = std::move(one);
   EXPECT_TRUE(moved);
-  expectEmpty(one);  // NOLINT(bugprone-use-after-move): what is left is defined
+  expectEmpty(one);  // NOLINT(bugprone-use-after-move,clang-analyzer-cplusplus.Move): what is left is defined
 }
 
 TEST_F(Ownership, EmptySessionGivesErrors) {
   auto session = assistant().createSession().value();
   const qai::Session moved = std::move(session);
-  // NOLINTBEGIN(bugprone-use-after-move): what is left is defined
+  // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move): what is left is defined
   EXPECT_FALSE(session);
   EXPECT_EQ(session.ask("q").error(), "Session is empty");
   EXPECT_EQ(session.destroy().error(), "Session is empty");
   EXPECT_EQ(session.save(), "");
   EXPECT_EQ(session.native(), nullptr);
   session.canceller().cancel();
-  // NOLINTEND(bugprone-use-after-move)
+  // NOLINTEND(bugprone-use-after-move,clang-analyzer-cplusplus.Move)
   EXPECT_EQ(moved.save(), "saved");
 }
 

@@ -5,7 +5,6 @@
 
 #include <gmock/gmock.h>
 
-#include <cstring>
 #include <memory>
 #include <stdexcept>
 
@@ -20,7 +19,8 @@ class Translation : public testing::Test {
     QAICallbackLocalizationInfo info;
     info.text = text;
     registeredCallback()("QAILocalizeString", &info);
-    return std::string(info.buffer, strnlen(info.buffer, sizeof info.buffer));
+    EXPECT_EQ(info.buffer[sizeof info.buffer - 1], '\0');
+    return info.buffer;
   }
   static void translateTo(const std::string& text) {
     qai::setTranslation([text](std::string_view /*original*/) { return text; });
@@ -75,7 +75,7 @@ TEST_P(LongTranslation, IsCutAtACharacter) {
   EXPECT_EQ(translated("Timeout"), GetParam().kept);
 }
 
-std::string filler(std::size_t size) { return std::string(size, 'x'); }
+std::string filler(int size) { return std::string().append(static_cast<std::size_t>(size), 'x'); }
 
 INSTANTIATE_TEST_SUITE_P(Lengths, LongTranslation,
                          testing::Values(CutRow{"empty", "", ""}, CutRow{"exactly_full", filler(1023), filler(1023)},

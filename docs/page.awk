@@ -1,0 +1,49 @@
+# Makes a page of the repository one of the site. Doxygen 1.9.4 neither gives headings the names that links use, nor
+# knows that a folder has a page.
+#
+# A heading "Order of calls" of host-guide.md becomes "host-guide-order-of-calls", as does a link to it.
+
+function slug(text) {
+  text = tolower(text)
+  gsub(/[^a-z0-9 _-]/, "", text)
+  gsub(/ /, "-", text)
+  return text
+}
+
+BEGIN {
+  page = ARGV[1]
+  sub(/.*\//, "", page)
+  sub(/\.md$/, "", page)
+  if (page ~ /^[0-9]/) page = "decision-" page  # a name begins with a letter
+}
+
+/^```/ { inCode = !inCode }
+
+# The page's own name, for its address and for the list of decisions.
+!inCode && /^# / && page != "README" { $0 = $0 " {#" page "}" }
+
+!inCode && /^##+ / {
+  title = $0
+  sub(/^#+ /, "", title)
+  $0 = $0 " {#" page "-" slug(title) "}"
+}
+
+!inCode {
+  gsub(/\]\(docs\/decisions\/?\)/, "](decisions.md)")
+  # The examples are no page: the words stay, the link goes.
+  if (match($0, /\[[^\]]*\]\(examples\)/)) {
+    words = substr($0, RSTART + 1, RLENGTH - length("[](examples)"))
+    $0 = substr($0, 1, RSTART - 1) words substr($0, RSTART + RLENGTH)
+  }
+  # "](path/page.md#heading)" becomes "](#page-heading)", and "](#heading)" one of this page.
+  while (match($0, /\]\([A-Za-z0-9_.\/-]*\.md#[^)]*\)/)) {
+    link = substr($0, RSTART + 2, RLENGTH - 3)
+    target = link
+    sub(/\.md#.*/, "", target)
+    sub(/.*\//, "", target)
+    sub(/.*#/, "", link)
+    $0 = substr($0, 1, RSTART - 1) "](@ref " target "-" link ")" substr($0, RSTART + RLENGTH)
+  }
+}
+
+{ print }
