@@ -35,14 +35,14 @@ BEGIN {
     words = substr($0, RSTART + 1, RLENGTH - length("[](examples)"))
     $0 = substr($0, 1, RSTART - 1) words substr($0, RSTART + RLENGTH)
   }
-  # "](path/page.md#heading)" becomes "](#page-heading)", and "](#heading)" one of this page.
-  while (match($0, /\]\([A-Za-z0-9_.\/-]*\.md#[^)]*\)/)) {
-    link = substr($0, RSTART + 2, RLENGTH - 3)
-    target = link
-    sub(/\.md#.*/, "", target)
+  # "](path/page.md#heading)" becomes "](@ref page-heading)", and "](#heading)" names one of this page.
+  while (match($0, /\]\(([A-Za-z0-9_.\/-]*\.md)?#[^)]*\)/)) {
+    target = heading = substr($0, RSTART + 2, RLENGTH - 3)
+    sub(/.*#/, "", heading)
+    sub(/(\.md)?#.*/, "", target)
     sub(/.*\//, "", target)
-    sub(/.*#/, "", link)
-    $0 = substr($0, 1, RSTART - 1) "](@ref " target "-" link ")" substr($0, RSTART + RLENGTH)
+    if (target == "") target = page
+    $0 = substr($0, 1, RSTART - 1) "](@ref " target "-" heading ")" substr($0, RSTART + RLENGTH)
   }
 }
 
