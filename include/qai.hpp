@@ -415,7 +415,7 @@ class Assistant {
   /// The settings, to be read.
   Properties properties() {
     if (core_ == nullptr) return {};
-    Properties::Pointer properties(nullptr, {core_->keepsProperties() ? core_ : nullptr});
+    Properties::Pointer properties(nullptr, detail::FreeProperties{core_->keepsProperties() ? core_ : nullptr});
     properties.reset(native()->obtainAssistantProperties());
     return Properties(std::move(properties));
   }
@@ -443,7 +443,7 @@ class Assistant {
 
  private:
   Result<Session> own(std::pair<IQAISession*, std::string> made) const {
-    return Result<Session>(Session(Session::Pointer(made.first, {core_})), std::move(made.second));
+    return Result<Session>(Session(Session::Pointer(made.first, detail::FreeSession{core_})), std::move(made.second));
   }
 
   std::shared_ptr<detail::Core> core_;
