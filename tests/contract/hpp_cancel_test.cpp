@@ -4,19 +4,13 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
-#include <iterator>
+#include <memory>
 #include <thread>
 
 namespace {
 
 using testing::Not;
 using testing::StartsWith;
-
-std::vector<Service> cancellableServices() {
-  std::vector<Service> services = pooledServices();
-  services.push_back(assistantsService());
-  return services;
-}
 
 class Cancelling : public EachHost {
  protected:
@@ -30,7 +24,7 @@ class Cancelling : public EachHost {
       while (requestCount() == before) std::this_thread::yield();
       canceller.cancel();
     });
-    const std::string answer = ask(session, "question");
+    std::string answer = ask(session, "question");
     thread.join();
     return answer;
   }

@@ -4,7 +4,6 @@
 
 #include <gmock/gmock.h>
 
-#include <clocale>
 #include <limits>
 #include <stdexcept>
 
@@ -12,7 +11,6 @@ namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
-using testing::IsEmpty;
 using testing::Not;
 
 class Filling : public EachHost {
@@ -41,15 +39,6 @@ TEST_P(Filling, TemperatureIsSentAsTheShortestDecimal) {
     for (const standin::Request& request : standin_.requests()) bodies += request.body;
     EXPECT_THAT(bodies, HasSubstr(std::string(R"("temperature":)") + row.sent)) << row.given;
   }
-}
-
-TEST_P(Filling, TemperatureDoesNotDependOnTheLocale) {
-  // Where this locale is not installed nothing changes, and the test holds all the same.
-  const char* commaLocale = std::setlocale(LC_ALL, "de_DE.UTF-8");
-  auto assistant = bareHost();
-  EXPECT_TRUE(assistant.configure([&](qai::Fill& fill) { fill.model(service_.model).temperature(0.25); }));
-  if (commaLocale != nullptr) std::setlocale(LC_ALL, "C");
-  EXPECT_EQ(assistant.properties().temperature(), 0.25);
 }
 
 TEST_P(Filling, TemperatureThatIsNoNumberIsRefusedAndNotSent) {

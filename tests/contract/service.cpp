@@ -150,4 +150,10 @@ const Service& assistantsService() { return kAssistants; }
 
 std::vector<Service> pooledServices() { return servicesWith(&Service::usesPool); }
 
+std::vector<Service> cancellableServices() {
+  std::vector<Service> services = pooledServices();
+  services.push_back(assistantsService());
+  return services;
+}
+
 std::vector<Service> keyedServices() { return servicesWith(&Service::usesKey); }

@@ -42,5 +42,7 @@ const Service& assistantsService();
 std::vector<Service> allServices();
 /// The chat services whose requests go through the pool centre.
 std::vector<Service> pooledServices();
+/// All whose requests can be cancelled: these, and the Assistants service.
+std::vector<Service> cancellableServices();
 /// Those that get the key.
 std::vector<Service> keyedServices();

@@ -141,13 +141,6 @@ TEST_P(WorkerThread, PrintsTheReply) {
   EXPECT_EQ(outputOf(worker_thread_PATH, arguments({"60", "question"})), std::string(kAnswer) + "\n");
 }
 
-/// All but Ollama, whose assistant does not use its pool, so that nothing cancels its requests.
-std::vector<Service> cancellableServices() {
-  std::vector<Service> services = pooledServices();
-  services.push_back(assistantsService());
-  return services;
-}
-
 class ImpatientWorker : public Example {};
 INSTANTIATE_TEST_SUITE_P(Pooled, ImpatientWorker, testing::ValuesIn(cancellableServices()), nameOf);
 
