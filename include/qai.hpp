@@ -13,79 +13,21 @@
 #pragma once
 
 #include <qai.h>
+#include <qai/owners.hpp>
+#include <qai/properties.hpp>
+#include <qai/result.hpp>
+#include <qai/translation.hpp>
 
 #include <chrono>
-#include <cmath>
-#include <cstddef>
 #include <cstdint>
-#include <cstring>
 #include <functional>
-#include <map>
 #include <memory>
 #include <string>
-#include <string_view>
 #include <utility>
 #include <vector>
 
 /// libqai for C++ hosts: see qai.hpp.
 namespace qai {
-
-/// The deleter of what the library handed out.
-struct FreeObject {
-  /// Frees `object`; null does nothing.
-  void operator()(IQAIObject* object) const noexcept { QAIFreeObject(object); }
-};
-
-/// Owns an object of the plain interface; as large as the raw pointer.
-template <class T>
-using Owned = std::unique_ptr<T, FreeObject>;
-
-/// Owns a pool centre until an assistant does.
-using Pool = std::unique_ptr<ICSHTTPPoolCenter>;
-
-/// A pool centre for one assistant: connections that are kept between requests, and requests that can be cancelled.
-inline Pool makePool() { return Pool(CF::createHTTPPoolCenter()); }
-
-/// Success, or the text of an error for the user (UTF-8).
-class [[nodiscard]] Outcome {
- public:
-  /// A success when `error` is empty.
-  explicit Outcome(std::string error) noexcept : error_(std::move(error)) {}
-
-  /// True on success.
-  explicit operator bool() const noexcept { return error_.empty(); }
-
-  /// The error text; "" on success.
-  const std::string& error() const& noexcept { return error_; }
-  /// As above, taken out of a temporary result.
-  std::string error() && { return std::move(error_); }
-
- private:
-  std::string error_;
-};
-
-/// A value, or the text of an error.
-template <class T>
-class [[nodiscard]] Result : public Outcome {
- public:
-  /// A success when `error` is empty; else a failure, whose value is not for use but safe to touch.
-  explicit Result(T value, std::string error = {}) : Outcome(std::move(error)), value_(std::move(value)) {}
-
-  /// The value; on failure an empty one. Taken out of a temporary result rather than referred to.
-  T& value() & noexcept { return value_; }
-  /// As above.
-  const T& value() const& noexcept { return value_; }
-  /// As above.
-  T value() && { return std::move(value_); }
-
-  /// The value's members; as value().
-  T* operator->() noexcept { return &value_; }
-  /// As above.
-  const T* operator->() const noexcept { return &value_; }
-
- private:
-  T value_;
-};
 
 /// Who wrote a message.
 enum class Role : std::uint32_t {
@@ -128,172 +70,13 @@ class Message {
   Owned<IQAIMessage> message_;
 };
 
-/// Assigns properties inside Assistant::configure(). What the library refuses is remembered and told afterwards. The
-/// host guide says what each property is for.
-class Fill {
- public:
-  /// For configure(), and for hosts that fill by the plain interface: assigns to `properties`, which it borrows.
-  explicit Fill(IQAIProperties* properties) noexcept : properties_(properties) {}
-
-  /// Each assigns one property; texts are UTF-8. Without a scheme the host gets "https://", blank it is the service's.
-  Fill& apiHost(std::string host) { return assign("api_host", std::move(host)); }
-  /// The model's identifier, one of Assistant::models(); required before a turn.
-  Fill& model(std::string model) { return assign("model", std::move(model)); }
-  /// From 0 to 2; the library holds it between them. What is not finite is refused.
-  Fill& temperature(double temperature) {
-    // The record takes its number as a text only. The variant writes it as the shortest decimal, whatever the locale.
-    if (std::isfinite(temperature)) return assign("temperature", CMVariant(temperature).stringValue());
-    refused_.emplace_back("temperature");
-    return *this;
-  }
-  /// What the user wants of the assistant.
-  Fill& userInstructions(std::string text) { return assign("user_instructions", std::move(text)); }
-  /// The application's own instructions by name, sent in the order of their names; in place of all earlier ones.
-  Fill& systemInstructions(std::map<std::string, std::string> instructions) {
-    CMVariantMap values;
-    for (auto& entry : instructions) values.emplace_hint(values.end(), entry.first, std::move(entry.second));
-    return assign("system_instructions", std::move(values));
-  }
-  /// The database as JSON text: an array of catalogs. What is no JSON, and an empty text, is refused.
-  Fill& databaseStructure(std::string json) { return assign("db_structure", std::move(json)); }
-  /// The same as a list of variants.
-  Fill& databaseStructure(CMVariantList catalogs) { return assign("db_structure", std::move(catalogs)); }
-  /// The assistant's name at the service. Known to the Assistants service alone; refused with the others.
-  Fill& name(std::string name) { return assign("name", std::move(name)); }
-  /// The assistant's description at the service; as name().
-  Fill& description(std::string text) { return assign("description", std::move(text)); }
-
-  /// Assigns any property by its key. @return whether it was taken.
-  bool set(const std::string& key, const CMVariant& value) {
-    if (properties_->setProperty(key, value)) return true;
-    refused_.push_back(key);
-    return false;
-  }
-
-  /// The object underneath, borrowed: valid until configure() returns.
-  IQAIProperties* native() const noexcept { return properties_; }
-
- private:
-  friend class Assistant;
-
-  Fill& assign(const char* key, const CMVariant& value) {
-    set(key, value);
-    return *this;
-  }
-
-  IQAIProperties* properties_;
-  std::vector<std::string> refused_;
-};
-
-/// What became of Assistant::configure(): a success when the assistant accepted and nothing was refused. When it
-/// accepted but keys were refused, the error names these; the other properties hold then.
-class [[nodiscard]] Filled : public Outcome {
- public:
-  /// `error` is the assistant's, empty when it accepted.
-  Filled(std::string error, std::vector<std::string> refused)
-      : Outcome(error.empty() ? describe(refused) : std::move(error)), refused_(std::move(refused)) {}
-
-  /// The keys whose values were refused, in the order of the calls: a mistake of the host's, not for the user.
-  const std::vector<std::string>& refused() const noexcept { return refused_; }
-
- private:
-  static std::string describe(const std::vector<std::string>& refused) {
-    std::string text;
-    for (const std::string& key : refused) text.append(text.empty() ? "Refused: " : ", ").append(key);
-    return text;
-  }
-
-  std::vector<std::string> refused_;
-};
-
-/// What this header needs for itself.
 namespace detail {
-
-/// What an assistant's handles share. The last of them frees the assistant, and with it the pool.
-struct Core {
-  Owned<IQAIAssistant> assistant;     ///< never null but while a constructor runs
-  ICSHTTPPoolCenter* pool = nullptr;  ///< the assistant's
-  QAIAssistantType type = OPENAI_v1;  ///< as it was created
-
-  /// Whether obtainAssistantProperties gives the assistant's own object, which nobody else may free.
-  bool keepsProperties() const noexcept { return type == OPENAI; }
-};
-
-/// Frees a session, then lets its assistant go.
-struct FreeSession {
-  std::shared_ptr<Core> core;  ///< what the session refers to
-  /// Frees `session` alone: nothing is sent to the service.
-  void operator()(IQAISession* session) const noexcept { QAIFreeObject(session); }
-};
-
-/// Frees a copy of the properties; lets the assistant go whose own they are.
-struct FreeProperties {
-  std::shared_ptr<Core> core;  ///< the owner; null for a copy
-  /// Frees `properties` when nobody else does.
-  void operator()(IQAIProperties* properties) const noexcept {
-    if (core == nullptr) QAIFreeObject(properties);
-  }
-};
 
 // In the words of the library, which does not translate them either.
 inline constexpr const char* kEmptyAssistant = "Assistant is empty";  ///< of what an empty Assistant is asked for
 inline constexpr const char* kEmptySession = "Session is empty";      ///< of what an empty Session is asked for
 
 }  // namespace detail
-
-/// An assistant's settings, to be read: as they were when they were asked for with the chat services, as they are with
-/// the Assistants service, whose assistant they then keep alive.
-class Properties {
- public:
-  Properties() = default;
-
-  /// False when empty.
-  explicit operator bool() const noexcept { return properties_ != nullptr; }
-
-  /// The service's base address.
-  std::string apiHost() const { return text("api_host"); }
-  /// "" while none was set.
-  std::string model() const { return text("model"); }
-  /// 1.0 while none was set.
-  double temperature() const { return get("temperature").doubleValue(); }
-  /// What the user wants of the assistant.
-  std::string userInstructions() const { return text("user_instructions"); }
-  /// The application's instructions by name.
-  std::map<std::string, std::string> systemInstructions() const {
-    const CMVariant value = get("system_instructions");
-    std::map<std::string, std::string> instructions;
-    for (const auto& [name, entry] : value.mapValue())
-      instructions.emplace_hint(instructions.end(), name, entry.stringRef());
-    return instructions;
-  }
-  /// The database as a list of catalogs, with the statements that were made of it.
-  CMVariantList databaseStructure() const { return get("db_structure").listRef(); }
-  /// All that the model is told before the conversation; made anew on each call.
-  std::string combinedInstructions() const { return text("combined_instructions"); }
-  /// The assistant's name at the service; "" but with the Assistants service.
-  std::string name() const { return text("name"); }
-  /// The assistant's description at the service; "" but with the Assistants service.
-  std::string description() const { return text("description"); }
-
-  /// The value of any key; Null for an unknown one.
-  CMVariant get(const std::string& key) const { return properties_ ? properties_->obtainProperty(key) : CMVariant(); }
-  /// All keys with a description of their types.
-  std::vector<std::pair<std::string, std::string>> keys() const {
-    return properties_ ? properties_->obtainPropertyList() : std::vector<std::pair<std::string, std::string>>();
-  }
-
-  /// The object underneath, owned by this one or by its assistant; null when empty.
-  IQAIProperties* native() const noexcept { return properties_.get(); }
-
- private:
-  friend class Assistant;
-  using Pointer = std::unique_ptr<IQAIProperties, detail::FreeProperties>;
-
-  explicit Properties(Pointer properties) noexcept : properties_(std::move(properties)) {}
-  std::string text(const char* key) const { return get(key).stringValue(); }
-
-  Pointer properties_;
-};
 
 /// Ends an assistant's request from any thread; may be copied, and may outlive the assistant. Refers to it without
 /// keeping it alive. When the last owner lets go during a cancel(), the cancelling thread frees the assistant.
@@ -448,60 +231,6 @@ class Assistant {
 
   std::shared_ptr<detail::Core> core_;
 };
-
-/// Translates one text: UTF-8 to UTF-8. An empty result leaves the text as it is.
-using Translation = std::function<std::string(std::string_view)>;
-
-namespace detail {
-
-/// A host's translation while it is registered.
-struct Translator {
-  Translation translation;  ///< empty while none is registered
-  Translator() = default;
-  /// A program or a plug-in that goes takes the function along, so the library must not call it any more.
-  ~Translator() {
-    if (translation) QAIRegisterCallback(nullptr);
-  }
-  Translator(const Translator&) = delete;
-  Translator& operator=(const Translator&) = delete;
-};
-
-/// The module's only one; made when it is first used.
-inline Translator& translator() {
-  static Translator instance;
-  return instance;
-}
-
-/// The most bytes of `text` that fit into `limit` without cutting a character of UTF-8 in two.
-inline std::size_t fittingLength(std::string_view text, std::size_t limit) noexcept {
-  if (text.size() <= limit) return text.size();
-  std::size_t length = limit;
-  while (length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80U) --length;
-  return length;
-}
-
-/// What the library calls. Whatever goes wrong leaves the buffer as it came: empty, so the text stays as it is.
-inline void translate(const char* name, void* data) noexcept {
-  if (std::strcmp(name, "QAILocalizeString") != 0) return;
-  auto* info = static_cast<QAICallbackLocalizationInfo*>(data);
-  try {
-    const std::string text = translator().translation(info->text);
-    text.copy(info->buffer, fittingLength(text, sizeof info->buffer - 1));
-  } catch (...) {  // NOLINT(bugprone-empty-catch): the text stays as it is
-  }
-}
-
-}  // namespace detail
-
-/// Has the library's own error texts translated by `translation`; an empty function ends that. What is longer than 1023
-/// bytes is cut at a character; one that throws leaves the text as it is. There is one for the whole library: each call
-/// takes the place of what was registered before, by this or by QAIRegisterCallback. Called while no assistant works.
-/// The function runs on the thread of the operation, on several at once when several assistants work.
-inline void setTranslation(Translation translation) {
-  QAIRegisterCallback(nullptr);
-  detail::translator().translation = std::move(translation);
-  if (detail::translator().translation) QAIRegisterCallback(&detail::translate);
-}
 
 /// Sets the HTTP settings (proxy, limits) of every later request. Called while no assistant works.
 inline void setHTTPSettings(const CMRestGlobalSettings& settings) { QAISetHTTPSettings(settings); }
