@@ -52,12 +52,12 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/debian_copyright.in ${PROJECT_BINARY_DI
 configure_file(${CMAKE_CURRENT_LIST_DIR}/debian_extras.cmake.in ${PROJECT_BINARY_DIR}/debian_extras.cmake @ONLY)
 set(CPACK_PRE_BUILD_SCRIPTS ${PROJECT_BINARY_DIR}/debian_extras.cmake)
 
-# By library and version, as both come from one build; a list of symbols would name hundreds that the compiler makes.
+# By library and version, as a host keeps running with every later library of the major version; a list of symbols would
+# name hundreds that the compiler makes.
 set(control ${PROJECT_BINARY_DIR}/debian_control)
-string(JOIN "-" debian_version ${PROJECT_VERSION} ${CPACK_DEBIAN_PACKAGE_RELEASE})
 file(CONFIGURE OUTPUT ${control}/shlibs @ONLY CONTENT
-"libcf @CF_VERSION_MAJOR@ libqai0 (= @debian_version@)
-libqai @PROJECT_VERSION_MAJOR@ libqai0 (= @debian_version@)
+"libcf @CF_VERSION_MAJOR@ libqai0 (>= @PROJECT_VERSION@)
+libqai @PROJECT_VERSION_MAJOR@ libqai0 (>= @PROJECT_VERSION@)
 ")
 file(CONFIGURE OUTPUT ${control}/triggers CONTENT "activate-noawait ldconfig\n")
 set(CPACK_DEBIAN_QAI_RUNTIME_PACKAGE_CONTROL_EXTRA ${control}/shlibs ${control}/triggers)
