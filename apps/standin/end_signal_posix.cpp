@@ -1,4 +1,4 @@
-#include "end_signal_posix.h"
+#include "end_signal.h"
 
 #include <pthread.h>
 

@@ -1,6 +1,7 @@
 #include "http_server.h"
 
 #include "request.h"
+#include "socket.h"
 
 #include <cf/defer.h>
 
@@ -84,10 +85,7 @@ HttpServer::~HttpServer() {
 
 void HttpServer::configure() {
   // The library's default would let two servers share a port unnoticed.
-  set_socket_options([](socket_t socket) {
-    const int on = 1;
-    ::setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, reinterpret_cast<const char*>(&on), sizeof on);
-  });
+  set_socket_options(claimAddress);
   set_keep_alive_max_count(std::numeric_limits<int>::max());
   set_keep_alive_timeout(3600);
   new_task_queue = [] { return new ThreadPerConnection; };  // the library takes it over

@@ -2,7 +2,7 @@
 // HTTP library parses requests and writes replies; the connections are ours, for faults need to reach them.
 #pragma once
 
-#include "connection_posix.h"
+#include "connection.h"
 #include "standin.h"
 
 #include <httplib.h>

@@ -1,5 +1,5 @@
 // qai-standin: the stand-in as a program of its own, for a first run without a key.
-#include "end_signal_posix.h"
+#include "end_signal.h"
 #include "standin.h"
 
 #include <CLI/CLI.hpp>

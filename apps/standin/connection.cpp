@@ -1,20 +1,21 @@
-#include "connection_posix.h"
+#include "connection.h"
 
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
+#include "socket.h"
+
 #include <openssl/err.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <climits>
 #include <cstring>
 #include <stdexcept>
 #include <utility>
 
 namespace standin {
+namespace {
+
+int withinInt(std::size_t size) noexcept { return static_cast<int>(std::min<std::size_t>(size, INT_MAX)); }
+
+}  // namespace
 
 TlsContext makeTlsContext(const std::string& certificateFile, const std::string& privateKeyFile) {
   TlsContext context(SSL_CTX_new(TLS_server_method()));
@@ -27,18 +28,15 @@ TlsContext makeTlsContext(const std::string& certificateFile, const std::string&
   return context;
 }
 
-Connection::Connection(int socket, SSL_CTX* tls) : socket_(socket), ssl_(tls == nullptr ? nullptr : SSL_new(tls)) {
-  // A child process that held the socket too would keep the connection alive past our close.
-  ::fcntl(socket_, F_SETFD, FD_CLOEXEC);
-  const int on = 1;
-  ::setsockopt(socket_, IPPROTO_TCP, TCP_NODELAY, &on, sizeof on);
-  if (ssl_) SSL_set_fd(ssl_.get(), socket_);
+Connection::Connection(socket_t socket, SSL_CTX* tls) : socket_(socket), ssl_(tls == nullptr ? nullptr : SSL_new(tls)) {
+  prepareSocket(socket_);
+  if (ssl_) SSL_set_fd(ssl_.get(), static_cast<int>(socket_));  // all of a socket's value, on Windows, too
 }
 
 Connection::~Connection() {
   if (ssl_ && open_) SSL_shutdown(ssl_.get());
   ssl_.reset();
-  ::close(socket_);
+  closeSocket(socket_);
 }
 
 bool Connection::accept() {
@@ -57,7 +55,7 @@ std::string Connection::takeHead() {
   return std::move(head_);
 }
 
-void Connection::shutDown() noexcept { ::shutdown(socket_, SHUT_RDWR); }
+void Connection::shutDown() noexcept { shutDownSocket(socket_); }
 
 void Connection::hangUp() noexcept {
   open_ = false;
@@ -66,39 +64,35 @@ void Connection::hangUp() noexcept {
 
 void Connection::reset() noexcept {
   open_ = false;
-  const linger atOnce{.l_onoff = 1, .l_linger = 0};  // makes the coming close send a reset
-  ::setsockopt(socket_, SOL_SOCKET, SO_LINGER, &atOnce, sizeof atOnce);
+  resetAtClose(socket_);
 }
 
 void Connection::awaitEnd() noexcept {
   // Past TLS: nothing that still comes matters but the end.
-  ssize_t received = 1;
-  while (received > 0 || (received < 0 && errno == EINTR)) {
-    received = ::recv(socket_, buffer_.data(), buffer_.size(), 0);
-  }
+  while (receiveBytes(socket_, buffer_.data(), buffer_.size()) > 0) continue;
   open_ = false;
 }
 
-ssize_t Connection::read(char* ptr, size_t size) {
+ssize_t Connection::read(char* ptr, std::size_t size) {
   if (begin_ == end_) {
     const ssize_t received = receive(buffer_.data(), buffer_.size());
     if (received <= 0) return received;
     begin_ = 0;
-    end_ = static_cast<size_t>(received);
+    end_ = static_cast<std::size_t>(received);
   }
-  const size_t taken = std::min(size, end_ - begin_);
+  const std::size_t taken = std::min(size, end_ - begin_);
   std::memcpy(ptr, buffer_.data() + begin_, taken);
   begin_ += taken;
   if (recording_) head_.append(ptr, taken);
   return static_cast<ssize_t>(taken);
 }
 
-ssize_t Connection::write(const char* ptr, size_t size) {
-  size_t sent = 0;
+ssize_t Connection::write(const char* ptr, std::size_t size) {
+  std::size_t sent = 0;
   while (open_ && sent < size) {
     const ssize_t step = send(ptr + sent, size - sent);
     if (step > 0) {
-      sent += static_cast<size_t>(step);
+      sent += static_cast<std::size_t>(step);
     } else {
       open_ = false;
     }
@@ -110,23 +104,15 @@ ssize_t Connection::write(const char* ptr, size_t size) {
 void Connection::get_remote_ip_and_port(std::string& /*ip*/, int& /*port*/) const {}
 void Connection::get_local_ip_and_port(std::string& /*ip*/, int& /*port*/) const {}
 
-ssize_t Connection::receive(char* ptr, size_t size) {
+ssize_t Connection::receive(char* ptr, std::size_t size) {
   if (!open_) return -1;
-  if (ssl_) return SSL_read(ssl_.get(), ptr, static_cast<int>(std::min<size_t>(size, INT_MAX)));
-  ssize_t received = -1;
-  do {
-    received = ::recv(socket_, ptr, size, 0);
-  } while (received < 0 && errno == EINTR);
-  return received;
+  if (ssl_) return SSL_read(ssl_.get(), ptr, withinInt(size));
+  return receiveBytes(socket_, ptr, size);
 }
 
-ssize_t Connection::send(const char* ptr, size_t size) {
-  if (ssl_) return SSL_write(ssl_.get(), ptr, static_cast<int>(std::min<size_t>(size, INT_MAX)));
-  ssize_t sent = -1;
-  do {
-    sent = ::send(socket_, ptr, size, MSG_NOSIGNAL);
-  } while (sent < 0 && errno == EINTR);
-  return sent;
+ssize_t Connection::send(const char* ptr, std::size_t size) {
+  if (ssl_) return SSL_write(ssl_.get(), ptr, withinInt(size));
+  return sendBytes(socket_, ptr, size);
 }
 
 }  // namespace standin

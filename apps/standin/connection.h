@@ -5,6 +5,7 @@
 #include <openssl/ssl.h>
 
 #include <array>
+#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -21,7 +22,7 @@ TlsContext makeTlsContext(const std::string& certificateFile, const std::string&
 /// Owns a socket, with TLS on it when it was given a context. Used by one thread, but for shutDown.
 class Connection final : public httplib::Stream {
  public:
-  Connection(int socket, SSL_CTX* tls);
+  Connection(socket_t socket, SSL_CTX* tls);
   ~Connection() override;
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
@@ -46,8 +47,8 @@ class Connection final : public httplib::Stream {
 
   bool is_readable() const override { return open_; }
   bool is_writable() const override { return open_; }
-  ssize_t read(char* ptr, size_t size) override;
-  ssize_t write(const char* ptr, size_t size) override;
+  ssize_t read(char* ptr, std::size_t size) override;
+  ssize_t write(const char* ptr, std::size_t size) override;
   void get_remote_ip_and_port(std::string& ip, int& port) const override;
   void get_local_ip_and_port(std::string& ip, int& port) const override;
   socket_t socket() const override { return socket_; }
@@ -57,17 +58,17 @@ class Connection final : public httplib::Stream {
     void operator()(SSL* ssl) const noexcept { SSL_free(ssl); }
   };
 
-  ssize_t receive(char* ptr, size_t size);
-  ssize_t send(const char* ptr, size_t size);
+  ssize_t receive(char* ptr, std::size_t size);
+  ssize_t send(const char* ptr, std::size_t size);
 
-  int socket_;
+  socket_t socket_;
   std::unique_ptr<SSL, SslDeleter> ssl_;
   bool open_ = true;
   bool recording_ = false;
   std::string head_;
   std::array<char, 4096> buffer_{};  // the HTTP library reads lines byte by byte
-  size_t begin_ = 0;
-  size_t end_ = 0;
+  std::size_t begin_ = 0;
+  std::size_t end_ = 0;
 };
 
 }  // namespace standin
