@@ -1,6 +1,7 @@
 #include "conversation.h"
 
 #include "rendering.h"
+#include "standard_streams.h"
 
 #include <cf/text.h>
 
@@ -28,7 +29,7 @@ constexpr std::array kCommands{
     CommandEntry{"/new", Command::New, "", "forget the conversation so far and begin anew"},
     CommandEntry{"/provider", Command::Provider, "", "list the services"},
     CommandEntry{"/provider", Command::Provider, "NAME [MODEL]", "go on with this conversation at another service"},
-    CommandEntry{"/quit", Command::Quit, "", "end (Ctrl-D does it too)"},
+    CommandEntry{"/quit", Command::Quit, "", "end"},
 };
 
 std::vector<std::string> splitWords(const std::string& line) {
@@ -58,7 +59,8 @@ void printHelp(std::ostream& err) {
     const std::string call = std::string(entry.name) + " " + std::string(entry.arguments);
     err << "  " << padded(call, kCallWidth) << entry.meaning << '\n';
   }
-  err << "Anything else is a question. Ctrl-C ends the wait for an answer.\n";
+  err << "Anything else is a question. Ctrl-C ends the wait for an answer, " << obtainEndOfInputKeys()
+      << " the conversation.\n";
 }
 
 void printProviders(const MovableAnswerer& answerer, std::ostream& err) {

@@ -1,55 +1,55 @@
-#include "interrupt_posix.h"
+#include "interrupt.h"
 
 #include <pthread.h>
-#include <unistd.h>
 
+#include <atomic>
+#include <csignal>
+#include <thread>
 #include <utility>
 
-Interrupts::Interrupts(Action whenIdle) : whenIdle_(std::move(whenIdle)) {
-  sigemptyset(&signals_);
-  sigaddset(&signals_, SIGINT);
-  struct sigaction action {};
-  sigaction(SIGINT, nullptr, &action);
-  ignored_ = action.sa_handler == SIG_IGN;
-  pthread_sigmask(SIG_BLOCK, &signals_, &earlierMask_);  // even an ignored signal arrives where it is blocked
-  receiver_ = std::thread([this] { receive(); });
-}
+namespace {
 
-Interrupts::~Interrupts() {
-  {
-    const std::lock_guard lock(mutex_);
+class SignalReceiver final : public InterruptSource {
+ public:
+  explicit SignalReceiver(std::function<void()> receive) : receive_(std::move(receive)) {
+    sigemptyset(&signals_);
+    sigaddset(&signals_, SIGINT);
+    struct sigaction action {};
+    sigaction(SIGINT, nullptr, &action);
+    ignored_ = action.sa_handler == SIG_IGN;
+    pthread_sigmask(SIG_BLOCK, &signals_, &earlierMask_);  // even an ignored signal arrives where it is blocked
+    thread_ = std::thread([this] { wait(); });
+  }
+
+  ~SignalReceiver() override {
     stopping_ = true;
+    pthread_kill(thread_.native_handle(), SIGINT);
+    thread_.join();
+    pthread_sigmask(SIG_SETMASK, &earlierMask_, nullptr);
   }
-  pthread_kill(receiver_.native_handle(), SIGINT);
-  receiver_.join();
-  pthread_sigmask(SIG_SETMASK, &earlierMask_, nullptr);
-}
+  SignalReceiver(const SignalReceiver&) = delete;
+  SignalReceiver& operator=(const SignalReceiver&) = delete;
 
-bool Interrupts::run(const Action& turn, Action cancel) {
-  {
-    const std::lock_guard lock(mutex_);
-    cancel_ = std::move(cancel);
-    interrupted_ = false;
-  }
-  turn();
-  const std::lock_guard lock(mutex_);
-  cancel_ = nullptr;
-  return interrupted_;
-}
-
-void Interrupts::receive() {
-  int signal = 0;
-  while (sigwait(&signals_, &signal) == 0) {
-    const std::lock_guard lock(mutex_);
-    if (stopping_) return;
-    if (ignored_) continue;
-    if (cancel_) {
-      interrupted_ = true;
-      cancel_();
-    } else {
-      whenIdle_();
+ private:
+  void wait() {
+    int signal = 0;
+    while (sigwait(&signals_, &signal) == 0 && !stopping_) {
+      if (!ignored_) receive_();
     }
   }
+
+  std::function<void()> receive_;
+  sigset_t signals_;
+  sigset_t earlierMask_;
+  bool ignored_;
+  std::atomic<bool> stopping_ = false;
+  std::thread thread_;  // last: it uses all the others
+};
+
+}  // namespace
+
+std::unique_ptr<InterruptSource> takeInterrupts(std::function<void()> receive) {
+  return std::make_unique<SignalReceiver>(std::move(receive));
 }
 
 void endByInterrupt() {
@@ -60,7 +60,3 @@ void endByInterrupt() {
   pthread_sigmask(SIG_UNBLOCK, &interrupt, nullptr);
   static_cast<void>(std::raise(SIGINT));
 }
-
-void ignoreBrokenPipes() { static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); }
-
-bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }

@@ -1,13 +1,17 @@
 // qai-chat: asks an AI service about a database, from the terminal.
 #include "database.h"
-#include "interrupt_posix.h"
 #include "options.h"
 #include "program.h"
 #include "rendering.h"
 #include "service.h"
+#include "standard_streams.h"
+#include "start.h"
 
 #include <cerrno>
+#include <exception>
 #include <iostream>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -39,6 +43,6 @@ ExitCode run(const std::vector<std::string>& arguments) try {
 }  // namespace
 
 int main(int argc, char** argv) {
-  ignoreBrokenPipes();
-  return static_cast<int>(run({argv + (argc > 0 ? 1 : 0), argv + argc}));
+  setUpStandardStreams();
+  return static_cast<int>(run(obtainArguments(argc, argv)));
 }

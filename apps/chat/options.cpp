@@ -85,6 +85,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
   app.add_flag("--list-models", options.listModels, "list the service's models and end");
   app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");
   app.set_version_flag("--version", std::string("qai-chat ") + QAI_VERSION, "print the version and end");
+  app.allow_windows_style_options(false);  // a QUESTION and a DATABASE may begin with "/"
   app.set_help_flag("-h,--help", "print this text and end");
   app.footer(makeFooter());
 }

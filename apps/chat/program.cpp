@@ -1,10 +1,11 @@
 #include "program.h"
 
 #include "assistant.h"
-#include "interrupt_posix.h"
+#include "interrupt.h"
 #include "rendering.h"
 #include "service.h"
 #include "sqlite_database.h"
+#include "standard_streams.h"
 #include "switchboard.h"
 
 #include <cf/defer.h>
@@ -34,7 +35,7 @@ void greet(const Options& options, const DatabaseDescription& database, const st
   };
   err << terminalSafeLine(options.database + ": " + count(tables, "table") + ", " + count(views, "view") +
                           ". Model: " + model + ".")
-      << "\n/help lists the commands, Ctrl-D ends.\n\n";
+      << "\n/help lists the commands, " << obtainEndOfInputKeys() << " ends.\n\n";
 }
 
 ExitCode fail(Answerer& answerer, const std::string& error, std::ostream& err) {

@@ -1,20 +1,17 @@
 #include "service.h"
 
 #include "rendering.h"
+#include "start.h"
 
 #include <cf/app.h>
 #include <cf/text.h>
 #include <cf/url.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace {
 
-std::string readVariable(const char* name) {
-  const char* value = std::getenv(name);
-  return value == nullptr ? "" : cfTrimAsString(value);
-}
+std::string readVariable(const char* name) { return cfTrimAsString(obtainVariable(name).value_or("")); }
 
 std::string findKey(const Provider& provider) {
   for (const char* variable : provider.keyVariables) {

@@ -1,6 +1,8 @@
 #include "sqlite_connection.h"
 
 #include "database.h"
+#include "path_text.h"
+#include "start.h"
 
 #include <cf/url.h>
 
@@ -18,7 +20,7 @@ void requireReadableFile(const std::filesystem::path& file, const std::string& p
   std::error_code error;
   const std::filesystem::file_status status = std::filesystem::status(file, error);
   if (status.type() == std::filesystem::file_type::not_found) throw noInput("There is no file " + path);
-  if (error) throw noInput(path + " can't be read: " + error.message());
+  if (error) throw noInput(path + " can't be read: " + describeError(error));
   if (std::filesystem::is_directory(status)) throw noInput(path + " is a folder, not a database file");
   // Opening a pipe or a device could wait for ever.
   if (!std::filesystem::is_regular_file(status)) throw noInput(path + " is not a regular file");
@@ -41,12 +43,11 @@ bool canBeReadAsImmutable(const std::filesystem::path& file) {
 }
 
 std::string makeURI(const std::filesystem::path& file) {
-  std::string encoded;
-  for (const std::filesystem::path& part : std::filesystem::absolute(file)) {
-    if (part.has_root_directory()) continue;
-    encoded += "/" + cfEncodeQueryText(part.string());
-  }
-  return "file:" + encoded + "?mode=ro" + (canBeReadAsImmutable(file) ? "&immutable=1" : "");
+  // Three slashes begin the path: "/home/…" has one itself, "C:/…" none, and the two of a server's name stay.
+  const std::string path = toText(std::filesystem::absolute(file));
+  std::string uri = path.starts_with('/') ? "file://" : "file:///";
+  for (const char c : path) uri += c == '/' ? "/" : cfEncodeQueryText({&c, 1});
+  return uri + "?mode=ro" + (canBeReadAsImmutable(file) ? "&immutable=1" : "");
 }
 
 }  // namespace
@@ -90,7 +91,7 @@ void SqliteQuery::require(bool good) const {
 }
 
 SqliteConnection openSqliteReadOnly(const std::string& path) {
-  const std::filesystem::path file(path);
+  const std::filesystem::path file = toPath(path);
   requireReadableFile(file, path);
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(makeURI(file).c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);

@@ -1,13 +1,17 @@
 // qai-standin: the stand-in as a program of its own, for a first run without a key.
 #include "end_signal.h"
+#include "standard_streams.h"
 #include "standin.h"
+#include "start.h"
 
 #include <CLI/CLI.hpp>
 
-#include <cstdlib>
+#include <algorithm>
 #include <exception>
 #include <iostream>
 #include <string>
+#include <utility>
+#include <vector>
 
 namespace {
 
@@ -25,12 +29,19 @@ void addOptions(CLI::App& app, standin::Options& options) {
   app.footer("Environment: QAI_STANDIN_KEY is the only API key to accept; when it is not set, any is.");
 }
 
-int run(int argc, char** argv) {
-  CLI::App app("A stand-in for AI services on the loopback. It answers from rules; no language model is behind it.");
+int run(std::vector<std::string> arguments) {
+  CLI::App app("A stand-in for AI services on the loopback. It answers from rules; no language model is behind it.",
+               "qai-standin");
   standin::Options options;
   addOptions(app, options);
-  CLI11_PARSE(app, argc, argv);
-  if (const char* key = std::getenv("QAI_STANDIN_KEY")) options.apiKey = key;
+  app.allow_windows_style_options(false);
+  std::reverse(arguments.begin(), arguments.end());  // the parser takes from the end
+  try {
+    app.parse(std::move(arguments));
+  } catch (const CLI::ParseError& end) {  // --help, too
+    return app.exit(end);
+  }
+  options.apiKey = obtainVariable("QAI_STANDIN_KEY").value_or("");
   standin::holdEndSignals();
   const standin::Server server(options);
   std::cout << "listening on " << server.address() << std::endl;
@@ -42,7 +53,8 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
   try {
-    return run(argc, argv);
+    setUpStandardStreams();
+    return run(obtainArguments(argc, argv));
   } catch (const std::exception& error) {
     std::cerr << "qai-standin: " << error.what() << std::endl;
     return 1;

@@ -1,7 +1,9 @@
-#include "interrupt_posix.h"
+#include "interrupt.h"
 
 #include <gtest/gtest.h>
 #include <unistd.h>
+
+#include <csignal>
 
 #include <future>
 

@@ -1,0 +1,13 @@
+// Standard input, output and error; one source file for each system.
+#pragma once
+
+/// Has std::cin, std::cout and std::cerr carry UTF-8: from and to pipes and files byte by byte, at a terminal whatever
+/// it is set to. A write to a closed pipe fails with EPIPE in errno and does not end the process. Called once, first
+/// thing in main.
+void setUpStandardStreams();
+
+/// Whether a person types the standard input.
+bool isInputTerminal();
+
+/// What a person types to end the input, in words.
+const char* obtainEndOfInputKeys();

@@ -1,0 +1,18 @@
+#include "standard_streams.h"
+#include "stream_buffers_windows.h"
+
+#include <windows.h>
+
+#include <iostream>
+
+// The C library would turn line ends into pairs and take bytes for the code page's. These live as long as the streams,
+// which are used to the very end of the process.
+void setUpStandardStreams() {
+  std::cin.rdbuf(new InputBuffer(GetStdHandle(STD_INPUT_HANDLE)));
+  std::cout.rdbuf(new OutputBuffer(GetStdHandle(STD_OUTPUT_HANDLE)));
+  std::cerr.rdbuf(new OutputBuffer(GetStdHandle(STD_ERROR_HANDLE)));
+}
+
+bool isInputTerminal() { return isConsole(GetStdHandle(STD_INPUT_HANDLE)); }
+
+const char* obtainEndOfInputKeys() { return "Ctrl-Z and Enter"; }
