@@ -89,9 +89,30 @@ std::string compose(std::string_view wording, CURL* easy, const RestPlan& plan) 
   return text;
 }
 
+// libcurl tells of Schannel's verdicts in the names of Windows' constants and functions; other reasons are Windows'
+// own sentences.
+struct Verdict {
+  std::string_view told;
+  std::string_view words;
+};
+constexpr auto kVerdicts = std::to_array<Verdict>({
+    {"CERT_TRUST_IS_PARTIAL_CHAIN", "its authority is not known"},
+    {"CERT_TRUST_IS_UNTRUSTED_ROOT", "its authority is not trusted"},
+    {"CERT_TRUST_IS_NOT_TIME_VALID", "it is not valid today"},
+    {"CERT_TRUST_IS_REVOKED", "it was revoked"},
+    {"CERT_TRUST_REVOCATION_STATUS_UNKNOWN", "whether it was revoked can't be found out"},
+    {"SEC_E_UNTRUSTED_ROOT", "its authority is not trusted"},
+    {"failed to match connection hostname", "it is not for this host"},
+    {"SEC_E_WRONG_PRINCIPAL", "it is not for this host"},
+});
+
 // libcurl's sentence about a certificate without its own introduction ("SSL certificate problem: ").
 std::string obtainCertificateDetail(std::string_view text) {
-  for (const std::string_view introduction : {"SSL certificate problem: ", "SSL: "}) {
+  for (const Verdict& verdict : kVerdicts) {
+    if (text.starts_with("schannel: ") && text.find(verdict.told) != std::string_view::npos)
+      return std::string(verdict.words);
+  }
+  for (const std::string_view introduction : {"SSL certificate problem: ", "SSL: ", "schannel: "}) {
     if (text.starts_with(introduction)) text.remove_prefix(introduction.size());
   }
   return plainTextWithin(text);

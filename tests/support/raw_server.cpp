@@ -1,30 +1,26 @@
 #include "support/raw_server.h"
 
-#include <arpa/inet.h>
-#include <netinet/in.h>
-#include <netinet/tcp.h>
+#include "support/sockets.h"
+
 #include <openssl/ssl.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <charconv>
 #include <chrono>
-#include <csignal>
-#include <stdexcept>
 
 struct RawServer::Connection {
-  explicit Connection(int socketToServe) : socket(socketToServe) {}
-  ~Connection() { close(socket); }
+  explicit Connection(sockets::Handle socketToServe) : socket(socketToServe) {}
+  ~Connection() { sockets::close(socket); }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
+  // These two by the connection's own thread.
   long receive(char* data, std::size_t size) const {
-    return tls == nullptr ? recv(socket, data, size, 0) : SSL_read(tls.get(), data, static_cast<int>(size));
+    return tls == nullptr ? sockets::receive(socket, data, size) : SSL_read(tls.get(), data, static_cast<int>(size));
   }
   bool sendAll(std::string_view bytes) const {
     while (!bytes.empty()) {
-      const long sent = tls == nullptr ? send(socket, bytes.data(), bytes.size(), MSG_NOSIGNAL)
+      const long sent = tls == nullptr ? sockets::send(socket, bytes.data(), bytes.size())
                                        : SSL_write(tls.get(), bytes.data(), static_cast<int>(bytes.size()));
       if (sent <= 0) return false;
       bytes.remove_prefix(static_cast<std::size_t>(sent));
@@ -32,7 +28,18 @@ struct RawServer::Connection {
     return true;
   }
 
-  const int socket;
+  // These two by any thread.
+  void shutDown() {
+    const std::lock_guard lock(mutex);
+    if (socket != sockets::kNone) sockets::shutDown(socket);
+  }
+  void reset() {
+    const std::lock_guard lock(mutex);
+    socket = sockets::reset(socket);
+  }
+
+  sockets::Handle socket;  // changed by its own thread alone, under the mutex
+  std::mutex mutex;
   std::unique_ptr<SSL, decltype(&SSL_free)> tls{nullptr, &SSL_free};
   std::string unread;
   std::thread thread;
@@ -61,15 +68,6 @@ std::size_t findRequestSize(std::string_view text) {
   return size <= text.size() ? size : 0;
 }
 
-// Disconnecting makes the kernel send RST at once, while the descriptor stays ours to close.
-void reset(int socket) {
-  sockaddr nowhere{};
-  nowhere.sa_family = AF_UNSPEC;
-  connect(socket, &nowhere, sizeof nowhere);
-}
-
-sockaddr* toSocketAddress(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&address); }
-
 }  // namespace
 
 std::string raw::reply(int status, std::string_view body, std::string_view furtherFields) {
@@ -78,25 +76,20 @@ std::string raw::reply(int status, std::string_view body, std::string_view furth
 }
 
 RawServer::RawServer(std::vector<raw::Script> scripts, TLSContext tls, Greeting greeting)
-    : scripts_(std::move(scripts)), tls_(std::move(tls)), greeting_(greeting) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  listener_ = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (listener_ < 0 || bind(listener_, toSocketAddress(address), size) != 0 || listen(listener_, 64) != 0 ||
-      getsockname(listener_, toSocketAddress(address), &size) != 0) {
-    throw std::runtime_error("The test server can't listen");
-  }
-  port_ = ntohs(address.sin_port);
+    : scripts_(std::move(scripts)),
+      tls_(std::move(tls)),
+      greeting_(greeting),
+      listener_(sockets::listenOnLoopback()),
+      port_(sockets::getPort(listener_)) {
   acceptor_ = std::thread([this] { acceptAll(); });
 }
 
 RawServer::~RawServer() {
-  shutdown(listener_, SHUT_RDWR);
+  stopping_ = true;
+  sockets::wakeAccept(listener_);
   acceptor_.join();
-  close(listener_);
-  for (const auto& connection : connections_) shutdown(connection->socket, SHUT_RDWR);
+  sockets::close(listener_);
+  for (const auto& connection : connections_) connection->shutDown();
   for (const auto& connection : connections_) connection->thread.join();
 }
 
@@ -143,11 +136,9 @@ void RawServer::record(const std::function<void(Log&)>& change) {
 
 void RawServer::acceptAll() {
   for (;;) {
-    const int socket = accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
-    if (socket < 0) return;
-    // Else a second small write waits for the client's delayed acknowledgement, 40 ms.
-    const int yes = 1;
-    setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+    const sockets::Handle socket = sockets::accept(listener_);
+    if (stopping_) return sockets::close(socket);
+    if (socket == sockets::kNone) return;
     record([](Log& log) { ++log.connections; });
     Connection& connection = *connections_.emplace_back(std::make_unique<Connection>(socket));
     connection.thread = std::thread([this, &connection] { serve(connection); });
@@ -155,18 +146,15 @@ void RawServer::acceptAll() {
 }
 
 void RawServer::serve(Connection& connection) {
-  sigset_t signals;  // OpenSSL's writes to a client that went
-  sigemptyset(&signals);
-  sigaddset(&signals, SIGPIPE);
-  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  sockets::blockBrokenPipeSignal();  // of OpenSSL's writes to a client that went
   if (tls_ == nullptr || greeting_ == Greeting::None || startTLS(connection)) converse(connection);
-  shutdown(connection.socket, SHUT_RDWR);
+  connection.shutDown();
   record([](Log& log) { ++log.ends; });
 }
 
 bool RawServer::startTLS(Connection& connection) {
   connection.tls.reset(SSL_new(tls_.get()));
-  SSL_set_fd(connection.tls.get(), connection.socket);
+  SSL_set_fd(connection.tls.get(), static_cast<int>(connection.socket));
   if (SSL_accept(connection.tls.get()) != 1) return false;
   const bool resumed = SSL_session_reused(connection.tls.get()) == 1;
   record([resumed](Log& log) {
@@ -184,7 +172,7 @@ void RawServer::converse(Connection& connection) {
       const long received = connection.receive(buffer, sizeof buffer);
       if (received <= 0) return;
       connection.unread.append(buffer, static_cast<std::size_t>(received));
-      if (connection.unread.size() >= longestRequest_) return reset(connection.socket);
+      if (connection.unread.size() >= longestRequest_) return connection.reset();
       continue;
     }
     const raw::Script script = takeScript(connection.unread.substr(0, size));
@@ -216,8 +204,6 @@ bool RawServer::perform(Connection& connection, const raw::Step& step) {
     while (connection.receive(ignored, sizeof ignored) > 0) continue;
   }
   if (std::holds_alternative<raw::Close>(step) && connection.tls != nullptr) SSL_shutdown(connection.tls.get());
-  if (std::holds_alternative<raw::Reset>(step)) {
-    reset(connection.socket);
-  }
+  if (std::holds_alternative<raw::Reset>(step)) connection.reset();
   return false;
 }

@@ -1,6 +1,9 @@
 // A server for tests that answers with exactly the bytes, stalls and closes that a script says.
 #pragma once
 
+#include "support/sockets.h"
+
+#include <atomic>
 #include <condition_variable>
 #include <cstddef>
 #include <functional>
@@ -87,8 +90,9 @@ class RawServer {
   const std::vector<raw::Script> scripts_;
   const TLSContext tls_;
   const Greeting greeting_;
-  int listener_ = -1;
-  int port_ = 0;
+  const sockets::Handle listener_;
+  const int port_;
+  std::atomic<bool> stopping_{false};
   std::size_t longestRequest_ = std::string::npos;
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;

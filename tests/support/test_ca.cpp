@@ -5,15 +5,15 @@
 #include <openssl/ssl.h>
 #include <openssl/x509v3.h>
 
-#include <cstdio>
-#include <cstdlib>
+#include <fstream>
 #include <stdexcept>
+#include <string_view>
 
 namespace {
 
 using Key = std::unique_ptr<EVP_PKEY, decltype(&EVP_PKEY_free)>;
 using Certificate = std::unique_ptr<X509, decltype(&X509_free)>;
-using File = std::unique_ptr<std::FILE, decltype(&std::fclose)>;
+using Buffer = std::unique_ptr<BIO, decltype(&BIO_free_all)>;
 
 constexpr auto kDay = std::chrono::seconds(std::chrono::hours(24));
 
@@ -36,8 +36,8 @@ Certificate makeCertificate(EVP_PKEY* key, const std::string& name, long serial,
   Certificate certificate(X509_new(), &X509_free);
   X509_set_version(certificate.get(), X509_VERSION_3);
   ASN1_INTEGER_set(X509_get_serialNumber(certificate.get()), serial);
-  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), -(10 * kDay).count());
-  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), validity.count());
+  X509_gmtime_adj(X509_getm_notBefore(certificate.get()), static_cast<long>(-(10 * kDay).count()));
+  X509_gmtime_adj(X509_getm_notAfter(certificate.get()), static_cast<long>(validity.count()));
   const auto* text = reinterpret_cast<const unsigned char*>(name.c_str());
   X509_NAME_add_entry_by_txt(X509_get_subject_name(certificate.get()), "CN", MBSTRING_UTF8, text, -1, -1, 0);
   require(X509_set_pubkey(certificate.get(), key) == 1);
@@ -49,14 +49,24 @@ void sign(X509* certificate, const X509* issuer, EVP_PKEY* key) {
   require(X509_sign(certificate, key, EVP_sha256()) > 0);
 }
 
-void writeCertificate(const std::string& path, X509* certificate) {
-  const File file(std::fopen(path.c_str(), "w"), &std::fclose);
-  require(file != nullptr && PEM_write_X509(file.get(), certificate) == 1);
+// OpenSSL writes into memory, and the standard library to where names need not be ASCII.
+void writeFile(const std::filesystem::path& path, BIO* content) {
+  const char* data = nullptr;
+  const long size = BIO_get_mem_data(content, &data);
+  std::ofstream file(path, std::ios::binary);
+  require(file.write(data, size).flush().good());
 }
 
-void writeKey(const std::string& path, EVP_PKEY* key) {
-  const File file(std::fopen(path.c_str(), "w"), &std::fclose);
-  require(file != nullptr && PEM_write_PrivateKey(file.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1);
+void writeCertificate(const std::filesystem::path& path, X509* certificate) {
+  const Buffer buffer(BIO_new(BIO_s_mem()), &BIO_free_all);
+  require(PEM_write_bio_X509(buffer.get(), certificate) == 1);
+  writeFile(path, buffer.get());
+}
+
+void writeKey(const std::filesystem::path& path, EVP_PKEY* key) {
+  const Buffer buffer(BIO_new(BIO_s_mem()), &BIO_free_all);
+  require(PEM_write_bio_PrivateKey(buffer.get(), key, nullptr, nullptr, 0, nullptr, nullptr) == 1);
+  writeFile(path, buffer.get());
 }
 
 }  // namespace
@@ -67,37 +77,32 @@ struct TestCA::Authority {
   Certificate certificate;
 };
 
-TestCA::TestCA() {
-  std::string pattern = (std::filesystem::temp_directory_path() / "qai-ca-XXXXXX").string();
-  require(mkdtemp(pattern.data()) != nullptr);
-  folder_ = pattern;
-  authority_ = std::make_unique<Authority>(folder_.filename().string());
+TestCA::TestCA(std::string_view folder) : folder_(folder) {
+  authority_ = std::make_unique<Authority>(toText(folder_.path().filename()));
   X509* certificate = authority_->certificate.get();
   addExtension(certificate, certificate, NID_basic_constraints, "critical,CA:TRUE");
   addExtension(certificate, certificate, NID_key_usage, "critical,keyCertSign,cRLSign");
   sign(certificate, certificate, authority_->key.get());
-  writeCertificate(getFile(), certificate);
+  writeCertificate(folder_.path() / "authority.pem", certificate);
 }
 
-TestCA::~TestCA() {
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
-}
+TestCA::~TestCA() = default;
 
-std::string TestCA::getFile() const { return (folder_ / "authority.pem").string(); }
+std::string TestCA::getFile() const { return toText(folder_.path() / "authority.pem"); }
 
 TestCA::Names TestCA::issue(const std::string& host, std::chrono::seconds validity) const {
-  const std::string stem = (folder_ / ("server" + std::to_string(++issued_))).string();
+  const std::string stem = "server" + std::to_string(++issued_);
   const Key key = makeKey();
   const Certificate certificate = makeCertificate(key.get(), "Test server", 1 + issued_, validity);
   X509* issuer = authority_->certificate.get();
   addExtension(certificate.get(), issuer, NID_subject_alt_name, "DNS:" + host);
   addExtension(certificate.get(), issuer, NID_ext_key_usage, "serverAuth");
   sign(certificate.get(), issuer, authority_->key.get());
-  Names names{stem + ".pem", stem + ".key"};
-  writeCertificate(names.certificateFile, certificate.get());
-  writeKey(names.keyFile, key.get());
-  return names;
+  const std::filesystem::path certificateFile = folder_.path() / (stem + ".pem");
+  const std::filesystem::path keyFile = folder_.path() / (stem + ".key");
+  writeCertificate(certificateFile, certificate.get());
+  writeKey(keyFile, key.get());
+  return {toText(certificateFile), toText(keyFile)};
 }
 
 TLSContext makeTLSContext(const TestCA::Names& certificate, int highestVersion) {

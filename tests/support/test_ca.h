@@ -2,22 +2,24 @@
 #pragma once
 
 #include "support/raw_server.h"
+#include "support/temporary_folder.h"
 
 #include <chrono>
-#include <filesystem>
 #include <memory>
 #include <string>
+#include <string_view>
 
 /// An authority with a key of its own; its certificate and those it issues lie as PEM files in a temporary folder that
 /// goes with the object.
 class TestCA {
  public:
-  struct Names {
+  struct Names {  // UTF-8
     std::string certificateFile;
     std::string keyFile;
   };
 
-  TestCA();
+  /// @param folder (UTF-8) begins the name of the temporary folder.
+  explicit TestCA(std::string_view folder = "qai-ca");
   ~TestCA();
   TestCA(const TestCA&) = delete;
   TestCA& operator=(const TestCA&) = delete;
@@ -29,7 +31,7 @@ class TestCA {
 
  private:
   struct Authority;
-  std::filesystem::path folder_;
+  TemporaryFolder folder_;
   std::unique_ptr<Authority> authority_;
   mutable int issued_ = 0;
 };

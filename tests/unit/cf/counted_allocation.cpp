@@ -3,8 +3,11 @@
 #include "counted_allocation.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
+#include <memory>
 #include <new>
 
 namespace {
@@ -12,14 +15,34 @@ namespace {
 thread_local std::size_t allocations = 0;
 thread_local std::size_t allocationsLeft = std::numeric_limits<std::size_t>::max();
 
-void* allocate(std::size_t size, std::size_t alignment) {
+void count() {
   if (allocationsLeft == 0) throw std::bad_alloc();
   --allocationsLeft;
   ++allocations;
-  // aligned_alloc wants whole multiples of the alignment, and at least one.
-  void* const memory = std::aligned_alloc(alignment, (size + alignment) / alignment * alignment);
+}
+
+void* allocate(std::size_t size) {
+  count();
+  void* const memory = std::malloc(std::max<std::size_t>(size, 1));
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
+}
+
+// The aligned place lies behind a pointer to what is to be freed: not every system has aligned_alloc.
+void* allocateAligned(std::size_t size, std::size_t alignment) {
+  std::size_t space = size + alignment;
+  void* const memory = allocate(space + sizeof(void*));
+  void* place = static_cast<char*>(memory) + sizeof(void*);
+  std::align(alignment, size, place, space);
+  std::memcpy(static_cast<char*>(place) - sizeof(void*), &memory, sizeof(void*));
+  return place;
+}
+
+void freeAligned(void* place) {
+  if (place == nullptr) return;
+  void* memory = nullptr;
+  std::memcpy(&memory, static_cast<char*>(place) - sizeof(void*), sizeof(void*));
+  std::free(memory);
 }
 
 }  // namespace
@@ -30,11 +53,13 @@ void allowAllocations(std::size_t count) noexcept { allocationsLeft = count; }
 
 void allowAllAllocations() noexcept { allocationsLeft = std::numeric_limits<std::size_t>::max(); }
 
-void* operator new(std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
+void* operator new(std::size_t size) { return allocate(size); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-  return allocate(size, std::max(static_cast<std::size_t>(alignment), sizeof(void*)));
+  return allocateAligned(size, static_cast<std::size_t>(alignment));
 }
 void operator delete(void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { std::free(memory); }
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { freeAligned(memory); }
+void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
+  freeAligned(memory);
+}

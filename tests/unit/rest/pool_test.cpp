@@ -1,11 +1,10 @@
 // The pool centre: connections that last, and requests that are cancelled.
 #include "rest_caller.h"
+#include "support/platform.h"
 #include "support/test_ca.h"
 
 #include <atomic>
 #include <chrono>
-#include <filesystem>
-#include <iterator>
 #include <latch>
 #include <thread>
 
@@ -69,6 +68,7 @@ TEST_F(Pool, KeepsOneSecureConnectionWithOneHandshake) {
 }
 
 TEST_F(Pool, ResumesTheTLSSessionOnAnotherConnection) {
+  if (isWine()) GTEST_SKIP() << "Wine's Schannel never resumes a session";
   const TestCA ca;
   RawServer server({{Send{kOk}, Close{}}}, makeTLSContext(ca.issue("localhost")));
   caller_.settings.caFile = ca.getFile();
@@ -126,10 +126,6 @@ TEST(WithoutPool, APoolOfAnotherMakeIsLeftAlone) {
   caller.session.httpPoolCenter = &foreign;
   for (int i = 0; i < 3; ++i) EXPECT_EQ(caller.get(server.getURL()).code, 0);
   EXPECT_EQ(server.getConnections(), 3U);
-}
-
-std::size_t countDescriptors() {
-  return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {}));
 }
 
 TEST(Descriptors, AreBackAfterAHundredRequests) {

@@ -222,7 +222,7 @@ std::string compress(const std::string& text) {
   constexpr int kGzip = 15 + 16;
   z_stream stream{};
   deflateInit2(&stream, Z_BEST_COMPRESSION, Z_DEFLATED, kGzip, 9, Z_DEFAULT_STRATEGY);
-  std::string packed(deflateBound(&stream, text.size()), '\0');
+  std::string packed(deflateBound(&stream, static_cast<uLong>(text.size())), '\0');
   stream.next_in = reinterpret_cast<Bytef*>(const_cast<char*>(text.data()));
   stream.avail_in = static_cast<uInt>(text.size());
   stream.next_out = reinterpret_cast<Bytef*>(packed.data());

@@ -1,17 +1,20 @@
 // What goes out on the wire.
 #include "rest_caller.h"
-
-#include <fcntl.h>
-#include <netinet/in.h>
-#include <sys/socket.h>
-
-#include <filesystem>
+#include "support/platform.h"
+#include "support/sockets.h"
 
 namespace {
 
 const std::string kOk = raw::reply(200, "{}");
 
 std::string firstLine(const std::string& request) { return request.substr(0, request.find("\r\n")); }
+
+// Which encodings are accepted beside these two differs with how libcurl was built.
+std::string withoutFurtherEncodings(std::string request) {
+  const std::string always = "Accept-Encoding: deflate, gzip";
+  const auto further = request.find(always) + always.size();
+  return request.erase(further, request.find("\r\n", further) - further);
+}
 
 std::string bodyOfRequest(const std::string& request) { return request.substr(request.find("\r\n\r\n") + 4); }
 
@@ -24,9 +27,9 @@ TEST(Request, GetIsSentWholeAndInOrder) {
   EXPECT_EQ(outcome.code, 0);
   ASSERT_EQ(server.getRequests().size(), 1U);
   EXPECT_EQ(
-      server.getRequests()[0],
+      withoutFurtherEncodings(server.getRequests()[0]),
       "GET /v1/models?b=2&a=x%20y%26z%3D%2F%C3%A9 HTTP/1.1\r\nHost: 127.0.0.1:" + std::to_string(server.getPort()) +
-          "\r\nUser-Agent: libqai\r\nAccept: */*\r\nAccept-Encoding: deflate, gzip, br, zstd\r\n"
+          "\r\nUser-Agent: libqai\r\nAccept: */*\r\nAccept-Encoding: deflate, gzip\r\n"
           "Authorization: Bearer abc\r\nX-Session: 1\r\nX-Second: two words\r\nX-Own: 3\r\n\r\n");
 }
 
@@ -116,26 +119,14 @@ INSTANTIATE_TEST_SUITE_P(Forms, RequestPath,
                                          PathCase{"doubled_slash", "//a//b", "//a//b"}, PathCase{"none", "", "/"}),
                          [](const auto& row) { return std::string(row.param.name); });
 
-// The descriptor of this process's connection to `port`, or -1.
-int findSocketTo(int port) {
-  for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
-    const int descriptor = std::stoi(entry.path().filename().string());
-    sockaddr_in peer{};
-    socklen_t size = sizeof peer;
-    if (getpeername(descriptor, reinterpret_cast<sockaddr*>(&peer), &size) != 0 || peer.sin_family != AF_INET) continue;
-    if (ntohs(peer.sin_port) == port) return descriptor;
-  }
-  return -1;
-}
-
 TEST(Request, SocketIsNotInheritedByOtherPrograms) {
   int port = 0;
-  int flags = -1;
-  RawServer server({raw::Script{raw::Call{[&] { flags = fcntl(findSocketTo(port), F_GETFD); }}, raw::Send{kOk}}});
+  bool inherited = true;
+  RawServer server({raw::Script{raw::Call{[&] { inherited = sockets::isInherited(sockets::findConnectionTo(port)); }},
+                                raw::Send{kOk}}});
   port = server.getPort();
   EXPECT_EQ(RestCaller{}.get(server.getURL()).code, 0);
-  ASSERT_NE(flags, -1);
-  EXPECT_NE(flags & FD_CLOEXEC, 0);
+  EXPECT_FALSE(inherited);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Runs requests through the app factory's client, as the library does.
 #pragma once
 
+#include "support/platform.h"
 #include "support/raw_server.h"
 
 #include <cf/app.h>
@@ -76,6 +77,15 @@ inline bool holdsLine(const std::string& request, const std::string& line) {
 
 inline std::string bodyOf(const Outcome& outcome) {
   return outcome.response == nullptr ? "(no response)" : outcome.response->getBufferString();
+}
+
+// Why a certificate is not trusted, in the words of what verifies it.
+inline const std::string kAuthorityUnknown =
+    usesSchannel() ? "its authority is not known" : "unable to get local issuer certificate";
+inline const std::string kExpired = usesSchannel() ? "it is not valid today" : "certificate has expired";
+inline std::string nameDiffersFrom(const std::string& host) {
+  return usesSchannel() ? "it is not for this host"
+                        : "no alternative certificate subject name matches target host name '" + host + "'";
 }
 
 // A failure of the transport: no response, and just this sentence.
