@@ -25,10 +25,30 @@ function(qai_target name)
     target_compile_definitions(${name} PRIVATE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
   endif()
   if(MSVC)
-    target_compile_options(${name} PRIVATE /W4 /permissive- /utf-8 /EHsc $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
+    set(options /W4 /permissive- /Zc:__cplusplus /utf-8 /EHsc $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
   else()
     # GCC 12 takes "text" + std::to_string(n) for an overlapping copy when it optimises (GCC bug 105651).
-    target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Wshadow -Wconversion
+    set(options -Wall -Wextra -Wpedantic -Wshadow -Wconversion
       $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict> $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:-Werror>)
   endif()
+  # A resource compiler knows none of these.
+  target_compile_options(${name} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
+endfunction()
+
+# qai_version_resource(NAME DESCRIPTION): on Windows the properties of the program or DLL show the project's version.
+function(qai_version_resource name description)
+  if(NOT WIN32)
+    return()
+  endif()
+  get_target_property(kind ${name} TYPE)
+  if(kind STREQUAL SHARED_LIBRARY)
+    set(file ${name}.dll)
+    set(type VFT_DLL)
+  else()
+    set(file ${name}.exe)
+    set(type VFT_APP)
+  endif()
+  set(resource ${CMAKE_CURRENT_BINARY_DIR}/${name}_version.rc)
+  configure_file(${CMAKE_CURRENT_FUNCTION_LIST_DIR}/version.rc.in ${resource} @ONLY)
+  target_sources(${name} PRIVATE ${resource})
 endfunction()

@@ -1,0 +1,28 @@
+# exported_names(LIBRARY OUTPUT): the demangled names that leave a library, ELF or DLL, sorted and once each. They are
+# spelled as where 64 bits are a long. Needs NM or, for a DLL, OBJDUMP and CXXFILT.
+function(exported_names library output)
+  if(library MATCHES "\\.dll$")
+    execute_process(COMMAND ${OBJDUMP} -p ${library} OUTPUT_VARIABLE dump COMMAND_ERROR_IS_FATAL ANY)
+    string(FIND "${dump}" "[Ordinal/Name Pointer] Table" start)
+    string(SUBSTRING "${dump}" ${start} -1 dump)
+    string(FIND "${dump}" "\n\n" end)
+    string(SUBSTRING "${dump}" 0 ${end} dump)
+    string(REGEX MATCHALL "\t\\[ *[0-9]+\\] [^\n]+" mangled "${dump}")
+    list(TRANSFORM mangled REPLACE "\t\\[ *[0-9]+\\] ([^ \n]+ )*" "")
+    execute_process(COMMAND ${CXXFILT} ${mangled} OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+    string(REPLACE "long long" "long" listing "${listing}")
+    string(REGEX REPLACE "([0-9])ull>" "\\1ul>" listing "${listing}")
+  else()
+    execute_process(COMMAND ${NM} --dynamic --defined-only --demangle ${library}
+      OUTPUT_VARIABLE listing COMMAND_ERROR_IS_FATAL ANY)
+    # Instances of the standard library's templates are not ours to hide, and no host looks for them here.
+    string(REGEX REPLACE "[^\n]* [uVW] [^\n(<]*(std|__gnu_cxx)::[^\n]*\n" "" listing "${listing}")
+    string(REGEX REPLACE "[^\n]* [A-Za-z] ([^\n]*)" "\\1" listing "${listing}")
+  endif()
+  string(REPLACE ";" "\\;" listing "${listing}")
+  string(REGEX REPLACE "\n+$" "" listing "${listing}")
+  string(REPLACE "\n" ";" listing "${listing}")
+  list(SORT listing)
+  list(REMOVE_DUPLICATES listing)
+  set(${output} "${listing}" PARENT_SCOPE)
+endfunction()
