@@ -32,6 +32,18 @@ install_packages() {
   rm -f "$log"
 }
 
+# prepare_windows: the libraries that Debian has no Windows packages for, and a Wine that is up. Sets QAI_WINDOWS_DEPS,
+# unless it names a folder made by tools/windows/build_deps.sh already.
+prepare_windows() {
+  local log=$PWD/build/windows-deps.log
+  mkdir -p build
+  export QAI_WINDOWS_DEPS=${QAI_WINDOWS_DEPS:-$PWD/build/windows-deps}
+  [ -e "$QAI_WINDOWS_DEPS/edition" ] || say "Building the libraries for Windows (once; takes minutes) …"
+  tools/windows/build_deps.sh "$QAI_WINDOWS_DEPS" >"$log" 2>&1 ||
+    build_failed "the libraries for Windows could not be built" "$log"
+  tools/windows/run_wine.sh cmd.exe /c exit >"$log" 2>&1 || build_failed "Wine does not run" "$log"
+}
+
 # build PRESET [TARGET…]: configures and builds; silent when everything is up to date.
 build() {
   local preset=$1 dir=build/$1 log=build/$1.log
@@ -54,5 +66,6 @@ build_failed() {
 run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libcpp-httplib-dev
   libcli11-dev libsqlite3-dev sqlite3)
 test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind doxygen)
+windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 libgnutls30 dpkg-dev make perl tcl)
 bench_packages=(libbenchmark-dev libssl-dev)
 release_packages=(binutils dpkg-dev file git lintian)
