@@ -22,10 +22,12 @@ function(qai_target name)
     if(kind STREQUAL SHARED_LIBRARY)
       set_target_properties(${name} PROPERTIES PREFIX "")
     endif()
-    target_compile_definitions(${name} PRIVATE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00)
+    target_compile_definitions(${name} PRIVATE UNICODE _UNICODE NOMINMAX WIN32_LEAN_AND_MEAN _WIN32_WINNT=0x0A00
+      _CRT_SECURE_NO_WARNINGS)  # the standard's own functions are no warning
   endif()
   if(MSVC)
-    set(options /W4 /permissive- /Zc:__cplusplus /utf-8 /EHsc $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
+    # 4714: what is to be inlined by force may be left a call. 4324: alignment by alignas pads, as it is meant to.
+    set(options /W4 /wd4714 /wd4324 /permissive- /Zc:__cplusplus /utf-8 /EHsc /bigobj $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
   else()
     # GCC 12 takes "text" + std::to_string(n) for an overlapping copy when it optimises (GCC bug 105651).
     set(options -Wall -Wextra -Wpedantic -Wshadow -Wconversion

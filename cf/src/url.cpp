@@ -2,6 +2,7 @@
 #include <cf/url.h>
 
 #include <array>
+#include <cstddef>
 
 namespace {
 

@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <cstddef>
 #include <cstdlib>
 #include <cstring>
 #include <new>

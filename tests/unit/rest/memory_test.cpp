@@ -2,6 +2,8 @@
 #include "memory_shortage.h"
 #include "rest_caller.h"
 
+#include <new>
+
 namespace {
 
 class MemoryShortage : public testing::TestWithParam<Shortage> {
