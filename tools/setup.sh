@@ -32,16 +32,16 @@ install_packages() {
   rm -f "$log"
 }
 
-# prepare_windows: the libraries that Debian has no Windows packages for, and a Wine that is up. Sets QAI_WINDOWS_DEPS,
-# unless it names a folder made by tools/windows/build_deps.sh already.
+# prepare_windows: the libraries that Debian has no Windows packages for, unless QAI_WINDOWS_DEPS names a folder with
+# them, and a Wine that is up.
 prepare_windows() {
-  local log=$PWD/build/windows-deps.log
   mkdir -p build
-  export QAI_WINDOWS_DEPS=${QAI_WINDOWS_DEPS:-$PWD/build/windows-deps}
-  [ -e "$QAI_WINDOWS_DEPS/edition" ] || say "Building the libraries for Windows (once; takes minutes) …"
-  tools/windows/build_deps.sh "$QAI_WINDOWS_DEPS" >"$log" 2>&1 ||
-    build_failed "the libraries for Windows could not be built" "$log"
-  tools/windows/run_wine.sh cmd.exe /c exit >"$log" 2>&1 || build_failed "Wine does not run" "$log"
+  if [ -z "${QAI_WINDOWS_DEPS:-}" ]; then
+    [ -e build/windows-deps/edition ] || say "Building the libraries for Windows (once; takes minutes) …"
+    tools/windows/build_deps.sh build/windows-deps >build/windows-deps.log 2>&1 ||
+      build_failed "the libraries for Windows could not be built" build/windows-deps.log
+  fi
+  tools/windows/run_wine.sh cmd.exe /c exit >build/wine.log 2>&1 || build_failed "Wine does not run" build/wine.log
 }
 
 # build PRESET [TARGET…]: configures and builds; silent when everything is up to date.

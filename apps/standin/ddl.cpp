@@ -79,11 +79,12 @@ constexpr std::array kOpenings{
 };
 
 bool takeOpening(StatementReader& reader, RelationKind& kind) {
-  const auto* opening =
-      std::find_if(kOpenings.begin(), kOpenings.end(), [&](const Opening& known) { return reader.take(known.text); });
-  if (opening == kOpenings.end()) return false;
-  kind = opening->kind;
-  return true;
+  for (const Opening& opening : kOpenings) {
+    if (!reader.take(opening.text)) continue;
+    kind = opening.kind;
+    return true;
+  }
+  return false;
 }
 
 bool takeForeignKey(StatementReader& reader, Relation& relation) {

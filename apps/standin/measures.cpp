@@ -26,10 +26,10 @@ constexpr std::array<std::string_view, 3> kQuantityNames{"quantity", "qty", "uni
 constexpr std::array<std::string_view, 2> kPriceNames{"unit_price", "price"};
 
 const Function& takeFunction(Question& question, Range range) {
-  const auto* found = std::find_if(kFunctions.begin(), kFunctions.end(), [&](const Function& function) {
-    return question.take(function.word, range).has_value();
-  });
-  return found == kFunctions.end() ? kUnnamed : *found;
+  for (const Function& function : kFunctions) {
+    if (question.take(function.word, range).has_value()) return function;
+  }
+  return kUnnamed;
 }
 
 template <std::size_t size>

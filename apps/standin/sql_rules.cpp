@@ -60,11 +60,13 @@ struct RankQuestion {
 
 std::optional<RankQuestion> readRanking(Question& question) {
   std::optional<Range> place;
-  const auto* word = std::find_if(kRankWords.begin(), kRankWords.end(), [&](const RankWord& one) {
+  const RankWord* word = nullptr;
+  for (const RankWord& one : kRankWords) {
+    word = &one;
     place = question.take(one.phrase, question.whole());
-    return place.has_value();
-  });
-  if (word == kRankWords.end()) return std::nullopt;
+    if (place) break;
+  }
+  if (!place) return std::nullopt;
   const std::size_t end = question.whole().end;
   if (word->by == RankBy::After) return RankQuestion{word, {0, place->begin}, Range{place->end, end}};
   if (const auto by = question.take("by", {place->end, end})) {

@@ -4,6 +4,7 @@
 #include <array>
 #include <cctype>
 #include <charconv>
+#include <iterator>
 #include <utility>
 
 namespace standin {
@@ -105,9 +106,10 @@ std::optional<int> Question::takeNumber(Range range) {
     const std::string& text = words_[at].text;
     int number = 0;
     const auto read = std::from_chars(text.data(), text.data() + text.size(), number);
-    const auto* named = std::find(kNumbers.begin(), kNumbers.end(), text);
-    if (named != kNumbers.end()) number = static_cast<int>(named - kNumbers.begin()) + 1;
-    if (number < 1 || (named == kNumbers.end() && read.ptr != text.data() + text.size())) continue;
+    const auto named = std::distance(kNumbers.begin(), std::find(kNumbers.begin(), kNumbers.end(), text));
+    const bool isName = named != std::ssize(kNumbers);
+    if (isName) number = static_cast<int>(named) + 1;
+    if (number < 1 || (!isName && read.ptr != text.data() + text.size())) continue;
     use({at, at + 1});
     return number;
   }

@@ -1,5 +1,6 @@
 #include "rest_failure.h"
 
+#include "rest_system.h"
 #include "rest_text.h"
 
 #include <cf/text.h>
@@ -9,7 +10,6 @@
 #include <chrono>
 #include <new>
 #include <string_view>
-#include <system_error>
 
 namespace {
 
@@ -52,9 +52,10 @@ constexpr auto kWordings = std::to_array<Wording>({
 constexpr Wording kOther{CURLE_OK, CFRestError::Failed, "The request to {} failed", Detail::Library};
 
 const Wording& findWording(CURLcode code) {
-  const auto* const found =
-      std::find_if(kWordings.begin(), kWordings.end(), [&](const Wording& row) { return row.code == code; });
-  return found == kWordings.end() ? kOther : *found;
+  for (const Wording& row : kWordings) {
+    if (row.code == code) return row;
+  }
+  return kOther;
 }
 
 long obtainNumber(CURL* easy, CURLINFO info) {
@@ -124,7 +125,7 @@ std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, cons
       return "";
     case Detail::System: {
       const long number = obtainNumber(easy, CURLINFO_OS_ERRNO);
-      return number == 0 ? "" : plainTextWithin(std::system_category().message(static_cast<int>(number)));
+      return number == 0 ? "" : plainTextWithin(describeConnectError(static_cast<int>(number)));
     }
     case Detail::Certificate:
       if (reply.errorText[0] != '\0') return obtainCertificateDetail(reply.errorText.data());

@@ -5,6 +5,7 @@
 
 #include <memory>
 #include <string_view>
+#include <system_error>
 
 namespace {
 
@@ -40,5 +41,7 @@ const char* obtainAuthoritiesFolder() noexcept {
 int prepareRestSocket(void* /*context*/, curl_socket_t socket, curlsocktype /*purpose*/) noexcept {
   return fcntl(socket, F_SETFD, FD_CLOEXEC) == 0 ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
 }
+
+std::string describeConnectError(int number) { return std::system_category().message(number); }
 
 void stayLoaded() noexcept {}  // the library is linked so (-z nodelete)
