@@ -1,7 +1,8 @@
 cmake_minimum_required(VERSION 3.25)
 
-# Fails when a header of one operating system is included in a file whose name does not say so (NAME_posix, NAME_windows).
-# The folders of the project at ROOT are searched, but for the benchmarks, which are for Linux alone.
+# Fails when a header of one operating system is included in a file whose name does not say so: NAME_posix, NAME_windows,
+# or either with _test behind it. The folders of the project at ROOT are searched, but for the benchmarks, which are for
+# Linux alone.
 set(posix_only aio arpa/ dirent dlfcn fcntl grp netdb netinet/ poll pthread pwd sched semaphore spawn strings sys/ syslog
   termios unistd utime)
 set(windows_only conio direct io process schannel shellapi shlobj tlhelp32 wincrypt windows winsock winsock2 winver
@@ -19,7 +20,7 @@ foreach(folder IN ITEMS apps cf include src tests)
       string(REGEX REPLACE "^([a-z0-9]+/).*" "\\1" key "${header}")
       string(REGEX REPLACE "\\.h$" "" key "${key}")
       foreach(system IN ITEMS posix windows)
-        if(key IN_LIST ${system}_only AND NOT file MATCHES "_${system}\\.(cpp|h|hpp)$")
+        if(key IN_LIST ${system}_only AND NOT file MATCHES "_${system}(_test)?\\.(cpp|h|hpp)$")
           list(APPEND strays "${file} includes <${header}>: only a file named *_${system} may")
         endif()
       endforeach()
