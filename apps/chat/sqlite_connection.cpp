@@ -44,7 +44,7 @@ bool canBeReadAsImmutable(const std::filesystem::path& file) {
 
 std::string makeURI(const std::filesystem::path& file) {
   // Three slashes begin the path: "/home/…" has one itself, "C:/…" none, and the two of a server's name stay.
-  const std::string path = toText(std::filesystem::absolute(file));
+  const std::string path = makePathText(std::filesystem::absolute(file));
   std::string uri = path.starts_with('/') ? "file://" : "file:///";
   for (const char c : path) uri += c == '/' ? "/" : cfEncodeQueryText({&c, 1});
   return uri + "?mode=ro" + (canBeReadAsImmutable(file) ? "&immutable=1" : "");
@@ -91,7 +91,7 @@ void SqliteQuery::require(bool good) const {
 }
 
 SqliteConnection openSqliteReadOnly(const std::string& path) {
-  const std::filesystem::path file = toPath(path);
+  const std::filesystem::path file = makePath(path);
   requireReadableFile(file, path);
   sqlite3* opened = nullptr;
   const int result = sqlite3_open_v2(makeURI(file).c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);

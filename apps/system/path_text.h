@@ -6,10 +6,10 @@
 #include <string_view>
 
 /// The path that `text`, UTF-8, names; elsewhere than on Windows, where names are bytes, any text does.
-inline std::filesystem::path toPath(std::string_view text) { return std::u8string(text.begin(), text.end()); }
+inline std::filesystem::path makePath(std::string_view text) { return std::u8string(text.begin(), text.end()); }
 
 /// `path` in UTF-8, with "/" between its parts.
-inline std::string toText(const std::filesystem::path& path) {
+inline std::string makePathText(const std::filesystem::path& path) {
   const std::u8string text = path.generic_u8string();
   return {text.begin(), text.end()};
 }
