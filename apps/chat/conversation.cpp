@@ -15,6 +15,8 @@
 
 namespace {
 
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // which Windows' programs put before UTF-8
+
 enum class Command { Help, New, Provider, Quit };
 
 struct CommandEntry {
@@ -166,7 +168,8 @@ ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams str
 ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runTurn) {
   ExitCode result = ExitCode::Fine;
   std::string line;
-  while (std::getline(streams.in, line)) {
+  for (bool first = true; std::getline(streams.in, line); first = false) {
+    if (first && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
     const std::string question = cfTrimAsString(line);
     if (question.empty()) continue;
     const ExitCode code = answerOnce(answerer, question, streams, runTurn);

@@ -71,13 +71,10 @@ InputBuffer::int_type InputBuffer::underflow() {
 }
 
 bool InputBuffer::readBytes() {
-  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
   bytes_.resize(kMostAtOnce);
   DWORD size = 0;
   ReadFile(handle_, bytes_.data(), static_cast<DWORD>(bytes_.size()), &size, nullptr);  // fails at a pipe's end
   bytes_.resize(size);
-  if (atBegin_ && bytes_.starts_with(kByteOrderMark)) bytes_.erase(0, kByteOrderMark.size());
-  atBegin_ = false;
   return size > 0;
 }
 
@@ -90,8 +87,8 @@ bool InputBuffer::readConsole() {
     if (ReadConsoleW(handle_, units.data(), most, &size, nullptr) == 0) return false;
   }
   std::wstring text(units.data(), size);
-  if (atBegin_ && text.starts_with(kCtrlZ)) return false;
-  atBegin_ = text.ends_with(L'\n');
+  if (atLineBegin_ && text.starts_with(kCtrlZ)) return false;
+  atLineBegin_ = text.ends_with(L'\n');
   if (highHalf_ != L'\0') text.insert(text.begin(), std::exchange(highHalf_, L'\0'));
   if (isHighHalf(text.back())) {
     highHalf_ = text.back();

@@ -11,8 +11,7 @@ using StreamHandle = void*;
 
 bool isConsole(StreamHandle handle);
 
-/// At a console a line that begins with Ctrl-Z is the end. A byte order mark at the begin of a pipe or file, which
-/// PowerShell puts there, is left out.
+/// At a console a line that begins with Ctrl-Z is the end.
 class InputBuffer final : public std::streambuf {
  public:
   explicit InputBuffer(StreamHandle handle) : handle_(handle), console_(isConsole(handle)) {}
@@ -25,7 +24,7 @@ class InputBuffer final : public std::streambuf {
 
   StreamHandle handle_;
   bool console_;
-  bool atBegin_ = true;       // of the input; at a console, of a line
+  bool atLineBegin_ = true;
   wchar_t highHalf_ = L'\0';  // of a character whose low half comes with the next read
   std::string bytes_;
 };

@@ -89,6 +89,11 @@ TEST_F(Conversation, EveryPipedLineThatIsNotBlankIsAQuestion) {
   EXPECT_EQ(err_.str(), "");
 }
 
+TEST_F(Conversation, AByteOrderMarkBeforePipedQuestionsIsNoPartOfThem) {
+  EXPECT_EQ(answerLines(answerer_, streams("\xEF\xBB\xBFone\n\xEF\xBB\xBFtwo\n"), runPlainly), ExitCode::Fine);
+  EXPECT_THAT(answerer_.questions, ElementsAre("one", "\xEF\xBB\xBFtwo"));
+}
+
 TEST_F(Conversation, PipedQuestionsGoOnAfterAFailure) {
   EXPECT_EQ(answerLines(answerer_, streams("one\nbad\ntwo\n"), runPlainly), ExitCode::ServiceFailed);
   EXPECT_EQ(out_.str(), "re: one\nre: two\n");

@@ -47,6 +47,13 @@ TEST(CommandLine, TakesAQuestionThatStartsWithADash) {
   EXPECT_EQ(line.options.question, "-1 or 1?");
 }
 
+TEST(CommandLine, TakesSlashesForWhatTheyAreOnEverySystem) {
+  const CommandLine line = readCommandLine({"/shop.db", "/help?"});
+  ASSERT_FALSE(line.end) << line.text;
+  EXPECT_EQ(line.options.database, "/shop.db");
+  EXPECT_EQ(line.options.question, "/help?");
+}
+
 struct EndCase {
   const char* name;
   std::vector<std::string> arguments;
