@@ -71,7 +71,9 @@ build_sqlite3() {
     cd "$work/sqlite3"
     ./configure --disable-readline
     make sqlite3.c
-    $target-gcc-posix -O2 -DSQLITE_THREADSAFE=1 -c sqlite3.c
+    # The kinds of virtual tables that Debian's library knows: a database may hold them.
+    $target-gcc-posix -O2 -DSQLITE_THREADSAFE=1 -DSQLITE_ENABLE_FTS3 -DSQLITE_ENABLE_FTS4 -DSQLITE_ENABLE_FTS5 \
+      -DSQLITE_ENABLE_RTREE -c sqlite3.c
     $target-ar rcs libsqlite3.a sqlite3.o
     install -D -m 644 -t "$prefix/lib" libsqlite3.a
     install -D -m 644 -t "$prefix/include" sqlite3.h
