@@ -4,15 +4,12 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
-
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
 
-constexpr const char* kCtrlC = "\x03";
 constexpr const char* kQuestion = "How many customers are there?";
 constexpr std::size_t kBegun = 2;            // requests: the assistant, the thread
 constexpr std::size_t kPolled = kBegun + 3;  // the message, the run, its state
@@ -63,9 +60,9 @@ TEST_F(Keeping, EndsWhenCtrlCEndsTheWaitForTheOneAnswer) {
   server_.scriptRun({.statuses = {"in_progress"}});
   Child child(command({kQuestion}));
   ASSERT_TRUE(waitForRequests(server_, kPolled));
-  child.signal(SIGINT);
+  child.interrupt();
   const Outcome outcome = child.finish();
-  EXPECT_EQ(outcome.code, 128 + SIGINT);
+  EXPECT_EQ(outcome.code, kEndedByCtrlC);
   EXPECT_EQ(outcome.err, "");
   EXPECT_THAT(lastTwo(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
@@ -74,8 +71,8 @@ TEST_F(Keeping, EndsWhenCtrlCEndsAPipedConversation) {
   keepSilentAfter(kBegun);
   Child child(command({}, "q\nanother\n"));
   ASSERT_TRUE(waitForRequests(server_, kBegun + 1));
-  child.signal(SIGINT);
-  EXPECT_EQ(child.finish().code, 128 + SIGINT);
+  child.interrupt();
+  EXPECT_EQ(child.finish().code, kEndedByCtrlC);
   EXPECT_THAT(requestLines(server_, kBegun + 1), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
@@ -85,7 +82,7 @@ TEST_F(Keeping, CtrlCDuringARunThatNeverEndsBringsBackThePrompt) {
   chat.waitFor("> ");
   chat.type("Will this end?\n");
   ASSERT_TRUE(waitForRequests(server_, kPolled));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_THAT(chat.waitFor("> "), HasSubstr("Cancelled."));
   EXPECT_THAT(enter(chat, kQuestion), HasSubstr("while a run run_standin_1 is active"));
   EXPECT_THAT(enter(chat, "/new"), HasSubstr("The conversation begins anew."));
@@ -106,7 +103,7 @@ TEST_F(Keeping, CtrlCWhileAConversationBeginsAnewKeepsTheOldOne) {
   keepSilentAfter(0);
   chat.type("/new\n");
   ASSERT_TRUE(waitForRequests(server_, asked + 1));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_THAT(chat.waitFor("\n> "), testing::AllOf(HasSubstr("Cancelled."), HasSubstr("The conversation goes on.")));
   EXPECT_THAT(enter(chat, "What did I ask before?"), HasSubstr(std::string("you asked before: \"") + kQuestion));
   chat.type("/quit\n");
@@ -118,7 +115,7 @@ TEST_F(Keeping, CtrlCWhileTheAssistantIsMadeEndsTheProgram) {
   keepSilentAfter(0);
   TerminalChild chat(command({}));
   ASSERT_TRUE(waitForRequests(server_, 1));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_EQ(chat.finish(), 69);
   EXPECT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants"));
 }
@@ -127,7 +124,7 @@ TEST_F(Keeping, CtrlCWhileTheFirstConversationBeginsEndsTheProgram) {
   keepSilentAfter(1);
   TerminalChild chat(command({}));
   ASSERT_TRUE(waitForRequests(server_, 2));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_EQ(chat.finish(), 69);
   EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/threads", kDeleteThread, kDeleteAssistant));
 }
@@ -138,7 +135,7 @@ TEST_F(Keeping, CtrlCAtTheFarewellCutsItShortWithoutAPrompt) {
   keepSilentAfter(0);
   chat.type("/quit\n");
   ASSERT_TRUE(waitForRequests(server_, kBegun + 1));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_EQ(chat.finish(), 0);
   EXPECT_THAT(chat.waitFor("the end"), Not(HasSubstr("> ")));
   EXPECT_THAT(requestLines(server_, kBegun), ElementsAre(kDeleteThread));

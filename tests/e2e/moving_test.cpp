@@ -4,15 +4,11 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
-
 namespace {
 
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::Not;
-
-constexpr const char* kCtrlC = "\x03";
 
 /// Two servers: one for the first service, which has a key, and one for Ollama.
 class Moving : public Workplace {
@@ -134,7 +130,7 @@ TEST_F(Moving, CanBeCalledOff) {
   first_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
   chat.type("/provider openai\n");
   ASSERT_TRUE(waitForRequests(first_, asked + 1));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_THAT(chat.waitFor("\n> "), HasSubstr("Cancelled."));
   EXPECT_THAT(enter(chat, "How many orders are there?"), HasSubstr("orders"));
   chat.type("/quit\n");
@@ -148,10 +144,10 @@ TEST_F(Moving, ToOllamaCtrlCWarnsFirstAndThenEndsTheProgram) {
   ollama_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
   chat.type("Will this end?\n");
   ASSERT_TRUE(waitForRequests(ollama_, 1));
-  chat.type(kCtrlC);
+  chat.typeCtrlC();
   EXPECT_THAT(chat.waitFor("ends the program."), HasSubstr("can't be called off"));
-  chat.type(kCtrlC);
-  EXPECT_EQ(chat.finish(), 128 + SIGINT);
+  chat.typeCtrlC();
+  EXPECT_EQ(chat.finish(), kEndedByCtrlC);
 }
 
 }  // namespace

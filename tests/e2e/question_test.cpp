@@ -3,7 +3,6 @@
 
 #include <gmock/gmock.h>
 
-#include <csignal>
 #include <fstream>
 #include <sstream>
 
@@ -105,11 +104,11 @@ TEST_F(Question, AnswersCannotSteerTheTerminal) {
 TEST_F(Question, TheDatabaseAndItsFolderStayAsTheyAre) {
   const auto bytes = [this] {
     std::ostringstream text;
-    text << std::ifstream(shop_, std::ios::binary).rdbuf();
+    text << std::ifstream(toPath(shop_), std::ios::binary).rdbuf();
     return text.str();
   };
   const auto files = [this] {
-    return std::distance(std::filesystem::directory_iterator(folder_), std::filesystem::directory_iterator());
+    return std::distance(std::filesystem::directory_iterator(folder_.path()), std::filesystem::directory_iterator());
   };
   const std::string before = bytes();
   runCommand(chat({shop_, "How many customers are there?"}));
@@ -131,13 +130,12 @@ TEST_F(Question, TheKeyIsInNoTextAndNoCommandLine) {
   server.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
   Child child(chatWith(server, {"--model", kModel, shop_, "q"}));
   ASSERT_TRUE(waitForRequests(server, 1));
-  std::ostringstream commandLine;
-  commandLine << std::ifstream("/proc/" + std::to_string(child.id()) + "/cmdline").rdbuf();
-  EXPECT_THAT(commandLine.str(), HasSubstr("qai-chat"));
-  EXPECT_THAT(commandLine.str(), Not(HasSubstr(kKey)));
-  child.signal(SIGINT);
+  const std::string commandLine = child.obtainCommandLine();
+  EXPECT_THAT(commandLine, HasSubstr("qai-chat"));
+  EXPECT_THAT(commandLine, Not(HasSubstr(kKey)));
+  child.interrupt();
   const Outcome outcome = child.finish();
-  EXPECT_EQ(outcome.code, 128 + SIGINT);
+  EXPECT_EQ(outcome.code, kEndedByCtrlC);
   EXPECT_THAT(outcome.out + outcome.err, Not(HasSubstr(kKey)));
 }
 

@@ -1,9 +1,6 @@
 #include "workplace.h"
 
-#include <netinet/in.h>
 #include <sqlite3.h>
-#include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,25 +8,22 @@
 #include <sstream>
 #include <thread>
 
-namespace fs = std::filesystem;
-
 Workplace::Workplace() {
-  std::string pattern = (fs::temp_directory_path() / "qai-e2e-XXXXXX").string();
-  folder_ = mkdtemp(pattern.data());
-  shop_ = path("shop.db");
   std::ostringstream sql;
   sql << std::ifstream(QAI_SHOP_SQL).rdbuf();
-  sqlite3* database = nullptr;
-  EXPECT_EQ(sqlite3_open(shop_.c_str(), &database), SQLITE_OK);
-  EXPECT_EQ(sqlite3_exec(database, sql.str().c_str(), nullptr, nullptr, nullptr), SQLITE_OK)
-      << sqlite3_errmsg(database);
-  sqlite3_close(database);
+  shop_ = makeDatabase("shop.db", sql.str());
 }
 
-Workplace::~Workplace() { fs::remove_all(folder_); }
+std::string Workplace::write(std::string_view name, const std::string& bytes) const {
+  std::ofstream(toPath(path(name)), std::ios::binary) << bytes;
+  return path(name);
+}
 
-std::string Workplace::write(const std::string& name, const std::string& bytes) const {
-  std::ofstream(path(name), std::ios::binary) << bytes;
+std::string Workplace::makeDatabase(std::string_view name, const std::string& sql) const {
+  sqlite3* database = nullptr;
+  EXPECT_EQ(sqlite3_open(path(name).c_str(), &database), SQLITE_OK);
+  EXPECT_EQ(sqlite3_exec(database, sql.c_str(), nullptr, nullptr, nullptr), SQLITE_OK) << sqlite3_errmsg(database);
+  sqlite3_close(database);
   return path(name);
 }
 
@@ -47,16 +41,6 @@ std::string Workplace::enter(TerminalChild& chat, const std::string& line) {
   chat.type(line + "\n");
   chat.waitFor(line);  // the terminal's echo
   return chat.waitFor("\n> ");
-}
-
-RefusingAddress::RefusingAddress() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  socklen_t size = sizeof address;
-  EXPECT_EQ(bind(socket_.get(), reinterpret_cast<const sockaddr*>(&address), size), 0);
-  EXPECT_EQ(getsockname(socket_.get(), reinterpret_cast<sockaddr*>(&address), &size), 0);
-  text_ = "http://127.0.0.1:" + std::to_string(ntohs(address.sin_port));
 }
 
 bool waitForRequests(const standin::Server& server, std::size_t count) {

@@ -12,6 +12,9 @@ constexpr Handle kNone = -1;
 
 /// A listener on a free port of the IPv4 loopback. @throw std::runtime_error when there can be none.
 Handle listenOnLoopback();
+/// Takes a free port of the IPv4 loopback that refuses connections as long as the socket is open.
+/// @throw std::runtime_error when there can be none.
+Handle refuseOnLoopback();
 /// The port of this end; 0 when `socket` is none.
 int getPort(Handle socket) noexcept;
 

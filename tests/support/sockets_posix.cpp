@@ -21,14 +21,20 @@ sockaddr* toSocketAddress(sockaddr_in& address) { return reinterpret_cast<sockad
 }  // namespace
 
 sockets::Handle sockets::listenOnLoopback() {
+  const Handle listener = refuseOnLoopback();
+  if (listen(toDescriptor(listener), 64) != 0) throw std::runtime_error("The test server can't listen");
+  return listener;
+}
+
+sockets::Handle sockets::refuseOnLoopback() {
   sockaddr_in address{};
   address.sin_family = AF_INET;
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
-  if (listener < 0 || bind(listener, toSocketAddress(address), sizeof address) != 0 || listen(listener, 64) != 0) {
-    throw std::runtime_error("The test server can't listen");
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (socket < 0 || bind(socket, toSocketAddress(address), sizeof address) != 0) {
+    throw std::runtime_error("The test server has no port");
   }
-  return listener;
+  return socket;
 }
 
 int sockets::getPort(Handle socket) noexcept {

@@ -37,15 +37,20 @@ void startSockets() {
 }  // namespace
 
 sockets::Handle sockets::listenOnLoopback() {
+  const Handle listener = refuseOnLoopback();
+  if (listen(toSocket(listener), 64) != 0) throw std::runtime_error("The test server can't listen");
+  return listener;
+}
+
+sockets::Handle sockets::refuseOnLoopback() {
   startSockets();
   sockaddr_in address = onLoopback(0);
-  const SOCKET listener = ::socket(AF_INET, SOCK_STREAM, 0);
-  if (listener == INVALID_SOCKET || bind(listener, toSocketAddress(address), sizeof address) != 0 ||
-      listen(listener, 64) != 0) {
-    throw std::runtime_error("The test server can't listen");
+  const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
+  if (socket == INVALID_SOCKET || bind(socket, toSocketAddress(address), sizeof address) != 0) {
+    throw std::runtime_error("The test server has no port");
   }
-  SetHandleInformation(toHandle(static_cast<Handle>(listener)), HANDLE_FLAG_INHERIT, 0);
-  return static_cast<Handle>(listener);
+  SetHandleInformation(toHandle(static_cast<Handle>(socket)), HANDLE_FLAG_INHERIT, 0);
+  return static_cast<Handle>(socket);
 }
 
 int sockets::getPort(Handle socket) noexcept {

@@ -1,9 +1,8 @@
 #include "interrupt.h"
 
-#include <gtest/gtest.h>
-#include <unistd.h>
+#include "raise_interrupt.h"
 
-#include <csignal>
+#include <gtest/gtest.h>
 
 #include <future>
 
@@ -14,7 +13,7 @@ TEST(Interrupts, DuringATurnCallItsCancel) {
   std::promise<void> cancelled;
   const bool interrupted = interrupts.run(
       [&] {
-        kill(getpid(), SIGINT);
+        raiseInterrupt();
         cancelled.get_future().wait();
       },
       [&] { cancelled.set_value(); });
@@ -25,34 +24,8 @@ TEST(Interrupts, OutsideATurnCallTheIdleAction) {
   std::promise<void> seen;
   Interrupts interrupts([&] { seen.set_value(); });
   EXPECT_FALSE(interrupts.run([] {}, [] { FAIL() << "the turn is over"; }));
-  kill(getpid(), SIGINT);
+  raiseInterrupt();
   seen.get_future().wait();
-}
-
-TEST(Interrupts, StayIgnoredWhereTheyAre) {
-  const auto earlier = std::signal(SIGINT, SIG_IGN);
-  {
-    Interrupts interrupts([] { FAIL() << "ignored"; });
-    const bool interrupted = interrupts.run(
-        [] {
-          kill(getpid(), SIGINT);
-          sigset_t pending;
-          do sigpending(&pending);
-          while (sigismember(&pending, SIGINT) == 1);
-        },
-        [] { FAIL() << "ignored"; });
-    EXPECT_FALSE(interrupted);
-  }
-  static_cast<void>(std::signal(SIGINT, earlier));
-}
-
-TEST(Interrupts, AreOnlyTakenOverWhileTheObjectLives) {
-  {
-    const Interrupts interrupts([] {});
-  }
-  sigset_t blocked;
-  pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
-  EXPECT_EQ(sigismember(&blocked, SIGINT), 0);
 }
 
 }  // namespace

@@ -1,9 +1,10 @@
 #include "service.h"
 
+#include "support/platform.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -22,7 +23,7 @@ class ServiceChoice : public testing::Test {
   ServiceChoice() { clear(); }
   ~ServiceChoice() override { clear(); }
 
-  static void set(const char* variable, const char* value) { setenv(variable, value, 1); }
+  static void set(const char* variable, const char* value) { setEnvironment(variable, value); }
 
   Service choose(const char* name) const { return chooseService(options_, provider(name)); }
 
@@ -31,8 +32,8 @@ class ServiceChoice : public testing::Test {
  private:
   static void clear() {
     for (const Provider& any : kProviders) {
-      for (const char* variable : any.keyVariables) unsetenv(variable);
-      if (any.hostVariable != nullptr) unsetenv(any.hostVariable);
+      for (const char* variable : any.keyVariables) unsetEnvironment(variable);
+      if (any.hostVariable != nullptr) unsetEnvironment(any.hostVariable);
     }
   }
 };

@@ -1,4 +1,4 @@
-#include "process.h"
+#include "support/process.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -9,6 +9,8 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
+#include <fstream>
+#include <sstream>
 #include <stdexcept>
 #include <utility>
 
@@ -22,6 +24,50 @@ std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
   pointers.push_back(nullptr);
   return pointers;
 }
+
+/// A file descriptor with its owner.
+class Descriptor {
+ public:
+  explicit Descriptor(int number = -1) : number_(number) {}
+  ~Descriptor() { close(); }
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&& other) noexcept {
+    std::swap(number_, other.number_);
+    return *this;
+  }
+
+  int get() const { return number_; }
+  void close() {
+    if (number_ >= 0) ::close(std::exchange(number_, -1));
+  }
+
+ private:
+  int number_;
+};
+
+/// A running program; ended, if need be, with the object.
+class Running {
+ public:
+  explicit Running(pid_t id) : id_(id) {}
+  ~Running() {
+    if (id_ < 0) return;
+    signal(SIGKILL);
+    wait();
+  }
+  Running(const Running&) = delete;
+  Running& operator=(const Running&) = delete;
+
+  pid_t id() const { return id_; }
+  void signal(int number) const { kill(id_, number); }
+  int wait() {
+    int status = 0;
+    waitpid(std::exchange(id_, -1), &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+ private:
+  pid_t id_;
+};
 
 class SpawnPlan {
  public:
@@ -72,12 +118,6 @@ std::pair<Descriptor, Descriptor> makePipe() {
   return {Descriptor(ends[0]), Descriptor(ends[1])};
 }
 
-int waitForEnd(pid_t id) {
-  int status = 0;
-  waitpid(id, &status, 0);
-  return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-}
-
 /// Moves what is there into `text`; closes at the end of the stream.
 void drain(Descriptor& from, std::string& text) {
   std::array<char, 4096> buffer{};
@@ -91,15 +131,13 @@ void drain(Descriptor& from, std::string& text) {
 
 }  // namespace
 
-Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
-  std::swap(number_, other.number_);
-  return *this;
-}
+struct Child::Process {
+  Running program;
+  Descriptor out;
+  Descriptor err;
+};
 
-void Descriptor::close() {
-  if (number_ >= 0) ::close(number_);
-  number_ = -1;
-}
+const int kEndedByCtrlC = 128 + SIGINT;
 
 Child::Child(const Command& command) {
   std::signal(SIGPIPE, SIG_IGN);  // a program may end before it has read its input
@@ -109,85 +147,112 @@ Child::Child(const Command& command) {
   SpawnPlan plan;
   plan.duplicate(inRead.get(), STDIN_FILENO);
   plan.duplicate(outWrite.get(), STDOUT_FILENO);
+  if (command.outputFails) plan.open(STDOUT_FILENO, "/dev/full");
   plan.duplicate(errWrite.get(), STDERR_FILENO);
-  id_ = plan.start(command);
+  const pid_t id = plan.start(command);
   // The inputs of these tests fit into a pipe. A program that has ended already needs none.
   [[maybe_unused]] const ssize_t fed = write(inWrite.get(), command.input.data(), command.input.size());
-  out_ = std::move(outRead);
-  err_ = std::move(errRead);
+  process_.reset(new Process{Running(id), std::move(outRead), std::move(errRead)});
 }
 
-Child::~Child() {
-  if (id_ < 0) return;
-  kill(id_, SIGKILL);
-  waitForEnd(id_);
+Child::~Child() = default;
+
+std::string Child::obtainCommandLine() const {
+  std::ostringstream text;
+  text << std::ifstream("/proc/" + std::to_string(process_->program.id()) + "/cmdline").rdbuf();
+  return text.str();
 }
 
-void Child::signal(int number) const { kill(id_, number); }
+void Child::closeOutput() { process_->out.close(); }
+
+void Child::interrupt() { process_->program.signal(SIGINT); }
+
+bool Child::terminate() {
+  process_->program.signal(SIGTERM);
+  return true;
+}
+
+std::string Child::readLine() {
+  std::string line;
+  for (char c = '\0'; read(process_->out.get(), &c, 1) == 1 && c != '\n';) line += c;
+  return line;
+}
 
 Outcome Child::finish() {
+  auto& [program, out, err] = *process_;
   Outcome outcome;
-  while (out_.get() >= 0 || err_.get() >= 0) {
-    std::array<pollfd, 2> streams{pollfd{out_.get(), POLLIN, 0}, pollfd{err_.get(), POLLIN, 0}};
+  while (out.get() >= 0 || err.get() >= 0) {
+    std::array<pollfd, 2> streams{pollfd{out.get(), POLLIN, 0}, pollfd{err.get(), POLLIN, 0}};
     if (poll(streams.data(), streams.size(), std::chrono::milliseconds(kPatience).count()) <= 0) break;
-    if (streams[0].revents != 0) drain(out_, outcome.out);
-    if (streams[1].revents != 0) drain(err_, outcome.err);
+    if (streams[0].revents != 0) drain(out, outcome.out);
+    if (streams[1].revents != 0) drain(err, outcome.err);
   }
-  if (out_.get() >= 0 || err_.get() >= 0) kill(id_, SIGKILL);
-  outcome.code = waitForEnd(std::exchange(id_, -1));
+  if (out.get() >= 0 || err.get() >= 0) program.signal(SIGKILL);
+  outcome.code = program.wait();
   return outcome;
 }
 
 Outcome runCommand(const Command& command) { return Child(command).finish(); }
 
-TerminalChild::TerminalChild(const Command& command) : terminal_(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC)) {
-  if (terminal_.get() < 0 || grantpt(terminal_.get()) != 0 || unlockpt(terminal_.get()) != 0) {
+struct TerminalChild::Process {
+  Running program;
+  Descriptor terminal;
+  std::string shown{};  // not yet waited for
+
+  void write(std::string_view keys) const {
+    if (::write(terminal.get(), keys.data(), keys.size()) < 0) throw std::runtime_error("can't type");
+  }
+  bool readMore(std::chrono::steady_clock::time_point deadline);
+};
+
+TerminalChild::TerminalChild(const Command& command) {
+  Descriptor terminal(posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));
+  if (terminal.get() < 0 || grantpt(terminal.get()) != 0 || unlockpt(terminal.get()) != 0) {
     throw std::runtime_error("no terminal");
   }
   SpawnPlan plan;
   // The first terminal that the leader of a session opens becomes its controlling one, which Ctrl-C needs.
   plan.setFlags(POSIX_SPAWN_SETSID);
-  plan.open(STDIN_FILENO, ptsname(terminal_.get()));
+  plan.open(STDIN_FILENO, ptsname(terminal.get()));
   plan.duplicate(STDIN_FILENO, STDOUT_FILENO);
   plan.duplicate(STDIN_FILENO, STDERR_FILENO);
-  id_ = plan.start(command);
+  process_.reset(new Process{Running(plan.start(command)), std::move(terminal)});
 }
 
-TerminalChild::~TerminalChild() {
-  if (id_ < 0) return;
-  kill(id_, SIGKILL);
-  waitForEnd(id_);
-}
+TerminalChild::~TerminalChild() = default;
 
-void TerminalChild::type(std::string_view keys) const {
-  if (write(terminal_.get(), keys.data(), keys.size()) < 0) throw std::runtime_error("can't type");
-}
+void TerminalChild::type(std::string_view keys) { process_->write(keys); }
 
-bool TerminalChild::readMore(std::chrono::steady_clock::time_point deadline) {
+void TerminalChild::typeCtrlC() { process_->write("\x03"); }
+
+void TerminalChild::typeEnd() { process_->write("\x04"); }
+
+bool TerminalChild::Process::readMore(std::chrono::steady_clock::time_point deadline) {
   const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-  pollfd stream{terminal_.get(), POLLIN, 0};
+  pollfd stream{terminal.get(), POLLIN, 0};
   if (left.count() <= 0 || poll(&stream, 1, static_cast<int>(left.count())) <= 0) return false;
   std::array<char, 4096> buffer{};
-  const ssize_t size = read(terminal_.get(), buffer.data(), buffer.size());
+  const ssize_t size = read(terminal.get(), buffer.data(), buffer.size());
   if (size <= 0) return false;  // a terminal whose program is gone gives an error
-  shown_.append(buffer.data(), static_cast<std::size_t>(size));
+  shown.append(buffer.data(), static_cast<std::size_t>(size));
   return true;
 }
 
 std::string TerminalChild::waitFor(std::string_view text) {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  std::string& shown = process_->shown;
   std::size_t at = 0;
-  while ((at = shown_.find(text)) == std::string::npos) {
-    if (!readMore(deadline)) return std::exchange(shown_, "");
+  while ((at = shown.find(text)) == std::string::npos) {
+    if (!process_->readMore(deadline)) return std::exchange(shown, "");
   }
-  const std::string before = shown_.substr(0, at + text.size());
-  shown_.erase(0, at + text.size());
+  const std::string before = shown.substr(0, at + text.size());
+  shown.erase(0, at + text.size());
   return before;
 }
 
 int TerminalChild::finish() {
   const auto deadline = std::chrono::steady_clock::now() + kPatience;
-  while (readMore(deadline)) continue;
-  if (std::chrono::steady_clock::now() >= deadline) kill(id_, SIGKILL);
-  return waitForEnd(std::exchange(id_, -1));
+  while (process_->readMore(deadline)) continue;
+  if (std::chrono::steady_clock::now() >= deadline) process_->program.signal(SIGKILL);
+  return process_->program.wait();
 }
