@@ -1,15 +1,16 @@
 // The examples, run against the stand-in with every service.
 #include "service.h"
+#include "support/platform.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <standin.h>
 
-#include <array>
 #include <cstdio>
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -18,19 +19,11 @@ using testing::HasSubstr;
 const std::string kKey = "sk-example";
 constexpr const char* kAnswer = "two parts";  // of the services' table
 
-struct ClosePipe {
-  void operator()(FILE* pipe) const { pclose(pipe); }
-};
-
 /// What a program with `arguments` prints, errors included.
-std::string outputOf(const std::string& program, const std::vector<std::string>& arguments) {
-  std::string command = "QAI_API_KEY=" + kKey + " '" + program + "'";
-  for (const std::string& argument : arguments) command += " '" + argument + "'";
-  const std::unique_ptr<FILE, ClosePipe> pipe(popen((command + " 2>&1").c_str(), "r"));
-  std::string output;
-  std::array<char, 1024> buffer{};
-  while (fgets(buffer.data(), buffer.size(), pipe.get()) != nullptr) output += buffer.data();
-  return output;
+std::string outputOf(const char* program, std::vector<std::string> arguments) {
+  setEnvironment("QAI_API_KEY", kKey);
+  arguments.insert(arguments.begin(), program);
+  return ::outputOf(arguments);
 }
 
 class Example : public testing::TestWithParam<Service> {

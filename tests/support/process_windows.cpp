@@ -142,11 +142,19 @@ class PseudoConsole {
   Handle keptOpen_;  // the screen's other end: Wine does not close it, so that the end must be told
 };
 
-/// What a program is started with: handles for it alone, or a console in their place.
+/// What a program is started with: the handles that it inherits, no others, and its streams or a console.
 class Startup {
  public:
   explicit Startup(std::vector<HANDLE> inherited) : inherited_(std::move(inherited)) {
-    prepare(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, inherited_.data(), inherited_.size() * sizeof(HANDLE), 0);
+    constexpr DWORD kMostAttributes = 2;
+    SIZE_T size = 0;
+    InitializeProcThreadAttributeList(nullptr, kMostAttributes, 0, &size);
+    attributes_.resize(size);
+    info.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(attributes_.data());
+    InitializeProcThreadAttributeList(info.lpAttributeList, kMostAttributes, 0, &size);
+    set(PROC_THREAD_ATTRIBUTE_HANDLE_LIST, inherited_.data(), inherited_.size() * sizeof(HANDLE));
+    info.StartupInfo.cb = sizeof info;
+    info.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
   }
   ~Startup() { DeleteProcThreadAttributeList(info.lpAttributeList); }
   Startup(const Startup&) = delete;
@@ -157,26 +165,15 @@ class Startup {
     info.StartupInfo.hStdOutput = out;
     info.StartupInfo.hStdError = err;
   }
-  void setConsole(HPCON console) {
-    UpdateProcThreadAttribute(info.lpAttributeList, 0, PROC_THREAD_ATTRIBUTE_PSEUDOCONSOLE, console, sizeof console,
-                              nullptr, nullptr);
-  }
+  void setConsole(HPCON console) { set(PROC_THREAD_ATTRIBUTE_PSEUDOCONSOLE, console, sizeof console); }
 
   STARTUPINFOEXW info{};
 
  private:
-  void prepare(DWORD_PTR attribute, void* value, std::size_t size, DWORD flags) {
-    SIZE_T needed = 0;
-    InitializeProcThreadAttributeList(nullptr, kMostAttributes, flags, &needed);
-    attributes_.resize(needed);
-    info.StartupInfo.cb = sizeof info;
-    info.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
-    info.lpAttributeList = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(attributes_.data());
-    InitializeProcThreadAttributeList(info.lpAttributeList, kMostAttributes, flags, &needed);
+  void set(DWORD_PTR attribute, void* value, std::size_t size) {
     UpdateProcThreadAttribute(info.lpAttributeList, 0, attribute, value, size, nullptr, nullptr);
   }
 
-  static constexpr DWORD kMostAttributes = 2;
   std::vector<HANDLE> inherited_;
   std::vector<char> attributes_;
 };

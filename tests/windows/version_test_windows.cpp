@@ -9,13 +9,18 @@
 
 namespace {
 
-class Version : public testing::TestWithParam<const char*> {
+struct Versioned {
+  const char* file;
+  const char* version;
+};
+
+class Version : public testing::TestWithParam<Versioned> {
  protected:
   void SetUp() override {
-    const std::wstring file = (programFolder() / GetParam()).wstring();
+    const std::wstring file = (programFolder() / GetParam().file).wstring();
     DWORD ignored = 0;
     const DWORD size = GetFileVersionInfoSizeW(file.c_str(), &ignored);
-    ASSERT_GT(size, 0U) << "no version in " << GetParam();
+    ASSERT_GT(size, 0U) << "no version in " << GetParam().file;
     block_.resize(size);
     ASSERT_TRUE(GetFileVersionInfoW(file.c_str(), 0, size, block_.data()));
   }
@@ -31,7 +36,7 @@ class Version : public testing::TestWithParam<const char*> {
   std::vector<std::byte> block_;
 };
 
-TEST_P(Version, IsTheProjects) {
+TEST_P(Version, IsTheFilesOwn) {
   void* value = nullptr;
   UINT size = 0;
   ASSERT_TRUE(VerQueryValueW(block_.data(), L"\\", &value, &size));
@@ -40,29 +45,33 @@ TEST_P(Version, IsTheProjects) {
   const std::string number = std::to_string(HIWORD(fixed->dwFileVersionMS)) + '.' +
                              std::to_string(LOWORD(fixed->dwFileVersionMS)) + '.' +
                              std::to_string(HIWORD(fixed->dwFileVersionLS));
-  EXPECT_EQ(number, QAI_VERSION);
-  const std::string text = QAI_VERSION;
+  const std::string text = GetParam().version;
+  EXPECT_EQ(number, text);
   EXPECT_EQ(obtainText(L"FileVersion"), std::wstring(text.begin(), text.end()));
   EXPECT_EQ(obtainText(L"ProductName"), L"libqai");
 }
 
 TEST_P(Version, NamesTheFile) {
-  const std::string file = GetParam();
+  const std::string file = GetParam().file;
   EXPECT_EQ(obtainText(L"OriginalFilename"), std::wstring(file.begin(), file.end()));
   EXPECT_NE(obtainText(L"FileDescription"), L"");
 }
 
-std::string nameOf(const testing::TestParamInfo<const char*>& row) {
-  std::string name = row.param;
+std::string nameOf(const testing::TestParamInfo<Versioned>& row) {
+  std::string name = row.param.file;
   for (char& character : name) {
     if (character == '.' || character == '-') character = '_';
   }
   return name;
 }
 
-INSTANTIATE_TEST_SUITE_P(Libraries, Version, testing::Values("cf.dll", "qai.dll"), nameOf);
+INSTANTIATE_TEST_SUITE_P(Libraries, Version,
+                         testing::Values(Versioned{"cf.dll", CF_VERSION}, Versioned{"qai.dll", QAI_VERSION}), nameOf);
 #ifdef QAI_WITH_APPS
-INSTANTIATE_TEST_SUITE_P(Programs, Version, testing::Values("qai-chat.exe", "qai-standin.exe"), nameOf);
+INSTANTIATE_TEST_SUITE_P(Programs, Version,
+                         testing::Values(Versioned{"qai-chat.exe", QAI_VERSION},
+                                         Versioned{"qai-standin.exe", QAI_VERSION}),
+                         nameOf);
 #endif
 
 }  // namespace
