@@ -7,3 +7,4 @@
 #include <cf/text.h>
 #include <cf/url.h>
 #include <qai.h>
+#include <qai.hpp>

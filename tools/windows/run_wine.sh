@@ -8,6 +8,7 @@ root=$(cd "$(dirname "${BASH_SOURCE[0]}")/../.." && pwd)
 export WINEPREFIX=${WINEPREFIX:-$root/build/wine} WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-"mscoree,mshtml=;winedbg.exe=d"}
 unset DISPLAY WAYLAND_DISPLAY
+export LC_ALL=C.UTF-8  # else names of files can hold nothing beyond ASCII
 wine=/usr/lib/wine/wine64
 server=/usr/lib/wine/wineserver64
 
