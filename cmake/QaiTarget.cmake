@@ -17,7 +17,7 @@ function(qai_target name)
     POSITION_INDEPENDENT_CODE ON)
   if(WIN32)
     # Programs find their DLLs beside themselves. Those are named as hosts ask for them, whatever the compiler.
-    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin)
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${qai_BINARY_DIR}/bin)
     get_target_property(kind ${name} TYPE)
     if(kind STREQUAL SHARED_LIBRARY)
       set_target_properties(${name} PROPERTIES PREFIX "")

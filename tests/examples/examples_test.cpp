@@ -66,8 +66,10 @@ class MinimalHost : public Example {
     EXPECT_EQ(outputOf(program, arguments({"How high?"})), std::string(kAnswer) + "\n");
     EXPECT_THAT(sentBodies(), HasSubstr("CREATE TABLE `glacier` (`id` INTEGER, `height` REAL, PRIMARY KEY(`id`))"));
     EXPECT_THAT(sentBodies(), HasSubstr("How high?"));
+    const auto requests = server_.requests();
+    ASSERT_FALSE(requests.empty());
     if (GetParam().type == OPENAI) {
-      EXPECT_EQ(server_.requests().back().method, "DELETE");
+      EXPECT_EQ(requests.back().method, "DELETE");
     }
   }
   void expectError(const char* program) {
