@@ -2,25 +2,25 @@
 
 #include <windows.h>
 
-#include <atomic>
-
 namespace standin {
 namespace {
 
-std::atomic_flag endIsTold;
+HANDLE endIsTold = nullptr;  // an event; the process has it to its end
 
 /// The system calls it on a thread of its own.
 BOOL WINAPI takeEvent(DWORD event) {
   if (event != CTRL_C_EVENT && event != CTRL_BREAK_EVENT) return FALSE;
-  endIsTold.test_and_set();
-  endIsTold.notify_all();
+  SetEvent(endIsTold);
   return TRUE;
 }
 
 }  // namespace
 
-void holdEndSignals() { SetConsoleCtrlHandler(takeEvent, TRUE); }
+void holdEndSignals() {
+  endIsTold = CreateEventW(nullptr, TRUE, FALSE, nullptr);
+  SetConsoleCtrlHandler(takeEvent, TRUE);
+}
 
-void waitForEndSignal() { endIsTold.wait(false); }
+void waitForEndSignal() { WaitForSingleObject(endIsTold, INFINITE); }
 
 }  // namespace standin
