@@ -119,7 +119,7 @@ class Session {
   std::string save() const { return session_ ? session_->obtainSessionData() : std::string(); }
 
   /// Has the service delete what it keeps of the conversation, which is nothing but with the Assistants service: there
-  /// one or two HTTP exchanges delete it, and with the last one the assistant. On success this session is empty
+  /// one or two HTTP exchanges delete it, and with the last one the assistant. On success the object is empty
   /// afterwards; on failure it is as it was, and the call may be repeated.
   Outcome destroy() {
     if (session_ == nullptr) return Outcome(detail::kEmptySession);
@@ -128,7 +128,7 @@ class Session {
     return outcome;
   }
 
-  /// Ends this session's request from another thread: its assistant's.
+  /// Ends a request of the conversation from another thread: its assistant's.
   Canceller canceller() const noexcept { return Canceller(session_.get_deleter().core); }
 
   /// The object underneath, owned by this one; null when empty.
