@@ -1,12 +1,11 @@
 // The pool centre: connections that last, and requests that are cancelled.
 #include "rest_caller.h"
+#include "support/meeting.h"
 #include "support/platform.h"
 #include "support/test_ca.h"
 
 #include <atomic>
 #include <chrono>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
 namespace {
@@ -18,23 +17,6 @@ using raw::Send;
 using raw::Stall;
 
 const std::string kOk = raw::reply(200, "{}");
-
-/// Where threads wait until all are there. std::latch would do, but the one of MinGW now and then wakes one too few.
-class Meeting {
- public:
-  explicit Meeting(int threads) : missing_(threads) {}
-
-  void arriveAndWait() {
-    std::unique_lock lock(mutex_);
-    if (--missing_ == 0) complete_.notify_all();
-    complete_.wait(lock, [this] { return missing_ == 0; });
-  }
-
- private:
-  std::mutex mutex_;
-  std::condition_variable complete_;
-  int missing_;
-};
 
 class Pool : public testing::Test {
  protected:

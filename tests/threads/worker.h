@@ -1,0 +1,64 @@
+// One of the many that work at once: an assistant on a thread of its own, and what became of its turns.
+#pragma once
+
+#include "../contract/service.h"
+#include "cancel_desk.h"
+
+#include <qai.hpp>
+
+#include <cstddef>
+#include <set>
+#include <string>
+#include <vector>
+
+/// What a worker has counted.
+struct Tally {
+  int asked = 0;
+  int answered = 0;
+  int cancels = 0;  // that were made with an assistant whose requests can be cancelled
+  int translated = 0;
+  std::set<std::string> cancelled;   // the texts of the turns that a cancel ended
+  std::vector<std::string> defects;  // what was not as it must be
+};
+
+/// Asks until it has asked often enough: in conversations of a few turns, some of which are cancelled meanwhile, with
+/// model lists, settings, saving, restoring and new assistants in between. Everything is checked where it happens.
+class Worker {
+ public:
+  /// `number` tells workers apart: in the key, in the database and in every question.
+  Worker(const Service& service, int number, std::string address, CancelDesk& desk);
+
+  /// On the thread that is the worker's own.
+  void work(int turns);
+
+  const Service& service() const { return service_; }
+  const Tally& tally() const { return tally_; }
+  std::string key() const { return "sk-worker-" + name_; }
+  /// The start of each of its questions.
+  std::string signature() const { return "Worker " + name_ + " asks "; }
+
+ private:
+  void makeAssistant();
+  void configure();
+  void converse();
+  void takeTurn(bool disturbed);
+  void disturb();
+  void judge(const std::string& question, const qai::Result<qai::Message>& reply, const std::string& before);
+  void lookAround();
+  void expect(bool holds, const std::string& what);
+  bool canBeCancelled() const { return service_.usesPool; }
+
+  const Service service_;
+  const std::string name_;
+  const std::string address_;
+  CancelDesk& desk_;
+  Tally tally_;
+  int rounds_ = 0;
+  qai::Assistant assistant_;
+  qai::Session session_;
+  std::future<void> cancelling_;
+  bool cancelIsDue_ = false;  // one was made that no turn has met yet
+};
+
+/// The text that the host's callback gives for every text of the library's own.
+inline constexpr const char* kTranslated = "translated";
