@@ -42,6 +42,7 @@ struct RawServer::Connection {
   std::mutex mutex;
   std::unique_ptr<SSL, decltype(&SSL_free)> tls{nullptr, &SSL_free};
   std::string unread;
+  std::atomic<bool> over{false};
   std::thread thread;
 };
 
@@ -79,6 +80,14 @@ RawServer::RawServer(std::vector<raw::Script> scripts, TLSContext tls, Greeting 
     : scripts_(std::move(scripts)),
       tls_(std::move(tls)),
       greeting_(greeting),
+      listener_(sockets::listenOnLoopback()),
+      port_(sockets::getPort(listener_)) {
+  acceptor_ = std::thread([this] { acceptAll(); });
+}
+
+RawServer::RawServer(std::function<raw::Script(const std::string&)> answer)
+    : answer_(std::move(answer)),
+      greeting_(Greeting::None),
       listener_(sockets::listenOnLoopback()),
       port_(sockets::getPort(listener_)) {
   acceptor_ = std::thread([this] { acceptAll(); });
@@ -140,9 +149,18 @@ void RawServer::acceptAll() {
     if (stopping_) return sockets::close(socket);
     if (socket == sockets::kNone) return;
     record([](Log& log) { ++log.connections; });
+    if (answer_) dropEnded();
     Connection& connection = *connections_.emplace_back(std::make_unique<Connection>(socket));
     connection.thread = std::thread([this, &connection] { serve(connection); });
   }
+}
+
+void RawServer::dropEnded() {
+  std::erase_if(connections_, [](const auto& connection) {
+    if (!connection->over) return false;
+    connection->thread.join();
+    return true;
+  });
 }
 
 void RawServer::serve(Connection& connection) {
@@ -150,6 +168,7 @@ void RawServer::serve(Connection& connection) {
   if (tls_ == nullptr || greeting_ == Greeting::None || startTLS(connection)) converse(connection);
   connection.shutDown();
   record([](Log& log) { ++log.ends; });
+  connection.over = true;
 }
 
 bool RawServer::startTLS(Connection& connection) {
@@ -183,6 +202,7 @@ void RawServer::converse(Connection& connection) {
 }
 
 raw::Script RawServer::takeScript(std::string request) {
+  if (answer_) return answer_(request);
   std::size_t number = 0;
   record([&](Log& log) {
     number = log.requests.size();

@@ -51,6 +51,9 @@ class RawServer {
   /// Request number n (from 0, over all connections) gets script n, the later ones the last. With a TLS context the
   /// connections begin with TLS, or with `Greeting::None` at a StartTLS step.
   explicit RawServer(std::vector<raw::Script> scripts, TLSContext tls = nullptr, Greeting greeting = Greeting::TLS);
+  /// Each request gets the script that `answer` gives for it, on the connection's thread. Nothing of what is over is
+  /// kept: no request, no connection; so it may serve any number of them.
+  explicit RawServer(std::function<raw::Script(const std::string& request)> answer);
   /// One reply for every request, on connections that stay open.
   explicit RawServer(std::string reply) : RawServer({raw::Script{raw::Send{std::move(reply)}}}) {}
   ~RawServer();
@@ -81,6 +84,7 @@ class RawServer {
   };
 
   void acceptAll();
+  void dropEnded();
   void serve(Connection& connection);
   void converse(Connection& connection);
   raw::Script takeScript(std::string request);
@@ -89,6 +93,7 @@ class RawServer {
   void record(const std::function<void(Log&)>& change);
 
   const std::vector<raw::Script> scripts_;
+  const std::function<raw::Script(const std::string&)> answer_;  // empty: the scripts in their order
   const TLSContext tls_;
   const Greeting greeting_;
   const sockets::Handle listener_;

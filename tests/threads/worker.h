@@ -44,6 +44,7 @@ class Worker {
   void takeTurn(bool disturbed);
   void disturb();
   void judge(const std::string& question, const qai::Result<qai::Message>& reply, const std::string& before);
+  void checkAnswer(const std::string& answer);
   void lookAround();
   void expect(bool holds, const std::string& what);
   bool canBeCancelled() const { return service_.usesPool; }
@@ -57,6 +58,7 @@ class Worker {
   qai::Assistant assistant_;
   qai::Session session_;
   std::future<void> cancelling_;
+  bool isStirred_ = false;    // a turn of the conversation was cancelled
   bool cancelIsDue_ = false;  // one was made that no turn has met yet
 };
 

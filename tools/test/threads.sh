@@ -3,4 +3,5 @@
 install_packages "${run_packages[@]}" "${test_packages[@]}"
 build tsan threads_test
 say "Testing threads …"
-QAI_THREADS_TURNS=${1:-1000} build/tsan/tests/threads/threads_test --gtest_brief=1 || fail "a test failed in tsan"
+TSAN_OPTIONS=suppressions=tests/threads/tsan_suppressions.txt QAI_THREADS_TURNS=${1:-1000} \
+  build/tsan/tests/threads/threads_test --gtest_brief=1 || fail "a test failed in tsan"

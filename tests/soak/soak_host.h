@@ -1,0 +1,54 @@
+// A host of all five services that asks on and on, a fifth of the time in vain.
+#pragma once
+
+#include "../contract/service.h"
+#include "../threads/cancel_desk.h"
+
+#include <qai.hpp>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// What has happened so far.
+struct SoakTally {
+  long turns = 0;
+  long failed = 0;     // as they had to
+  long cancelled = 0;  // of these
+  std::vector<std::string> defects;
+};
+
+class SoakHost {
+ public:
+  explicit SoakHost(std::string address);
+
+  /// Takes one turn, with the service whose turn it is.
+  void takeTurn();
+  /// Ends every conversation and every assistant; the next turns begin new ones.
+  void rest();
+
+  const SoakTally& tally() const { return tally_; }
+
+ private:
+  struct Seat {
+    Service service;
+    qai::Assistant assistant = {};
+    qai::Session session = {};
+    long turns = 0;
+    std::size_t faults = 0;  // met so far
+  };
+
+  void prepare(Seat& seat);
+  void open(Seat& seat);
+  void askWell(Seat& seat);
+  void askInVain(Seat& seat);
+  std::string ask(Seat& seat, const std::string& fault);
+  std::string askAndCancel(Seat& seat, const std::string& fault);
+  std::string askBriefly(Seat& seat, const std::string& fault);
+  void expect(bool holds, const Seat& seat, const std::string& what);
+
+  const std::string address_;
+  std::vector<Seat> seats_;
+  SoakTally tally_;
+  CancelDesk desk_{1};
+};
