@@ -24,7 +24,7 @@ foreach(program IN LISTS PROGRAMS)
   list(APPEND all ${tests})
 endforeach()
 
-file(STRINGS ${DOCUMENT} rows REGEX "^\\| ")
+file(STRINGS ${DOCUMENT} rows REGEX "^\\| " ENCODING UTF-8)
 foreach(row IN LISTS rows)
   if(row MATCHES "^\\| (promise|shown) \\|")
     continue()
