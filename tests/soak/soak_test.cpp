@@ -22,11 +22,11 @@ constexpr long kEverydayTurns = 3'000;
 constexpr long kWarmUp = 1'000;  // every service has met every fault by then
 constexpr long kLookEvery = 1'000;
 
-// The heap at rest is the same to the byte, but for what the C library keeps of its own; a leak of 100 bytes in each
-// turn would make 200,000 in the everyday test.
+// The heap at rest is the same to the byte, but for the 3 KiB that the C library takes for itself when the thread that
+// cancels frees something for the first time. A leak of 100 bytes in each turn would make 200,000 in the everyday test.
 constexpr std::size_t kHeapGrowth = 16 * 1024;
-// Pages that the heap was given and uses again in another order; the same leak would make ten times this in the long
-// test.
+// The heap was given its pages by then; what is freed is used again. The same leak would make ten times this in the
+// long test.
 constexpr std::size_t kResidentGrowth = 1024;  // KiB
 
 long turnsToTake() {
