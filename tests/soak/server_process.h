@@ -1,13 +1,16 @@
 // The services in a process of their own, so that what this one holds is the library's.
 #pragma once
 
+#include "support/raw_server.h"
+
 #include <string>
 
 /// Serves from construction to destruction.
 class ServerProcess {
  public:
-  /// While the process has one thread. @throw std::runtime_error when there can be no server.
-  ServerProcess();
+  /// With TLS unless `tls` is null. Made while the process has one thread. @throw std::runtime_error when there can be
+  /// no server.
+  explicit ServerProcess(const TLSContext& tls);
   ~ServerProcess();
   ServerProcess(const ServerProcess&) = delete;
   ServerProcess& operator=(const ServerProcess&) = delete;

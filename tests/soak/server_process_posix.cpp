@@ -17,9 +17,9 @@ struct Pipe {
 };
 
 /// Tells the port, and serves until the other process closes its end.
-[[noreturn]] void serve(int portEnd, int endOfLife) {
+[[noreturn]] void serve(const TLSContext& tls, int portEnd, int endOfLife) {
   FaultyServices services;
-  const RawServer server([&](const std::string& request) { return services.answer(request); });
+  const RawServer server([&](const std::string& request) { return services.answer(request); }, tls);
   const int port = server.getPort();
   const bool told = write(portEnd, &port, sizeof port) == sizeof port;
   char nothing = 0;
@@ -29,14 +29,14 @@ struct Pipe {
 
 }  // namespace
 
-ServerProcess::ServerProcess() {
+ServerProcess::ServerProcess(const TLSContext& tls) {
   const Pipe port;
   const Pipe life;
   process_ = fork();
   if (process_ < 0) throw std::runtime_error("no process");
   if (process_ == 0) {
     close(life.ends[1]);
-    serve(port.ends[1], life.ends[0]);
+    serve(tls, port.ends[1], life.ends[0]);
   }
   close(port.ends[1]);
   close(life.ends[0]);
@@ -45,7 +45,7 @@ ServerProcess::ServerProcess() {
   const bool told = read(port.ends[0], &number, sizeof number) == sizeof number;
   close(port.ends[0]);
   if (!told) throw std::runtime_error("no server");
-  address_ = "http://127.0.0.1:" + std::to_string(number);
+  address_ = (tls == nullptr ? "http://127.0.0.1:" : "https://localhost:") + std::to_string(number);
 }
 
 ServerProcess::~ServerProcess() {

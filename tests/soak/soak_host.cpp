@@ -16,14 +16,6 @@ constexpr long kTurnsOfAnAssistant = 60;  // then a new one, with new connection
 constexpr long kFailing = 5;              // each turn of this number
 constexpr std::size_t kReplyCap = 64 * 1024;
 
-/// The cap makes the endless reply end soon.
-void limitRequests(std::chrono::milliseconds total) {
-  CMRestGlobalSettings settings;
-  settings.maxReplyBytes = kReplyCap;
-  settings.totalTimeout = total;
-  qai::setHTTPSettings(settings);
-}
-
 /// The text of a question that meets the fault.
 std::string faultText(std::string_view name, std::string_view step) {
   return "fault=" + std::string(name) + "@" + std::string(step) + "; ";
@@ -31,9 +23,19 @@ std::string faultText(std::string_view name, std::string_view step) {
 
 }  // namespace
 
-SoakHost::SoakHost(std::string address) : address_(std::move(address)) {
+SoakHost::SoakHost(std::string address, std::string authorities)
+    : address_(std::move(address)), authorities_(std::move(authorities)) {
   for (const Service& service : allServices()) seats_.push_back({.service = service});
   limitRequests(60s);
+}
+
+/// The cap makes the endless reply end soon.
+void SoakHost::limitRequests(std::chrono::milliseconds total) const {
+  CMRestGlobalSettings settings;
+  settings.maxReplyBytes = kReplyCap;
+  settings.totalTimeout = total;
+  settings.caFile = authorities_;
+  qai::setHTTPSettings(settings);
 }
 
 void SoakHost::expect(bool holds, const Seat& seat, const std::string& what) {

@@ -6,6 +6,7 @@
 
 #include <qai.hpp>
 
+#include <chrono>
 #include <cstddef>
 #include <string>
 #include <vector>
@@ -20,7 +21,8 @@ struct SoakTally {
 
 class SoakHost {
  public:
-  explicit SoakHost(std::string address);
+  /// @param authorities a file with those that the services' certificates are from; "" for the system's
+  SoakHost(std::string address, std::string authorities);
 
   /// Takes one turn, with the service whose turn it is.
   void takeTurn();
@@ -38,6 +40,7 @@ class SoakHost {
     std::size_t faults = 0;  // met so far
   };
 
+  void limitRequests(std::chrono::milliseconds total) const;
   void prepare(Seat& seat);
   void open(Seat& seat);
   void askWell(Seat& seat);
@@ -48,6 +51,7 @@ class SoakHost {
   void expect(bool holds, const Seat& seat, const std::string& what);
 
   const std::string address_;
+  const std::string authorities_;
   std::vector<Seat> seats_;
   SoakTally tally_;
   CancelDesk desk_{1};

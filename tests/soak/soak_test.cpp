@@ -3,6 +3,7 @@
 #include "../loading/process_state.h"
 #include "server_process.h"
 #include "soak_host.h"
+#include "support/test_ca.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -50,7 +51,7 @@ struct Look {
   std::size_t resident = residentSize();
 };
 
-class Soak : public testing::Test {
+class Soak : public testing::TestWithParam<const char*> {
  protected:
   void takeTurns(long upTo) {
     while (host_.tally().turns < upTo && host_.tally().defects.empty()) host_.takeTurn();
@@ -60,18 +61,23 @@ class Soak : public testing::Test {
     host_.rest();
     const Look look;
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
-    std::cout << host_.tally().turns << " turns in " << seconds << " s: " << look.holdings.heapBytes
-              << " bytes allocated, " << look.resident << " KiB resident, " << look.holdings.descriptors
-              << " descriptors, " << look.holdings.threads << " threads" << std::endl;
+    std::cout << GetParam() << ": " << host_.tally().turns << " turns in " << seconds
+              << " s: " << look.holdings.heapBytes << " bytes allocated, " << look.resident << " KiB resident, "
+              << look.holdings.descriptors << " descriptors, " << look.holdings.threads << " threads" << std::endl;
     return look;
   }
 
-  ServerProcess server_;  // before there is any other thread
-  SoakHost host_{server_.address()};
+  const bool isSecure_ = GetParam() == std::string("secure");
+  const TestCA authority_;
+  const ServerProcess server_{isSecure_ ? makeTLSContext(authority_.issue("localhost")) : nullptr};
+  SoakHost host_{server_.address(), isSecure_ ? authority_.getFile() : ""};  // behind the server: it starts a thread
   const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
 };
 
-TEST_F(Soak, TurnAfterTurnLeavesNothingBehind) {
+INSTANTIATE_TEST_SUITE_P(Connections, Soak, testing::Values("plain", "secure"),
+                         [](const auto& row) { return std::string(row.param); });
+
+TEST_P(Soak, TurnAfterTurnLeavesNothingBehind) {
   takeTurns(kWarmUp);
   const Look before = lookAtRest();
   const long all = turnsToTake();

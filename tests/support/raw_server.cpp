@@ -85,9 +85,10 @@ RawServer::RawServer(std::vector<raw::Script> scripts, TLSContext tls, Greeting 
   acceptor_ = std::thread([this] { acceptAll(); });
 }
 
-RawServer::RawServer(std::function<raw::Script(const std::string&)> answer)
+RawServer::RawServer(std::function<raw::Script(const std::string&)> answer, TLSContext tls)
     : answer_(std::move(answer)),
-      greeting_(Greeting::None),
+      tls_(std::move(tls)),
+      greeting_(Greeting::TLS),
       listener_(sockets::listenOnLoopback()),
       port_(sockets::getPort(listener_)) {
   acceptor_ = std::thread([this] { acceptAll(); });

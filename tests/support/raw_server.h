@@ -53,7 +53,7 @@ class RawServer {
   explicit RawServer(std::vector<raw::Script> scripts, TLSContext tls = nullptr, Greeting greeting = Greeting::TLS);
   /// Each request gets the script that `answer` gives for it, on the connection's thread. Nothing of what is over is
   /// kept: no request, no connection; so it may serve any number of them.
-  explicit RawServer(std::function<raw::Script(const std::string& request)> answer);
+  explicit RawServer(std::function<raw::Script(const std::string& request)> answer, TLSContext tls = nullptr);
   /// One reply for every request, on connections that stay open.
   explicit RawServer(std::string reply) : RawServer({raw::Script{raw::Send{std::move(reply)}}}) {}
   ~RawServer();
