@@ -35,12 +35,19 @@ RestPeer obtainPeer(CURLU* handle) {
   return peer;
 }
 
+// libcurl also takes one slash or three before the host, and so would find a host in the path of an address without
+// one.
+bool holdsHost(std::string_view url) {
+  const std::size_t start = url.find(':') + 1;
+  return url.substr(start, 2) == "//" && url.substr(start + 2, 1) != "/";
+}
+
 // Takes `url` apart. `what` is how the sentence calls it: "address".
 std::string readURL(const std::string& url, const std::string& what, unsigned int flags, URLHandle& handle) {
   if (holdsControlCharacter(url)) return "The " + what + " holds a control character";
   handle.reset(curl_url());
   if (handle == nullptr) throw std::bad_alloc();
-  const CURLUcode code = curl_url_set(handle.get(), CURLUPART_URL, url.c_str(), flags);
+  CURLUcode code = curl_url_set(handle.get(), CURLUPART_URL, url.c_str(), flags);
   if (code == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
   if (code == CURLUE_USER_NOT_ALLOWED) return "The " + what + " must not hold a user name or password";
   const std::string scheme = code == CURLUE_OK ? obtainPart(handle.get(), CURLUPART_SCHEME) : "";
@@ -48,6 +55,7 @@ std::string readURL(const std::string& url, const std::string& what, unsigned in
       (code == CURLUE_OK && scheme != "http" && scheme != "https")) {
     return "The " + what + " must begin with http:// or https://";
   }
+  if (code == CURLUE_OK && !holdsHost(url)) code = CURLUE_NO_HOST;
   if (code != CURLUE_OK) return "The " + what + " can't be used: " + plainTextWithin(curl_url_strerror(code));
   return "";
 }
