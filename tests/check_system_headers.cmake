@@ -8,7 +8,7 @@ set(posix_only aio arpa/ dirent dlfcn fcntl grp netdb netinet/ poll pthread pwd 
 set(windows_only conio direct io process schannel shellapi shlobj tlhelp32 wincrypt windows winsock winsock2 winver
   ws2tcpip)
 
-foreach(folder IN ITEMS apps cf include src tests)
+foreach(folder IN ITEMS apps cf fuzz include src tests)
   file(GLOB_RECURSE files ${ROOT}/${folder}/*.cpp ${ROOT}/${folder}/*.h ${ROOT}/${folder}/*.hpp)
   if(NOT files)
     message(FATAL_ERROR "There is nothing in ${ROOT}/${folder}")

@@ -1,0 +1,24 @@
+#include "variants.h"
+
+#include <utility>
+
+CMVariant variantOf(const ICOJsonValue& value) {
+  switch (value.obtainType()) {
+    case JsonType::String:
+      return std::string(value.obtainString());
+    case JsonType::Number:
+      return value.obtainNumber();
+    case JsonType::Array: {
+      CMVariantList list;
+      for (std::size_t i = 0; i < value.obtainArraySize(); ++i) list.push_back(variantOf(*value.obtainArrayItem(i)));
+      return list;
+    }
+    case JsonType::Object: {
+      CMVariantMap map;
+      for (const std::string& key : value.obtainJsonKeys()) map[key] = variantOf(*value.obtainJsonValue(key));
+      return map;
+    }
+    default:
+      return {};
+  }
+}
