@@ -67,5 +67,6 @@ run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-
   libcli11-dev libsqlite3-dev sqlite3)
 test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind doxygen)
 windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 libgnutls30 dpkg-dev make perl tcl)
+fuzz_packages=(clang libclang-rt-14-dev llvm)
 bench_packages=(libbenchmark-dev libssl-dev)
 release_packages=(binutils dpkg-dev file git lintian)
