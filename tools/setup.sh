@@ -1,4 +1,5 @@
 # Set-up that ./run and ./test share; sourced by both. Messages go to standard error: standard output is for answers.
+# shellcheck disable=SC2034  # the lists of packages are for those who source this
 
 say() { printf '%s\n' "$*" >&2; }
 fail() {
@@ -59,7 +60,7 @@ build() {
 }
 
 build_failed() {
-  grep -E 'error|Error|FAILED' "$2" >/dev/null && grep -n -m 20 -E -A 3 'error|Error|FAILED' "$2" >&2 || tail -n 30 "$2" >&2
+  grep -n -m 20 -E -A 3 'error|Error|FAILED' "$2" >&2 || tail -n 30 "$2" >&2
   fail "$1; the whole output is in $2"
 }
 
@@ -69,4 +70,5 @@ test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev cla
 windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 libgnutls30 dpkg-dev make perl tcl)
 fuzz_packages=(clang libclang-rt-14-dev llvm)
 bench_packages=(libbenchmark-dev libssl-dev)
+static_packages=(clang clang-format clang-tidy cppcheck shellcheck)
 release_packages=(binutils dpkg-dev file git lintian)

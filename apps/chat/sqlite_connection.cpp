@@ -35,6 +35,7 @@ bool canBeReadAsImmutable(const std::filesystem::path& file) {
   constexpr char kWriteAhead = 2;
   std::array<char, kReadVersionAt + 1> header{};
   std::ifstream(file, std::ios::binary).read(header.data(), header.size());
+  // cppcheck-suppress containerOutOfBounds ; it takes the array for one shorter than it is
   if (header[kReadVersionAt] != kWriteAhead) return false;
   std::error_code error;
   std::filesystem::path log = std::filesystem::canonical(file, error);

@@ -44,6 +44,7 @@ std::string decodePercent(std::string_view text) {
   std::string decoded;
   for (std::size_t at = 0; at < text.size(); ++at) {
     unsigned byte = 0;
+    // cppcheck-suppress invalidLifetime ; the text is read here and not kept
     const char* digits = text.data() + at + 1;
     if (text[at] == '%' && at + 2 < text.size() && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
       decoded += static_cast<char>(byte);

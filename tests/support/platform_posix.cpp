@@ -1,7 +1,7 @@
 #include "support/platform.h"
 
-#include <stdio.h>   // popen
-#include <stdlib.h>  // setenv
+#include <stdio.h>   // NOLINT(modernize-deprecated-headers): popen is POSIX' own
+#include <stdlib.h>  // NOLINT(modernize-deprecated-headers): setenv is POSIX' own
 
 #include <array>
 #include <csignal>
@@ -20,6 +20,7 @@ void unsetEnvironment(const std::string& name) { unsetenv(name.c_str()); }
 std::string outputOf(const std::vector<std::string>& command) {
   std::string line;
   for (const std::string& word : command) line += "'" + word + "' ";
+  // NOLINTNEXTLINE(cert-env33-c): our own programs, with our own arguments
   const std::unique_ptr<FILE, int (*)(FILE*)> pipe(popen((line + "2>&1").c_str(), "r"), &pclose);
   std::string output;
   std::array<char, 1024> buffer{};
@@ -33,4 +34,4 @@ std::size_t countDescriptors() {
 
 DefaultBrokenPipeSignal::DefaultBrokenPipeSignal() : before_(std::signal(SIGPIPE, SIG_DFL)) {}
 
-DefaultBrokenPipeSignal::~DefaultBrokenPipeSignal() { std::signal(SIGPIPE, before_); }
+DefaultBrokenPipeSignal::~DefaultBrokenPipeSignal() { static_cast<void>(std::signal(SIGPIPE, before_)); }

@@ -5,6 +5,7 @@
 #include <openssl/ssl.h>
 
 #include <algorithm>
+#include <array>
 #include <charconv>
 #include <chrono>
 
@@ -185,13 +186,13 @@ bool RawServer::startTLS(Connection& connection) {
 }
 
 void RawServer::converse(Connection& connection) {
-  char buffer[65536];
+  std::array<char, 65536> buffer{};
   for (;;) {
     const std::size_t size = findRequestSize(connection.unread);
     if (size == 0) {
-      const long received = connection.receive(buffer, sizeof buffer);
+      const long received = connection.receive(buffer.data(), buffer.size());
       if (received <= 0) return;
-      connection.unread.append(buffer, static_cast<std::size_t>(received));
+      connection.unread.append(buffer.data(), static_cast<std::size_t>(received));
       if (connection.unread.size() >= longestRequest_) return connection.reset();
       continue;
     }
@@ -221,8 +222,8 @@ bool RawServer::perform(Connection& connection, const raw::Step& step) {
     while (connection.sendAll(endless->bytes)) continue;
   }
   if (std::holds_alternative<raw::Stall>(step)) {
-    char ignored[4096];
-    while (connection.receive(ignored, sizeof ignored) > 0) continue;
+    std::array<char, 4096> ignored{};
+    while (connection.receive(ignored.data(), ignored.size()) > 0) continue;
   }
   if (std::holds_alternative<raw::Close>(step) && connection.tls != nullptr) SSL_shutdown(connection.tls.get());
   if (std::holds_alternative<raw::Reset>(step)) connection.reset();

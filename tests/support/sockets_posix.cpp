@@ -68,7 +68,7 @@ void sockets::shutDown(Handle socket) noexcept { ::shutdown(toDescriptor(socket)
 sockets::Handle sockets::reset(Handle socket) noexcept {
   sockaddr nowhere{};
   nowhere.sa_family = AF_UNSPEC;
-  ::connect(toDescriptor(socket), &nowhere, sizeof nowhere);
+  static_cast<void>(::connect(toDescriptor(socket), &nowhere, sizeof nowhere));
   return socket;
 }
 

@@ -94,6 +94,7 @@ build_openssl() {
 # names /usr/include.
 build_headers() {
   mkdir -p "$prefix/include" "$prefix/share/cmake/RapidJSON" "$prefix/licenses"
+  # shellcheck disable=SC2016  # CMake is to expand it
   echo 'get_filename_component(RAPIDJSON_INCLUDE_DIRS "${CMAKE_CURRENT_LIST_DIR}/../../../include" ABSOLUTE)' \
     >"$prefix/share/cmake/RapidJSON/RapidJSONConfig.cmake"
   cp -r /usr/include/rapidjson /usr/include/CLI "$prefix/include"

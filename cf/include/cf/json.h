@@ -130,7 +130,7 @@ class COJsonValue {
   }
   CF_API const COJsonValue* findArrayItem(std::size_t index) const noexcept;
 
-  COJsonValue() noexcept = default;
+  COJsonValue() noexcept = default;  // cppcheck-suppress uninitMemberVar ; a node's members have their initialisers
   explicit COJsonValue(const Node& node) noexcept : node_(node) {}
   ~COJsonValue() = default;
 

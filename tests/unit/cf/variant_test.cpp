@@ -33,7 +33,7 @@ TEST_P(Variant, ReadsAsEveryType) {
 }
 
 TEST_P(Variant, IsCopiedWhole) {
-  const CMVariant copy(GetParam().value);  // NOLINT(performance-unnecessary-copy-initialization)
+  const CMVariant copy(GetParam().value);  // NOLINT(performance-unnecessary-copy-initialization): the copy is tested
   EXPECT_EQ(copy.getValueType(), GetParam().type);
   EXPECT_EQ(copy.stringValue(), GetParam().text);
   EXPECT_EQ(copy.listRef().size(), GetParam().listSize);
