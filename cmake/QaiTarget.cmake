@@ -7,7 +7,9 @@ else()
   set(QAI_SYSTEM posix)
 endif()
 
-# qai_target(NAME): C++20 without extensions, hidden symbols, the project's warnings.
+include(${CMAKE_CURRENT_LIST_DIR}/QaiHardening.cmake)
+
+# qai_target(NAME): C++20 without extensions, hidden symbols, the project's warnings, the protections of QaiHardening.
 function(qai_target name)
   target_compile_features(${name} PUBLIC cxx_std_20)
   set_target_properties(${name} PROPERTIES
