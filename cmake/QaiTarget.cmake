@@ -37,6 +37,18 @@ function(qai_target name)
   endif()
   # A resource compiler knows none of these.
   target_compile_options(${name} PRIVATE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
+  qai_harden(${name})
+endfunction()
+
+# qai_count_coverage(OBJECTS LIBRARY): with QAI_COVERAGE, counts what runs of these objects, in the library that is made
+# of them and in whatever else they are linked into.
+function(qai_count_coverage objects library)
+  if(QAI_COVERAGE)
+    # Not optimised, each line is one of its own. Atomic, as tests run the library in several threads.
+    target_compile_options(${objects} PRIVATE -O0 --coverage -fprofile-update=atomic)
+    target_link_options(${objects} PUBLIC --coverage)
+    target_link_options(${library} PRIVATE --coverage)
+  endif()
 endfunction()
 
 # qai_version_resource(NAME VERSION DESCRIPTION): on Windows the properties of the program or DLL show its version.

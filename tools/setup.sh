@@ -70,5 +70,6 @@ test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev cla
 windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 libgnutls30 dpkg-dev make perl tcl)
 fuzz_packages=(clang libclang-rt-14-dev llvm)
 bench_packages=(libbenchmark-dev libssl-dev)
+coverage_packages=(gcovr)
 static_packages=(clang clang-format clang-tidy cppcheck shellcheck)
 release_packages=(binutils dpkg-dev file git lintian)
