@@ -178,4 +178,17 @@ TEST(JsonFromVariant, GivesNullBelow256Levels) {
   EXPECT_TRUE(COJson(nested(1000)).getIsValidJson());
 }
 
+TEST(VariantAsJson, GivesNullBelow256LevelsOfObjectsToo) {
+  CMVariant value("innermost");
+  for (int level = 0; level < 257; ++level) {
+    CMVariantMap map;
+    map.emplace("a", std::move(value));
+    value = CMVariant(std::move(map));
+  }
+  std::string expected = "null";
+  for (int level = 0; level < 256; ++level) expected = "{\"a\":" + expected + "}";
+  EXPECT_EQ(cfWriteJson(value), expected);
+  EXPECT_EQ(cfCreateCOJsonFromCMVariant(value).obtainJsonString(), expected);
+}
+
 }  // namespace

@@ -189,7 +189,9 @@ INSTANTIATE_TEST_SUITE_P(
         TextCase{"full_width_digit", "\xEF\xBC\x91", ""}, TextCase{"too_large_then_garbage", "1e400x", ""},
         TextCase{"too_large_with_leading_zero", "01e400", ""}, TextCase{"too_large_with_plus", "[+1e400]", ""},
         TextCase{"too_large_without_fraction", "1.e400", ""}, TextCase{"too_large_then_sign", "1e400+1", ""},
-        TextCase{"too_large_then_error", "[1e400,01]", ""}, TextCase{"too_large_then_open_string", "[1e400,\"\\", ""},
+        TextCase{"too_large_then_error", "[1e400,01]", ""}, TextCase{"too_large_then_no_fraction", "[1e400,1.]", ""},
+        TextCase{"too_large_then_no_exponent", "[1e400,1e+]", ""},
+        TextCase{"too_large_then_open_string", "[1e400,\"\\", ""},
         TextCase{"too_large_then_lone_surrogate", R"([1e400,"\uDC00"])", ""},
         TextCase{"many_too_large_unclosed", "[" + repeated("1e400,", 100000), ""}),
     caseName);

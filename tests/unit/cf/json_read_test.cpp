@@ -79,6 +79,18 @@ TEST(JsonObject, ComparesKeysByteForByte) {
   EXPECT_EQ(document.obtainJsonValue("ke\0y"s)->obtainNumber(), 3.0);
 }
 
+// They are compared a word at a time, and the words of such short ones overlap.
+TEST(JsonObject, TellsKeysOfAnyLengthApartByTheirLastByte) {
+  for (std::size_t size = 1; size <= 20; ++size) {
+    const std::string key(size, 'k');
+    std::string other = key;
+    other.back() = 'x';
+    const COJson document("{\"" + key + "\":1}");
+    EXPECT_NE(document.obtainJsonValue(key), nullptr) << key;
+    EXPECT_EQ(document.obtainJsonValue(other), nullptr) << other;
+  }
+}
+
 TEST(JsonArray, GivesEveryItemAndNothingBeyond) {
   std::string text = "[0";
   for (int index = 1; index < 1000; ++index) text.append(",").append(std::to_string(index));

@@ -62,6 +62,60 @@ INSTANTIATE_TEST_SUITE_P(
                  R"({"role":"user","parts":[{"text":"q2"}]}]})"}),
     [](const auto& row) { return std::string(row.param.name); });
 
+struct PartCase {
+  const char* name;
+  const ChatDialect& dialect;
+  const char* json;
+  std::vector<std::string> read;
+};
+void PrintTo(const PartCase& row, std::ostream* out) { *out << row.name; }
+
+class DialectModels : public testing::TestWithParam<PartCase> {};
+
+TEST_P(DialectModels, LeavesOutWhatIsNone) {
+  EXPECT_EQ(GetParam().dialect.readModels(COJson(GetParam().json)), GetParam().read);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Services, DialectModels,
+    testing::Values(PartCase{"deepseek",
+                             kDeepSeek,
+                             R"([{"id":"f","object":"file"},{"id":1,"object":"model"},{"object":"model"},5,null,)"
+                             R"({"id":"m","object":"model"}])",
+                             {"m"}},
+                    PartCase{"ollama", kOllama, R"([{"name":1},{"model":"m"},[],null,{"name":"m"}])", {"m"}},
+                    PartCase{"google",
+                             kGoogle,
+                             R"([{"name":1,"supportedGenerationMethods":["generateContent"]},{"name":"models/a"},)"
+                             R"({"name":"models/b","supportedGenerationMethods":"generateContent"},null,)"
+                             R"({"name":"models/c","supportedGenerationMethods":["countTokens",5]},)"
+                             R"({"name":"m","supportedGenerationMethods":["x","generateContent"]}])",
+                             {"m"}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
+class DialectReply : public testing::TestWithParam<PartCase> {};
+
+TEST_P(DialectReply, LeavesOutWhatIsNoTextOfTheServices) {
+  const std::optional<std::string> text = GetParam().dialect.readReply(COJson(GetParam().json));
+  EXPECT_EQ(text ? std::vector{*text} : std::vector<std::string>(), GetParam().read);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Services, DialectReply,
+    testing::Values(PartCase{"ollama_user", kOllama, R"({"message":{"role":"user","content":"x"}})", {""}},
+                    PartCase{"ollama_without_role", kOllama, R"({"message":{"content":"x"}})", {""}},
+                    PartCase{"ollama_no_text", kOllama, R"({"message":{"role":"assistant","content":5}})", {}},
+                    PartCase{
+                        "google_others",
+                        kGoogle,
+                        R"({"candidates":[{"content":{"role":5,"parts":[{"text":"x"}]}},{"content":null},null,)"
+                        R"({"content":{"role":"user","parts":[{"text":"x"}]}},)"
+                        R"({"content":{"role":"model","parts":{"text":"x"}}},{"content":{"parts":[{"text":"x"}]}},)"
+                        R"({"content":{"role":"model","parts":[{"text":5},{"text":"a"}]}}]})",
+                        {"a"}},
+                    PartCase{"google_no_list", kGoogle, R"({"candidates":5})", {}}),
+    [](const auto& row) { return std::string(row.param.name); });
+
 TEST(Dialects, EachSessionNamesItsOwnFile) {
   EXPECT_NE(std::string(kOpenAI.place.file).find("qai_session_openai_v1"), std::string::npos);
   EXPECT_NE(std::string(kDeepSeek.place.file).find("qai_session_deepseek"), std::string::npos);

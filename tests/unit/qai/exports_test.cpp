@@ -99,6 +99,14 @@ TEST(LocalizationInfo, CopyAssignmentCopiesThePointerAndTheWholeBuffer) {
   EXPECT_EQ(std::memcmp(to.buffer, from.buffer, sizeof to.buffer), 0);
 }
 
+TEST(LocalizationInfo, AssignedToItselfStays) {
+  QAICallbackLocalizationInfo info = filledInfo("text");
+  const QAICallbackLocalizationInfo& same = info;
+  EXPECT_EQ(&(info = same), &info);
+  EXPECT_STREQ(info.text, "text");
+  EXPECT_EQ(info.buffer[sizeof info.buffer - 1], 'b');
+}
+
 TEST(LocalizationInfo, MoveAssignmentIsAPlainCopy) {
   const char* text = "text";
   QAICallbackLocalizationInfo from = filledInfo(text);

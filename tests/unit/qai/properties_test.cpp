@@ -312,6 +312,23 @@ TEST(ApplyAssigned, TemperatureIsRefusedOnTheOtherSideYetCountsAsAssigned) {
   EXPECT_TRUE(to.assignedKeys.contains("temperature"));
 }
 
+TEST(ApplyAssigned, ToARecordOfAnotherMakeIsAProgrammingErrorAndChangesNothing) {
+  class Foreign final : public IQAIProperties {
+   public:
+    std::vector<std::pair<std::string, std::string>> obtainPropertyList() const override { return {}; }
+    CMVariant obtainProperty(const std::string& /*key*/) const override { return {}; }
+    bool setProperty(const std::string& /*key*/, const CMVariant& /*value*/) override { return isSet = true; }
+    bool isSet = false;
+  };
+  QAIAssistantProperties from;
+  from.setProperty("user_instructions", "u");
+  Foreign to;
+  const AssertionLog log;
+  from.applyAssignedProperties(&to);
+  EXPECT_EQ(log.all().size(), 1U);
+  EXPECT_FALSE(to.isSet);
+}
+
 TEST(ApplyAssigned, LeavesTheReadOnlyKeyOut) {
   QAIAssistantProperties from;
   const AssertionLog log;
