@@ -1,6 +1,6 @@
-# ./test --static: what is found without running anything. clang-tidy and clang's warnings over every C++ file that is
-# built here, cppcheck over what ships, the form of the sources, and shellcheck; all of them without a finding. What was
-# looked through before is not looked through again: the first time takes minutes.
+# ./test --static: what is found without running anything. clang's warnings over every C++ file that is built here,
+# clang-tidy and cppcheck over what ships, the examples and the tests' helpers, clang-format over all, and shellcheck; all
+# of them without a finding. What was looked through before is not looked through again: the first time takes minutes.
 
 # files_named PATTERN…: the project's own files of these names.
 files_named() {
@@ -43,7 +43,7 @@ check_with_clang_tidy() {
   build static
 }
 
-install_packages "${run_packages[@]}" "${test_packages[@]}" "${bench_packages[@]}" "${static_packages[@]}"
+install_packages "${run_packages[@]}" "${test_packages[@]}" "${static_packages[@]}"
 mapfile -t cxx_files < <(files_named '*.cpp' '*.h' '*.hpp')
 check_form
 check_shell
