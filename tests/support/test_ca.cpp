@@ -22,7 +22,7 @@ void require(bool done) {
   if (!done) throw std::runtime_error("The test's certificates can't be made");
 }
 
-Key makeKey() { return Key(EVP_EC_gen("P-256"), &EVP_PKEY_free); }
+Key makeKey() { return {EVP_EC_gen("P-256"), &EVP_PKEY_free}; }
 
 void addExtension(X509* certificate, X509* issuer, int kind, const std::string& value) {
   X509V3_CTX context;

@@ -88,11 +88,12 @@ TEST_P(FailureStatus, IsTheErrorCodeAndKeepsTheBody) {
 
 INSTANTIATE_TEST_SUITE_P(
     Statuses, FailureStatus,
-    testing::Values(StatusCase{301, "HTTP 301 Moved Permanently"}, StatusCase{302, "HTTP 302 Found"},
-                    StatusCase{303, "HTTP 303 See Other"}, StatusCase{307, "HTTP 307 Temporary Redirect"},
-                    StatusCase{308, "HTTP 308 Permanent Redirect"}, StatusCase{400, "HTTP 400 Bad Request"},
-                    StatusCase{401, "HTTP 401 Unauthorized"}, StatusCase{403, "HTTP 403 Forbidden"},
-                    StatusCase{404, "HTTP 404 Not Found"}, StatusCase{407, "HTTP 407 Proxy Authentication Required"},
+    testing::Values(StatusCase{300, "HTTP 300 Multiple Choices"}, StatusCase{301, "HTTP 301 Moved Permanently"},
+                    StatusCase{302, "HTTP 302 Found"}, StatusCase{303, "HTTP 303 See Other"},
+                    StatusCase{307, "HTTP 307 Temporary Redirect"}, StatusCase{308, "HTTP 308 Permanent Redirect"},
+                    StatusCase{400, "HTTP 400 Bad Request"}, StatusCase{401, "HTTP 401 Unauthorized"},
+                    StatusCase{403, "HTTP 403 Forbidden"}, StatusCase{404, "HTTP 404 Not Found"},
+                    StatusCase{407, "HTTP 407 Proxy Authentication Required"},
                     StatusCase{417, "HTTP 417 Expectation Failed"}, StatusCase{429, "HTTP 429 Too Many Requests"},
                     StatusCase{500, "HTTP 500 Internal Server Error"}, StatusCase{503, "HTTP 503 Service Unavailable"},
                     StatusCase{529, "HTTP 529"}, StatusCase{799, "HTTP 799"}),
