@@ -10,6 +10,7 @@
 #include <cf/url.h>
 
 #include <algorithm>
+#include <new>
 #include <thread>
 
 namespace {
@@ -185,27 +186,40 @@ std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIP
   filled.apiHost = m_properties->apiHost;  // as a field: it counts as assigned only when `fill` assigns it
   fill(&filled);
   filled.temperature = std::clamp(filled.temperature, 0.0, 2.0);
-  if (filled.assignedKeys.contains("api_host")) {
-    useDefaultHostForBlank(filled);
-    m_properties->apiHost = filled.apiHost;  // at once, for the request below
+  if (filled.assignedKeys.contains("api_host")) useDefaultHostForBlank(filled);
+
+  // What will be is made before the service is told, since afterwards nothing may fail.
+  QAIAssistantProperties_OPENAI described(*m_properties);
+  adopt(filled, described);
+  std::string id = m_assistantID;
+  std::string host = std::exchange(m_properties->apiHost, std::string(described.apiHost));  // at once, for the request
+  try {
+    if (std::string error = describeAssistant(filled, id); !error.empty()) return error;
+  } catch (...) {
+    m_properties->apiHost = std::move(host);
+    throw;
   }
-  if (m_assistantID.empty()) {
-    Reply created = createAssistant(filled);
-    if (!created.error.empty()) return std::move(created.error);
-    m_assistantID = created.json->obtainString();
-  } else if (std::string error = modifyAssistant(filled); !error.empty()) {
-    return error;
-  }
-  adopt(filled);
+  m_assistantID = std::move(id);
+  *m_properties = std::move(described);
   return "";
 }
 
-/// Makes the record show what the service holds. What the record takes no other way is copied as fields.
-void QAIAssistant_OPENAI::adopt(const QAIAssistantProperties_OPENAI& properties) {
-  properties.applyAssignedProperties(m_properties.get());
-  m_properties->name = properties.name;
-  m_properties->description = properties.description;
-  if (properties.assignedKeys.contains("temperature")) m_properties->temperature = properties.temperature;
+/// Makes `record` show what the service gets to hold. What it takes no other way is copied as fields.
+void QAIAssistant_OPENAI::adopt(const QAIAssistantProperties_OPENAI& properties,
+                                QAIAssistantProperties_OPENAI& record) {
+  properties.applyAssignedProperties(&record);
+  record.name = properties.name;
+  record.description = properties.description;
+  if (properties.assignedKeys.contains("temperature")) record.temperature = properties.temperature;
+}
+
+/// Has the service make an assistant, whose `id` it gives then, or describe the one of this `id` anew.
+std::string QAIAssistant_OPENAI::describeAssistant(const QAIAssistantProperties_OPENAI& properties,
+                                                   std::string& id) const {
+  if (!id.empty()) return modifyAssistant(properties);
+  Reply created = createAssistant(properties);
+  if (created.error.empty()) id = created.json->obtainString();
+  return std::move(created.error);
 }
 
 /// Describes the assistant to the service. Name, description and instructions always go along, so that it never keeps
@@ -236,7 +250,15 @@ std::string QAIAssistant_OPENAI::modifyAssistant(const QAIAssistantProperties_OP
   return std::move(reply.error);
 }
 
-std::string QAIAssistant_OPENAI::destroyAssistant(const std::string& id) const { return remove({kAssistants, id}); }
+/// A failure leaves an assistant without threads, which harms nobody. So does one for want of memory: the session,
+/// which the host asked about, is gone by then.
+void QAIAssistant_OPENAI::destroyAssistant(const std::string& id) const {
+  try {
+    remove({kAssistants, id});
+  } catch (const std::bad_alloc&) {
+    return;
+  }
+}
 
 IQAIProperties* QAIAssistant_OPENAI::obtainAssistantProperties() { return m_properties.get(); }
 
@@ -257,11 +279,13 @@ std::pair<IQAISession*, std::string> QAIAssistant_OPENAI::loadSession(std::strin
     return {nullptr, "Assistant already exist, cannot restore assistant in serializedSession"};
   }
   auto session = std::make_unique<QAISession_OPENAI>(*m_properties);
+  SettingsGuard guard(*m_properties);
   if (!session->load(data)) return {nullptr, localizeString("Cannot load session data")};
   useDefaultHostForBlank(*m_properties);
   std::string id = session->assistantID();
   m_sessions.push_back(session.get());
   m_assistantID = std::move(id);
+  guard.keepChanges();
   return {session.release(), ""};
 }
 
@@ -273,8 +297,8 @@ std::string QAIAssistant_OPENAI::destroySession(IQAISession* session) {
   // All of this address: one that the host freed without a word may have had it before.
   std::erase(m_sessions, own);
   if (m_sessions.empty()) {
-    destroyAssistant(own->assistantID());  // a failure leaves an assistant without threads, which harms nobody
     m_assistantID.clear();
+    destroyAssistant(own->assistantID());
   }
   return "";
 }

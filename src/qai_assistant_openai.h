@@ -84,8 +84,9 @@ class QAIAssistant_OPENAI final : public IQAIAssistant {
   Reply postAssistant(const Path& path, const QAIAssistantProperties_OPENAI& properties, std::string_view label) const;
   Reply createAssistant(const QAIAssistantProperties_OPENAI& properties) const;
   std::string modifyAssistant(const QAIAssistantProperties_OPENAI& properties) const;
-  std::string destroyAssistant(const std::string& id) const;
-  void adopt(const QAIAssistantProperties_OPENAI& properties);
+  void destroyAssistant(const std::string& id) const;
+  std::string describeAssistant(const QAIAssistantProperties_OPENAI& properties, std::string& id) const;
+  static void adopt(const QAIAssistantProperties_OPENAI& properties, QAIAssistantProperties_OPENAI& record);
 
   Reply postMessage(const std::string& threadID, const std::string& text) const;
   Reply startRun(const std::string& threadID) const;

@@ -373,9 +373,14 @@ CMVariant QAIAssistantProperties::obtainProperty(const std::string& name) const 
 }
 
 bool QAIAssistantProperties::setProperty(const std::string& name, const CMVariant& value) {
-  assignedKeys.insert(name);
+  const auto [entry, isNew] = assignedKeys.insert(name);
   const Key* key = findKey(name);
-  return key != nullptr && (this->*key->write)(value);
+  try {
+    return key != nullptr && (this->*key->write)(value);
+  } catch (...) {
+    if (isNew) assignedKeys.erase(entry);
+    throw;
+  }
 }
 
 template <std::string QAIAssistantProperties::*field>
@@ -386,8 +391,8 @@ bool QAIAssistantProperties::storeText(const CMVariant& value) {
 }
 
 bool QAIAssistantProperties::storeApiHost(const CMVariant& value) {
-  if (!storeText<&QAIAssistantProperties::apiHost>(value)) return false;
-  setApiHost(apiHost, "");
+  if (!CF_ASSERT(value.getValueType() == CMVariant::ValueType::String)) return false;
+  setApiHost(value.stringRef(), "");
   return true;
 }
 
@@ -401,14 +406,16 @@ bool QAIAssistantProperties::storeTemperature(const CMVariant& value) {
 
 bool QAIAssistantProperties::storeSystemInstructions(const CMVariant& value) {
   if (!CF_ASSERT(value.getValueType() == CMVariant::ValueType::Map)) return false;
+  CMVariantMap merged = systemInstructions;
   for (const auto& kv : value.mapValue()) {
     if (!CF_ASSERT(kv.second.getValueType() == CMVariant::ValueType::String)) continue;
     if (kv.second.stringRef().empty()) {
-      systemInstructions.erase(kv.first);
+      merged.erase(kv.first);
     } else {
-      systemInstructions[kv.first] = kv.second;
+      merged[kv.first] = kv.second;
     }
   }
+  systemInstructions.swap(merged);
   return true;
 }
 

@@ -5,6 +5,7 @@
 #include <cf/variant.h>
 #include <qai.h>
 
+#include <functional>
 #include <set>
 #include <string>
 #include <string_view>
@@ -16,10 +17,12 @@ class QAIAssistantProperties : public IQAIProperties {
  public:
   QAIAssistantProperties() = default;
   QAIAssistantProperties(const QAIAssistantProperties&) = default;
+  QAIAssistantProperties& operator=(QAIAssistantProperties&&) noexcept = default;
 
   std::vector<std::pair<std::string, std::string>> obtainPropertyList() const override;
   CMVariant obtainProperty(const std::string& key) const override;
-  /// Enters `key` into assignedKeys before anything is looked at, known or not, refused or not.
+  /// Enters `key` into assignedKeys before anything is looked at, known or not, refused or not. When it throws, all is
+  /// as before.
   bool setProperty(const std::string& key, const CMVariant& value) override;
 
   /// Stores the trimmed `value`, or `fallback` as it stands when nothing is left, with "https://" in front unless it
@@ -47,7 +50,7 @@ class QAIAssistantProperties : public IQAIProperties {
   /// is copied. So "temperature" counts as assigned there, and the Double that carries it is refused.
   void applyAssignedProperties(IQAIProperties* target) const;
 
-  std::set<std::string> assignedKeys;  // every key that setProperty was ever called with
+  std::set<std::string, std::less<>> assignedKeys;  // every key that setProperty was ever called with
   std::string apiHost;
   std::string model;
   double temperature = 1.0;
@@ -66,4 +69,23 @@ class QAIAssistantProperties : public IQAIProperties {
   bool storeSystemInstructions(const CMVariant& value);
   bool storeDatabaseStructure(const CMVariant& value);
   bool refuse(const CMVariant& value);
+};
+
+/// Puts a record back to what it was, unless told that the changes may stay: for what changes it step by step and may
+/// fail between two steps.
+template <class Record>
+class SettingsGuard {
+ public:
+  explicit SettingsGuard(Record& record) : record_(&record), before_(record) {}
+  ~SettingsGuard() {
+    if (record_ != nullptr) *record_ = std::move(before_);
+  }
+  SettingsGuard(const SettingsGuard&) = delete;
+  SettingsGuard& operator=(const SettingsGuard&) = delete;
+
+  void keepChanges() noexcept { record_ = nullptr; }
+
+ private:
+  Record* record_;
+  Record before_;
 };

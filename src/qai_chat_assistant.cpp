@@ -80,28 +80,39 @@ std::string QAIChatAssistant::setAssistantProperties(std::function<void(IQAIProp
   QAIAssistantProperties filled;
   fill(&filled);
   adopt(filled);
-  useDefaultHostForBlank();
   return "";
 }
 
-/// Takes over what was assigned, as it stands in `filled`. Fields are copied rather than set by key, since the record
-/// refuses a temperature that is a number and would merge the system instructions.
-void QAIChatAssistant::adopt(const QAIAssistantProperties& filled) {
+/// Takes over what was assigned, as it stands in `filled`, whose texts move. Fields are taken rather than set by key,
+/// since the record refuses a temperature that is a number and would merge the system instructions. What may throw
+/// comes first, so that the settings change as a whole or not at all.
+void QAIChatAssistant::adopt(QAIAssistantProperties& filled) {
+  auto keys = properties_->assignedKeys;
   const auto assigned = [&](const char* key) {
     if (!filled.assignedKeys.contains(key)) return false;
-    properties_->assignedKeys.insert(key);
+    keys.insert(key);
     return true;
   };
-  if (assigned("api_host")) properties_->setApiHost(cfTrimAsString(filled.apiHost), "");
-  if (assigned("model")) properties_->model = filled.model;
-  if (assigned("temperature")) properties_->temperature = std::clamp(filled.temperature, 0.0, 2.0);
-  if (assigned("user_instructions")) properties_->userInstructions = filled.userInstructions;
-  if (assigned("system_instructions")) properties_->systemInstructions = filled.systemInstructions;
-  if (assigned("db_structure")) properties_->dbStructureJson = filled.dbStructureJson;
+  const bool hasHost = assigned("api_host");
+  const bool hasModel = assigned("model");
+  const bool hasTemperature = assigned("temperature");
+  const bool hasUserInstructions = assigned("user_instructions");
+  const bool hasSystemInstructions = assigned("system_instructions");
+  const bool hasStructure = assigned("db_structure");
+  filled.setApiHost(hasHost ? filled.apiHost : properties_->apiHost, "");
+  useDefaultHostForBlank(filled);
+
+  properties_->assignedKeys = std::move(keys);
+  properties_->apiHost = std::move(filled.apiHost);
+  if (hasModel) properties_->model = std::move(filled.model);
+  if (hasTemperature) properties_->temperature = std::clamp(filled.temperature, 0.0, 2.0);
+  if (hasUserInstructions) properties_->userInstructions = std::move(filled.userInstructions);
+  if (hasSystemInstructions) properties_->systemInstructions = std::move(filled.systemInstructions);
+  if (hasStructure) properties_->dbStructureJson = std::move(filled.dbStructureJson);
 }
 
-void QAIChatAssistant::useDefaultHostForBlank() {
-  if (properties_->isApiHostBlank()) properties_->setApiHost("", std::string(dialect_.defaultHost));
+void QAIChatAssistant::useDefaultHostForBlank(QAIAssistantProperties& properties) const {
+  if (properties.isApiHostBlank()) properties.setApiHost("", std::string(dialect_.defaultHost));
 }
 
 IQAIProperties* QAIChatAssistant::obtainAssistantProperties() { return new QAIAssistantProperties(*properties_); }
@@ -112,8 +123,10 @@ std::pair<IQAISession*, std::string> QAIChatAssistant::createSession() {
 
 std::pair<IQAISession*, std::string> QAIChatAssistant::loadSession(std::string data) {
   auto session = makeSession(*properties_);
+  SettingsGuard guard(*properties_);
   if (!session->load(data)) return {nullptr, localizeString("Cannot load session data")};
-  useDefaultHostForBlank();
+  useDefaultHostForBlank(*properties_);
+  guard.keepChanges();
   return {session.release(), ""};
 }
 

@@ -43,8 +43,8 @@ class QAIChatAssistant : public IQAIAssistant {
   /// `session` as one of this service's; null when it is none.
   virtual QAIChatSession* asOwnSession(IQAISession* session) const = 0;
 
-  void adopt(const QAIAssistantProperties& filled);
-  void useDefaultHostForBlank();
+  void adopt(QAIAssistantProperties& filled);
+  void useDefaultHostForBlank(QAIAssistantProperties& properties) const;
   std::string address(const ChatPath& path) const;
   CMRestParams queryParams() const;
   std::string failure(std::string_view text, std::string_view label) const;

@@ -4,6 +4,7 @@
 #include <qai.h>
 
 #include <cstring>
+#include <utility>
 
 CMRestGlobalSettings httpSettings;  // NOLINT(cert-err58-cpp): its only text fits without an allocation
 
@@ -24,7 +25,10 @@ void QAIFreeObject(IQAIObject* object) { delete object; }
 
 void QAIRegisterCallback(QAICallback callback) { registeredCallback = callback; }
 
-void QAISetHTTPSettings(const CMRestGlobalSettings& settings) { httpSettings = settings; }
+void QAISetHTTPSettings(const CMRestGlobalSettings& settings) {
+  CMRestGlobalSettings copy = settings;  // what fails, fails here
+  httpSettings = std::move(copy);
+}
 
 QAICallbackLocalizationInfo& QAICallbackLocalizationInfo::operator=(const QAICallbackLocalizationInfo& other) {
   if (this == &other) return *this;

@@ -84,6 +84,10 @@ std::string readRestAddress(const CMRestRequest& request, RestAddress& address) 
       !refusal.empty()) {
     return refusal;
   }
+  address.scheme = obtainPart(address.handle.get(), CURLUPART_SCHEME);
+  if (const std::string query = obtainPart(address.handle.get(), CURLUPART_QUERY); !query.empty()) {
+    address.target = obtainPart(address.handle.get(), CURLUPART_PATH) + "?" + query;
+  }
   address.peer = obtainPeer(address.handle.get());
   return "";
 }

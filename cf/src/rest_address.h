@@ -21,7 +21,9 @@ struct RestPeer {
 
 /// Where a request goes.
 struct RestAddress {
-  URLHandle handle;  // the complete address, query included
+  URLHandle handle;    // the complete address, query included
+  std::string scheme;  // "http" or "https"
+  std::string target;  // path and query, as the request's first line has them; empty without a query
   RestPeer peer;
 };
 

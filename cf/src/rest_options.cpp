@@ -130,6 +130,12 @@ void setProxy(Options& options, const RestProxy& proxy) {
 
 void setRequest(Options& options, const RestPlan& plan, const CMRestGlobalSettings& settings) {
   options.set(CURLOPT_CURLU, plan.address.handle.get());
+  // libcurl 7.88 sends a request without its query when it finds no memory for that, and does not tell; a target that
+  // it is given it does not take apart. A proxy that gets the whole address gets it from the handle.
+  const bool isWholeForProxy = !plan.proxy.url.empty() && plan.address.scheme == "http";
+  if (!plan.address.target.empty() && !isWholeForProxy) {
+    options.set(CURLOPT_REQUEST_TARGET, plan.address.target.c_str());
+  }
   options.set(CURLOPT_PATH_AS_IS, 1L);
   options.set(CURLOPT_ACCEPT_ENCODING, "");
   options.set(CURLOPT_USERAGENT, settings.userAgent.c_str());
