@@ -1,0 +1,276 @@
+#include "shortage.h"
+
+#include <dlfcn.h>
+#include <execinfo.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
+#include <cstdlib>
+#include <initializer_list>
+#include <string_view>
+#include <utility>
+
+// The C library's own, below the names that this program takes over.
+extern "C" {
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* block, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+void __libc_free(void* block);
+}
+
+namespace {
+
+constexpr std::size_t kFrames = 24;
+using Frames = std::array<void*, kFrames>;
+
+thread_local bool watching = false;  // this thread's allocations
+Shortage kindOfShortage = Shortage::Once;
+std::size_t grants = 0;
+std::size_t count = 0;
+bool failed = false;
+std::atomic<bool> tracing{false};
+Frames refusedFrames;
+int refusedFrameCount = 0;
+
+/// The blocks of the shortage that are alive. Nothing in here may allocate.
+class Blocks {
+ public:
+  struct Block {
+    std::uint32_t epoch = 0;
+    int frameCount = 0;
+    const void* address = nullptr;  // null: a block that was freed was here
+    std::size_t size = 0;
+  };
+
+  void clear() noexcept {
+    const Guard guard(*this);
+    ++epoch_;
+    alive_ = 0;
+  }
+  std::size_t alive() const noexcept { return alive_; }
+
+  void add(const void* address, std::size_t size) noexcept {
+    Frames frames;
+    // The number of frames is looked for before the guard is taken.
+    const int frameCount = tracing ? backtrace(frames.data(), kFrames) : 0;
+    const Guard guard(*this);
+    std::size_t slot = home(address);
+    std::size_t tried = 0;
+    while (isUsed(slot) && table_[slot].address != nullptr) {
+      if (++tried == kSlots) std::abort();
+      slot = (slot + 1) % kSlots;
+    }
+    table_[slot] = {epoch_, frameCount, address, size};
+    if (frameCount != 0) frames_[slot] = frames;
+    ++alive_;
+  }
+
+  /// @return whether it was one of them.
+  bool remove(const void* address) noexcept {
+    if (alive_ == 0 || address == nullptr) return false;
+    const Guard guard(*this);
+    std::size_t slot = home(address);
+    for (; isUsed(slot); slot = (slot + 1) % kSlots) {
+      if (table_[slot].address != address) continue;
+      table_[slot].address = nullptr;
+      --alive_;
+      return true;
+    }
+    return false;
+  }
+
+  template <class Visit>
+  void forEach(Visit visit) const {
+    for (std::size_t slot = 0; slot < kSlots; ++slot) {
+      if (isUsed(slot) && table_[slot].address != nullptr) visit(table_[slot], frames_[slot]);
+    }
+  }
+
+ private:
+  static constexpr std::size_t kSlots = std::size_t{1} << 15;
+
+  struct Guard {
+    explicit Guard(Blocks& blocks) noexcept : lock(blocks.lock_) {
+      while (lock.test_and_set(std::memory_order_acquire)) continue;
+    }
+    ~Guard() { lock.clear(std::memory_order_release); }
+    Guard(const Guard&) = delete;
+    Guard& operator=(const Guard&) = delete;
+    std::atomic_flag& lock;
+  };
+
+  static std::size_t home(const void* address) noexcept {
+    return (reinterpret_cast<std::uintptr_t>(address) >> 4U) * 2654435761U % kSlots;
+  }
+  bool isUsed(std::size_t slot) const noexcept { return table_[slot].epoch == epoch_; }
+
+  std::atomic_flag lock_ = ATOMIC_FLAG_INIT;
+  std::atomic<std::size_t> alive_{0};
+  std::uint32_t epoch_ = 1;
+  std::array<Block, kSlots> table_{};
+  std::array<Frames, kSlots> frames_{};
+};
+
+constinit Blocks blocks;
+
+/// Stops the watch while the tool itself allocates.
+struct Pause {
+  Pause() noexcept : before(std::exchange(watching, false)) {}
+  ~Pause() { watching = before; }
+  Pause(const Pause&) = delete;
+  Pause& operator=(const Pause&) = delete;
+  bool before;
+};
+
+bool isRefused() noexcept {
+  if (!watching) return false;
+  const bool refused = kindOfShortage == Shortage::Once ? count == grants : count >= grants;
+  ++count;
+  if (!refused) return false;
+  if (!failed) {
+    const Pause pause;
+    refusedFrameCount = backtrace(refusedFrames.data(), kFrames);
+  }
+  failed = true;
+  errno = ENOMEM;
+  return true;
+}
+
+void* noted(void* block, std::size_t size) noexcept {
+  if (!watching || block == nullptr) return block;
+  const Pause pause;
+  blocks.add(block, size);
+  return block;
+}
+
+}  // namespace
+
+#define QAI_REPLACEMENT extern "C" __attribute__((visibility("default")))
+
+QAI_REPLACEMENT void* malloc(std::size_t size) noexcept {
+  return isRefused() ? nullptr : noted(__libc_malloc(size), size);
+}
+
+QAI_REPLACEMENT void* calloc(std::size_t number, std::size_t size) noexcept {
+  return isRefused() ? nullptr : noted(__libc_calloc(number, size), number * size);
+}
+
+QAI_REPLACEMENT void* realloc(void* block, std::size_t size) noexcept {
+  if (isRefused()) return nullptr;
+  const bool wasOurs = blocks.remove(block);
+  void* const moved = __libc_realloc(block, size);
+  if (moved == nullptr || (!wasOurs && !watching)) return moved;
+  const Pause pause;
+  blocks.add(moved, size);
+  return moved;
+}
+
+QAI_REPLACEMENT void* memalign(std::size_t alignment, std::size_t size) noexcept {
+  return isRefused() ? nullptr : noted(__libc_memalign(alignment, size), size);
+}
+
+QAI_REPLACEMENT void* aligned_alloc(std::size_t alignment, std::size_t size) noexcept {
+  return memalign(alignment, size);
+}
+
+QAI_REPLACEMENT int posix_memalign(void** block, std::size_t alignment, std::size_t size) noexcept {
+  void* const made = memalign(alignment, size);
+  if (made == nullptr) return ENOMEM;
+  *block = made;
+  return 0;
+}
+
+QAI_REPLACEMENT void free(void* block) noexcept {
+  blocks.remove(block);
+  __libc_free(block);
+}
+
+void beginShortage(Shortage kind, std::size_t granted) noexcept {
+  static const bool ready = [] {
+    Frames frames;
+    return backtrace(frames.data(), kFrames) > 0;  // whose first call loads a library
+  }();
+  static_cast<void>(ready);
+  kindOfShortage = kind;
+  grants = granted;
+  count = 0;
+  failed = false;
+  blocks.clear();
+  watching = true;
+}
+
+bool endShortage() noexcept {
+  watching = false;
+  return failed;
+}
+
+std::size_t allocationsInShortage() noexcept { return count; }
+
+std::size_t blocksLeft() noexcept { return blocks.alive(); }
+
+void traceBlocks(bool on) noexcept { tracing = on; }
+
+namespace {
+
+const void* fileBaseOf(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) == 0 ? nullptr : info.dli_fbase;
+}
+
+std::string_view fileOf(const void* address) {
+  Dl_info info{};
+  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return "?";
+  const std::string_view path = info.dli_fname;
+  return path.substr(path.find_last_of('/') + 1);
+}
+
+bool startsWithAny(std::string_view text, std::initializer_list<std::string_view> starts) {
+  return std::any_of(starts.begin(), starts.end(), [text](std::string_view start) { return text.starts_with(start); });
+}
+
+/// Whether the block's allocation was asked for by a library that ours call. Asking is the first call from outside this
+/// program, which stands in for the C library here, and outside the language's own libraries.
+bool isForeign(const Blocks::Block& block, const Frames& frames) {
+  const void* const here = fileBaseOf(reinterpret_cast<const void*>(&beginShortage));
+  for (int i = 0; i < block.frameCount; ++i) {
+    const void* const frame = frames[static_cast<std::size_t>(i)];
+    if (fileBaseOf(frame) == here || startsWithAny(fileOf(frame), {"libstdc++", "libc."})) continue;
+    return startsWithAny(fileOf(frame), {"libcurl", "libssl", "libcrypto"});
+  }
+  return false;
+}
+
+std::string nameOf(const void* frame) {
+  Dl_info info{};
+  std::string name(fileOf(frame));
+  if (dladdr(frame, &info) != 0 && info.dli_sname != nullptr) name.append(" ").append(info.dli_sname);
+  return name;
+}
+
+std::string describe(const Frames& frames, int size) {
+  std::string text;
+  for (int i = 0; i < size; ++i) text += "\n    " + nameOf(frames[static_cast<std::size_t>(i)]);
+  return text;
+}
+
+}  // namespace
+
+std::string describeFirstRefusal() { return describe(refusedFrames, refusedFrameCount); }
+
+std::string describeBlocksLeft() {
+  std::string text;
+  blocks.forEach([&text](const Blocks::Block& block, const Frames& frames) {
+    text += "\n  " + std::to_string(block.size) + " bytes:" + describe(frames, block.frameCount);
+  });
+  return text;
+}
+
+bool onlyForeignBlocksLeft() {
+  bool only = true;
+  blocks.forEach([&only](const auto& block, const auto& frames) { only = only && isForeign(block, frames); });
+  return only;
+}
