@@ -186,12 +186,15 @@ class Assistant {
   Filled configure(Function&& fill) {
     if (core_ == nullptr) return {detail::kEmptyAssistant, {}};
     Fill properties(nullptr);
-    auto call = [&properties, &fill](IQAIProperties* fresh) {
+    Filled accepted({}, {});
+    auto call = [&properties, &accepted, &fill](IQAIProperties* fresh) {
       properties.properties_ = fresh;
       fill(properties);
+      accepted = Filled({}, properties.refused_);  // here, where what throws leaves the settings as they are
     };
     // By reference: a std::function that holds no more than that allocates nothing.
     std::string error = native()->setAssistantProperties(std::ref(call));
+    if (error.empty()) return accepted;
     return {std::move(error), std::move(properties.refused_)};
   }
 

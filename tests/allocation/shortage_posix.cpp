@@ -34,14 +34,18 @@ std::size_t count = 0;
 bool failed = false;
 std::atomic<bool> tracing{false};
 Frames refusedFrames;
-int refusedFrameCount = 0;
+std::size_t refusedFrameCount = 0;
+
+std::size_t framesHere(Frames& frames) noexcept {
+  return static_cast<std::size_t>(std::max(backtrace(frames.data(), kFrames), 0));
+}
 
 /// The blocks of the shortage that are alive. Nothing in here may allocate.
 class Blocks {
  public:
   struct Block {
     std::uint32_t epoch = 0;
-    int frameCount = 0;
+    std::size_t frameCount = 0;
     const void* address = nullptr;  // null: a block that was freed was here
     std::size_t size = 0;
   };
@@ -56,7 +60,7 @@ class Blocks {
   void add(const void* address, std::size_t size) noexcept {
     Frames frames;
     // The number of frames is looked for before the guard is taken.
-    const int frameCount = tracing ? backtrace(frames.data(), kFrames) : 0;
+    const std::size_t frameCount = tracing ? framesHere(frames) : 0;
     const Guard guard(*this);
     std::size_t slot = home(address);
     std::size_t tried = 0;
@@ -126,14 +130,71 @@ struct Pause {
   bool before;
 };
 
+const void* fileBaseOf(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) == 0 ? nullptr : info.dli_fbase;
+}
+
+std::string_view fileOf(const void* address) {
+  Dl_info info{};
+  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return "?";
+  const std::string_view path = info.dli_fname;
+  return path.substr(path.find_last_of('/') + 1);
+}
+
+bool startsWithAny(std::string_view text, std::initializer_list<std::string_view> starts) {
+  return std::any_of(starts.begin(), starts.end(), [text](std::string_view start) { return text.starts_with(start); });
+}
+
+/// Which call asked for an allocation: the first from outside this program, which stands in for the C library here, and
+/// outside the language's own libraries. `size` when there is none.
+std::size_t findAsking(const Frames& frames, std::size_t size) {
+  static const void* const here = fileBaseOf(reinterpret_cast<const void*>(&beginShortage));
+  std::size_t i = 0;
+  while (i < size && (fileBaseOf(frames[i]) == here || startsWithAny(fileOf(frames[i]), {"libstdc++", "libc."}))) ++i;
+  return i;
+}
+
+/// Whether a library that ours call asked for it.
+bool isForeign(const Frames& frames, std::size_t size) {
+  const std::size_t asking = findAsking(frames, size);
+  return asking != size && startsWithAny(fileOf(frames[asking]), {"libcurl", "libssl", "libcrypto"});
+}
+
+/// libcurl 7.88 frees a name twice when it finds no memory to keep a TLS session, which OpenSSL gives it by a call
+/// back. Nothing that calls libcurl can help that.
+bool isBeyondHelp(const Frames& frames, std::size_t size) {
+  const std::size_t asking = findAsking(frames, size);
+  if (asking == size || !fileOf(frames[asking]).starts_with("libcurl")) return false;
+  const auto isOfOpenSSL = [](const void* frame) { return fileOf(frame).starts_with("libssl"); };
+  return std::any_of(frames.begin() + static_cast<std::ptrdiff_t>(asking),
+                     frames.begin() + static_cast<std::ptrdiff_t>(size), isOfOpenSSL);
+}
+
+std::string nameOf(const void* frame) {
+  Dl_info info{};
+  std::string name(fileOf(frame));
+  if (dladdr(frame, &info) != 0 && info.dli_sname != nullptr) name.append(" ").append(info.dli_sname);
+  return name;
+}
+
+std::string describe(const Frames& frames, std::size_t size) {
+  std::string text;
+  for (std::size_t i = 0; i < size; ++i) text += "\n    " + nameOf(frames[i]);
+  return text;
+}
+
 bool isRefused() noexcept {
   if (!watching) return false;
-  const bool refused = kindOfShortage == Shortage::Once ? count == grants : count >= grants;
-  ++count;
-  if (!refused) return false;
+  const bool isDue = count++ >= grants && (kindOfShortage == Shortage::Lasting || !failed);
+  if (!isDue) return false;
+  const Pause pause;
+  Frames frames;
+  const std::size_t size = framesHere(frames);
+  if (isBeyondHelp(frames, size)) return false;
   if (!failed) {
-    const Pause pause;
-    refusedFrameCount = backtrace(refusedFrames.data(), kFrames);
+    refusedFrames = frames;
+    refusedFrameCount = size;
   }
   failed = true;
   errno = ENOMEM;
@@ -192,7 +253,7 @@ QAI_REPLACEMENT void free(void* block) noexcept {
 void beginShortage(Shortage kind, std::size_t granted) noexcept {
   static const bool ready = [] {
     Frames frames;
-    return backtrace(frames.data(), kFrames) > 0;  // whose first call loads a library
+    return framesHere(frames) > 0;  // the first time loads a library
   }();
   static_cast<void>(ready);
   kindOfShortage = kind;
@@ -214,51 +275,6 @@ std::size_t blocksLeft() noexcept { return blocks.alive(); }
 
 void traceBlocks(bool on) noexcept { tracing = on; }
 
-namespace {
-
-const void* fileBaseOf(const void* address) {
-  Dl_info info{};
-  return dladdr(address, &info) == 0 ? nullptr : info.dli_fbase;
-}
-
-std::string_view fileOf(const void* address) {
-  Dl_info info{};
-  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return "?";
-  const std::string_view path = info.dli_fname;
-  return path.substr(path.find_last_of('/') + 1);
-}
-
-bool startsWithAny(std::string_view text, std::initializer_list<std::string_view> starts) {
-  return std::any_of(starts.begin(), starts.end(), [text](std::string_view start) { return text.starts_with(start); });
-}
-
-/// Whether the block's allocation was asked for by a library that ours call. Asking is the first call from outside this
-/// program, which stands in for the C library here, and outside the language's own libraries.
-bool isForeign(const Blocks::Block& block, const Frames& frames) {
-  const void* const here = fileBaseOf(reinterpret_cast<const void*>(&beginShortage));
-  for (int i = 0; i < block.frameCount; ++i) {
-    const void* const frame = frames[static_cast<std::size_t>(i)];
-    if (fileBaseOf(frame) == here || startsWithAny(fileOf(frame), {"libstdc++", "libc."})) continue;
-    return startsWithAny(fileOf(frame), {"libcurl", "libssl", "libcrypto"});
-  }
-  return false;
-}
-
-std::string nameOf(const void* frame) {
-  Dl_info info{};
-  std::string name(fileOf(frame));
-  if (dladdr(frame, &info) != 0 && info.dli_sname != nullptr) name.append(" ").append(info.dli_sname);
-  return name;
-}
-
-std::string describe(const Frames& frames, int size) {
-  std::string text;
-  for (int i = 0; i < size; ++i) text += "\n    " + nameOf(frames[static_cast<std::size_t>(i)]);
-  return text;
-}
-
-}  // namespace
-
 std::string describeFirstRefusal() { return describe(refusedFrames, refusedFrameCount); }
 
 std::string describeBlocksLeft() {
@@ -271,6 +287,7 @@ std::string describeBlocksLeft() {
 
 bool onlyForeignBlocksLeft() {
   bool only = true;
-  blocks.forEach([&only](const auto& block, const auto& frames) { only = only && isForeign(block, frames); });
+  blocks.forEach(
+      [&only](const auto& block, const auto& frames) { only = only && isForeign(frames, block.frameCount); });
   return only;
 }

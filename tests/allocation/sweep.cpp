@@ -3,6 +3,7 @@
 #include "shortage.h"
 
 #include <gtest/gtest.h>
+#include <openssl/crypto.h>
 
 #include <algorithm>
 #include <chrono>
@@ -11,6 +12,7 @@
 #include <exception>
 #include <iostream>
 #include <new>
+#include <optional>
 #include <string_view>
 
 namespace {
@@ -21,9 +23,15 @@ constexpr std::size_t kSample = 24;                  // points of each operation
 constexpr int kMostComplaints = 5;                   // of one operation
 constexpr auto kLongest = std::chrono::seconds(10);  // for an operation of milliseconds
 
-bool runsAllPoints() {
+/// What the environment asks for: "all" points, the one of a number, or by default a sample.
+std::string_view wantedPoints() {
   const char* points = std::getenv("QAI_ALLOCATION_POINTS");
-  return points != nullptr && std::string_view(points) == "all";
+  return points == nullptr ? "" : points;
+}
+bool runsAllPoints() { return wantedPoints() == "all"; }
+std::optional<std::size_t> onlyPoint() {
+  const std::string points(wantedPoints());
+  return points.empty() || runsAllPoints() ? std::nullopt : std::optional<std::size_t>(std::stoul(points));
 }
 
 /// What a run that nothing goes wrong in gives.
@@ -62,14 +70,18 @@ class Sweep {
     for (const Shortage kind : {Shortage::Once, Shortage::Lasting}) {
       kind_ = kind;
       const std::size_t step = runsAllPoints() ? 1 : std::max<std::size_t>(count_ / kSample, 1);
-      const std::size_t offset = std::hash<std::string>()(name_) % step;
-      for (point_ = offset; runPoint() && complaints_ < kMostComplaints; point_ += step) continue;
+      point_ = onlyPoint().value_or(std::hash<std::string>()(name_) % step);
+      for (; runPoint() && complaints_ < kMostComplaints && !onlyPoint(); point_ += step) continue;
     }
     return count_;
   }
 
  private:
+  /// Frees what OpenSSL keeps for each thread until its end: its queue of errors, above all.
+  static void forgetThread() { OPENSSL_thread_stop(); }
+
   std::size_t runUntouched() {
+    forgetThread();
     const auto scene = make_();
     beginShortage(Shortage::Once, std::string::npos);
     scene->run();
@@ -94,6 +106,7 @@ class Sweep {
   bool runPoint() {
     ++Report::totals().points;
     const bool ranOut = runScene();
+    forgetThread();
     // What a library below makes once and keeps is not there in a second run, and a leak is.
     if (blocksLeft() != 0 && runSceneQuietly() != 0) judgeLeak();
     if (!ranOut) --Report::totals().points;
@@ -150,6 +163,7 @@ class Sweep {
       const auto scene = make_();
       runShort(*scene);
     }
+    forgetThread();
     return blocksLeft();
   }
 
@@ -200,5 +214,7 @@ void tellWhere(int signal) {
 
 std::size_t sweep(const std::string& name, const MakeScene& make) {
   for (const int signal : {SIGSEGV, SIGABRT}) std::signal(signal, tellWhere);
-  return Sweep(name, make).run();
+  const std::size_t points = Sweep(name, make).run();
+  sweptName = "(nothing swept)";
+  return points;
 }

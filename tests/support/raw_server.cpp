@@ -129,6 +129,11 @@ std::size_t RawServer::getResumedHandshakes() const {
   return log_.resumed;
 }
 
+std::size_t RawServer::getBytes() const {
+  const std::lock_guard lock(mutex_);
+  return log_.bytes;
+}
+
 bool RawServer::waitForRequests(std::size_t count) const {
   std::unique_lock lock(mutex_);
   return changed_.wait_for(lock, kPatience, [&] { return log_.requests.size() >= count; });
@@ -193,6 +198,7 @@ void RawServer::converse(Connection& connection) {
       const long received = connection.receive(buffer.data(), buffer.size());
       if (received <= 0) return;
       connection.unread.append(buffer.data(), static_cast<std::size_t>(received));
+      record([received](Log& log) { log.bytes += static_cast<std::size_t>(received); });
       if (connection.unread.size() >= longestRequest_) return connection.reset();
       continue;
     }

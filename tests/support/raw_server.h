@@ -71,6 +71,7 @@ class RawServer {
   std::size_t getConnections() const;
   std::size_t getHandshakes() const;         // completed, resumed ones included
   std::size_t getResumedHandshakes() const;  // of these
+  std::size_t getBytes() const;              // of requests, unfinished ones included; without TLS's own
 
   /// Each waits until the number is reached; false when that takes more than ten seconds.
   bool waitForRequests(std::size_t count) const;
@@ -80,7 +81,7 @@ class RawServer {
   struct Connection;
   struct Log {
     std::vector<std::string> requests;
-    std::size_t connections = 0, ends = 0, handshakes = 0, resumed = 0;
+    std::size_t connections = 0, ends = 0, handshakes = 0, resumed = 0, bytes = 0;
   };
 
   void acceptAll();
