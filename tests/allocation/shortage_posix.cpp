@@ -151,7 +151,9 @@ bool startsWithAny(std::string_view text, std::initializer_list<std::string_view
 std::size_t findAsking(const Frames& frames, std::size_t size) {
   static const void* const here = fileBaseOf(reinterpret_cast<const void*>(&beginShortage));
   std::size_t i = 0;
-  while (i < size && (fileBaseOf(frames[i]) == here || startsWithAny(fileOf(frames[i]), {"libstdc++", "libc."}))) ++i;
+  while (i < size &&
+         (fileBaseOf(frames[i]) == here || startsWithAny(fileOf(frames[i]), {"libstdc++", "libc.", "ld-linux"})))
+    ++i;
   return i;
 }
 
