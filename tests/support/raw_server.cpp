@@ -150,13 +150,14 @@ void RawServer::record(const std::function<void(Log&)>& change) {
   changed_.notify_all();
 }
 
+// A test of thousands of connections would else run out of threads.
 void RawServer::acceptAll() {
   for (;;) {
     const sockets::Handle socket = sockets::accept(listener_);
     if (stopping_) return sockets::close(socket);
     if (socket == sockets::kNone) return;
     record([](Log& log) { ++log.connections; });
-    if (answer_) dropEnded();
+    dropEnded();
     Connection& connection = *connections_.emplace_back(std::make_unique<Connection>(socket));
     connection.thread = std::thread([this, &connection] { serve(connection); });
   }
