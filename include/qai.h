@@ -6,6 +6,9 @@
 /// return a text for the user, empty on success. Host and library are built with the same compiler family and the same
 /// shared library `cf`, whose variants and settings cross the boundary.
 ///
+/// Memory: std::bad_alloc may leave any operation that allocates, and then everything here is as it was before. What a
+/// service was asked to do before memory ran out, it may have done. Objects are freed without memory.
+///
 /// Threads: the library starts none. Every operation blocks until its HTTP exchange ends. One assistant and its
 /// sessions are used by one thread at a time; different assistants may be used on different threads.
 ///

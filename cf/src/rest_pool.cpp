@@ -11,9 +11,14 @@ namespace {
 // cancel() wakes the wait up; this is for the request that runs beside the pool's own, which no wake-up reaches.
 constexpr int kLongestWaitMilliseconds = 500;
 
+// More than libcurl and what it calls take when they are made ready. OpenSSL tries that once: where memory runs out
+// meanwhile, the process can make no secure connection any more, or crashes at the first. So it is tried with memory.
+constexpr std::size_t kNeededAtFirst = std::size_t{2} << 20;
+
 // Never undone: other parts of the process may be using libcurl.
 void initialiseLibrary() {
   static const bool initialised = [] {
+    ::operator delete(::operator new(kNeededAtFirst));
     if (curl_global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw std::bad_alloc();
     stayLoaded();
     return true;

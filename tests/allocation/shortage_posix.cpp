@@ -24,7 +24,7 @@ void __libc_free(void* block);
 
 namespace {
 
-constexpr std::size_t kFrames = 24;
+constexpr std::size_t kFrames = 48;
 using Frames = std::array<void*, kFrames>;
 
 thread_local bool watching = false;  // this thread's allocations
@@ -163,22 +163,24 @@ bool isForeign(const Frames& frames, std::size_t size) {
   return asking != size && startsWithAny(fileOf(frames[asking]), {"libcurl", "libssl", "libcrypto"});
 }
 
-/// libcurl 7.88 frees a name twice when it finds no memory to keep a TLS session, which OpenSSL gives it by a call
-/// back. Nothing that calls libcurl can help that.
-bool isBeyondHelp(const Frames& frames, std::size_t size) {
-  const std::size_t asking = findAsking(frames, size);
-  if (asking == size || !fileOf(frames[asking]).starts_with("libcurl")) return false;
-  const auto isOfOpenSSL = [](const void* frame) { return fileOf(frame).starts_with("libssl"); };
-  return std::any_of(frames.begin() + static_cast<std::ptrdiff_t>(asking),
-                     frames.begin() + static_cast<std::ptrdiff_t>(size), isOfOpenSSL);
+std::string_view symbolOf(const void* address) {
+  Dl_info info{};
+  return dladdr(address, &info) == 0 || info.dli_sname == nullptr ? "" : info.dli_sname;
 }
 
-std::string nameOf(const void* frame) {
-  Dl_info info{};
-  std::string name(fileOf(frame));
-  if (dladdr(frame, &info) != 0 && info.dli_sname != nullptr) name.append(" ").append(info.dli_sname);
-  return name;
+/// What fails here harms a process whatever calls: libcurl 7.88 frees a name twice when it finds no memory to keep a
+/// TLS session, which OpenSSL gives it by a call back, and OpenSSL never again makes what it could not make the one
+/// time that it tries, and may crash for want of it.
+bool isBeyondHelp(const Frames& frames, std::size_t size) {
+  const auto begin = frames.begin() + static_cast<std::ptrdiff_t>(findAsking(frames, size));
+  const auto end = frames.begin() + static_cast<std::ptrdiff_t>(size);
+  if (begin == end) return false;
+  const auto isOfTLS = [](const void* frame) { return fileOf(frame).starts_with("libssl"); };
+  const auto isOnce = [](const void* frame) { return symbolOf(frame) == "CRYPTO_THREAD_run_once"; };
+  return fileOf(*begin).starts_with("libcurl") ? std::any_of(begin, end, isOfTLS) : std::any_of(begin, end, isOnce);
 }
+
+std::string nameOf(const void* frame) { return std::string(fileOf(frame)).append(" ").append(symbolOf(frame)); }
 
 std::string describe(const Frames& frames, std::size_t size) {
   std::string text;

@@ -1,0 +1,8 @@
+# ./test --allocation: lets every allocation of every operation fail, one after the other, once and for good; ./test
+# itself takes a sample of them. Takes about an hour. QAI_ALLOCATION_POINTS=N runs point N alone, for the debugger.
+
+install_packages "${run_packages[@]}" "${test_packages[@]}"
+export QAI_ALLOCATION_POINTS=${QAI_ALLOCATION_POINTS:-all}
+build release
+say "Testing with memory running out …"
+build/release/tests/allocation/allocation_test --gtest_brief=1 "$@" || fail "memory that ran out did harm"
