@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 #include <execinfo.h>
+#include <link.h>
 
 #include <algorithm>
 #include <array>
@@ -9,7 +10,6 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
-#include <initializer_list>
 #include <string_view>
 #include <utility>
 
@@ -130,57 +130,100 @@ struct Pause {
   bool before;
 };
 
-const void* fileBaseOf(const void* address) {
-  Dl_info info{};
-  return dladdr(address, &info) == 0 ? nullptr : info.dli_fbase;
+/// Whose code runs.
+enum class Code { Program, Runtime, Curl, TLS, Crypto, Other };
+
+Code codeOf(std::string_view path) {
+  const std::string_view name = path.substr(path.find_last_of('/') + 1);
+  if (name.empty()) return Code::Program;  // which stands in for the C library here
+  if (name.starts_with("libc.") || name.starts_with("libstdc++") || name.starts_with("ld-")) return Code::Runtime;
+  if (name.starts_with("libcurl")) return Code::Curl;
+  if (name.starts_with("libssl")) return Code::TLS;
+  return name.starts_with("libcrypto") ? Code::Crypto : Code::Other;
 }
 
-std::string_view fileOf(const void* address) {
-  Dl_info info{};
-  if (dladdr(address, &info) == 0 || info.dli_fname == nullptr) return "?";
-  const std::string_view path = info.dli_fname;
-  return path.substr(path.find_last_of('/') + 1);
-}
+/// Where the code of each library lies. Looked up for thousands of frames, for which dladdr takes too long.
+class Ranges {
+ public:
+  /// Reads anew what is loaded.
+  void refresh() noexcept {
+    size_ = 0;
+    dl_iterate_phdr(
+        [](dl_phdr_info* info, std::size_t, void* ranges) {
+          static_cast<Ranges*>(ranges)->add(*info);
+          return 0;
+        },
+        this);
+  }
+  Code find(const void* frame) const noexcept {
+    const auto address = reinterpret_cast<std::uintptr_t>(frame);
+    for (std::size_t i = 0; i < size_; ++i) {
+      if (address >= all_[i].begin && address < all_[i].end) return all_[i].code;
+    }
+    return Code::Other;
+  }
 
-bool startsWithAny(std::string_view text, std::initializer_list<std::string_view> starts) {
-  return std::any_of(starts.begin(), starts.end(), [text](std::string_view start) { return text.starts_with(start); });
-}
+ private:
+  struct Range {
+    std::uintptr_t begin, end;
+    Code code;
+  };
 
-/// Which call asked for an allocation: the first from outside this program, which stands in for the C library here, and
-/// outside the language's own libraries. `size` when there is none.
+  void add(const dl_phdr_info& info) noexcept {
+    for (std::size_t i = 0; i < info.dlpi_phnum && size_ < all_.size(); ++i) {
+      const auto& segment = info.dlpi_phdr[i];
+      const std::uintptr_t begin = info.dlpi_addr + segment.p_vaddr;
+      if (segment.p_type == PT_LOAD && (segment.p_flags & PF_X) != 0) {
+        all_[size_++] = {begin, begin + segment.p_memsz, codeOf(info.dlpi_name)};
+      }
+    }
+  }
+
+  std::array<Range, 128> all_{};
+  std::size_t size_ = 0;
+};
+
+constinit Ranges ranges;
+
+/// Which call asked for an allocation: the first from outside this program and the language's own libraries.
 std::size_t findAsking(const Frames& frames, std::size_t size) {
-  static const void* const here = fileBaseOf(reinterpret_cast<const void*>(&beginShortage));
   std::size_t i = 0;
-  while (i < size &&
-         (fileBaseOf(frames[i]) == here || startsWithAny(fileOf(frames[i]), {"libstdc++", "libc.", "ld-linux"})))
-    ++i;
+  while (i < size && (ranges.find(frames[i]) == Code::Program || ranges.find(frames[i]) == Code::Runtime)) ++i;
   return i;
 }
 
 /// Whether a library that ours call asked for it.
 bool isForeign(const Frames& frames, std::size_t size) {
   const std::size_t asking = findAsking(frames, size);
-  return asking != size && startsWithAny(fileOf(frames[asking]), {"libcurl", "libssl", "libcrypto"});
+  return asking != size && ranges.find(frames[asking]) != Code::Other;
 }
 
-std::string_view symbolOf(const void* address) {
-  Dl_info info{};
-  return dladdr(address, &info) == 0 || info.dli_sname == nullptr ? "" : info.dli_sname;
+/// Whether OpenSSL was making what it makes once.
+bool isMadeOnce(const void* frame) {
+  static const auto begin = reinterpret_cast<std::uintptr_t>(dlsym(RTLD_DEFAULT, "CRYPTO_THREAD_run_once"));
+  constexpr std::uintptr_t kSize = 64;  // it hardly does more than call
+  const auto address = reinterpret_cast<std::uintptr_t>(frame);
+  return begin != 0 && address >= begin && address < begin + kSize;
 }
 
 /// What fails here harms a process whatever calls: libcurl 7.88 frees a name twice when it finds no memory to keep a
-/// TLS session, which OpenSSL gives it by a call back, and OpenSSL never again makes what it could not make the one
+/// TLS session, which OpenSSL gives it by a call back; and OpenSSL never again makes what it could not make the one
 /// time that it tries, and may crash for want of it.
 bool isBeyondHelp(const Frames& frames, std::size_t size) {
   const auto begin = frames.begin() + static_cast<std::ptrdiff_t>(findAsking(frames, size));
   const auto end = frames.begin() + static_cast<std::ptrdiff_t>(size);
-  if (begin == end) return false;
-  const auto isOfTLS = [](const void* frame) { return fileOf(frame).starts_with("libssl"); };
-  const auto isOnce = [](const void* frame) { return symbolOf(frame) == "CRYPTO_THREAD_run_once"; };
-  return fileOf(*begin).starts_with("libcurl") ? std::any_of(begin, end, isOfTLS) : std::any_of(begin, end, isOnce);
+  if (begin == end || ranges.find(*begin) == Code::Other) return false;
+  const auto isOfTLS = [](const void* frame) { return ranges.find(frame) == Code::TLS; };
+  return ranges.find(*begin) == Code::Curl ? std::any_of(begin, end, isOfTLS) : std::any_of(begin, end, isMadeOnce);
 }
 
-std::string nameOf(const void* frame) { return std::string(fileOf(frame)).append(" ").append(symbolOf(frame)); }
+std::string nameOf(const void* frame) {
+  Dl_info info{};
+  if (dladdr(frame, &info) == 0 || info.dli_fname == nullptr) return "?";
+  const std::string_view path = info.dli_fname;
+  std::string name(path.substr(path.find_last_of('/') + 1));
+  return info.dli_sname == nullptr ? name : name.append(" ").append(info.dli_sname);
+}
 
 std::string describe(const Frames& frames, std::size_t size) {
   std::string text;
@@ -260,6 +303,7 @@ void beginShortage(Shortage kind, std::size_t granted) noexcept {
     return framesHere(frames) > 0;  // the first time loads a library
   }();
   static_cast<void>(ready);
+  ranges.refresh();
   kindOfShortage = kind;
   grants = granted;
   count = 0;
