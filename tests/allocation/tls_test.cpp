@@ -72,7 +72,8 @@ class RefusedTurn : public SecureTurn {
   RefusedTurn(const Service& service, const RawServer& server) : SecureTurn(service, server, 0), server_(server) {}
 
   bool succeeded() const override { return message_ == nullptr && error_.starts_with("The certificate of localhost:"); }
-  std::string result() const override { return error_; }
+  /// The reason may be that there was no memory to find out.
+  std::string result() const override { return succeeded() ? "refused" : error_; }
   std::string complaint() const override {
     if (message_ != nullptr) return "a reply was taken";
     return server_.getBytes() == 0 ? "" : "the server was sent something";
