@@ -33,6 +33,35 @@ install_packages() {
   rm -f "$log"
 }
 
+# unpack_packages FOLDER NAME…: puts the files of Debian packages into FOLDER, without installing the packages: a server
+# that is installed is started at once and with the machine from then on, and configures itself under /etc. The
+# libraries that the programs need must be installed. Silent when all is there.
+unpack_packages() {
+  local folder=$1 package
+  shift
+  [ "$(cat "$folder/packages" 2>/dev/null)" = "$*" ] && return
+  command -v apt-get >/dev/null || fail "needs the files of these Debian packages, and there is no apt-get here: $*"
+  say "Fetching $* …"
+  rm -rf "$folder" "$folder.new"
+  mkdir -p "$folder.new/archives"
+  # The lists may name an edition that the archive has no longer.
+  { fetch_archives "$folder.new/archives" "$@" || { update_lists && fetch_archives "$folder.new/archives" "$@"; }; } \
+    </dev/null >"$folder.log" 2>&1 || build_failed "the packages could not be fetched" "$folder.log"
+  for package in "$folder.new"/archives/*.deb; do dpkg-deb --extract "$package" "$folder.new"; done
+  rm -r "$folder.new/archives"
+  printf '%s\n' "$*" >"$folder.new/packages"
+  mv "$folder.new" "$folder"
+}
+
+# fetch_archives FOLDER NAME…: apt-get asks for no root here.
+fetch_archives() { (cd "$1" && shift && rm -f ./*.deb && apt-get download -q "$@"); }
+
+update_lists() {
+  local as_root=()
+  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
+  "${as_root[@]}" apt-get update -q
+}
+
 # prepare_windows: the libraries that Debian has no Windows packages for, unless QAI_WINDOWS_DEPS names a folder with
 # them, and a Wine that is up.
 prepare_windows() {
@@ -67,6 +96,9 @@ build_failed() {
 run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libcpp-httplib-dev
   libcli11-dev libsqlite3-dev sqlite3)
 test_packages=(abigail-tools libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind doxygen)
+# What tests/real runs, unpacked into build/servers; and the libraries of these programs, with what sets up networks.
+server_packages=(squid squid-common squid-langpack nginx nftables)
+server_libraries=(libecap3 libedit2 libgssapi-krb5-2 libltdl7 libnetfilter-conntrack3 libnftables1 libpcre2-8-0 iproute2)
 windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 libgnutls30 dpkg-dev make perl tcl)
 fuzz_packages=(clang libclang-rt-14-dev llvm)
 bench_packages=(libbenchmark-dev libssl-dev)

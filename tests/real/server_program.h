@@ -1,0 +1,48 @@
+// Servers that are not ours, as Debian has them: started by a test from the files of their packages, never installed.
+#pragma once
+
+#include "support/process.h"
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+/// A file of the packages that ./test unpacks: "usr/sbin/squid".
+std::filesystem::path packagedFile(std::string_view name);
+/// Why the servers can't run; "" when they can.
+std::string obtainServersLack();
+
+/// A port of the IPv4 loopback that is kept for a server, whether it runs or not: nobody else gets it in between, and
+/// connections are refused meanwhile.
+class ReservedPort {
+ public:
+  ReservedPort();
+  ~ReservedPort();
+  ReservedPort(const ReservedPort&) = delete;
+  ReservedPort& operator=(const ReservedPort&) = delete;
+
+  int number() const { return number_; }
+  std::string text() const { return std::to_string(number_); }
+
+ private:
+  int socket_;
+  int number_;
+};
+
+/// Other users' programs may read `folder`, which servers need that give up root's rights.
+void openToAll(const std::filesystem::path& folder);
+
+/// A running server; killed, as by a power cut, with the object.
+class ServerProgram {
+ public:
+  /// Starts it and waits until it has said that it `listens`, in whichever of its outputs.
+  /// @throw std::runtime_error with what it said instead
+  ServerProgram(std::vector<std::string> arguments, std::string_view listens);
+
+  /// The next line of what it says.
+  std::string readLine() { return child_.readLine(); }
+
+ private:
+  Child child_;
+};

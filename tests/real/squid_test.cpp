@@ -1,0 +1,126 @@
+// Turns by way of squid: open, behind a password, refusing, and dying.
+#include "squid.h"
+
+#include "conversation.h"
+#include "support/platform.h"
+
+#include <standin.h>
+
+#include <tuple>
+
+namespace {
+
+using testing::HasSubstr;
+using testing::StartsWith;
+using Door = Squid::Door;
+
+enum class Scheme { HTTP, HTTPS };
+
+class BehindSquid : public testing::TestWithParam<std::tuple<Service, Scheme>> {
+ protected:
+  static void SetUpTestSuite() {
+    if (obtainServersLack().empty()) {
+      authority_ = std::make_unique<TestCA>();
+      squid_ = std::make_unique<Squid>(*authority_);
+    }
+  }
+  static void TearDownTestSuite() {
+    squid_.reset();
+    authority_.reset();
+  }
+  void SetUp() override {
+    if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
+    testing::internal::CaptureStderr();
+  }
+  // Whatever a test does, nothing of it appears outside.
+  void TearDown() override {
+    if (IsSkipped()) return;
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    QAISetHTTPSettings({});
+  }
+
+  static const Service& service() { return std::get<Service>(GetParam()); }
+  static bool isSecure() { return std::get<Scheme>(GetParam()) == Scheme::HTTPS; }
+  /// The stand-in's options: a certificate where the scheme wants one.
+  static standin::Options options() {
+    standin::Options options{.apiKey = kKey};
+    if (isSecure()) {
+      const TestCA::Names names = authority_->issue("localhost");
+      options.certificateFile = names.certificateFile;
+      options.privateKeyFile = names.keyFile;
+    }
+    return options;
+  }
+  static void goThrough(const std::string& proxyURL) {
+    CMRestGlobalSettings settings;
+    settings.proxyURL = proxyURL;
+    settings.caFile = authority_->getFile();
+    QAISetHTTPSettings(settings);
+  }
+  /// The error of a conversation that the proxy at `door` does not let through; the server hears nothing of it.
+  static std::string refusedAt(Door door, const std::string& password) {
+    goThrough(squid_->url(door, password));
+    const standin::Server server(options());
+    std::string error = converse(*makeAssistant(service(), server.address()), service());
+    EXPECT_EQ(server.requests().size(), 0U);
+    if (!password.empty()) {
+      expectHidden(password, error);
+      expectHidden(kProxyUser + ":" + password, error);
+    }
+    return error;
+  }
+  static std::string refusal(Door door, const std::string& status) {
+    return "The proxy " + squid_->name(door) + " refused the connection: HTTP " + status;
+  }
+
+  static inline std::unique_ptr<TestCA> authority_;
+  static inline std::unique_ptr<Squid> squid_;
+};
+
+std::string nameRow(const testing::TestParamInfo<std::tuple<Service, Scheme>>& row) {
+  return std::string(std::get<Service>(row.param).name) +
+         (std::get<Scheme>(row.param) == Scheme::HTTPS ? "_https" : "_http");
+}
+INSTANTIATE_TEST_SUITE_P(All, BehindSquid,
+                         testing::Combine(testing::ValuesIn(allServices()),
+                                          testing::Values(Scheme::HTTP, Scheme::HTTPS)),
+                         nameRow);
+
+TEST_P(BehindSquid, ConversationSucceedsThroughEachDoorThatOpens) {
+  for (const std::string& url :
+       {squid_->url(Door::Open), squid_->url(Door::Password, kProxyPassword), squid_->url(Door::Secure)}) {
+    goThrough(url);
+    const standin::Server server(options());
+    EXPECT_EQ(converse(*makeAssistant(service(), server.address()), service()), "");
+    EXPECT_GE(server.requests().size(), 3U);
+    // Inside a tunnel nobody hears of the proxy; on a plain way it says itself that it is one.
+    for (const standin::Request& request : server.requests()) {
+      EXPECT_EQ(request.header("Proxy-Authorization"), "");
+      EXPECT_EQ(request.header("Via").empty(), isSecure());
+    }
+  }
+}
+
+TEST_P(BehindSquid, NoPasswordAndAWrongOneAreRefused) {
+  EXPECT_EQ(refusedAt(Door::Password, ""), refusal(Door::Password, "407"));
+  EXPECT_EQ(refusedAt(Door::Password, "c@nary/9f%4"), refusal(Door::Password, "407"));
+}
+
+// On a plain way the page is the reply to the request itself, and a reply that is no JSON is the error's text as it
+// arrived: with the address that it shows, in which Gemini's key stands. In front of a tunnel the page is not read.
+TEST_P(BehindSquid, RefusalIsToldByThePageOnAPlainWayAndByItsStatusBeforeATunnel) {
+  const std::string error = refusedAt(Door::Closed, kProxyPassword);
+  if (isSecure()) {
+    EXPECT_EQ(error, refusal(Door::Closed, "403"));
+    return;
+  }
+  EXPECT_THAT(error, StartsWith("<!DOCTYPE html"));
+  EXPECT_THAT(error, HasSubstr("<!-- ERR_ACCESS_DENIED -->"));
+  if (service().type == GOOGLE) {
+    EXPECT_THAT(error, HasSubstr("?key=" + cfEncodeQueryText(kKey)));
+  } else {
+    expectHidden(kKey, error);
+  }
+}
+
+}  // namespace
