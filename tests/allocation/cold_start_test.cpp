@@ -38,13 +38,13 @@ TEST_F(ColdStart, AcceptsNoUnfitCertificate) {
   const RawServer server(answer(), makeTLSContext(other.issue("localhost")));
   EXPECT_EQ(runColdHost(server, authority_, "nothing"), 0);
   EXPECT_GT(server.getConnections(), 0U);
-  EXPECT_EQ(server.getBytes(), 0U);
+  EXPECT_EQ(server.getReceivedBytes(), 0U);
 }
 
 TEST_F(ColdStart, AcceptsNoOtherHostsCertificate) {
   const RawServer server(answer(), makeTLSContext(authority_.issue("other.example")));
   EXPECT_EQ(runColdHost(server, authority_, "nothing"), 0);
-  EXPECT_EQ(server.getBytes(), 0U);
+  EXPECT_EQ(server.getReceivedBytes(), 0U);
 }
 
 }  // namespace

@@ -76,7 +76,7 @@ class RefusedTurn : public SecureTurn {
   std::string result() const override { return succeeded() ? "refused" : error_; }
   std::string complaint() const override {
     if (message_ != nullptr) return "a reply was taken";
-    return server_.getBytes() == 0 ? "" : "the server was sent something";
+    return server_.getReceivedBytes() == 0 ? "" : "the server was sent something";
   }
 
  private:
@@ -98,7 +98,7 @@ class OverTLS : public testing::TestWithParam<Service> {
     const std::size_t points = sweep(std::string(GetParam().name) + " " + name,
                                      [&] { return std::make_unique<RefusedTurn>(GetParam(), server); });
     EXPECT_TRUE(server.waitForEnds(server.getConnections()));
-    EXPECT_EQ(server.getBytes(), 0U);
+    EXPECT_EQ(server.getReceivedBytes(), 0U);
     return points;
   }
 };

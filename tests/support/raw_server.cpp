@@ -114,6 +114,11 @@ std::vector<std::string> RawServer::getRequests() const {
   return log_.requests;
 }
 
+std::size_t RawServer::getReceivedBytes() const {
+  const std::lock_guard lock(mutex_);
+  return log_.bytes;
+}
+
 std::size_t RawServer::getConnections() const {
   const std::lock_guard lock(mutex_);
   return log_.connections;
@@ -127,11 +132,6 @@ std::size_t RawServer::getHandshakes() const {
 std::size_t RawServer::getResumedHandshakes() const {
   const std::lock_guard lock(mutex_);
   return log_.resumed;
-}
-
-std::size_t RawServer::getBytes() const {
-  const std::lock_guard lock(mutex_);
-  return log_.bytes;
 }
 
 bool RawServer::waitForRequests(std::size_t count) const {

@@ -68,10 +68,11 @@ class RawServer {
   std::string getURL() const;
   /// The requests so far, whole: head and body.
   std::vector<std::string> getRequests() const;
+  /// The bytes that came of requests, whole or not, inside TLS where there is TLS.
+  std::size_t getReceivedBytes() const;
   std::size_t getConnections() const;
   std::size_t getHandshakes() const;         // completed, resumed ones included
   std::size_t getResumedHandshakes() const;  // of these
-  std::size_t getBytes() const;              // of requests, unfinished ones included; without TLS's own
 
   /// Each waits until the number is reached; false when that takes more than ten seconds.
   bool waitForRequests(std::size_t count) const;
