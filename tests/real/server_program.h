@@ -4,6 +4,7 @@
 #include "support/process.h"
 
 #include <filesystem>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,9 +37,9 @@ void openToAll(const std::filesystem::path& folder);
 /// A running server; killed, as by a power cut, with the object.
 class ServerProgram {
  public:
-  /// Starts it and waits until it has said that it `listens`, in whichever of its outputs.
+  /// Starts it and waits until it has said that it `listens`, in whichever of its outputs, and takes connections.
   /// @throw std::runtime_error with what it said instead
-  ServerProgram(std::vector<std::string> arguments, std::string_view listens);
+  ServerProgram(std::vector<std::string> arguments, std::string_view listens, std::span<const ReservedPort> ports);
 
   /// The next line of what it says.
   std::string readLine() { return child_.readLine(); }

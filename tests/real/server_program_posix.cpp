@@ -5,7 +5,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <chrono>
+#include <cstdint>
 #include <stdexcept>
+#include <thread>
 
 namespace {
 
@@ -13,6 +16,22 @@ namespace {
 Command withOneOutput(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), {"/bin/sh", "-c", R"(exec "$@" 2>&1)", "sh"});
   return {.arguments = std::move(arguments), .environment = {}, .input = {}};
+}
+
+sockaddr_in loopback(int port) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_port = htons(static_cast<std::uint16_t>(port));
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  return address;
+}
+
+bool takesConnections(int port) {
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  const sockaddr_in address = loopback(port);
+  const bool taken = connect(socket, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0;
+  close(socket);
+  return taken;
 }
 
 }  // namespace
@@ -32,9 +51,7 @@ std::string obtainServersLack() {
 ReservedPort::ReservedPort() : socket_(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)), number_(0) {
   const int yes = 1;
   setsockopt(socket_, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in address = loopback(0);
   socklen_t size = sizeof address;
   auto* plain = reinterpret_cast<sockaddr*>(&address);
   if (bind(socket_, plain, size) != 0 || getsockname(socket_, plain, &size) != 0) {
@@ -51,11 +68,20 @@ void openToAll(const std::filesystem::path& folder) {
       folder, perms::owner_all | perms::group_read | perms::group_exec | perms::others_read | perms::others_exec);
 }
 
-ServerProgram::ServerProgram(std::vector<std::string> arguments, std::string_view listens)
+ServerProgram::ServerProgram(std::vector<std::string> arguments, std::string_view listens,
+                             std::span<const ReservedPort> ports)
     : child_(withOneOutput(std::move(arguments))) {
   std::string said;
   for (std::string line = readLine(); line.find(listens) == std::string::npos; line = readLine()) {
     if (line.empty()) throw std::runtime_error("A server did not start: " + said);
     said += line + '\n';
+  }
+  // squid says so a moment before.
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  for (const ReservedPort& port : ports) {
+    while (!takesConnections(port.number())) {
+      if (std::chrono::steady_clock::now() > deadline) throw std::runtime_error("A server does not listen: " + said);
+      std::this_thread::yield();
+    }
   }
 }

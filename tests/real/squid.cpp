@@ -62,7 +62,7 @@ void Squid::writeConfiguration(const TestCA& authority) const {
 void Squid::start() {
   program_.emplace(std::vector<std::string>{packagedFile("usr/sbin/squid").string(), "-N", "-d", "1", "-f",
                                             (folder_.path() / "squid.conf").string()},
-                   "Accepting HTTPS Socket connections");
+                   "Accepting HTTPS Socket connections", ports_);
 }
 
 std::string Squid::name(Door door) const { return (door == Door::Secure ? "localhost:" : "127.0.0.1:") + port(door); }
