@@ -107,6 +107,20 @@ constexpr auto kVerdicts = std::to_array<Verdict>({
     {"SEC_E_WRONG_PRINCIPAL", "it is not for this host"},
 });
 
+// OpenSSL's reason without its codes and without the peer, who is named already:
+// "OpenSSL/3.0.19: error:0A000102:SSL routines::unsupported protocol",
+// "OpenSSL SSL_connect: Connection reset by peer in connection to api.example:443 ".
+// "" where a code ("SSL_ERROR_SYSCALL") or a part of OpenSSL ("EVP lib") is all that it tells.
+std::string_view obtainOpenSSLReason(std::string_view text) {
+  constexpr std::string_view kConnecting = "OpenSSL SSL_connect: ";
+  if (text.starts_with(kConnecting)) {
+    text = text.substr(kConnecting.size(), text.rfind(" in connection to ") - kConnecting.size());
+  } else if (const auto place = text.rfind("::"); text.starts_with("OpenSSL/") && place != std::string_view::npos) {
+    text.remove_prefix(place + 2);
+  }
+  return text.starts_with("SSL_ERROR_") || text.ends_with(" lib") ? std::string_view() : text;
+}
+
 // libcurl's sentence about a certificate without its own introduction ("SSL certificate problem: ").
 std::string obtainCertificateDetail(std::string_view text) {
   for (const Verdict& verdict : kVerdicts) {
@@ -116,7 +130,7 @@ std::string obtainCertificateDetail(std::string_view text) {
   for (const std::string_view introduction : {"SSL certificate problem: ", "SSL: ", "schannel: "}) {
     if (text.starts_with(introduction)) text.remove_prefix(introduction.size());
   }
-  return plainTextWithin(text);
+  return plainTextWithin(obtainOpenSSLReason(text));
 }
 
 std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, const RestReply& reply) {
@@ -128,7 +142,7 @@ std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, cons
       return number == 0 ? "" : plainTextWithin(describeConnectError(static_cast<int>(number)));
     }
     case Detail::Certificate:
-      if (reply.errorText[0] != '\0') return obtainCertificateDetail(reply.errorText.data());
+      if (std::string detail = obtainCertificateDetail(reply.errorText.data()); !detail.empty()) return detail;
       break;
     case Detail::Library:
       break;

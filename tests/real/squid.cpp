@@ -24,7 +24,7 @@ Squid::Squid(const TestCA& authority) {
   copyPackaged("usr/share/squid/mime.conf", folder / "mime.conf");
   copyPackaged("usr/lib/squid/basic_ncsa_auth", folder / "basic_ncsa_auth");
   std::ofstream(folder / "users") << kUserLine;
-  std::ofstream(folder / "hosts") << "127.0.0.1 localhost qai.localhost\n";
+  std::ofstream(folder / "hosts") << "127.0.0.1 localhost qai.localhost host.qai.localhost\n";
   writeConfiguration(authority);
   start();
 }
