@@ -1,0 +1,40 @@
+#include "nginx.h"
+
+#include <fstream>
+#include <string_view>
+
+namespace {
+constexpr std::string_view kExchange = "exchange ";
+}
+
+Nginx::Nginx(const TestCA& authority, const std::string& service, const std::string& further) {
+  const TestCA::Names certificate = authority.issue("localhost");
+  const std::string folder = folder_.path().string();
+  const std::string file = folder + "/nginx.conf";
+  // As root it would look for a user of its own to work as; as anyone else it takes no heed of the line.
+  std::ofstream(file) << "daemon off;\nmaster_process off;\nuser root;\n"
+                      << "pid " << folder << "/pid;\nerror_log stderr notice;\n"
+                      << "events {}\nhttp {\n"
+                      << "client_body_temp_path " << folder << "/body;\nproxy_temp_path " << folder << "/proxy;\n"
+                      << "fastcgi_temp_path " << folder << "/fastcgi;\nuwsgi_temp_path " << folder << "/uwsgi;\n"
+                      << "scgi_temp_path " << folder << "/scgi;\n"
+                      << "log_format exchange '" << kExchange << "$connection $request_method $status $server_protocol "
+                      << "$ssl_alpn_protocol $sent_http_content_encoding';\naccess_log /dev/stdout exchange;\n"
+                      << "gzip on;\ngzip_types application/json;\ngzip_min_length 0;\ngzip_proxied any;\n"
+                      << "server {\nlisten 127.0.0.1:" << ports_[0].text() << " ssl http2;\n"
+                      << "ssl_certificate " << certificate.certificateFile << ";\n"
+                      << "ssl_certificate_key " << certificate.keyFile << ";\n"
+                      << further << "\nlocation / { proxy_pass " << service << "; }\n}\n}\n";
+  program_.emplace(
+      std::vector<std::string>{packagedFile("usr/sbin/nginx").string(), "-p", folder, "-e", "stderr", "-c", file},
+      "event method", ports_);
+}
+
+std::string Nginx::readExchange() {
+  std::string line = program_->readLine();
+  while (!line.empty() && !line.starts_with(kExchange)) line = program_->readLine();
+  if (line.empty()) return "";
+  line.erase(0, kExchange.size());
+  connection_ = line.substr(0, line.find(' '));
+  return line.substr(connection_.size() + 1);
+}
