@@ -15,6 +15,13 @@ void copyPackaged(const char* name, const std::filesystem::path& to) {
   std::filesystem::copy(packagedFile(name), to, std::filesystem::copy_options::recursive);
 }
 
+// What squid has mapped stays; the names would outlive a squid that is killed.
+void removeSharedMemory(const std::string& squid) {
+  for (const auto& entry : std::filesystem::directory_iterator("/dev/shm")) {
+    if (entry.path().filename().string().starts_with(squid + "-")) std::filesystem::remove(entry);
+  }
+}
+
 }  // namespace
 
 Squid::Squid(const TestCA& authority) {
@@ -60,9 +67,13 @@ void Squid::writeConfiguration(const TestCA& authority) const {
 }
 
 void Squid::start() {
-  program_.emplace(std::vector<std::string>{packagedFile("usr/sbin/squid").string(), "-N", "-d", "1", "-f",
-                                            (folder_.path() / "squid.conf").string()},
-                   "Accepting HTTPS Socket connections", ports_);
+  // Its name begins those of the shared memory that it asks for; nobody else's must be in the way.
+  const std::string squid = "qai" + port(Door::Open);
+  const std::string file = (folder_.path() / "squid.conf").string();
+  program_.emplace(
+      std::vector<std::string>{packagedFile("usr/sbin/squid").string(), "-N", "-d", "1", "-n", squid, "-f", file},
+      "Accepting HTTPS Socket connections", ports_);
+  removeSharedMemory(squid);
 }
 
 std::string Squid::name(Door door) const { return (door == Door::Secure ? "localhost:" : "127.0.0.1:") + port(door); }
