@@ -151,6 +151,7 @@ const std::vector<CertificateCase>& badCertificates() {
          leaf.fields.emplace_back(NID_subject_alt_name, "IP:127.0.0.1");
        }),
        kWrongName},
+      {"name_for_an_address", leaf([](Content& leaf) { leaf.hosts = {"127.0.0.1"}; }), kWrongName, "127.0.0.1"},
       {"a_thousand_other_hosts", leaf([](Content& leaf) { leaf.hosts = wrongHosts(1000); }), kWrongName},
       {"ten_thousand_other_hosts", leaf([](Content& leaf) { leaf.hosts = wrongHosts(10'000); }),
        "excessive message size"},
@@ -171,6 +172,11 @@ const std::vector<CertificateCase>& takenCertificates() {
       {"tls_1_2", version(TLS1_2_VERSION), ""},
       {"rsa_of_2048_bits", leaf([](Content& leaf) { leaf.key = Content::Key::RSA2048; }), ""},
       {"star", leaf([](Content& leaf) { leaf.hosts = {"*.qai.localhost"}; }), "", "host.qai.localhost"},
+      {"address", leaf([](Content& leaf) {
+         leaf.hosts.clear();
+         leaf.fields.emplace_back(NID_subject_alt_name, "IP:127.0.0.1");
+       }),
+       "", "127.0.0.1"},
       // What was never given a field for hosts may still name one the old way.
       {"name_alone", leaf([](Content& leaf) { leaf.commonName = "localhost", leaf.hosts.clear(); }), ""},
   };

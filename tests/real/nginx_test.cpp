@@ -80,6 +80,14 @@ TEST_P(BehindNginx, ConversationGoesOnWhenEachConnectionServesOneRequest) {
   }
 }
 
+// An end that comes unannounced, between the turns or just as the next one begins.
+TEST_P(BehindNginx, ConversationGoesOnWhenIdleConnectionsAreClosedAtOnce) {
+  const standin::Server service({.apiKey = kKey});
+  const Nginx nginx(authority_, service.address(), "keepalive_timeout 1ms;");
+  meet(nginx);
+  for (int turn = 0; turn < 5; ++turn) expectAnswer();
+}
+
 TEST_P(BehindNginx, PageIsTheErrorWhenTheServiceIsGone) {
   std::optional<standin::Server> service(std::in_place, standin::Options{.apiKey = kKey});
   const Nginx nginx(authority_, service->address());

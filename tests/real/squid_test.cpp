@@ -123,4 +123,16 @@ TEST_P(BehindSquid, RefusalIsToldByThePageOnAPlainWayAndByItsStatusBeforeATunnel
   }
 }
 
+TEST_P(BehindSquid, ServiceThatIsGoneIsToldInTheSameWay) {
+  const ReservedPort nobody;
+  goThrough(squid_->url(Door::Password, kProxyPassword));
+  const std::string host = (isSecure() ? "https://localhost:" : "http://localhost:") + nobody.text();
+  const std::string error = converse(*makeAssistant(service(), host), service());
+  if (isSecure()) {
+    EXPECT_EQ(error, refusal(Door::Password, "503"));
+  } else {
+    EXPECT_THAT(error, HasSubstr("<!-- ERR_CONNECT_FAIL -->"));
+  }
+}
+
 }  // namespace
