@@ -123,6 +123,23 @@ TEST_P(BehindSquid, RefusalIsToldByThePageOnAPlainWayAndByItsStatusBeforeATunnel
   }
 }
 
+TEST_P(BehindSquid, RefusedTurnLeavesTheSessionAsItWasAndTheNextOneSucceeds) {
+  const standin::Server server(options());
+  const auto assistant = makeAssistant(service(), server.address());
+  goThrough(squid_->url(Door::Open));
+  EXPECT_EQ(assign(*assistant, {{"model", service().model}}), "");
+  const auto session = newSession(*assistant);
+  ASSERT_NE(session, nullptr);
+  for (const std::string& refusing : {squid_->url(Door::Closed), squid_->url(Door::Password, "wrong")}) {
+    const std::string saved = session->obtainSessionData();
+    goThrough(refusing);
+    EXPECT_THAT(ask(*assistant, session.get(), "question"), StartsWith("error: "));
+    EXPECT_EQ(session->obtainSessionData(), saved);
+    goThrough(squid_->url(Door::Open));
+    EXPECT_THAT(ask(*assistant, session.get(), "question"), testing::Not(StartsWith("error: ")));
+  }
+}
+
 TEST_P(BehindSquid, ServiceThatIsGoneIsToldInTheSameWay) {
   const ReservedPort nobody;
   goThrough(squid_->url(Door::Password, kProxyPassword));
