@@ -15,7 +15,9 @@
 #include <qai.h>
 #include <qai/owners.hpp>
 #include <qai/properties.hpp>
+#include <qai/redaction.hpp>
 #include <qai/result.hpp>
+#include <qai/saved_host.hpp>
 #include <qai/translation.hpp>
 
 #include <chrono>
