@@ -1,21 +1,10 @@
 #include "assistant.h"
 
-#include <cf/json.h>
+#include "session_text.h"
 
 #include <stdexcept>
 
 namespace {
-
-// A service may quote a key in its error text.
-std::string withoutSecrets(std::string text, const std::vector<std::string>& secrets) {
-  constexpr std::size_t kShortestSecret = 8;
-  for (const std::string& secret : secrets) {
-    if (secret.size() < kShortestSecret) continue;
-    for (std::size_t at = text.find(secret); at != std::string::npos; at = text.find(secret, at))
-      text.replace(at, secret.size(), "***");
-  }
-  return text;
-}
 
 std::vector<std::pair<std::string, CMVariant>> propertiesOf(const Setup& setup) {
   std::vector<std::pair<std::string, CMVariant>> properties;
@@ -59,6 +48,7 @@ IQAIAssistant& Assistant::ready() {
 std::pair<std::vector<std::string>, std::string> Assistant::listModels() {
   auto [models, error] = ready().obtainAvailableModels();
   keyAccepted_ = keyAccepted_ || error.empty();
+  for (std::string& model : models) model = withoutSecrets(std::move(model), service_.secrets);
   return {std::move(models), explain(std::move(error))};
 }
 
@@ -84,13 +74,24 @@ std::string Assistant::settle(Setup& setup) {
   return configure(setup);
 }
 
+std::string Assistant::combinedInstructions() {
+  return withoutSecrets(readProperty("combined_instructions"), service_.secrets);
+}
+
 std::string Assistant::startConversation() { return beginWith(ready().createSession()); }
 
+std::string Assistant::savedText() const {
+  return session_ == nullptr ? "" : savedWithoutSecrets(session_->obtainSessionData(), service_.secrets);
+}
+
+std::string Assistant::restoreConversation(const std::string& saved, Setup& setup) {
+  if (std::string error = resumeConversation(saved); !error.empty()) return error;
+  if (setup.model.empty()) setup.model = readProperty("model");
+  return settle(setup);
+}
+
 std::string Assistant::saveConversation() const {
-  // The rest of the saved text are settings, the address among them. They must not reach another service's assistant.
-  const COJson saved(session_ == nullptr ? std::string() : session_->obtainSessionData());
-  const ICOJsonValue* messages = saved.obtainJsonValue("messages");
-  return R"({"messages":)" + (messages == nullptr ? "[]" : messages->obtainJsonString()) + "}";
+  return turnsWithoutSecrets(session_ == nullptr ? "" : session_->obtainSessionData(), service_.secrets);
 }
 
 std::string Assistant::resumeConversation(const std::string& saved) { return beginWith(ready().loadSession(saved)); }
@@ -112,6 +113,7 @@ Answer Assistant::ask(const std::string& question) {
   keyAccepted_ = true;
   Answer answer;
   for (const IQAIMessageSection* section : message->obtainSections()) answer.text += section->obtainText();
+  answer.text = withoutSecrets(std::move(answer.text), service_.secrets);
   return answer;
 }
 

@@ -43,10 +43,15 @@ class Assistant final : public Answerer {
   /// As configure; a model that `setup` leaves open becomes the first that the service lists.
   std::string settle(Setup& setup);
   /// All that the model is told before the first question.
-  std::string combinedInstructions() { return readProperty("combined_instructions"); }
+  std::string combinedInstructions();
 
   std::string startConversation() override;
-  /// The turns so far as a text for resumeConversation, without any settings.
+  /// The conversation with its settings as a text for restoreConversation, without secrets.
+  std::string savedText() const;
+  /// Goes on with the conversation in `saved`, at the host that it names; `setup` is told besides, with the model of
+  /// `saved` when it names none. @return an error text
+  std::string restoreConversation(const std::string& saved, Setup& setup);
+  /// The turns so far as a text for resumeConversation, without any settings and secrets.
   std::string saveConversation() const;
   /// Begins a conversation with the turns of `saved`. @return an error text
   std::string resumeConversation(const std::string& saved);

@@ -3,6 +3,7 @@
 #include "options.h"
 #include "program.h"
 #include "rendering.h"
+#include "saved_conversation.h"
 #include "service.h"
 #include "standard_streams.h"
 #include "start.h"
@@ -30,6 +31,9 @@ ExitCode run(const std::vector<std::string>& arguments) try {
   complain(std::cerr, error.what());
   return ExitCode::OutputFailed;
 } catch (const DatabaseError& error) {
+  complain(std::cerr, error.what());
+  return error.exitCode;
+} catch (const RestoreError& error) {
   complain(std::cerr, error.what());
   return error.exitCode;
 } catch (const HostError& error) {

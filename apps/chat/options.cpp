@@ -20,6 +20,14 @@ Providers, the environment variables with their keys, and where they are:
 )";
 
 constexpr const char* kFooterEnd = R"(
+--save keeps the conversation in FILE after each answer, for this user alone and
+without keys: where an answer quotes one, "[redacted]" is kept. --restore goes on
+with it, and asks before it goes to another host than the one in use. OpenAI
+Assistants keeps conversations itself, so neither is for it. A key goes to
+another machine unencrypted (http) with --allow-http only. QAI_PROXY names a
+proxy as --proxy does, and is the place for one with a password, which would show
+in the list of processes.
+
 --host names another server that speaks the same. Of OpenAI, DeepSeek and Gemini
 it is a URL, and https is meant where it has no scheme; of Ollama it is read as
 Ollama reads OLLAMA_HOST: http is meant, and port 11434. Without a key and
@@ -30,11 +38,12 @@ deletes it when the program ends.
 Exit codes:
    0  fine
   64  wrong usage
-  65  the file is not a database, or its structure is damaged
+  65  the file is not a database, or its structure is damaged; or it is no saved
+      conversation
   66  the file is missing or can't be read
   69  the service can't be reached, or failed
   70  an error inside the program
-  74  the answer can't be written
+  74  the answer or the conversation can't be written
   77  the service refused the key
 )";
 
@@ -61,6 +70,12 @@ std::string checkProvider(const std::string& name) {
   return "'" + name + "' is not one of: " + listProviders();
 }
 
+// Not even to name it: a command line is for everyone's eyes, and the error text may be for a log's.
+std::string checkProxy(const std::string& url) {
+  if (url.find('@') == std::string::npos) return "";
+  return "a user name or password would show in the list of processes; put the address into QAI_PROXY";
+}
+
 CommandLine wrongUsage(std::string sentence) {
   // Texts of the parser may span lines; the user gets one.
   std::replace(sentence.begin(), sentence.end(), '\n', ' ');
@@ -81,7 +96,10 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
       ->check(checkTemperature)
       ->type_name("NUMBER");
   app.add_option("--ca-file", options.caFile, "PEM file of authorities to trust, too")->type_name("FILE");
-  app.add_option("--proxy", options.proxyURL, "HTTP proxy, as http://host:port")->type_name("URL");
+  app.add_option("--proxy", options.proxyURL, "HTTP proxy, as http://host:port")->check(checkProxy)->type_name("URL");
+  app.add_flag("--allow-http", options.allowHttp, "let keys go unencrypted to other machines");
+  app.add_option("--save", options.saveFile, "keep the conversation in FILE")->type_name("FILE");
+  app.add_option("--restore", options.restoreFile, "go on with the conversation in FILE")->type_name("FILE");
   app.add_flag("--list-models", options.listModels, "list the service's models and end");
   app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");
   app.set_version_flag("--version", std::string("qai-chat ") + QAI_VERSION, "print the version and end");
@@ -92,7 +110,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
 
 std::string explainExtras(const std::vector<std::string>& extras) {
   for (const std::string& extra : extras) {
-    if (extra.starts_with('-')) return "There is no option " + extra;
+    if (extra.starts_with('-')) return "There is no option " + extra.substr(0, extra.find('='));
   }
   return "There is more after the QUESTION; put it in quotes";
 }
@@ -120,5 +138,8 @@ CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   if (app.count("QUESTION") > 0) result.options.question = question;
   if (result.options.database.empty() && !result.options.listModels) return wrongUsage("No DATABASE is given");
   if (result.options.question && cfTrimAsString(question).empty()) return wrongUsage("The QUESTION is empty");
+  const bool keeps = !result.options.saveFile.empty() || !result.options.restoreFile.empty();
+  if (keeps && result.options.provider->keepsConversations)
+    return wrongUsage(std::string(result.options.provider->title) + " keeps conversations itself");
   return result;
 }

@@ -15,7 +15,10 @@ struct Options {
   std::string instructions;
   std::string temperature;  // a decimal from 0 to 2; empty: the service's default
   std::string caFile;
-  std::string proxyURL;
+  std::string proxyURL;    // empty: what the environment says
+  bool allowHttp = false;  // a key, or a restored conversation, may go unencrypted to another machine
+  std::string restoreFile;
+  std::string saveFile;
   std::string database;
   std::optional<std::string> question;
   bool listModels = false;

@@ -3,15 +3,19 @@
 #include "assistant.h"
 #include "interrupt.h"
 #include "rendering.h"
+#include "saved_conversation.h"
 #include "service.h"
 #include "sqlite_database.h"
 #include "standard_streams.h"
 #include "switchboard.h"
 
 #include <cf/defer.h>
+#include <cf/text.h>
 
+#include <istream>
 #include <memory>
 #include <ostream>
+#include <string>
 
 namespace {
 
@@ -43,9 +47,32 @@ ExitCode fail(Answerer& answerer, const std::string& error, std::ostream& err) {
   return answerer.failureCode();
 }
 
+/// What a conversation begins with.
+struct Beginning {
+  const Setup& setup;
+  const std::string& saved;  // "" unless one is gone on with
+};
+
 Switchboard makeSwitchboard(const Options& options, const Setup& setup, Streams streams) {
   const auto choose = [&options](const Provider& provider) { return chooseService(options, provider); };
   return {*options.provider, choose, setup, streams.err};
+}
+
+bool askToAgree(const std::string& question, Streams streams) {
+  streams.err << terminalSafe(question) << " [y/N] " << std::flush;
+  std::string line;
+  std::getline(streams.in, line);
+  const std::string answer = cfTrimAsString(line);
+  return answer == "y" || answer == "Y" || answer == "yes";
+}
+
+/// The saved conversation to begin with; "" when there is none. Nothing was sent up to here.
+std::string readRestored(const Options& options, Streams streams) {
+  if (options.restoreFile.empty()) return "";
+  const std::string saved = readSavedConversation(options.restoreFile);
+  Consent consent;
+  if (isInputTerminal()) consent = [&](const std::string& question) { return askToAgree(question, streams); };
+  return consentToSaved(saved, chooseService(options, *options.provider), consent);
 }
 
 ExitCode listModels(const Options& options, Streams streams) {
@@ -64,8 +91,10 @@ ExitCode listModels(const Options& options, Streams streams) {
 struct Interrupted {};
 
 /// @throw Interrupted, after the conversation has ended
-ExitCode answerUntilInterrupted(const Options& options, const Setup& setup, Streams streams, Interrupts& interrupts) {
-  Switchboard board = makeSwitchboard(options, setup, streams);
+ExitCode answerUntilInterrupted(const Options& options, const Beginning& beginning, Streams streams,
+                                Interrupts& interrupts) {
+  Switchboard board = makeSwitchboard(options, beginning.setup, streams);
+  board.saveIn(options.saveFile);
   const TurnRunner runTurn = [&](const std::function<void()>& turn) {
     const auto cancel = [&board] {
       if (!board.cancel()) endByInterrupt();
@@ -74,16 +103,17 @@ ExitCode answerUntilInterrupted(const Options& options, const Setup& setup, Stre
     return false;
   };
   std::string error;
-  runTurn([&] { error = board.open(); });
+  runTurn([&] { error = board.open(beginning.saved); });
   if (!error.empty()) return fail(board, error, streams.err);
-  return options.question ? answerOnce(board, *options.question, streams, runTurn)
-                          : answerLines(board, streams, runTurn);
+  const ExitCode code =
+      options.question ? answerOnce(board, *options.question, streams, runTurn) : answerLines(board, streams, runTurn);
+  return code == ExitCode::Fine && board.failedToSave() ? ExitCode::OutputFailed : code;
 }
 
-ExitCode answerWithoutTerminal(const Options& options, const Setup& setup, Streams streams) {
+ExitCode answerWithoutTerminal(const Options& options, const Beginning& beginning, Streams streams) {
   Interrupts interrupts(endByInterrupt);
   try {
-    return answerUntilInterrupted(options, setup, streams, interrupts);
+    return answerUntilInterrupted(options, beginning, streams, interrupts);
   } catch (const Interrupted&) {
     endByInterrupt();
   }
@@ -105,24 +135,25 @@ bool runInterruptibly(Interrupts& interrupts, Switchboard& board, std::ostream& 
   return interrupted && !warned;
 }
 
-ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, const Setup& setup,
+ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, const Beginning& beginning,
                             Streams streams) {
   // The terminal has dropped the line that was being typed, so a new prompt is all that is missing.
   Interrupts interrupts([&] { streams.err << '\n' << kPrompt << std::flush; });
-  Switchboard board = makeSwitchboard(options, setup, streams);
+  Switchboard board = makeSwitchboard(options, beginning.setup, streams);
+  board.saveIn(options.saveFile);
   const TurnRunner runTurn = [&](const std::function<void()>& turn) {
     return runInterruptibly(interrupts, board, streams.err, turn);
   };
   const CODefer endWell([&] { runTurn([&] { board.close(); }); });  // which Ctrl-C may cut short
   std::string error;
-  if (runTurn([&] { error = board.open(); })) {
+  if (runTurn([&] { error = board.open(beginning.saved); })) {
     streams.err << "\nCancelled.\n";
     return ExitCode::ServiceFailed;
   }
   if (!error.empty()) return fail(board, error, streams.err);
   greet(options, database, board.model(), streams.err);
   converse(board, streams, runTurn);
-  return ExitCode::Fine;
+  return board.failedToSave() ? ExitCode::OutputFailed : ExitCode::Fine;
 }
 
 ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams) {
@@ -146,7 +177,9 @@ ExitCode runProgram(const Options& options, Streams streams) {
   for (const std::string& note : database.notes) complain(streams.err, note);
   const Setup setup = makeSetup(options, *reader, database);
   if (options.showPrompt) return showPrompt(options, setup, streams);
+  const std::string saved = readRestored(options, streams);
+  const Beginning beginning{setup, saved};
   const bool conversation = !options.question && isInputTerminal();
-  return conversation ? converseOnTerminal(options, database, setup, streams)
-                      : answerWithoutTerminal(options, setup, streams);
+  return conversation ? converseOnTerminal(options, database, beginning, streams)
+                      : answerWithoutTerminal(options, beginning, streams);
 }

@@ -6,10 +6,14 @@
 #include <cf/app.h>
 #include <cf/text.h>
 #include <cf/url.h>
+#include <qai/saved_host.hpp>
 
 #include <algorithm>
+#include <charconv>
 
 namespace {
+
+constexpr const char* kProxyVariable = "QAI_PROXY";
 
 std::string readVariable(const char* name) { return cfTrimAsString(obtainVariable(name).value_or("")); }
 
@@ -29,6 +33,39 @@ std::string findHost(const Options& options, const Provider& provider) {
   return *address;
 }
 
+bool isOnThisMachine(const std::string& address) {
+  const std::optional<qai::Origin> origin = qai::parseOrigin(address);
+  return origin && qai::isLoopback(*origin);
+}
+
+/// `text` with what each %XX stands for.
+std::string decodePercent(std::string_view text) {
+  constexpr int kHexadecimal = 16;
+  std::string result;
+  while (!text.empty()) {
+    unsigned byte = 0;
+    const char* digits = text.data() + 1;
+    const bool encoded = text.size() > 2 && text.front() == '%' &&
+                         std::from_chars(digits, digits + 2, byte, kHexadecimal).ptr == digits + 2;
+    result += encoded ? static_cast<char>(byte) : text.front();
+    text.remove_prefix(encoded ? 3 : 1);
+  }
+  return result;
+}
+
+/// The password in a proxy's address: alone, and as it is sent.
+void addProxySecrets(const std::string& url, std::vector<std::string>& secrets) {
+  const std::size_t end = url.rfind('@');
+  if (end == std::string::npos) return;
+  const std::size_t mark = url.find("://");
+  const std::size_t begin = mark == std::string::npos ? 0 : mark + 3;
+  if (begin > end) return;
+  const std::string account = url.substr(begin, end - begin);
+  const std::size_t colon = std::min(account.find(':'), account.size());
+  const std::string password = account.substr(std::min(colon + 1, account.size()));
+  secrets.insert(secrets.end(), {account, decodePercent(account), password, decodePercent(password)});
+}
+
 bool isRefusal(const Provider& provider, const CMRestResourceResponse& response) {
   return std::any_of(provider.keyRefusals.begin(), provider.keyRefusals.end(), [&](const KeyRefusal& refusal) {
     return response.getStatus() == refusal.status && response.getBufferString().find(refusal.part) != std::string::npos;
@@ -42,15 +79,30 @@ Service chooseService(const Options& options, const Provider& provider) {
                   .host = findHost(options, provider),
                   .apiKey = findKey(provider),
                   .secrets = {},
-                  .settings = {}};
+                  .settings = {},
+                  .allowsHttp = options.allowHttp};
   for (const Provider& any : kProviders) service.secrets.push_back(findKey(any));
   service.settings.caFile = options.caFile;
-  service.settings.proxyURL = options.proxyURL;
+  service.settings.proxyURL = options.proxyURL.empty() ? readVariable(kProxyVariable) : options.proxyURL;
+  addProxySecrets(service.settings.proxyURL, service.secrets);
+  const bool sendsKey = provider.keyPlace != KeyPlace::None && !service.apiKey.empty();
+  if (sendsKey && !service.allowsHttp && !staysUnheard(service.host, service.settings)) {
+    throw HostError(
+        "The key would go unencrypted to another machine; name an https address, or permit it with --allow-http");
+  }
   return service;
 }
 
+bool isStoodIn(const Service& service) { return service.apiKey.empty() && service.host.empty(); }
+
+bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settings) {
+  // The library takes https for what has no scheme in lower case.
+  if (!address.starts_with("http://")) return true;
+  return isOnThisMachine(address) && (settings.proxyURL.empty() || isOnThisMachine(settings.proxyURL));
+}
+
 std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err) {
-  if (!service.apiKey.empty() || !service.host.empty()) return nullptr;
+  if (!isStoodIn(service)) return nullptr;
   auto server = std::make_unique<standin::Server>();
   service.host = server->address();
   service.apiKey = "stand-in";

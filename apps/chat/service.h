@@ -25,6 +25,7 @@ struct Service {
   std::string apiKey;
   std::vector<std::string> secrets;  // what no text for the user may hold
   CMRestGlobalSettings settings;
+  bool allowsHttp = false;  // a key, or a restored conversation, may go unencrypted to another machine
 };
 
 /// What the user calls a host can't be one: a sentence for the user.
@@ -36,6 +37,13 @@ class HostError : public std::runtime_error {
 /// The service of `provider` by command line and environment; --host counts for the command line's own provider only.
 /// @throw HostError
 Service chooseService(const Options& options, const Provider& provider);
+
+/// Whether the stand-in answers in the place of `service`: there is no key for it, and no host is named.
+bool isStoodIn(const Service& service);
+
+/// Whether nobody on a network hears what is sent to `address` under `settings`: it is encrypted or stays on this
+/// machine.
+bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settings);
 
 /// The service inside the program, for whoever has no key and names no host; else null. Told on `err`.
 /// @throw std::runtime_error when it can't start

@@ -1,5 +1,9 @@
 #include "switchboard.h"
 
+#include "private_file.h"
+#include "rendering.h"
+#include "start.h"
+
 #include <cf/defer.h>
 
 #include <utility>
@@ -11,9 +15,31 @@ Switchboard::Switchboard(const Provider& first, Choose choose, Setup setup, std:
       line_(connect(first)),
       asked_(line_.assistant.get()) {}
 
-std::string Switchboard::open() {
+std::string Switchboard::open(const std::string& saved) {
+  if (!saved.empty()) return line_.assistant->restoreConversation(saved, setup_);
   std::string error = line_.assistant->settle(setup_);
   return error.empty() ? line_.assistant->startConversation() : error;
+}
+
+Answer Switchboard::ask(const std::string& question) {
+  Answer answer = line_.assistant->ask(question);
+  if (answer.error.empty() && !saveFile_.empty()) save();
+  return answer;
+}
+
+void Switchboard::save() {
+  std::string reason;
+  if (provider().keepsConversations) {
+    reason = std::string(provider().title) + " keeps it itself";
+  } else {
+    // The address of the stand-in inside the program is nobody's when the program has ended.
+    const std::string text =
+        line_.standIn == nullptr ? line_.assistant->savedText() : line_.assistant->saveConversation();
+    if (const std::error_code error = writePrivateFile(saveFile_, text)) reason = describeError(error);
+  }
+  if (!reason.empty() && !failedToSave_)
+    complain(err_, "The conversation is not saved in " + saveFile_ + ": " + reason);
+  failedToSave_ = failedToSave_ || !reason.empty();
 }
 
 std::string Switchboard::moveTo(const Provider& provider, const std::string& model) try {

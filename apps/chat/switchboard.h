@@ -10,6 +10,7 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 
 /// Used by one thread but for cancel().
 class Switchboard final : public MovableAnswerer {
@@ -21,15 +22,21 @@ class Switchboard final : public MovableAnswerer {
   /// @throw what `choose` throws, and std::runtime_error when the service can't be had
   Switchboard(const Provider& first, Choose choose, Setup setup, std::ostream& err);
 
-  /// Settles the first service's model and begins a conversation. @return an error text
-  std::string open();
+  /// Settles the first service's model and begins a conversation: a new one, or the one in `saved`, when that is not
+  /// empty. @return an error text
+  std::string open(const std::string& saved = "");
+
+  /// Has the conversation saved in `file` after each answer from here on.
+  void saveIn(std::string file) { saveFile_ = std::move(file); }
+  /// Whether that failed; the user was told.
+  bool failedToSave() const { return failedToSave_; }
 
   const Provider& provider() const override { return line_.assistant->provider(); }
   const std::string& model() const override { return setup_.model; }
   std::string moveTo(const Provider& provider, const std::string& model) override;
 
   std::string startConversation() override { return line_.assistant->startConversation(); }
-  Answer ask(const std::string& question) override { return line_.assistant->ask(question); }
+  Answer ask(const std::string& question) override;
   ExitCode failureCode() override { return line_.assistant->failureCode(); }
 
   /// As with Assistant, for the one that is being asked; a move asks the one that it goes to.
@@ -47,10 +54,13 @@ class Switchboard final : public MovableAnswerer {
   std::string changeModel(Setup& setup);
   std::string goOn(Assistant& next, Setup& setup);
   void setAsked(Assistant* assistant);
+  void save();
 
   Choose choose_;
   Setup setup_;
   std::ostream& err_;
+  std::string saveFile_;  // empty: none
+  bool failedToSave_ = false;
   Line line_;
   std::mutex mutex_;  // guards asked_
   Assistant* asked_;

@@ -144,7 +144,7 @@ TEST_F(Question, AKeyThatTheServiceQuotesIsNotShown) {
   server.script(
       {.status = 500, .body = std::string(R"({"error":{"message":"bad key )") + kKey + R"("}})", .headers = {}});
   const Outcome outcome = runCommand(chatWith(server, {"--model", kModel, shop_, "q"}));
-  EXPECT_EQ(outcome.err, "qai-chat: bad key ***\n");
+  EXPECT_EQ(outcome.err, "qai-chat: bad key [redacted]\n");
 }
 
 class Models : public Workplace {};

@@ -91,7 +91,7 @@ TEST_F(AssistantTest, SettingsThatTheLibraryRefusesAreNamed) {
 
 TEST_F(AssistantTest, ATextShowsNoSecretButIsNotMangledByShortOnes) {
   server_.script({.status = 500, .body = R"({"error":{"message":"a secret key, in short"}})", .headers = {}});
-  EXPECT_EQ(assistant_.ask("q").error, "***, in short");
+  EXPECT_EQ(assistant_.ask("q").error, "[redacted], in short");
 }
 
 TEST_F(AssistantTest, ASavedConversationHoldsTheTurnsAndNoSettings) {

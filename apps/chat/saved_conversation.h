@@ -1,0 +1,29 @@
+// Conversations in files, and whether one may be gone on with.
+#pragma once
+
+#include "exit_code.h"
+#include "service.h"
+
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+/// Why a conversation is not restored: a sentence for the user.
+class RestoreError : public std::runtime_error {
+ public:
+  RestoreError(ExitCode code, const std::string& sentence) : std::runtime_error(sentence), exitCode(code) {}
+
+  ExitCode exitCode;
+};
+
+/// Puts a question to the user and tells whether the answer is yes; empty where nobody can answer.
+using Consent = std::function<bool(const std::string& question)>;
+
+/// The text of the file at `path`. @throw RestoreError
+std::string readSavedConversation(const std::string& path);
+
+/// Makes sure that going on with `saved` at `service` sends nothing to a host that the user does not know of: the text
+/// names one, and the key goes there, too. Sends nothing itself. What was looked at must be what is restored.
+/// @return what to restore: `saved`, or its turns alone where the stand-in inside the program answers.
+/// @throw RestoreError
+std::string consentToSaved(const std::string& saved, const Service& service, const Consent& consent);
