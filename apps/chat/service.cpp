@@ -53,14 +53,23 @@ std::string decodePercent(std::string_view text) {
   return result;
 }
 
-/// The password in a proxy's address: alone, and as it is sent.
-void addProxySecrets(const std::string& url, std::vector<std::string>& secrets) {
-  const std::size_t end = url.rfind('@');
-  if (end == std::string::npos) return;
+struct ProxyAddress {
+  std::string account;  // user name and password, percent-encoded
+  std::string rest;     // the address without it
+};
+
+ProxyAddress splitProxy(const std::string& url) {
   const std::size_t mark = url.find("://");
   const std::size_t begin = mark == std::string::npos ? 0 : mark + 3;
-  if (begin > end) return;
-  const std::string account = url.substr(begin, end - begin);
+  const std::size_t end = std::min(url.find_first_of("/?#", begin), url.size());
+  const std::size_t at = url.substr(0, end).rfind('@');
+  if (at == std::string::npos || at < begin) return {.account = "", .rest = url};
+  return {.account = url.substr(begin, at - begin), .rest = url.substr(0, begin) + url.substr(at + 1)};
+}
+
+/// The password in a proxy's address: alone, and as it is sent.
+void addProxySecrets(const std::string& url, std::vector<std::string>& secrets) {
+  const std::string account = splitProxy(url).account;
   const std::size_t colon = std::min(account.find(':'), account.size());
   const std::string password = account.substr(std::min(colon + 1, account.size()));
   secrets.insert(secrets.end(), {account, decodePercent(account), password, decodePercent(password)});
@@ -98,7 +107,7 @@ bool isStoodIn(const Service& service) { return service.apiKey.empty() && servic
 bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settings) {
   // The library takes https for what has no scheme in lower case.
   if (!address.starts_with("http://")) return true;
-  return isOnThisMachine(address) && (settings.proxyURL.empty() || isOnThisMachine(settings.proxyURL));
+  return isOnThisMachine(address) && (settings.proxyURL.empty() || isOnThisMachine(splitProxy(settings.proxyURL).rest));
 }
 
 std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err) {

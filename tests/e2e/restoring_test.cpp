@@ -1,0 +1,226 @@
+// Conversations that are kept in a file and gone on with; above all, where.
+#include "workplace.h"
+
+#include <cf/json.h>
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr const char* kQuestion = "How many customers are there?";
+constexpr const char* kPromptEnd = "[y/N] ";
+
+class Restoring : public Workplace {
+ protected:
+  /// A saved conversation of one turn that names `host`.
+  std::string savedAt(const std::string& host, std::string_view name = "saved.json") const {
+    std::string json;
+    cfAppendJsonString(json, host);
+    return write(name, R"({"api_host":)" + json + R"(,"model":"standin-small","messages":[)" +
+                           R"({"role":"user","content":"earlier question"},)" +
+                           R"({"role":"assistant","content":"earlier answer"}]})");
+  }
+
+  Command restore(const std::string& file, std::vector<std::string> further = {kQuestion}) const {
+    further.insert(further.begin(), {"--restore", file, shop_});
+    return chatWith(inUse_, std::move(further));
+  }
+
+  std::string read(std::string_view name) const {
+    std::ifstream file(toPath(path(name)), std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
+
+  static std::string origin(const standin::Server& server) {
+    return "http://127.0.0.1:" + std::to_string(server.port());
+  }
+
+  /// Not so much as a connection was made.
+  void expectNothingSent() const {
+    EXPECT_EQ(inUse_.connectionCount(), 0U);
+    EXPECT_EQ(other_.connectionCount(), 0U);
+  }
+
+  standin::Server inUse_;
+  standin::Server other_;  // whom the saved conversation names
+};
+
+TEST_F(Restoring, AtTheHostInUseGoesOnWithoutAWord) {
+  const std::string file = path("kept.json");
+  EXPECT_EQ(runCommand(chatWith(inUse_, {"--model", "standin-large", "--save", file, shop_, kQuestion})).code, 0);
+  const Outcome outcome = runCommand(restore(file, {"--save", file, "And how many orders?"}));
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.err, "");
+  ASSERT_EQ(inUse_.requests().size(), 2U) << "the model is the saved one";
+  for (const char* part : {kQuestion, "And how many orders?", "standin-large", "CREATE TABLE `customers`"})
+    EXPECT_THAT(inUse_.requests()[1].body, HasSubstr(part));
+  EXPECT_THAT(read("kept.json"), AllOf(HasSubstr(kQuestion), HasSubstr("And how many orders?")));
+}
+
+TEST_F(Restoring, AtAnotherHostSendsNothingWhenNobodyIsThereToAgree) {
+  for (const bool asks : {true, false}) {  // a question in the arguments, or lines from a pipe
+    Command command =
+        restore(savedAt(other_.address()), asks ? std::vector<std::string>{kQuestion} : std::vector<std::string>{});
+    command.input = "y\ny\n";
+    const Outcome outcome = runCommand(command);
+    EXPECT_EQ(outcome.code, 64);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_EQ(countLines(outcome.err), 1U);
+    EXPECT_THAT(outcome.err,
+                AllOf(HasSubstr(origin(inUse_)), HasSubstr(origin(other_)), HasSubstr("nobody is here to agree")));
+    expectNothingSent();
+  }
+}
+
+TEST_F(Restoring, AtAnotherHostNamedByTheUserNeedsNobody) {
+  const Outcome outcome = runCommand(chatWith(other_, {"--restore", savedAt(other_.address()), shop_, kQuestion}));
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_THAT(other_.requests().back().body, HasSubstr("earlier answer"));
+}
+
+TEST_F(Restoring, AtAnotherHostShowsBothAndGoesOnAfterAYes) {
+  TerminalChild chat(restore(savedAt(other_.address()), {}));
+  EXPECT_THAT(chat.waitFor(kPromptEnd),
+              AllOf(HasSubstr("in use: " + origin(inUse_)), HasSubstr("saved:  " + origin(other_)),
+                    HasSubstr("the key of OpenAI to " + origin(other_))));
+  expectNothingSent();
+  chat.type("y\n");
+  chat.waitFor("\n> ");
+  enter(chat, kQuestion);
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_EQ(inUse_.connectionCount(), 0U);
+  ASSERT_EQ(other_.requests().size(), 1U);
+  EXPECT_EQ(other_.requests().front().header("Authorization"), std::string("Bearer ") + kKey);
+  EXPECT_THAT(other_.requests().front().body, AllOf(HasSubstr("earlier answer"), HasSubstr(kQuestion)));
+}
+
+TEST_F(Restoring, AtAnotherHostAsksForOneQuestionToo) {
+  TerminalChild chat(restore(savedAt(other_.address())));
+  chat.waitFor(kPromptEnd);
+  expectNothingSent();
+  chat.type("yes\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_EQ(other_.requests().size(), 1U);
+}
+
+TEST_F(Restoring, AtAnotherHostSendsNothingAfterANo) {
+  for (const char* answer : {"n\n", "\n", "yesterday\n", ""}) {
+    TerminalChild chat(restore(savedAt(other_.address()), {}));
+    chat.waitFor(kPromptEnd);
+    if (*answer == '\0') {
+      chat.typeEnd();
+    } else {
+      chat.type(answer);
+    }
+    EXPECT_EQ(chat.finish(), 64) << answer;
+    EXPECT_THAT(chat.waitFor("the end"), HasSubstr("The conversation is not restored"));
+    expectNothingSent();
+  }
+}
+
+TEST_F(Restoring, RestoresTheTextThatWasAgreedTo) {
+  const standin::Server swapped;
+  TerminalChild chat(restore(savedAt(other_.address())));
+  chat.waitFor(kPromptEnd);
+  savedAt(swapped.address());  // the same file
+  chat.type("y\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_EQ(other_.requests().size(), 1U);
+  EXPECT_EQ(swapped.connectionCount(), 0U);
+}
+
+TEST_F(Restoring, AtAHostThatCannotBeToldForSureIsRefusedAtATerminalToo) {
+  const std::string port = std::to_string(other_.port());
+  for (const std::string& host : {"http://127.1:" + port, "http://0x7f000001:" + port, "http://127.0.0.1:" + port + "?",
+                                  "http://localhost.:" + port, "http://api.openai.com@127.0.0.1:" + port,
+                                  "http://127.0.0.1:0" + port, "http:///127.0.0.1:" + port}) {
+    TerminalChild chat(restore(savedAt(host)));
+    EXPECT_EQ(chat.finish(), 64) << host;
+    EXPECT_THAT(chat.waitFor("the end"), HasSubstr("can't be told for sure")) << host;
+  }
+  expectNothingSent();
+}
+
+TEST_F(Restoring, UnencryptedAtAnotherMachineIsRefusedUnlessToldAndAskedThen) {
+  const std::string file = savedAt("http://192.0.2.1");  // which is nobody's (RFC 5737)
+  {
+    TerminalChild chat(restore(file));
+    EXPECT_EQ(chat.finish(), 64);
+    EXPECT_THAT(chat.waitFor("the end"), AllOf(HasSubstr("unencrypted"), HasSubstr("--allow-http")));
+  }
+  TerminalChild chat(restore(file, {"--allow-http", kQuestion}));
+  EXPECT_THAT(chat.waitFor(kPromptEnd), HasSubstr("http://192.0.2.1:80?"));
+  chat.type("n\n");
+  EXPECT_EQ(chat.finish(), 64);
+  expectNothingSent();
+}
+
+TEST_F(Restoring, WithTheStandInInsideTakesTheTurnsAlone) {
+  const Outcome outcome = runCommand(chat({"--restore", savedAt(other_.address()), shop_, "What did I ask before?"}));
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_THAT(outcome.out, HasSubstr("earlier question"));
+  expectNothingSent();
+}
+
+TEST_F(Restoring, OfAConversationWithTheStandInInsideGoesOnAnywhere) {
+  EXPECT_EQ(runCommand(chat({"--save", path("kept.json"), shop_, kQuestion})).code, 0);
+  const Outcome outcome = runCommand(restore(path("kept.json")));
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+  EXPECT_THAT(inUse_.requests().back().body, HasSubstr(kQuestion));
+}
+
+TEST_F(Restoring, OfWhatIsNoConversationHasItsExitCode) {
+  struct Row {
+    std::string file;
+    int code;
+    const char* part;
+  };
+  for (const Row& row : {Row{path("none.json"), 66, "can't be read"}, Row{toText(folder_.path()), 66, "can't be read"},
+                         Row{write("notes.txt", "nothing of that kind"), 65, "no saved conversation"},
+                         Row{write("empty.json", ""), 65, "no saved conversation"}}) {
+    const Outcome outcome = runCommand(restore(row.file));
+    EXPECT_EQ(outcome.code, row.code) << row.file;
+    EXPECT_THAT(outcome.err, HasSubstr(row.part));
+    EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
+  }
+  expectNothingSent();
+}
+
+TEST_F(Restoring, IsNotForAServiceThatKeepsConversationsItself) {
+  for (const char* option : {"--save", "--restore"}) {
+    const Outcome outcome =
+        runCommand(chatWith(inUse_, {"--provider", "openai-assistants", option, path("kept.json"), shop_, kQuestion}));
+    EXPECT_EQ(outcome.code, 64);
+    EXPECT_THAT(outcome.err, HasSubstr("keeps conversations itself"));
+  }
+  expectNothingSent();
+}
+
+class Saving : public Restoring {};
+
+TEST_F(Saving, ThatFailsIsToldOnceAndShowsInTheExitCode) {
+  const Outcome outcome = runCommand(chatWith(inUse_, {"--model", kModel, "--save", toText(folder_.path()), shop_},
+                                              std::string(kQuestion) + "\n" + kQuestion + "\n"));
+  EXPECT_EQ(outcome.code, 74);
+  EXPECT_THAT(outcome.out, HasSubstr("customers")) << "the answers are there all the same";
+  EXPECT_THAT(outcome.err, HasSubstr("The conversation is not saved in "));
+  EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
+}
+
+TEST_F(Saving, LeavesTheFileOfAFailedTurnAsItWas) {
+  const std::string file = write("kept.json", "before");
+  inUse_.script({.status = 500, .body = "{}", .headers = {}});
+  EXPECT_EQ(runCommand(chatWith(inUse_, {"--model", kModel, "--save", file, shop_, kQuestion})).code, 69);
+  EXPECT_EQ(read("kept.json"), "before");
+}
+
+}  // namespace
