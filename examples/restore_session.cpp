@@ -2,7 +2,7 @@
 // SERVICE is a number from 0 to 4; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
 //
 // Run it twice with the same FILE: the second answer knows the first question. The file holds what was said and the
-// settings, never the key.
+// settings, never the key, unless the service quoted it: qai::redacted takes it out of what others may see.
 #include <qai.hpp>
 
 #include <cstdlib>
@@ -28,10 +28,17 @@ bool writeFile(const char* path, const std::string& text) {
 }
 
 // The conversation that was saved, or a new one when nothing was.
-qai::Result<qai::Session> openConversation(qai::Assistant& assistant, const std::string& saved, const char* model) {
-  // A saved text carries model, address and all other settings, so nothing is configured before. Since it says where
-  // the next request goes, restore only what this program wrote.
-  if (!saved.empty()) return assistant.loadSession(saved);
+qai::Result<qai::Session> openConversation(qai::Assistant& assistant, QAIAssistantType type, const std::string& saved,
+                                           const char* model) {
+  if (!saved.empty()) {
+    // A saved text carries model, address and all other settings, so nothing is configured before. It says where the
+    // next request goes, with the key: to another server than the one in use only when the user agrees.
+    const std::string inUse = assistant.properties().apiHost();
+    const auto host = qai::savedHost(type, saved, inUse);
+    if (host && !qai::sameOrigin(*host, inUse))
+      return qai::Result<qai::Session>({}, "The conversation was held with " + *host);
+    return assistant.loadSession(saved);
+  }
 
   const auto filled = assistant.configure(
       [model](qai::Fill& fill) { fill.model(model).userInstructions("Answer in one short sentence."); });
@@ -47,7 +54,7 @@ int main(int argc, char** argv) {
   if (!assistant) return fail("There is no service of this number.");
 
   const std::string saved = readFile(argv[4]);
-  auto session = openConversation(assistant, saved, argv[3]);
+  auto session = openConversation(assistant, type, saved, argv[3]);
   if (!session) return fail(session.error());
   std::cout << (saved.empty() ? "A new conversation" : "The conversation goes on") << '\n';
 

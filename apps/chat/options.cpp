@@ -37,7 +37,7 @@ deletes it when the program ends.
 
 Exit codes:
    0  fine
-  64  wrong usage
+  64  wrong usage, or a host that was not agreed to
   65  the file is not a database, or its structure is damaged; or it is no saved
       conversation
   66  the file is missing or can't be read

@@ -128,6 +128,16 @@ TEST_P(RestoreSession, RefusesAFileThatIsNoConversation) {
   EXPECT_EQ(outputOf(restore_session_PATH, arguments({file_.string(), "question"})), "Cannot load session data\n");
 }
 
+TEST_P(RestoreSession, SendsNothingToAnotherHostThanTheOneOnTheCommandLine) {
+  const standin::Server other;
+  std::unique_ptr<FILE, int (*)(FILE*)> file(std::fopen(file_.string().c_str(), "w"), &std::fclose);
+  std::fputs((R"({"assistant_id":"a","thread_id":"t","api_host":")" + other.address() + "\"}").c_str(), file.get());
+  file.reset();
+  EXPECT_EQ(outputOf(restore_session_PATH, arguments({file_.string(), "question"})),
+            "The conversation was held with " + other.address() + "\n");
+  EXPECT_EQ(other.connectionCount() + server_.connectionCount(), 0U);
+}
+
 class WorkerThread : public Example {};
 INSTANTIATE_TEST_SUITE_P(All, WorkerThread, testing::ValuesIn(allServices()), nameOf);
 

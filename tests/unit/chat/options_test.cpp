@@ -10,8 +10,9 @@ using testing::Not;
 
 TEST(CommandLine, ReadsEveryOption) {
   const CommandLine line =
-      readCommandLine({"--provider", "gemini", "--model", "m", "--host", "h", "--instructions", "be brief",
-                       "--temperature", "0.5", "--ca-file", "ca.pem", "--proxy", "http://p:1", "shop.db", "How many?"});
+      readCommandLine({"--provider",   "gemini",        "--model", "m",         "--host", "h",       "--instructions",
+                       "be brief",     "--temperature", "0.5",     "--ca-file", "ca.pem", "--proxy", "http://p:1",
+                       "--allow-http", "--save",        "s.json",  "--restore", "r.json", "shop.db", "How many?"});
   ASSERT_FALSE(line.end) << line.text;
   EXPECT_EQ(line.options.provider, findProvider("gemini"));
   EXPECT_EQ(line.options.model, "m");
@@ -20,6 +21,9 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(line.options.temperature, "0.5");
   EXPECT_EQ(line.options.caFile, "ca.pem");
   EXPECT_EQ(line.options.proxyURL, "http://p:1");
+  EXPECT_TRUE(line.options.allowHttp);
+  EXPECT_EQ(line.options.saveFile, "s.json");
+  EXPECT_EQ(line.options.restoreFile, "r.json");
   EXPECT_EQ(line.options.database, "shop.db");
   EXPECT_EQ(line.options.question, "How many?");
   EXPECT_FALSE(line.options.listModels);
@@ -91,6 +95,15 @@ INSTANTIATE_TEST_SUITE_P(
         EndCase{"unquoted_question", {"a.db", "How", "many"}, ExitCode::WrongUsage, "put it in quotes"},
         EndCase{"unknown_option", {"a.db", "--colour"}, ExitCode::WrongUsage, "There is no option --colour"},
         EndCase{"key_as_an_option", {"a.db", "--api-key", "k"}, ExitCode::WrongUsage, "There is no option --api-key"},
+        EndCase{"key_in_an_option", {"a.db", "--api-key=k"}, ExitCode::WrongUsage, "There is no option --api-key ("},
+        EndCase{"password_in_an_option",
+                {"a.db", "--proxy", "http://me:word@p:1"},
+                ExitCode::WrongUsage,
+                "put the address into QAI_PROXY"},
+        EndCase{"saving_what_a_service_keeps",
+                {"a.db", "--save", "f", "--provider", "openai-assistants"},
+                ExitCode::WrongUsage,
+                "OpenAI Assistants keeps conversations itself"},
         EndCase{"missing_value", {"a.db", "--model"}, ExitCode::WrongUsage, "--model"},
         EndCase{"unknown_provider",
                 {"a.db", "--provider", "x"},
