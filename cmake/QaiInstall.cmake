@@ -68,5 +68,5 @@ foreach(application IN ITEMS chat standin)
 endforeach()
 
 install(FILES LICENSE DESTINATION ${doc_dir} COMPONENT qai_runtime)
-install(FILES CHANGELOG.md docs/host-guide.md docs/providers.md
+install(FILES CHANGELOG.md docs/host-guide.md docs/providers.md docs/security.md
   DESTINATION ${doc_dir} COMPONENT qai_development)

@@ -215,7 +215,7 @@ class Assistant {
   }
 
   /// A conversation rebuilt from the text of Session::save(), with the settings that the text carries, the API host
-  /// included: restore only texts that the host wrote itself. With the Assistants service before any configure().
+  /// included: look with savedHost() first where that is. With the Assistants service before any configure().
   Result<Session> loadSession(std::string data) {
     if (core_ == nullptr) return Result<Session>({}, detail::kEmptyAssistant);
     return own(native()->loadSession(std::move(data)));
