@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 
 #include <optional>
+#include <random>
 
 namespace {
 
@@ -77,10 +78,10 @@ std::string asJson(const std::string& text) {
   return json;
 }
 
-/// The request line of a proxy as whom it asks for: "https://host:port".
+/// Whom the last request of a proxy asks for: "https://host:port"; "" when there is none.
 std::string contactOf(const RawServer& proxy) {
   if (proxy.getRequests().empty()) return "";
-  const std::string line = proxy.getRequests().front();
+  const std::string line = proxy.getRequests().back();
   const std::string target = line.substr(line.find(' ') + 1, line.find(' ', line.find(' ') + 1) - line.find(' ') - 1);
   if (line.starts_with("CONNECT ")) return "https://" + target;
   const std::string name = target.substr(0, target.find('/', std::string("http://").size()));
@@ -88,13 +89,15 @@ std::string contactOf(const RawServer& proxy) {
   return hasPort ? name : name + ":80";
 }
 
+void goThrough(const RawServer& proxy) {
+  CMRestGlobalSettings settings;
+  settings.proxyURL = proxy.getURL();
+  QAISetHTTPSettings(settings);
+}
+
 class SavedHost : public testing::Test {
  protected:
-  SavedHost() {
-    CMRestGlobalSettings settings;
-    settings.proxyURL = proxy_.getURL();
-    QAISetHTTPSettings(settings);
-  }
+  SavedHost() { goThrough(proxy_); }
   ~SavedHost() override { QAISetHTTPSettings({}); }
 
   /// Restores `text` and asks, in an assistant whose host is kInUse. @return the host that it then has; "refused" when
@@ -125,13 +128,44 @@ TEST_P(SavedHostOf, IsWhereTheLibraryGoes) {
   EXPECT_EQ(proxy_.getConnections(), 0U) << "a look sends nothing";
 
   EXPECT_EQ(restoreAndAsk(OPENAI_v1, text), *host);
-  std::string contact = contactOf(proxy_);
+  const std::string contact = contactOf(proxy_);
   if (origin) {
-    std::transform(contact.begin(), contact.end(), contact.begin(), [](unsigned char c) { return std::tolower(c); });
-    EXPECT_EQ(contact, origin->text());
+    EXPECT_EQ(qai::detail::toLower(contact), origin->text());
   } else if (GetParam().contact != kAnybody) {
     EXPECT_EQ(contact, GetParam().contact);
   }
+}
+
+/// Pieces of addresses in any order.
+std::string mixHost(std::mt19937& random) {
+  static const std::vector<std::string> kPieces{
+      "a", "b.example", "A",  "1",    "127.0.0.1", "127", "0x7f", "localhost", ".",  ":", "80", "8080",
+      "0", "/",         "//", "\\",   "@",         "[",   "]",    "[::1]",     "::", "-", "_",  "%2e",
+      "?", "#",         " ",  "xn--", ";",         "\t",  "&",    "=",         "~",  "+", "|",  "\u00df"};
+  std::string host = random() % 8 == 0 ? "https://" : "http://";
+  for (std::size_t count = 1 + random() % 6; count > 0; --count) host += kPieces[random() % kPieces.size()];
+  return host;
+}
+
+// The way out for a key would be an address that one side reads as this host and the other as that one.
+TEST_F(SavedHost, IsNeverTakenForAnotherThanTheOneThatTheLibraryTurnsTo) {
+  constexpr int kHosts = 3000;
+  std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): the same hosts each time
+  int told = 0;
+  for (int i = 0; i < kHosts; ++i) {
+    const std::string text = R"({"model":"m","api_host":)" + asJson(mixHost(random)) + "}";
+    const std::optional<std::string> host = qai::savedHost(OPENAI_v1, text, kInUse);
+    ASSERT_TRUE(host);
+    const std::optional<qai::Origin> origin = qai::parseOrigin(*host);
+    if (!origin) continue;
+    const RawServer proxy(raw::reply(502, ""));
+    goThrough(proxy);
+    EXPECT_EQ(restoreAndAsk(OPENAI_v1, text), *host);
+    const std::string contact = qai::detail::toLower(contactOf(proxy));
+    EXPECT_THAT(contact, testing::AnyOf(origin->text(), "")) << *host;
+    told += contact.empty() ? 0 : 1;
+  }
+  EXPECT_GT(told, 100) << "the test looks at next to nothing";
 }
 
 struct TextRow {
