@@ -20,7 +20,7 @@ RestoreError unfit(const std::string& sentence) { return {ExitCode::WrongUsage, 
 std::string makeQuestion(const Service& service, const std::string& inUse, const std::string& saved) {
   const bool hasKey = !service.apiKey.empty() && service.provider->keyPlace != KeyPlace::None;
   return "The saved conversation goes on at another host than the one in use.\n  in use: " + inUse +
-         "\n  saved:  " + saved + "\nSend the conversation" +
+         "\n  saved: " + saved + "\nSend the conversation" +
          (hasKey ? " and the key of " + std::string(service.provider->title) : "") + " to " + saved + "?";
 }
 

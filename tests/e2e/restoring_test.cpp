@@ -16,7 +16,7 @@ using testing::HasSubstr;
 using testing::Not;
 
 constexpr const char* kQuestion = "How many customers are there?";
-constexpr const char* kPromptEnd = "[y/N] ";
+constexpr const char* kPromptEnd = "[y/N]";
 
 class Restoring : public Workplace {
  protected:
@@ -89,7 +89,7 @@ TEST_F(Restoring, AtAnotherHostNamedByTheUserNeedsNobody) {
 TEST_F(Restoring, AtAnotherHostShowsBothAndGoesOnAfterAYes) {
   TerminalChild chat(restore(savedAt(other_.address()), {}));
   EXPECT_THAT(chat.waitFor(kPromptEnd),
-              AllOf(HasSubstr("in use: " + origin(inUse_)), HasSubstr("saved:  " + origin(other_)),
+              AllOf(HasSubstr("in use: " + origin(inUse_)), HasSubstr("saved: " + origin(other_)),
                     HasSubstr("the key of OpenAI to " + origin(other_))));
   expectNothingSent();
   chat.type("y\n");
