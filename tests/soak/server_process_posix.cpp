@@ -19,7 +19,8 @@ struct Pipe {
 /// Tells the port, and serves until the other process closes its end.
 [[noreturn]] void serve(const TLSContext& tls, int portEnd, int endOfLife) {
   FaultyServices services;
-  const RawServer server([&](const std::string& request) { return services.answer(request); }, tls);
+  RawServer server([&](const std::string& request, std::size_t /*number*/) { return services.answer(request); }, tls);
+  server.keepNoRequests();
   const int port = server.getPort();
   const bool told = write(portEnd, &port, sizeof port) == sizeof port;
   char nothing = 0;

@@ -78,18 +78,16 @@ std::string raw::reply(int status, std::string_view body, std::string_view furth
 }
 
 RawServer::RawServer(std::vector<raw::Script> scripts, TLSContext tls, Greeting greeting)
-    : scripts_(std::move(scripts)),
-      tls_(std::move(tls)),
-      greeting_(greeting),
-      listener_(sockets::listenOnLoopback()),
-      port_(sockets::getPort(listener_)) {
-  acceptor_ = std::thread([this] { acceptAll(); });
-}
+    : RawServer(
+          [scripts = std::move(scripts)](const std::string& /*request*/, std::size_t number) {
+            return scripts[std::min(number, scripts.size() - 1)];
+          },
+          std::move(tls), greeting) {}
 
-RawServer::RawServer(std::function<raw::Script(const std::string&)> answer, TLSContext tls)
+RawServer::RawServer(raw::Answer answer, TLSContext tls, Greeting greeting)
     : answer_(std::move(answer)),
       tls_(std::move(tls)),
-      greeting_(Greeting::TLS),
+      greeting_(greeting),
       listener_(sockets::listenOnLoopback()),
       port_(sockets::getPort(listener_)) {
   acceptor_ = std::thread([this] { acceptAll(); });
@@ -136,7 +134,7 @@ std::size_t RawServer::getResumedHandshakes() const {
 
 bool RawServer::waitForRequests(std::size_t count) const {
   std::unique_lock lock(mutex_);
-  return changed_.wait_for(lock, kPatience, [&] { return log_.requests.size() >= count; });
+  return changed_.wait_for(lock, kPatience, [&] { return log_.served >= count; });
 }
 
 bool RawServer::waitForEnds(std::size_t count) const {
@@ -150,7 +148,6 @@ void RawServer::record(const std::function<void(Log&)>& change) {
   changed_.notify_all();
 }
 
-// A test of thousands of connections would else run out of threads.
 void RawServer::acceptAll() {
   for (;;) {
     const sockets::Handle socket = sockets::accept(listener_);
@@ -163,6 +160,7 @@ void RawServer::acceptAll() {
   }
 }
 
+// A test of thousands of connections would else run out of threads.
 void RawServer::dropEnded() {
   std::erase_if(connections_, [](const auto& connection) {
     if (!connection->over) return false;
@@ -210,14 +208,13 @@ void RawServer::converse(Connection& connection) {
   }
 }
 
-raw::Script RawServer::takeScript(std::string request) {
-  if (answer_) return answer_(request);
+raw::Script RawServer::takeScript(const std::string& request) {
   std::size_t number = 0;
   record([&](Log& log) {
-    number = log.requests.size();
-    log.requests.push_back(std::move(request));
+    number = log.served++;
+    if (keepsRequests_) log.requests.push_back(request);
   });
-  return scripts_[std::min(number, scripts_.size() - 1)];
+  return answer_(request, number);
 }
 
 // Whether the connection goes on after the step.

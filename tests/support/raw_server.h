@@ -42,18 +42,22 @@ std::string reply(int status, std::string_view body, std::string_view furtherFie
 struct ssl_ctx_st;
 using TLSContext = std::shared_ptr<ssl_ctx_st>;
 
+namespace raw {
+/// The script for a request: `request` is the whole of it, `number` counts from 0 over all connections. Called on the
+/// connections' threads, on several at once.
+using Answer = std::function<Script(const std::string& request, std::size_t number)>;
+}  // namespace raw
+
 /// Listens on a free port of the loopback. Each connection has its own thread, which reads a request and runs a
 /// script, again and again until the script ends the connection.
 class RawServer {
  public:
   enum class Greeting { None, TLS };
 
-  /// Request number n (from 0, over all connections) gets script n, the later ones the last. With a TLS context the
-  /// connections begin with TLS, or with `Greeting::None` at a StartTLS step.
+  /// With a TLS context the connections begin with TLS, or with `Greeting::None` at a StartTLS step.
+  explicit RawServer(raw::Answer answer, TLSContext tls = nullptr, Greeting greeting = Greeting::TLS);
+  /// Request number n (from 0, over all connections) gets script n, the later ones the last.
   explicit RawServer(std::vector<raw::Script> scripts, TLSContext tls = nullptr, Greeting greeting = Greeting::TLS);
-  /// Each request gets the script that `answer` gives for it, on the connection's thread. Nothing of what is over is
-  /// kept: no request, no connection; so it may serve any number of them.
-  explicit RawServer(std::function<raw::Script(const std::string& request)> answer, TLSContext tls = nullptr);
   /// One reply for every request, on connections that stay open.
   explicit RawServer(std::string reply) : RawServer({raw::Script{raw::Send{std::move(reply)}}}) {}
   ~RawServer();
@@ -62,6 +66,8 @@ class RawServer {
 
   /// Connections end by RST as soon as a request has come to this many bytes. Called before the first request.
   void resetAfter(std::size_t bytes) { longestRequest_ = bytes; }
+  /// Requests are counted and not kept, so that any number may come. Called before the first request.
+  void keepNoRequests() { keepsRequests_ = false; }
 
   int getPort() const { return port_; }
   /// "http://127.0.0.1:port", or "https://localhost:port" with TLS.
@@ -82,26 +88,26 @@ class RawServer {
   struct Connection;
   struct Log {
     std::vector<std::string> requests;
-    std::size_t connections = 0, ends = 0, handshakes = 0, resumed = 0, bytes = 0;
+    std::size_t served = 0, connections = 0, ends = 0, handshakes = 0, resumed = 0, bytes = 0;
   };
 
   void acceptAll();
   void dropEnded();
   void serve(Connection& connection);
   void converse(Connection& connection);
-  raw::Script takeScript(std::string request);
+  raw::Script takeScript(const std::string& request);
   bool perform(Connection& connection, const raw::Step& step);
   bool startTLS(Connection& connection);
   void record(const std::function<void(Log&)>& change);
 
-  const std::vector<raw::Script> scripts_;
-  const std::function<raw::Script(const std::string&)> answer_;  // empty: the scripts in their order
+  const raw::Answer answer_;
   const TLSContext tls_;
   const Greeting greeting_;
   const sockets::Handle listener_;
   const int port_;
   std::atomic<bool> stopping_{false};
   std::size_t longestRequest_ = std::string::npos;
+  bool keepsRequests_ = true;
   mutable std::mutex mutex_;
   mutable std::condition_variable changed_;
   Log log_;
