@@ -149,7 +149,6 @@ void setCallbacks(Options& options) {
   options.set(CURLOPT_SEEKFUNCTION, &moveInBody);
   options.set(CURLOPT_WRITEFUNCTION, &takeBody);
   options.set(CURLOPT_HEADERFUNCTION, &takeHeader);
-  options.set(CURLOPT_SOCKOPTFUNCTION, &prepareRestSocket);
 }
 
 void setBody(Options& options, RestUpload* body) {

@@ -46,10 +46,34 @@ RestTransport::RestTransport() {
   }
 }
 
-EasyHandle RestTransport::makeEasy() const {
+EasyHandle RestTransport::makeEasy() {
   EasyHandle easy(curl_easy_init());
-  if (easy == nullptr || curl_easy_setopt(easy.get(), CURLOPT_SHARE, share_.get()) != CURLE_OK) throw std::bad_alloc();
+  if (easy == nullptr || curl_easy_setopt(easy.get(), CURLOPT_SHARE, share_.get()) != CURLE_OK ||
+      curl_easy_setopt(easy.get(), CURLOPT_SOCKOPTFUNCTION, &RestTransport::openSocket) != CURLE_OK ||
+      curl_easy_setopt(easy.get(), CURLOPT_SOCKOPTDATA, this) != CURLE_OK ||
+      curl_easy_setopt(easy.get(), CURLOPT_CLOSESOCKETFUNCTION, &RestTransport::closeSocket) != CURLE_OK ||
+      curl_easy_setopt(easy.get(), CURLOPT_CLOSESOCKETDATA, this) != CURLE_OK) {
+    throw std::bad_alloc();
+  }
   return easy;
+}
+
+int RestTransport::openSocket(void* transport, curl_socket_t socket, curlsocktype /*purpose*/) noexcept {
+  try {
+    static_cast<RestTransport*>(transport)->sockets_.push_back(socket);
+  } catch (...) {
+    return CURL_SOCKOPT_ERROR;
+  }
+  return prepareRestSocket(socket) ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
+}
+
+int RestTransport::closeSocket(void* transport, curl_socket_t socket) noexcept {
+  std::erase(static_cast<RestTransport*>(transport)->sockets_, socket);
+  return closeRestSocket(socket);
+}
+
+void RestTransport::endUnasked() const noexcept {
+  for (const curl_socket_t socket : sockets_) endWhenUnasked(socket);
 }
 
 void RestPool::cancel() noexcept {
@@ -102,6 +126,7 @@ void RestTransfer::keep() noexcept {
 
 std::optional<CURLcode> RestTransfer::run() {
   CURLM* multi = transport_->getMulti();
+  transport_->endUnasked();
   CURLMcode code = curl_multi_add_handle(multi, getEasy());
   for (int running = 1; code == CURLM_OK;) {
     if (pool_ != nullptr && pool_->takeCancel()) return std::nullopt;

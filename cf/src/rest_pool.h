@@ -10,6 +10,7 @@
 #include <atomic>
 #include <memory>
 #include <optional>
+#include <vector>
 
 struct MultiHandleDeleter {
   void operator()(CURLM* handle) const noexcept { curl_multi_cleanup(handle); }
@@ -24,14 +25,25 @@ class RestTransport {
  public:
   RestTransport();  // throws std::bad_alloc when libcurl can't make its handles
 
-  EasyHandle makeEasy() const;
+  RestTransport(const RestTransport&) = delete;
+  RestTransport& operator=(const RestTransport&) = delete;
+  ~RestTransport() = default;
+
+  EasyHandle makeEasy();
   CURLM* getMulti() const noexcept { return multi_.get(); }
+
+  /// Gives up the connections on which something came since the last request. Before the next one.
+  void endUnasked() const noexcept;
 
   /// The kept set-up when it fits; else null.
   std::unique_ptr<RestSetup> takeKept(const RestOrder& order);
   void keep(std::unique_ptr<RestSetup> setup) noexcept { kept_ = std::move(setup); }
 
  private:
+  static int openSocket(void* transport, curl_socket_t socket, curlsocktype purpose) noexcept;
+  static int closeSocket(void* transport, curl_socket_t socket) noexcept;
+
+  std::vector<curl_socket_t> sockets_;  // of the open connections; first: closing the others takes sockets out
   std::unique_ptr<CURLSH, ShareHandleDeleter> share_;
   std::unique_ptr<CURLM, MultiHandleDeleter> multi_;
   std::unique_ptr<RestSetup> kept_;  // last: its handle is freed before what it shares

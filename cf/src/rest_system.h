@@ -9,8 +9,16 @@
 /// to look for it; null when the system has none.
 const char* obtainAuthoritiesFolder() noexcept;
 
-/// libcurl's CURLOPT_SOCKOPTFUNCTION: keeps a new socket from being inherited by programs that the host starts.
-int prepareRestSocket(void* context, curl_socket_t socket, curlsocktype purpose) noexcept;
+/// Keeps a new socket from being inherited by programs that the host starts.
+/// @return false when it can't.
+bool prepareRestSocket(curl_socket_t socket) noexcept;
+
+/// Ends an idle connection on which the server has sent bytes, since they answer nothing: libcurl would take them for
+/// the reply to the next request, and finds a connection at its end instead.
+void endWhenUnasked(curl_socket_t socket) noexcept;
+
+/// @return 0 on success.
+int closeRestSocket(curl_socket_t socket) noexcept;
 
 /// Why a connection could not be made, from the system's error number: "connection refused".
 std::string describeConnectError(int number);

@@ -2,7 +2,10 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/socket.h>
+#include <unistd.h>
 
+#include <array>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -38,9 +41,18 @@ const char* obtainAuthoritiesFolder() noexcept {
   return kFolder;
 }
 
-int prepareRestSocket(void* /*context*/, curl_socket_t socket, curlsocktype /*purpose*/) noexcept {
-  return fcntl(socket, F_SETFD, FD_CLOEXEC) == 0 ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
+bool prepareRestSocket(curl_socket_t socket) noexcept { return fcntl(socket, F_SETFD, FD_CLOEXEC) == 0; }
+
+void endWhenUnasked(curl_socket_t socket) noexcept {
+  char byte = 0;
+  if (recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) <= 0) return;
+  shutdown(socket, SHUT_RDWR);
+  // The end shows behind what has come already; a server that goes on sending is not read for ever.
+  std::array<char, 4096> unasked;
+  for (int reads = 0; reads < 256 && recv(socket, unasked.data(), unasked.size(), MSG_DONTWAIT) > 0; ++reads) continue;
 }
+
+int closeRestSocket(curl_socket_t socket) noexcept { return close(socket); }
 
 std::string describeConnectError(int number) { return std::system_category().message(number); }
 

@@ -30,11 +30,20 @@ constexpr auto kReasons = std::to_array<Reason>({
 // Schannel looks its authorities up in the system's store.
 const char* obtainAuthoritiesFolder() noexcept { return nullptr; }
 
-int prepareRestSocket(void* /*context*/, curl_socket_t socket, curlsocktype /*purpose*/) noexcept {
+bool prepareRestSocket(curl_socket_t socket) noexcept {
   // A socket that a layered provider made may be no handle of the system's; it is used all the same.
   static_cast<void>(SetHandleInformation(reinterpret_cast<HANDLE>(socket), HANDLE_FLAG_INHERIT, 0));
-  return CURL_SOCKOPT_OK;
+  return true;
 }
+
+// libcurl made the socket non-blocking. Once reading is shut down, Windows fails every read, and whatever comes resets
+// the connection.
+void endWhenUnasked(curl_socket_t socket) noexcept {
+  char byte = 0;
+  if (recv(socket, &byte, 1, MSG_PEEK) > 0) shutdown(socket, SD_BOTH);
+}
+
+int closeRestSocket(curl_socket_t socket) noexcept { return closesocket(socket); }
 
 std::string describeConnectError(int number) {
   for (const Reason& row : kReasons) {

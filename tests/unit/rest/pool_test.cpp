@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <future>
 #include <thread>
 
 namespace {
@@ -99,6 +100,20 @@ TEST_F(Pool, ReconnectsWhenTheServerClosedInBetween) {
     EXPECT_TRUE(server.waitForEnds(i));
   }
   EXPECT_EQ(server.getConnections(), 3U);
+}
+
+// As servers do before they close a connection that was idle for long.
+TEST_F(Pool, DoesNotTakeWhatCameUnaskedForTheNextReply) {
+  std::promise<void> answered;
+  RawServer server({{Send{kOk}, Call{[&] { answered.get_future().wait(); }}, Send{raw::reply(408, "idle")}, Close{}},
+                    {Send{raw::reply(200, "[]")}}});
+  EXPECT_EQ(caller_.get(server.getURL()).code, 0);
+  answered.set_value();
+  EXPECT_TRUE(server.waitForEnds(1));
+  const Outcome outcome = caller_.get(server.getURL());
+  EXPECT_EQ(outcome.code, 0) << outcome.text;
+  EXPECT_EQ(bodyOf(outcome), "[]");
+  EXPECT_EQ(server.getRequests().size(), 2U);
 }
 
 TEST_F(Pool, WorksAgainAfterEachFailure) {
