@@ -131,6 +131,9 @@ struct COJsonAccess {
   /// @return false, with `top` as it was, when `text` is not valid.
   static bool parse(COJson& top, std::string_view text, bool isKept, unsigned depth, const COJson::Reduce& reduce);
 
+  /// How many values `text` holds at most, if it is JSON.
+  static std::size_t boundValues(std::string_view text) noexcept;
+
   /// What `reduce` makes of a value that has no place yet.
   static double reduced(const Node& node, const COJson::Reduce& reduce) { return reduce(COJsonValue(node)); }
 

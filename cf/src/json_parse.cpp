@@ -371,6 +371,16 @@ bool COJsonAccess::parse(COJson& top, std::string_view text, bool isKept, unsign
   return true;
 }
 
+std::size_t COJsonAccess::boundValues(std::string_view text) noexcept {
+  std::size_t values = 1;
+  for (std::size_t place = 0; place < text.size();) {
+    const char character = text[place];
+    if (character == ',' || character == '[' || character == '{') ++values;
+    place += character == '"' ? stringSize(text.substr(place)) : 1;
+  }
+  return values;
+}
+
 bool cfIsJson(const std::string& text) {
   if (!hasTextSize(text)) return false;
   Checker checker;

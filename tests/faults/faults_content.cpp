@@ -29,6 +29,13 @@ Play withNested(std::size_t depth, const std::string& open, const std::string& c
   };
 }
 
+std::string repeat(std::string_view text, std::size_t count) {
+  std::string result;
+  result.reserve(text.size() * count);
+  for (std::size_t i = 0; i < count; ++i) result += text;
+  return result;
+}
+
 std::string toUTF16(const std::string& text) {
   std::string result = "\xff\xfe";
   for (const char c : text) result += {c, '\0'};
@@ -59,6 +66,8 @@ std::vector<Fault> brokenTexts() {
       noJson("arrays_100_000_deep", withNested(100'000, "[", "]")),
       noJson("arrays_1_000_000_deep", withNested(1'000'000, "[", "]")),
       noJson("objects_100_000_deep", withNested(100'000, R"({"a":)", "}")),
+      noJson("too_many_values", withMembers("\"x\":[" + repeat("0,", 900'000) + "0]")),
+      noJson("too_many_containers", withMembers("\"x\":[" + repeat("[],", 600'000) + "0]")),
       noJson("deep_member", withMembers("\"x\":" + nested(100'000, "[", "]"))),
   };
 }

@@ -160,7 +160,7 @@ class CF_TYPE CMRestResourceResponse {
 
   /// The HTTP status.
   CF_API std::int32_t getStatus() const noexcept;
-  /// The body as JSON, owned by the response; null when the body is no JSON.
+  /// The body as JSON, owned by the response; null when the body is no JSON, or one of more than half a million values.
   CF_API const ICOJsonValue* getJson() const noexcept;
   /// The body as it arrived (after decompression); any bytes.
   CF_API const std::string& getBufferString() const noexcept;

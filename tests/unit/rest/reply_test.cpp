@@ -46,6 +46,17 @@ TEST(Reply, WithoutContentIsASuccessWithAnEmptyBody) {
   EXPECT_EQ(outcome.response->getJson(), nullptr);
 }
 
+TEST(Reply, OfMoreThanHalfAMillionValuesIsNoJson) {
+  constexpr std::size_t kMost = std::size_t{512} << 10;  // the array is one of them
+  std::string zeros = "[0";
+  for (std::size_t i = 0; i < kMost - 2; ++i) zeros += ",0";
+  EXPECT_NE(CMRestResourceResponse(200, zeros + "]").getJson(), nullptr);
+  EXPECT_EQ(CMRestResourceResponse(200, zeros + ",0]").getJson(), nullptr);
+  EXPECT_EQ(CMRestResourceResponse(200, zeros + ",{}]").getJson(), nullptr);
+  const std::string text = R"([")" + std::string(kMost, ',') + R"(\",[{"])";
+  EXPECT_NE(CMRestResourceResponse(200, text).getJson(), nullptr) << "what a string holds is no value";
+}
+
 TEST(Reply, MayFollowInterimReplies) {
   RawServer server("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + raw::reply(200, "[]"));
   const Outcome outcome = RestCaller{}.get(server.getURL());
