@@ -15,7 +15,8 @@ namespace {
 
 enum class Detail { None, System, Certificate, Library };
 
-// "{}" stands for the peer with its port, "{host}" without. The detail follows after a colon.
+// "{}" stands for the peer with its port, "{host}" without, and "{first}" for who comes first on the way. The detail
+// follows after a colon.
 struct Wording {
   CURLcode code;
   CFRestError error;
@@ -32,7 +33,7 @@ constexpr auto kWordings = std::to_array<Wording>({
     {CURLE_URL_MALFORMAT, CFRestError::BadRequest, "The host name {host} can't be used"},  // no internationalised name
     {CURLE_COULDNT_RESOLVE_HOST, CFRestError::HostNotFound, "Could not find the host {host}"},
     {CURLE_COULDNT_RESOLVE_PROXY, CFRestError::HostNotFound, "Could not find {host}"},
-    {CURLE_COULDNT_CONNECT, CFRestError::CouldNotConnect, "Could not connect to {}", Detail::System},
+    {CURLE_COULDNT_CONNECT, CFRestError::CouldNotConnect, "Could not connect to {first}", Detail::System},
     {CURLE_PEER_FAILED_VERIFICATION, CFRestError::TLSFailed, kNotTrusted, Detail::Certificate},
     {CURLE_SSL_CONNECT_ERROR, CFRestError::TLSFailed, kNotSecure, Detail::Certificate},
     {CURLE_SSL_CACERT_BADFILE, CFRestError::TLSFailed, kNotSecure, Detail::Library},
@@ -82,6 +83,11 @@ std::string compose(std::string_view wording, CURL* easy, const RestPlan& plan) 
   std::string text(wording);
   if (const auto place = text.find("{host}"); place != std::string::npos) {
     return text.replace(place, 6, namePeer(easy, plan, &RestPeer::host));
+  }
+  // However far the request got before, on a kept connection that was lost: libcurl connects anew then.
+  if (const auto place = text.find("{first}"); place != std::string::npos) {
+    const bool direct = plan.proxy.url.empty();
+    return text.replace(place, 7, direct ? plan.address.peer.name : "the proxy " + plan.proxy.peer.name);
   }
   const auto place = text.find("{}");
   if (place == std::string::npos) return text;

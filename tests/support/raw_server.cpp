@@ -94,12 +94,16 @@ RawServer::RawServer(raw::Answer answer, TLSContext tls, Greeting greeting)
 }
 
 RawServer::~RawServer() {
-  stopping_ = true;
+  stopListening();
+  for (const auto& connection : connections_) connection->shutDown();
+  for (const auto& connection : connections_) connection->thread.join();
+}
+
+void RawServer::stopListening() {
+  if (stopping_.exchange(true)) return;
   sockets::wakeAccept(listener_);
   acceptor_.join();
   sockets::close(listener_);
-  for (const auto& connection : connections_) connection->shutDown();
-  for (const auto& connection : connections_) connection->thread.join();
 }
 
 std::string RawServer::getURL() const {

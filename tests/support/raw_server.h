@@ -69,6 +69,9 @@ class RawServer {
   /// Requests are counted and not kept, so that any number may come. Called before the first request.
   void keepNoRequests() { keepsRequests_ = false; }
 
+  /// Further connections are refused; those that are there go on. From any thread, once.
+  void stopListening();
+
   int getPort() const { return port_; }
   /// "http://127.0.0.1:port", or "https://localhost:port" with TLS.
   std::string getURL() const;
