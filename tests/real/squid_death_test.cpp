@@ -66,12 +66,14 @@ TEST_P(SquidThatDies, InARequestFailsThatTurnAndNoLaterOne) {
 
     const std::string lost = ask(*assistant, session.get(), "question");
     const std::string address = server->getURL();
-    EXPECT_EQ(lost, "error: The connection to " + address.substr(address.find("://") + 3) +
-                        " was lost before the reply was complete");
+    const std::string here = "error: The connection to " + address.substr(address.find("://") + 3) +
+                             " was lost before the reply was complete";
+    const std::string gone =
+        "error: Could not connect to the proxy " + squid_->name(Door::Password) + ": connection refused";
+    // On a connection that was kept, libcurl may find nobody when it sends the request once more.
+    EXPECT_THAT(lost, testing::AnyOf(here, isOfManyRequests() ? gone : here));
     ASSERT_TRUE(server->waitForEnds(server->getConnections()));
-    const std::string refused = ask(*assistant, session.get(), "question");
-    EXPECT_EQ(refused,
-              "error: Could not connect to the proxy " + squid_->name(Door::Password) + ": connection refused");
+    EXPECT_EQ(ask(*assistant, session.get(), "question"), gone);
     EXPECT_EQ(session->obtainSessionData(), saved);
 
     squid_->start();
