@@ -8,8 +8,11 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <optional>
 #include <set>
+#include <tuple>
+#include <vector>
 
 namespace {
 
@@ -28,10 +31,10 @@ struct Surroundings {
   }
 };
 
-class Matrix : public testing::TestWithParam<std::tuple<Fault, FaultedService>> {
+class Matrix : public testing::TestWithParam<std::tuple<const Fault*, const FaultedService*>> {
  protected:
-  const Fault& fault() const { return std::get<0>(GetParam()); }
-  const FaultedService& service() const { return std::get<1>(GetParam()); }
+  const Fault& fault() const { return *std::get<0>(GetParam()); }
+  const FaultedService& service() const { return *std::get<1>(GetParam()); }
 
   void SetUp() override { Surroundings::get(); }
   void TearDown() override { QAISetHTTPSettings({}); }
@@ -136,7 +139,8 @@ class Player {
   }
 
   void expectFaultMet() const {
-    if (!cell_.fault.play) return;
+    // On a machine with much else to do, a limit may be met before the request is there.
+    if (!cell_.fault.play || cell_.fault.limit.count() != 0) return;
     const std::size_t count = server_.getFaulted().size();
     EXPECT_GE(count, 1U) << "the fault was not met";
     const bool isPolled = cell_.operation.reading == Reading::RunState;
@@ -163,6 +167,9 @@ class Player {
 /// Whether the cell differs from others: behind its reply nothing happens to a connection that is not kept, and within
 /// an operation nobody can say when the client has read a reply.
 bool isPlayable(const Cell& cell) {
+  static const bool kEveryCell = std::getenv("QAI_EVERY_FAULT") != nullptr;
+  // What a reply holds is read in one way, however it came: every day in two of the four ways.
+  if (cell.fault.isOfContent && cell.warm != cell.secure && !kEveryCell) return false;
   const Between between = cell.fault.between;
   const bool isTimed = between == Between::Reset || between == Between::BytesLater;
   if (between != Between::Nothing && (!cell.warm || !cell.service.usesPool)) return false;
@@ -203,10 +210,18 @@ TEST_P(Matrix, LeavesNothingButWhatTheHostIsTold) {
   }
 }
 
+template <class Row>
+std::vector<const Row*> pointersTo(const std::vector<Row>& table) {
+  std::vector<const Row*> rows;
+  for (const Row& row : table) rows.push_back(&row);
+  return rows;
+}
+
 INSTANTIATE_TEST_SUITE_P(Faults, Matrix,
-                         testing::Combine(testing::ValuesIn(allFaults()), testing::ValuesIn(faultedServices())),
+                         testing::Combine(testing::ValuesIn(pointersTo(allFaults())),
+                                          testing::ValuesIn(pointersTo(faultedServices()))),
                          [](const auto& row) {
-                           return std::get<0>(row.param).name + "_at_" + std::get<1>(row.param).name;
+                           return std::get<0>(row.param)->name + "_at_" + std::get<1>(row.param)->name;
                          });
 
 TEST(FaultTable, HasAtLeastEightyFaults) {

@@ -63,10 +63,10 @@ struct Fault {
   std::chrono::milliseconds wait{0};           // what the call may take by itself
   bool repeats = false;                        // the request is sent anew when its connection had been kept
   bool cancels = false;                        // the host does, where the service uses its pool; else the limit ends it
+  bool isOfContent = false;                    // whole HTTP, and a matter of what it says
   Place place = Place::Usual;
   Between between = Between::Nothing;
 };
-void PrintTo(const Fault& fault, std::ostream* out);
 
 // Each gives a part of the table.
 std::vector<Fault> connectionFaults();

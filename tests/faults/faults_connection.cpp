@@ -2,7 +2,6 @@
 #include "faults.h"
 
 #include <chrono>
-#include <ostream>
 #include <thread>
 
 namespace {
@@ -165,8 +164,6 @@ std::vector<Fault> waitingFaults() {
   };
 }
 
-void PrintTo(const Fault& fault, std::ostream* out) { *out << fault.name; }
-
 std::string head(int status, std::string_view fields) {
   return "HTTP/1.1 " + std::to_string(status) + " Whatever\r\n" + std::string(fields) + "\r\n";
 }
@@ -188,9 +185,11 @@ Play sendsBody(std::function<std::string(std::string body)> change) {
 const std::vector<Fault>& allFaults() {
   static const std::vector<Fault> kFaults = [] {
     std::vector<Fault> faults;
-    for (auto* part : {connectionFaults, waitingFaults, framingFaults, redirectFaults, statusFaults, contentFaults,
-                       readingFaults, runFaults}) {
+    for (auto* part : {connectionFaults, waitingFaults, framingFaults, redirectFaults}) {
       for (Fault& fault : part()) faults.push_back(std::move(fault));
+    }
+    for (auto* part : {statusFaults, contentFaults, readingFaults, runFaults}) {
+      for (Fault& fault : part()) faults.emplace_back(std::move(fault)).isOfContent = true;
     }
     return faults;
   }();
