@@ -110,11 +110,9 @@ std::optional<double> cfTextToNumber(std::string_view text) noexcept {
 
   double number = 0.0;
   const auto result = std::from_chars(text.data(), text.data() + text.size(), number);
-  if (result.ptr != text.data() + text.size()) return std::nullopt;
+  if (result.ptr != text.data() + text.size()) return std::nullopt;  // what is no number is not taken at all
   if (result.ec == std::errc::result_out_of_range) {
     number = isTooLarge(text) ? std::numeric_limits<double>::max() : 0.0;
-  } else if (result.ec != std::errc()) {
-    return std::nullopt;
   }
   return negative ? -number : number;
 }

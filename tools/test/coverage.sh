@@ -3,7 +3,7 @@
 
 # What was reached, in percent, rounded down. Raise them with what is added; 100 and 95 are aimed at.
 line_limit=99
-branch_limit=92
+branch_limit=93
 
 install_packages "${run_packages[@]}" "${test_packages[@]}" "${coverage_packages[@]}"
 find build/coverage -name '*.gcda' -delete 2>/dev/null || true  # what earlier runs counted
