@@ -18,7 +18,7 @@ int main(int argc, char** argv) {
 }
 END
 protections=(-O2 -fPIE -pie -fstack-protector-strong -fcf-protection -D_FORTIFY_SOURCE=2
-  -Wl,-z,relro,-z,now,-z,noexecstack)
+  "-Wl,-z,relro,-z,now,-z,noexecstack")
 
 # What is taken away, and what is said then.
 changes=(
