@@ -66,7 +66,10 @@ TEST(Redaction, FindsCharactersBeyondASCIIInTheirEscapes) {
 }
 
 TEST(Redaction, FindsBase64WhoseSignsAreEncodedAgain) {
-  const std::string secret = ">>>?" "??~~~?" "??";
+  const std::string secret =
+      ">>>?"
+      "??~~~?"
+      "??";
   ASSERT_EQ(canary::base64(secret), "Pj4+Pz8/fn5+Pz8/");
   EXPECT_EQ(redacted(R"("Pj4+Pz8\/fn5+Pz8\/")", secret).find("z8"), std::string::npos);
   EXPECT_EQ(redacted("k=Pj4%2BPz8%2Ffn5%2BPz8%2F", secret).find("z8"), std::string::npos);
