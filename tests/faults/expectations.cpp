@@ -4,9 +4,11 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
 #include <filesystem>
 #include <iterator>
+#include <ostream>
 #include <thread>
 
 namespace {
@@ -119,6 +121,10 @@ void expectFailure(const Expected& expected, const Cell& cell, const Outcome& ou
 Holdings currentHoldings() {
   // Reading a folder takes a descriptor for a moment, always.
   return {.descriptors = countEntries("/proc/self/fd"), .threads = countEntries("/proc/self/task")};
+}
+
+void PrintTo(const Holdings& holdings, std::ostream* out) {
+  *out << holdings.descriptors << " descriptors, " << holdings.threads << " threads";
 }
 
 Holdings settle(const Holdings& expected) {

@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <iosfwd>
 #include <string>
 
 /// What the process holds.
@@ -13,6 +14,7 @@ struct Holdings {
   std::size_t threads;
   bool operator==(const Holdings&) const = default;
 };
+void PrintTo(const Holdings& holdings, std::ostream* out);
 /// Waits up to ten seconds for the threads of others, which look names up, to end.
 Holdings settle(const Holdings& expected);
 Holdings currentHoldings();
