@@ -22,7 +22,8 @@ function(qai_harden name)
   elseif(WIN32)
     # GCC knows no Control Flow Guard; it probes the stack by itself.
     set(compile -fstack-protector-strong -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
-    set(link LINKER:--dynamicbase,--high-entropy-va,--nxcompat)
+    # The guard is in a library of its own there, which the compiler names.
+    set(link -fstack-protector-strong LINKER:--dynamicbase,--high-entropy-va,--nxcompat)
   else()
     # A distribution may have set the level of its own in the flags.
     set(compile -fstack-protector-strong -fstack-clash-protection -fcf-protection -U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3)
