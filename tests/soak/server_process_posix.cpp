@@ -24,8 +24,8 @@ struct Pipe {
   const int port = server.getPort();
   const bool told = write(portEnd, &port, sizeof port) == sizeof port;
   char nothing = 0;
-  if (told) static_cast<void>(read(endOfLife, &nothing, 1));
-  _exit(told ? 0 : 1);
+  const bool served = told && read(endOfLife, &nothing, 1) == 0;
+  _exit(served ? 0 : 1);
 }
 
 }  // namespace
