@@ -94,9 +94,8 @@ std::string schemaText(const ICOJsonValue& schema) {
   const std::string prefix = name == nullptr || name->obtainString().empty() ? "" : quote(*name) + ".";
   std::string text;
   const auto append = [&](const char* key, const std::string& kind) {
-    for (const ICOJsonValue* object : itemsOf(schema.obtainJsonValue(key))) {
-      text += statement("CREATE " + kind + " " + prefix, *object) + "\n";
-    }
+    const std::string start = std::string("CREATE ").append(kind).append(" ").append(prefix);
+    for (const ICOJsonValue* object : itemsOf(schema.obtainJsonValue(key))) text += statement(start, *object) + "\n";
   };
   append("tables", "TABLE");
   append("views", "VIEW");
