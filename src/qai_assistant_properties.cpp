@@ -373,12 +373,12 @@ CMVariant QAIAssistantProperties::obtainProperty(const std::string& name) const 
 }
 
 bool QAIAssistantProperties::setProperty(const std::string& name, const CMVariant& value) {
-  const auto [entry, isNew] = assignedKeys.insert(name);
+  const auto entry = assignedKeys.insert(name);
   const Key* key = findKey(name);
   try {
     return key != nullptr && (this->*key->write)(value);
   } catch (...) {
-    if (isNew) assignedKeys.erase(entry);
+    if (entry.second) assignedKeys.erase(entry.first);
     throw;
   }
 }
