@@ -175,7 +175,7 @@ inline void findPlain(std::string_view text, std::string_view needle, std::vecto
 inline void findEncoded(std::string_view text, std::string_view needle, std::vector<Stretch>& found) {
   const auto search = [&](auto read) {
     SecretFinder finder(needle, found);
-    read([&finder](char byte, Stretch place) { finder.feed(byte, place); });
+    read([&finder](char character, Stretch place) { finder.feed(character, place); });
   };
   search([&](auto give) { readPercentEncoded(text, false, give); });
   search([&](auto give) { readPercentEncoded(text, true, give); });
