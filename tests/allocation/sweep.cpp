@@ -112,13 +112,18 @@ class Sweep {
 
   /// @return whether memory ran out.
   bool runPoint() {
-    ++Report::totals().points;
     const bool ranOut = runScene();
+    if (ranOut) count();
     forgetThread();
     // What a library below makes once and keeps is not there in a second run, and a leak is.
     if (blocksLeft() != 0 && runSceneQuietly() != 0) judgeLeak();
-    if (!ranOut) --Report::totals().points;
     return ranOut;
+  }
+
+  void count() const {
+    Totals& all = Report::totals();
+    ++all.points;
+    ++(thrown_ ? all.thrown : succeeded_ ? all.overcome : all.told);
   }
 
   bool runScene() {
@@ -162,7 +167,6 @@ class Sweep {
     if (Clock::now() - start > kLongest) complain("took too long");
     if (!other.empty()) complain("threw " + other);
     succeeded_ = !thrown_ && other.empty() && scene.succeeded();
-    if (ranOut) ++(thrown_ ? Report::totals().thrown : succeeded_ ? Report::totals().overcome : Report::totals().told);
     return ranOut;
   }
 
@@ -183,7 +187,7 @@ class Sweep {
     if (blocksLeft() == 0) return;
     if (onlyForeignBlocksLeft()) {
       ++Report::totals().foreignLeaks;
-      if (runsAllPoints()) std::cout << name_ << ", point " << point_ << ": " << describeBlocksLeft();
+      if (onlyPoint()) std::cout << name_ << ", point " << point_ << ':' << describeBlocksLeft() << '\n';
     } else {
       complain("memory is lost\n" + describeBlocksLeft());
     }

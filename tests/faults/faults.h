@@ -63,7 +63,6 @@ struct Fault {
   std::chrono::milliseconds wait{0};           // what the call may take by itself
   bool repeats = false;                        // the request is sent anew when its connection had been kept
   bool cancels = false;                        // the host does, where the service uses its pool; else the limit ends it
-  bool isOfContent = false;                    // whole HTTP, and a matter of what it says
   Place place = Place::Usual;
   Between between = Between::Nothing;
 };

@@ -185,11 +185,9 @@ Play sendsBody(std::function<std::string(std::string body)> change) {
 const std::vector<Fault>& allFaults() {
   static const std::vector<Fault> kFaults = [] {
     std::vector<Fault> faults;
-    for (auto* part : {connectionFaults, waitingFaults, framingFaults, redirectFaults}) {
+    for (auto* part : {connectionFaults, waitingFaults, framingFaults, redirectFaults, statusFaults, contentFaults,
+                       readingFaults, runFaults}) {
       for (Fault& fault : part()) faults.push_back(std::move(fault));
-    }
-    for (auto* part : {statusFaults, contentFaults, readingFaults, runFaults}) {
-      for (Fault& fault : part()) faults.emplace_back(std::move(fault)).isOfContent = true;
     }
     return faults;
   }();

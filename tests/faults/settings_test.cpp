@@ -37,8 +37,17 @@ class Settings : public testing::TestWithParam<FaultedService> {
 INSTANTIATE_TEST_SUITE_P(Services, Settings, testing::ValuesIn(faultedServices()),
                          [](const auto& row) { return std::string(row.param.name); });
 
-TEST_P(Settings, ControlCharactersInTheKeyAreRefusedBeforeAnythingIsSent) {
-  if (GetParam().type == OLLAMA) GTEST_SKIP() << "sends no key";
+std::vector<FaultedService> servicesWithKeys() {
+  std::vector<FaultedService> services = faultedServices();
+  std::erase_if(services, [](const FaultedService& service) { return service.type == OLLAMA; });
+  return services;
+}
+
+class Key : public Settings {};
+INSTANTIATE_TEST_SUITE_P(Services, Key, testing::ValuesIn(servicesWithKeys()),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_P(Key, WithControlCharactersIsRefusedBeforeAnythingIsSent) {
   for (const std::string& control : kControls) {
     Host host = makeHost(GetParam(), server_.getURL(), kKey + control + "end");
     const std::string error = runModels(host).error;
