@@ -10,3 +10,6 @@
 /// elsewhere. What is neither, such as a device, is left alone.
 /// @return no error, or why it was not written.
 std::error_code writePrivateFile(const std::string& path, std::string_view text);
+
+/// The system's part of it, when nothing stands in the way.
+std::error_code replaceFile(const std::string& path, std::string_view text);

@@ -1,4 +1,3 @@
-#include "path_text.h"
 #include "private_file.h"
 
 #include <fcntl.h>
@@ -7,7 +6,6 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 
 namespace {
 
@@ -24,18 +22,11 @@ std::error_code writeAll(int file, std::string_view text) {
 
 }  // namespace
 
-std::error_code writePrivateFile(const std::string& path, std::string_view text) {
-  std::error_code error;
-  const auto there = std::filesystem::symlink_status(makePath(path), error).type();
-  using Type = std::filesystem::file_type;
-  if (there == Type::directory) return std::make_error_code(std::errc::is_a_directory);
-  if (there != Type::not_found && there != Type::regular && there != Type::symlink)
-    return std::make_error_code(std::errc::invalid_argument);
-
+std::error_code replaceFile(const std::string& path, std::string_view text) {
   std::string beside = path + ".XXXXXX";
   const int file = mkostemp(beside.data(), O_CLOEXEC);  // for this user alone, and not through a link
   if (file < 0) return lastError();
-  error = writeAll(file, text);
+  std::error_code error = writeAll(file, text);
   if (close(file) != 0 && !error) error = lastError();
   if (!error && std::rename(beside.c_str(), path.c_str()) != 0) error = lastError();
   if (error) unlink(beside.c_str());
