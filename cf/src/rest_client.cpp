@@ -80,7 +80,7 @@ std::int32_t RestClient::send(const RestOrder& order, RestTransfer& transfer, Re
   curl_easy_getinfo(easy, CURLINFO_RESPONSE_CODE, &status);
   *response =
       std::make_unique<CMRestResourceResponse>(static_cast<std::int32_t>(status), std::move(reply.body)).release();
-  if (status < 200 || status > 299) return static_cast<std::int32_t>(status);
+  if (!isSuccess(status)) return static_cast<std::int32_t>(status);
   transfer.keep();
   return 0;
 }

@@ -180,8 +180,6 @@ std::string toSize(std::size_t bytes) {
   return bytes % kMiB == 0 ? std::to_string(bytes / kMiB) + " MiB" : std::to_string(bytes) + " bytes";
 }
 
-bool isSuccess(long status) { return status >= 200 && status <= 299; }
-
 // The status with which the proxy refused: to open a tunnel, or to pass a plain request on; else 0.
 long obtainProxyRefusal(CURL* easy, const RestPlan& plan) {
   constexpr long kProxyAuthenticationRequired = 407;

@@ -19,3 +19,6 @@ struct RestFailure {
 /// the reply found no memory.
 RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings,
                           const RestReply& reply);
+
+/// Whether the status (RFC 9110, 15.3) says that what was asked was done.
+inline bool isSuccess(long status) { return status >= 200 && status <= 299; }
