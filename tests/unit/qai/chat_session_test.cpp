@@ -179,4 +179,16 @@ TEST(ChatSession, EntryOfAnUnknownRoleIsAProgrammingErrorOfItsProvider) {
   EXPECT_THAT(log.all(), ElementsAre("qai_session_openai_v1: false"));
 }
 
+TEST(ChatSession, EntryWithoutASectionIsAProgrammingErrorOfItsProvider) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  session.appendTurn("q", "a");
+  std::vector<IQAIMessageSection*>& sections = session.history().entries().front()->sections;
+  const std::unique_ptr<IQAIMessageSection> taken(sections.front());
+  sections.clear();
+  const AssertionLog log;
+  EXPECT_EQ(session.obtainSessionData(), "");
+  EXPECT_THAT(log.all(), ElementsAre("qai_session_openai_v1: false"));
+}
+
 }  // namespace

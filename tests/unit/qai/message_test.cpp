@@ -26,6 +26,13 @@ TEST(Message, StartsAsAnAssistantsWithoutTimeOrSections) {
   EXPECT_EQ(message.firstText(), "");
 }
 
+TEST(Message, WhoseFirstSectionIsMissingHasNoText) {
+  QAIMessage message;
+  message.sections.push_back(nullptr);
+  message.addText("second");
+  EXPECT_EQ(message.firstText(), "");
+}
+
 TEST(Message, DestroysEachSectionOnceAndSkipsNull) {
   int destroyed = 0;
   {

@@ -24,6 +24,26 @@ TEST(RestClientWithoutASession, SendsWhatTheRequestHolds) {
   EXPECT_EQ(server.getRequests()[0].find("Authorization"), std::string::npos);
 }
 
+TEST(GlobalSettings, AreTheSameOnlyWhenAllFieldsAre) {
+  using Change = void (*)(CMRestGlobalSettings&);
+  const std::vector<Change> changes{
+      [](CMRestGlobalSettings& settings) { settings.proxyURL = "http://localhost:1"; },
+      [](CMRestGlobalSettings& settings) { settings.connectTimeout += 1ms; },
+      [](CMRestGlobalSettings& settings) { settings.totalTimeout += 1ms; },
+      [](CMRestGlobalSettings& settings) { ++settings.lowSpeedBytes; },
+      [](CMRestGlobalSettings& settings) { settings.lowSpeedTime += 1s; },
+      [](CMRestGlobalSettings& settings) { ++settings.maxReplyBytes; },
+      [](CMRestGlobalSettings& settings) { settings.caFile = "authorities.pem"; },
+      [](CMRestGlobalSettings& settings) { settings.userAgent = "other"; },
+  };
+  for (std::size_t i = 0; i < changes.size(); ++i) {
+    CMRestGlobalSettings settings;
+    EXPECT_EQ(settings, CMRestGlobalSettings());
+    changes[i](settings);
+    EXPECT_NE(settings, CMRestGlobalSettings()) << "field " << i;
+  }
+}
+
 TEST(ErrorDescription, OfAClientThatHasNotFailedIsTheTitle) {
   const CMRestSession session;
   ICSAppFactory* app = CF::obtainAppFactory();

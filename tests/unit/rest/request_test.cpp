@@ -33,6 +33,15 @@ TEST(Request, GetIsSentWholeAndInOrder) {
           "Authorization: Bearer abc\r\nX-Session: 1\r\nX-Second: two words\r\nX-Own: 3\r\n\r\n");
 }
 
+// RFC 9110, 5.6.2
+TEST(Request, NamesOfHeadersMayHoldWhatATokenMay) {
+  RawServer server(kOk);
+  const std::string name = "a!#$%&'*+-.^_`|~9Z";
+  EXPECT_EQ(RestCaller{}.get(server.getURL(), {}, {{name, "1"}}).code, 0);
+  ASSERT_EQ(server.getRequests().size(), 1U);
+  EXPECT_TRUE(holdsLine(server.getRequests()[0], name + ": 1"));
+}
+
 TEST(Request, PostCarriesTheJsonTextAsItWasWhenTaken) {
   RawServer server(kOk);
   COJson json;
