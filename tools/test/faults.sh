@@ -1,5 +1,5 @@
-# ./test --faults: the whole table of faults, each operation meeting each fault in every way; in ./test alone it meets it
-# in one of the four. Takes minutes.
+# ./test --faults: the whole table of faults, each operation meeting each fault in every way; ./test itself takes one cell
+# in seven. Takes minutes.
 
 install_packages "${run_packages[@]}" "${test_packages[@]}"
 export QAI_EVERY_FAULT=1
