@@ -1,10 +1,31 @@
-# Set-up that ./run and ./test share; sourced by both. Messages go to standard error: standard output is for answers.
+# Set-up that ./run, ./test, ./bench and the tools share; sourced by them. Messages go to standard error: standard output is for answers.
 # shellcheck disable=SC2034  # the lists of packages are for those who source this
 
 say() { printf '%s\n' "$*" >&2; }
 fail() {
   say "$(basename "$0"): $*"
   exit 1
+}
+
+# misused SENTENCE: what is wrong with the arguments.
+misused() {
+  say "$(basename "$0"): $*"
+  exit 2
+}
+
+# takes_none ARGUMENT…: for what takes no arguments.
+takes_none() { [ $# -eq 0 ] || misused "takes no arguments, not $*"; }
+
+# takes_number NAME [ARGUMENT…]: for what takes one number from 1 on, or nothing.
+takes_number() {
+  local name=$1
+  shift
+  [ $# -eq 0 ] || { [ $# -eq 1 ] && [[ $1 =~ ^[1-9][0-9]{0,8}$ ]]; } || misused "$name is a number from 1 on, not \"$*\""
+}
+
+# as_root COMMAND…: an ordinary user's through sudo.
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then "$@"; else sudo "$@"; fi
 }
 
 # install_packages NAME…: installs those that are missing; silent when none is.
@@ -15,16 +36,13 @@ install_packages() {
   done
   [ ${#missing[@]} -eq 0 ] && return
   command -v apt-get >/dev/null || fail "needs these Debian packages, and there is no apt-get here: ${missing[*]}"
-  local as_root=()
-  if [ "$(id -u)" -ne 0 ]; then
-    command -v sudo >/dev/null || fail "needs these packages; install them as root, or install sudo: ${missing[*]}"
-    as_root=(sudo)
-  fi
+  [ "$(id -u)" -eq 0 ] || command -v sudo >/dev/null ||
+    fail "needs these packages; install them as root, or install sudo: ${missing[*]}"
   say "Installing ${missing[*]} …"
   local log
   log=$(mktemp)
-  if ! { "${as_root[@]}" apt-get update -q &&
-    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"; } \
+  if ! { as_root apt-get update -q &&
+    as_root env DEBIAN_FRONTEND=noninteractive apt-get install -q -y --no-install-recommends "${missing[@]}"; } \
     </dev/null >"$log" 2>&1; then
     tail -n 20 "$log" >&2
     rm -f "$log"
@@ -56,11 +74,7 @@ unpack_packages() {
 # fetch_archives FOLDER NAME…: apt-get asks for no root here.
 fetch_archives() { (cd "$1" && shift && rm -f ./*.deb && apt-get download -q "$@"); }
 
-update_lists() {
-  local as_root=()
-  [ "$(id -u)" -eq 0 ] || as_root=(sudo)
-  "${as_root[@]}" apt-get update -q
-}
+update_lists() { as_root apt-get update -q; }
 
 # prepare_windows: the libraries that Debian has no Windows packages for, unless QAI_WINDOWS_DEPS names a folder with
 # them, and a Wine that is up.

@@ -36,7 +36,7 @@ fuzz_executions() {
 fuzz_all() {
   local minutes=$1 jobs=$2 seconds code=0 target
   shift 2
-  for target in "$@"; do [ -d "fuzz/seeds/$target" ] || fail "there is no target $target; see fuzz/seeds"; done
+  for target in "$@"; do [ -d "fuzz/seeds/$target" ] || misused "there is no target $target; see fuzz/seeds"; done
   seconds=$((minutes * 60 * jobs / $#))
   [ "$seconds" -gt 0 ] || fail "$minutes minutes are too few for $# targets"
   say "Fuzzing $# targets for $seconds s each, $jobs at a time …"
@@ -47,9 +47,9 @@ fuzz_all() {
   [ $code -eq 0 ] || fail "what was found is in build/fuzz/crashes, each target's output in build/fuzz/logs; once it is mended, the input stays as fuzz/crashes/TARGET/NAME"
 }
 
-[[ ${1:-} =~ ^[1-9][0-9]{0,4}$ ]] || fail "usage: ./test --fuzz MINUTES (a number from 1 on)"
+[[ $* =~ ^[1-9][0-9]{0,4}$ ]] || misused "usage: ./test --fuzz MINUTES, a number from 1 on"
 fuzz_jobs=${QAI_FUZZ_JOBS:-$(nproc)}
-[[ $fuzz_jobs =~ ^[1-9][0-9]{0,3}$ ]] || fail "QAI_FUZZ_JOBS must be a number"
+[[ $fuzz_jobs =~ ^[1-9][0-9]{0,3}$ ]] || misused "QAI_FUZZ_JOBS must be a number"
 install_packages "${run_packages[@]}" "${fuzz_packages[@]}"
 build fuzz qai_fuzz
 read -r -a fuzz_targets <<<"${QAI_FUZZ_TARGETS:-$(cd fuzz/seeds && echo *)}"

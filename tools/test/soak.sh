@@ -1,5 +1,6 @@
 # ./test --soak [TURNS]: a hundred thousand turns of all services, a fifth of which fail; then as many over TLS. What
 # the process holds is told after each thousand and must stay as it was after the first.
+takes_number TURNS "$@"
 install_packages "${run_packages[@]}" "${test_packages[@]}"
 build release soak_test
 say "Testing soak …"

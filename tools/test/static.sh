@@ -43,6 +43,7 @@ check_with_clang_tidy() {
   build static
 }
 
+takes_none "$@"
 install_packages "${run_packages[@]}" "${test_packages[@]}" "${static_packages[@]}"
 mapfile -t cxx_files < <(files_named '*.cpp' '*.h' '*.hpp')
 check_form

@@ -1,5 +1,6 @@
-# ./test --threads: what docs/threads.md promises, under ThreadSanitizer, with a thousand turns of each of the sixteen
+# ./test --threads [TURNS]: what docs/threads.md promises, under ThreadSanitizer, with a thousand turns of each of the sixteen
 # assistants. Debian's libcurl and OpenSSL are not instrumented: of them it sees the calls of the C library alone.
+takes_number TURNS "$@"
 install_packages "${run_packages[@]}" "${test_packages[@]}"
 build tsan threads_test
 say "Testing threads …"
