@@ -5,9 +5,11 @@
 #include <chrono>
 #include <cstdint>
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <exception>
 #include <sstream>
+#include <string_view>
 #include <utility>
 
 namespace ratio {
@@ -15,6 +17,7 @@ namespace {
 
 constexpr double kSecondsPerRow = 1.5;
 constexpr int kFewestPairs = 11;
+constexpr int kPairsOnce = 2;              // each side begins one
 constexpr double kShortestSample = 20e-6;  // seconds; below it the clocks themselves would count
 constexpr int kMostCallsInASample = 10'000;
 
@@ -130,6 +133,8 @@ bool holds(Bound bound, double limit, double ours, double times) {
 
 class Reporter final : public benchmark::BenchmarkReporter {
  public:
+  explicit Reporter(bool judges) : judges_(judges) {}
+
   bool ReportContext(const Context& /*context*/) override { return true; }
 
   void ReportRuns(const std::vector<Run>& runs) override {
@@ -159,10 +164,15 @@ class Reporter final : public benchmark::BenchmarkReporter {
     const bool paired = counters.count(prefix + ":baseline") != 0;
     const double times = paired ? value("ours") / value("baseline") : 0.0;
     const bool kept = holds(bound, value("limit"), value("ours"), times);
-    if (!kept) missed_ = true;
+    if (judges_ && !kept) missed_ = true;
     printLine((prefix == "cpu" ? name + " cpu" : name).c_str(), toText(value("ours"), unit).c_str(),
               paired ? toText(value("baseline"), unit).c_str() : "-", paired ? format("%.3f", times).c_str() : "-",
-              toText(bound, value("limit"), unit).c_str(), bound == Bound::None ? "" : (kept ? "ok" : "MISSED"));
+              toText(bound, value("limit"), unit).c_str(), verdict(bound, kept));
+  }
+
+  const char* verdict(Bound bound, bool kept) const {
+    if (!judges_) return "not judged";
+    return bound == Bound::None ? "" : (kept ? "ok" : "MISSED");
   }
 
   static void printLine(const char* name, const char* ours, const char* baseline, const char* times, const char* limit,
@@ -170,6 +180,7 @@ class Reporter final : public benchmark::BenchmarkReporter {
     std::printf("%-44s %12s %12s %8s %12s  %s\n", name, ours, baseline, times, limit, verdict);
   }
 
+  const bool judges_;
   bool headed_ = false;
   bool missed_ = false;
 };
@@ -197,6 +208,13 @@ double median(std::vector<double> values) {
 struct Table::Comparison {
   Limits limits;
   std::function<Pair()> make;
+  bool once;
+
+  /// Whether a row with so many pairs, begun at that time, has had its share.
+  bool isDone(int pairs, double begin) const {
+    if (once) return pairs >= kPairsOnce;
+    return pairs >= kFewestPairs && obtainTime(CLOCK_MONOTONIC) - begin >= kSecondsPerRow;
+  }
 
   void run(benchmark::State& state) const {
     const Pair pair = make();
@@ -206,7 +224,7 @@ struct Table::Comparison {
     baseline.calibrate();
     const double begin = obtainTime(CLOCK_MONOTONIC);
     while (state.KeepRunning()) {  // once: how often the pair is run is decided here
-      for (int pairs = 0; pairs < kFewestPairs || obtainTime(CLOCK_MONOTONIC) - begin < kSecondsPerRow; ++pairs) {
+      for (int pairs = 0; !isDone(pairs, begin); ++pairs) {
         const bool oursFirst = pairs % 2 == 0;
         (oursFirst ? ours : baseline).sample();
         (oursFirst ? baseline : ours).sample();
@@ -221,12 +239,22 @@ struct Table::Comparison {
   }
 };
 
-Table::Table(int& argc, char** argv) { benchmark::Initialize(&argc, argv); }
+Table::Table(int& argc, char** argv) {
+  benchmark::Initialize(&argc, argv);
+  for (int i = 1; i < argc; ++i) {
+    if (argv[i] != std::string_view("--once")) {
+      std::fprintf(stderr, "%s: %s is no option here\n", argv[0], argv[i]);
+      std::exit(2);
+    }
+    once_ = true;
+  }
+}
 
 Table::~Table() = default;
 
 void Table::compare(const std::string& name, Limits limits, std::function<Pair()> make) {
-  const Comparison& row = *comparisons_.emplace_back(std::make_unique<Comparison>(Comparison{limits, std::move(make)}));
+  const Comparison& row =
+      *comparisons_.emplace_back(std::make_unique<Comparison>(Comparison{limits, std::move(make), once_}));
   benchmark::RegisterBenchmark(name.c_str(), [&row](benchmark::State& state) {
     guarded(state, [&] { row.run(state); });
   })->Iterations(1);
@@ -243,7 +271,7 @@ void Table::measure(const std::string& name, Measure measure, std::function<Figu
 }
 
 int Table::run() {
-  Reporter reporter;
+  Reporter reporter(!once_);
   std::ostringstream ignored;  // "failed to match any benchmarks": the rows of a filter may stand in another program
   reporter.SetErrorStream(&ignored);
   benchmark::RunSpecifiedBenchmarks(&reporter);

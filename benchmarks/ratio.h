@@ -67,11 +67,15 @@ double median(std::vector<double> values);
 /// The rows of one program, run in the order in which they were added.
 class Table {
  public:
-  /// Takes Google Benchmark's options (--benchmark_filter=…).
+  /// Takes --once and Google Benchmark's options (--benchmark_filter=…). With --once each row's work is done as few
+  /// times as can be and no limit is judged: what a row checks of its work is what can fail. Ends the process with 2
+  /// when an argument is none of these.
   Table(int& argc, char** argv);
   ~Table();
   Table(const Table&) = delete;
   Table& operator=(const Table&) = delete;
+
+  bool isOnce() const { return once_; }
 
   void compare(const std::string& name, Limits limits, std::function<Pair()> make);
   void measure(const std::string& name, Measure measure, std::function<Figures()> take);
@@ -82,6 +86,7 @@ class Table {
 
  private:
   struct Comparison;
+  bool once_ = false;
   std::vector<std::unique_ptr<Comparison>> comparisons_;
 };
 

@@ -16,7 +16,6 @@
 namespace {
 
 constexpr Length kLength{0, 40};  // a conversation from its first turn on
-constexpr int kRounds = 100;      // odd ones begin with ours
 
 /// All talks at once, each through its turns; gives turns per second.
 template <class Talk>
@@ -50,7 +49,8 @@ double runRound(std::vector<std::unique_ptr<Talk>>& talks) {
   return static_cast<double>(talks.size() * kLength.turns) / time.count();
 }
 
-ratio::Figures takeThroughput(std::size_t threads) {
+/// In so many rounds, of which odd ones begin with ours.
+ratio::Figures takeThroughput(std::size_t threads, int rounds) {
   BenchServer server;
   std::vector<std::unique_ptr<Conversation>> ours;
   std::vector<std::unique_ptr<BareConversation>> bare;
@@ -60,7 +60,7 @@ ratio::Figures takeThroughput(std::size_t threads) {
   }
   std::vector<double> oursRates;
   std::vector<double> bareRates;
-  for (int round = 0; round < kRounds; ++round) {
+  for (int round = 0; round < rounds; ++round) {
     const bool oursFirst = round % 2 == 1;
     if (oursFirst) oursRates.push_back(runRound(ours));
     bareRates.push_back(runRound(bare));
@@ -73,10 +73,11 @@ ratio::Figures takeThroughput(std::size_t threads) {
 
 int main(int argc, char** argv) {
   ratio::Table table(argc, argv);
+  const int rounds = table.isOnce() ? 2 : 100;
   for (const std::size_t threads : {1U, 2U, 4U, 8U, 16U}) {
     table.measure("throughput/assistants/" + std::to_string(threads),
                   {ratio::Unit::PerSecond, ratio::Bound::AtLeastTimes, 0.9},
-                  [threads] { return takeThroughput(threads); });
+                  [threads, rounds] { return takeThroughput(threads, rounds); });
   }
   return table.run();
 }

@@ -1,0 +1,1 @@
+// Stands for the headers that are compiled beforehand for all test programs.
