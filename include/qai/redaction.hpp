@@ -5,6 +5,8 @@
 /// says is passed on as it arrived. A host that shows, logs or keeps such texts takes its secrets out of them first.
 #pragma once
 
+#include <cf/language.h>
+
 #include <algorithm>
 #include <array>
 #include <cstddef>

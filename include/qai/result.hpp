@@ -2,6 +2,8 @@
 /// Values or error texts in place of pairs; a part of qai.hpp.
 #pragma once
 
+#include <cf/language.h>
+
 #include <string>
 #include <utility>
 

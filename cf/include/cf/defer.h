@@ -2,6 +2,8 @@
 /// A scope guard: what it was given runs when the scope ends, however it ends.
 #pragma once
 
+#include <cf/language.h>
+
 #include <functional>
 #include <utility>
 

@@ -2,6 +2,8 @@
 /// Marks what leaves the shared library `cf`.
 #pragma once
 
+#include <cf/language.h>
+
 /// @def CF_API
 /// Goes on functions and member functions.
 
