@@ -10,7 +10,7 @@ sentence='libqai needs C\+\+20: compile with '
 first_error() {
   local header=$1
   shift
-  { echo "#include <$header>" | "$compiler" "$@" "${includes[@]}" -fsyntax-only -x c++ - 2>&1 || true; } |
+  { echo "#include <$header>" | "$compiler" "$@" "${includes[@]}" -fsyntax-only -Wfatal-errors -x c++ - 2>&1 || true; } |
     grep -m 1 -E 'error' || true
 }
 

@@ -1,6 +1,6 @@
 /// @file
-/// Stops compilers that are set to a language before C++20, in which the other headers mean nothing: every public header
-/// includes this one before anything else.
+/// Stops compilers that are set to a language before C++20, in which the other headers mean nothing: every public
+/// header includes this one before anything else.
 #pragma once
 
 // Microsoft's compiler tells the language here alone, unless asked to keep to the standard (/Zc:__cplusplus).
