@@ -9,8 +9,9 @@
 /// Memory: std::bad_alloc may leave any operation that allocates, and then everything here is as it was before. What a
 /// service was asked to do before memory ran out, it may have done. Objects are freed without memory.
 ///
-/// Threads: the library starts none. Every operation blocks until its HTTP exchange ends. One assistant and its
-/// sessions are used by one thread at a time; different assistants may be used on different threads.
+/// Threads: the library starts none of its own; libcurl, which sends the requests, starts one to look up a host's name.
+/// Every operation blocks until its HTTP exchange ends. One assistant and its sessions are used by one thread at a
+/// time; different assistants may be used on different threads.
 ///
 /// Texts are UTF-8. The order of the virtual operations is a binary contract: it never changes.
 #pragma once
@@ -72,8 +73,12 @@ class IQAIProperties : public IQAIObject {
   virtual std::vector<std::pair<std::string, std::string>> obtainPropertyList() const = 0;  // slot 1
   /// The value of `key`; a null variant for an unknown key.
   virtual CMVariant obtainProperty(const std::string& key) const = 0;  // slot 2
-  /// Writes `key`. A value of a wrong type raises an assertion (cf/assert.h), changes nothing and gives false. Note
-  /// that "temperature" is taken as a String ("0.7"); a Double is refused.
+  /// Writes `key`. A refused value is not stored: one of a wrong type, which raises an assertion (cf/assert.h), and a
+  /// "db_structure" that is empty or no JSON. Note that "temperature" is taken as a String ("0.7"); a Double is
+  /// refused. A "db_structure" that is neither List nor String is not stored, but gives true.
+  ///
+  /// The key counts as assigned all the same. So in a function for setAssistantProperties, whose object is fresh, a
+  /// refused value takes away what the assistant had under the key; look at the result of each call there.
   /// @return whether the value was taken.
   virtual bool setProperty(const std::string& key, const CMVariant& value) = 0;  // slot 3
 };
@@ -92,9 +97,16 @@ class IQAIAssistant : public IQAIObject {
   virtual std::pair<std::vector<std::string>, std::string> obtainAvailableModels() = 0;  // slot 1
 
   /// Calls `fill` with a fresh properties object and adopts the keys that it assigned; the change reaches the next
-  /// turn of every open session. Sends nothing with the chat services. With the Assistants service one HTTP exchange
-  /// makes the assistant there, or describes it anew: name, description and instructions that `fill` leaves out become
-  /// those of a fresh object.
+  /// turn of every open session. A key whose value was refused counts as assigned: what a fresh object has under it is
+  /// adopted, which is an empty text, map or list, a temperature of 1, and the service's public host as "api_host".
+  ///
+  /// The chat services send nothing, and take "system_instructions" over as a whole.
+  ///
+  /// With the Assistants service one HTTP exchange makes the assistant there, or describes it anew: name, description
+  /// and instructions that `fill` leaves out become those of a fresh object at the service. The settings here keep what
+  /// `fill` leaves out, but for name and description, and add its "system_instructions" to those that they have; so
+  /// after a second description they may show what the service no longer holds. The fresh object has the "api_host" in
+  /// force, which stays when another is refused.
   /// @throw std::bad_function_call when `fill` is empty (chat services; the Assistants service gives a text). What
   ///        `fill` throws passes through; nothing is changed then.
   /// @return an error text, "" when accepted.
@@ -110,6 +122,8 @@ class IQAIAssistant : public IQAIObject {
 
   /// A session rebuilt from the text of obtainSessionData, owned by the caller, and an error text. Writes the
   /// settings that the text carries into this assistant's; look at texts from elsewhere first, they name an API host.
+  /// Sends nothing. With the Assistants service it comes in place of setAssistantProperties, not after it: it names the
+  /// assistant at the service, and fails when there is one already.
   virtual std::pair<IQAISession*, std::string> loadSession(std::string data) = 0;  // slot 5
 
   /// Releases what the service holds for `session`, which is nothing but with the Assistants service: there it deletes
@@ -121,7 +135,8 @@ class IQAIAssistant : public IQAIObject {
   /// Sends `text` as the user's next turn and waits for the reply.
   ///
   /// Blocks for one HTTP exchange, at most the settings' total time limit; with the Assistants service for several, and
-  /// for about 98 seconds between them at most. cancel() of the pool centre ends it from another thread.
+  /// for about 98 seconds between them at most. cancel() of the pool centre ends it from another thread, but not with
+  /// Ollama, which does not use its pool centre, nor without one.
   /// @return the reply, owned by the caller and freed with QAIFreeObject, and ""; on failure null and a text for the
   ///         user, with the session unchanged.
   virtual std::pair<IQAIMessage*, std::string> addMessage(IQAISession* session, std::string text) = 0;  // slot 7
@@ -160,7 +175,8 @@ using QAICallback = void (*)(const char* name, void* data);
 ///
 /// @param type    the service.
 /// @param pool    made by CF::createHTTPPoolCenter(), one for each assistant, which owns and destroys it; null for a
-///                connection per request. When the call gives null or throws, the pool stays the caller's.
+///                connection per request, none of which can be cancelled. When the call gives null or throws, the pool
+///                stays the caller's.
 /// @param apiKey  the service's credential; goes into the requests and nowhere else.
 /// @param apiHost base address; without "http://" or "https://" the latter is put in front; blank means the service's
 ///                public host.

@@ -110,7 +110,8 @@ class Session {
   /// False when empty.
   explicit operator bool() const noexcept { return session_ != nullptr; }
 
-  /// Sends `text` (UTF-8) as the user's next turn and waits for the reply, as IQAIAssistant::addMessage does.
+  /// Sends `text` (UTF-8) as the user's next turn and waits for the reply, as IQAIAssistant::addMessage does. A
+  /// Canceller ends it from another thread, but with Ollama nothing does.
   Result<Message> ask(std::string text) {
     if (session_ == nullptr) return Result<Message>({}, detail::kEmptySession);
     auto [message, error] = assistant().addMessage(session_.get(), std::move(text));
@@ -183,7 +184,8 @@ class Assistant {
   }
 
   /// Calls `fill` with a Fill& to assign properties, as IQAIAssistant::setAssistantProperties does: what is assigned
-  /// reaches the next turn of every open session. What `fill` throws passes through; nothing is changed then.
+  /// reaches the next turn of every open session. A value that was refused has taken the old one away: look at
+  /// Filled::refused(). What `fill` throws passes through; nothing is changed then.
   template <class Function>
   Filled configure(Function&& fill) {
     if (core_ == nullptr) return {detail::kEmptyAssistant, {}};
@@ -215,7 +217,8 @@ class Assistant {
   }
 
   /// A conversation rebuilt from the text of Session::save(), with the settings that the text carries, the API host
-  /// included: look with savedHost() first where that is. With the Assistants service before any configure().
+  /// included: look with savedHost() first where that is. Sends nothing. With the Assistants service in place of
+  /// configure(), after which it fails.
   Result<Session> loadSession(std::string data) {
     if (core_ == nullptr) return Result<Session>({}, detail::kEmptyAssistant);
     return own(native()->loadSession(std::move(data)));

@@ -204,7 +204,10 @@ std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIP
   return "";
 }
 
-/// Makes `record` show what the service gets to hold. What it takes no other way is copied as fields.
+/// Writes what was set into `record`, name and description in any case. What else was not set stays there as it was,
+/// and system instructions are added to those that it has, while the service gets what `properties` has of both: after
+/// a second description the record may show more than the service holds. What it takes no other way is copied as
+/// fields.
 void QAIAssistant_OPENAI::adopt(const QAIAssistantProperties_OPENAI& properties,
                                 QAIAssistantProperties_OPENAI& record) {
   properties.applyAssignedProperties(&record);

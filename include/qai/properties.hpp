@@ -15,8 +15,9 @@
 
 namespace qai {
 
-/// Assigns properties inside Assistant::configure(). What the library refuses is remembered and told afterwards. The
-/// host guide says what each property is for.
+/// Assigns properties inside Assistant::configure(). What the library refuses is remembered and told afterwards, by
+/// Filled::refused(): it counts as assigned, so that it takes away what the assistant had before. The host guide says
+/// what each property is for.
 class Fill {
  public:
   /// For configure(), and for hosts that fill by the plain interface: assigns to `properties`, which it borrows.
@@ -26,7 +27,7 @@ class Fill {
   Fill& apiHost(std::string host) { return assign("api_host", std::move(host)); }
   /// The model's identifier, one of Assistant::models(); required before a turn.
   Fill& model(std::string model) { return assign("model", std::move(model)); }
-  /// From 0 to 2; the library holds it between them. What is not finite is refused.
+  /// From 0 to 2; the library holds it between them. What is not finite is refused here, and leaves the old one.
   Fill& temperature(double temperature) {
     // The record takes its number as a text only. The variant writes it as the shortest decimal, whatever the locale.
     if (std::isfinite(temperature)) return assign("temperature", CMVariant(temperature).stringValue());
@@ -35,13 +36,15 @@ class Fill {
   }
   /// What the user wants of the assistant.
   Fill& userInstructions(std::string text) { return assign("user_instructions", std::move(text)); }
-  /// The application's own instructions by name, sent in the order of their names; in place of all earlier ones.
+  /// The application's own instructions by name, sent in the order of their names; in place of all earlier ones. With
+  /// the Assistants service so at the service alone: Properties shows the earlier ones beside them.
   Fill& systemInstructions(std::map<std::string, std::string> instructions) {
     CMVariantMap values;
     for (auto& entry : instructions) values.emplace_hint(values.end(), entry.first, std::move(entry.second));
     return assign("system_instructions", std::move(values));
   }
-  /// The database as JSON text: an array of catalogs. What is no JSON, and an empty text, is refused.
+  /// The database as JSON text: an array of catalogs. What is no JSON, and an empty text, is refused, and the old
+  /// description is gone all the same.
   Fill& databaseStructure(std::string json) { return assign("db_structure", std::move(json)); }
   /// The same as a list of variants.
   Fill& databaseStructure(CMVariantList catalogs) { return assign("db_structure", std::move(catalogs)); }
@@ -50,7 +53,7 @@ class Fill {
   /// The assistant's description at the service; as name().
   Fill& description(std::string text) { return assign("description", std::move(text)); }
 
-  /// Assigns any property by its key. @return whether it was taken.
+  /// Assigns any property by its key. @return whether it was taken; when not, the key counts as assigned all the same.
   bool set(const std::string& key, const CMVariant& value) {
     if (properties_->setProperty(key, value)) return true;
     refused_.push_back(key);
@@ -73,7 +76,9 @@ class Fill {
 };
 
 /// What became of Assistant::configure(): a success when the assistant accepted and nothing was refused. When it
-/// accepted but keys were refused, the error names these; the other properties hold then.
+/// accepted but keys were refused, the error names these; the other properties hold then. A key that the library
+/// refused has the value of a fresh record then: an empty text, map or list, a temperature of 1, the service's public
+/// host. So look at refused() before the next turn, and configure() again.
 class [[nodiscard]] Filled : public Outcome {
  public:
   /// `error` is the assistant's, empty when it accepted.

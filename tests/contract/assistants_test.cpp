@@ -91,7 +91,7 @@ TEST_F(Assistants, ModifyingLeavesAModelThatIsNotSetOutAndResetsNameAndInstructi
   EXPECT_EQ(property(*assistant, "description").stringValue(), "D");
 }
 
-TEST_F(Assistants, RecordShowsWhatTheServiceHolds) {
+TEST_F(Assistants, RecordShowsWhatTheFirstDescriptionSet) {
   const AssertionLog log;
   const auto assistant = bareAssistant(nullptr);
   assign(*assistant, {{"model", service_.model},
@@ -107,6 +107,16 @@ TEST_F(Assistants, RecordShowsWhatTheServiceHolds) {
   EXPECT_EQ(property(*assistant, "description").stringValue(), "D");
   EXPECT_EQ(property(*assistant, "combined_instructions").stringValue(), "U\n\n1\n");
   EXPECT_EQ(property(*assistant, "api_host").stringValue(), standin_.address());
+}
+
+TEST_F(Assistants, SecondDescriptionWithoutAKeyTellsTheServiceTheFreshValueAndLeavesTheOldOneInTheRecord) {
+  const auto assistant = assistantWith();
+  assign(*assistant, {{"user_instructions", "U"},
+                      {"system_instructions", CMVariantMap{{"a", "S"}}},
+                      {"db_structure", R"([{"schemas":[{"tables":[{"name":"t","fields":[]}]}]}])"}});
+  EXPECT_EQ(assign(*assistant, {{"name", "N"}}), "");
+  EXPECT_EQ(lastBody(), R"({"name":"N","description":"","instructions":""})");
+  EXPECT_EQ(property(*assistant, "combined_instructions").stringValue(), "U\n\nS\nCREATE TABLE `t` ()\n\n");
 }
 
 TEST_F(Assistants, SystemInstructionsAreAddedToTheRecords) {

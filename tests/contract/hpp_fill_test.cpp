@@ -70,6 +70,28 @@ TEST_P(Filling, RefusedKeysAreToldInOrderAndTheOthersHold) {
   EXPECT_EQ(assistant.properties().userInstructions(), "be brief");
 }
 
+TEST_P(Filling, RefusedStructureTakesTheOldOneAwayAndIsTold) {
+  auto assistant = bareHost();
+  const auto first = assistant.configure([&](qai::Fill& fill) {
+    fill.model(service_.model).databaseStructure(R"([{"schemas":[{"tables":[{"name":"glacier","fields":[]}]}]}])");
+  });
+  ASSERT_TRUE(first) << first.error();
+  EXPECT_THAT(assistant.properties().combinedInstructions(), HasSubstr("glacier"));
+  for (const char* refused : {"no JSON", ""}) {
+    const auto second = assistant.configure([&](qai::Fill& fill) { fill.databaseStructure(refused); });
+    EXPECT_THAT(second.refused(), ElementsAre("db_structure"));
+    EXPECT_EQ(assistant.properties().combinedInstructions(), "");
+  }
+}
+
+TEST_P(Filling, TemperatureThatIsNoNumberLeavesTheOldOne) {
+  auto assistant = bareHost();
+  EXPECT_TRUE(assistant.configure([&](qai::Fill& fill) { fill.model(service_.model).temperature(0.5); }));
+  EXPECT_FALSE(
+      assistant.configure([](qai::Fill& fill) { fill.temperature(std::numeric_limits<double>::quiet_NaN()); }));
+  EXPECT_EQ(assistant.properties().temperature(), 0.5);
+}
+
 TEST_P(Filling, WhatTheFunctionThrowsPassesThroughAndNothingChanges) {
   auto assistant = bareHost();
   EXPECT_THROW(static_cast<void>(assistant.configure([](qai::Fill& fill) {
