@@ -1,5 +1,6 @@
 // Turns that succeed: what is sent, what comes back, what the session keeps.
 #include "fixture.h"
+#include "support/assertion_log.h"
 
 #include <gmock/gmock.h>
 
@@ -74,6 +75,26 @@ TEST_P(Turn, InstructionsComeBeforeTheHistoryOnEveryTurn) {
   }
 }
 
+TEST_P(Turn, BodyGoesOnWhereTheOneBeforeEndedSoThatAServiceCanKeepWhatItHasRead) {
+  const AssertionLog log;  // the record asserts that a temperature is a number, and takes a text
+  const auto assistant = assistantWith();
+  assign(*assistant, {{"temperature", "0.7"},
+                      {"user_instructions", "I"},
+                      {"system_instructions", CMVariantMap{{"b", "second"}, {"a", "first"}}},
+                      {"db_structure", R"([{"schemas":[{"tables":[{"name":"glacier","fields":[]}]}]}])"}});
+  const auto session = newSession(*assistant);
+  std::string before;  // the last body, without the brackets that end the list and the object
+  for (const char* text : {"question 1", "question 2", "question 3"}) {
+    ask(*assistant, session.get(), text);
+    const std::string body = lastBody();
+    EXPECT_THAT(body, testing::StartsWith(before));
+    EXPECT_THAT(body, testing::EndsWith("]}"));
+    EXPECT_LT(body.find("CREATE TABLE `glacier`"), body.find("question 1"));  // and nothing of it stands behind
+    EXPECT_EQ(body.find("CREATE TABLE `glacier`"), body.rfind("CREATE TABLE `glacier`"));
+    before = body.substr(0, body.size() - 2);
+  }
+}
+
 TEST_P(Turn, TemperatureIsSentOnlyWhenItWasAssigned) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
@@ -140,6 +161,21 @@ TEST_P(Turn, WithoutAPoolEachTurnOpensAConnection) {
   const auto session = newSession(*assistant);
   for (int i = 0; i < 5; ++i) ask(*assistant, session.get(), "question");
   EXPECT_EQ(standin_.connectionCount(), 5U);
+}
+
+/// For servers that speak OpenAI's protocol and refuse the role "developer".
+TEST(ServerOfOpenAIsProtocol, IsReachedByTypeThreeWithTheVersionInItsAddressAndTheRoleSystem) {
+  const standin::Server server({.apiKey = kKey});
+  const Owned<IQAIAssistant> assistant(QAICreateAssistant(DEEPSEEK, nullptr, kKey, server.address() + "/v1"));
+  EXPECT_THAT(assistant->obtainAvailableModels().first, testing::Contains("standin-small"));
+  assign(*assistant, {{"model", "standin-small"}, {"user_instructions", "I"}});
+  const auto session = newSession(*assistant);
+  EXPECT_THAT(ask(*assistant, session.get(), "question"), Not(testing::StartsWith("error: ")));
+  const auto requests = server.requests();
+  ASSERT_THAT(requests, SizeIs(2));
+  EXPECT_EQ(requests[0].path, "/v1/models");
+  EXPECT_EQ(requests[1].path, "/v1/chat/completions");
+  EXPECT_THAT(requests[1].body, HasSubstr(R"({"role":"system","content":"I\n\n"})"));
 }
 
 TEST_P(Turn, ModelsAreListedInTheServicesOrder) {
