@@ -35,6 +35,12 @@ BEGIN {
     words = substr($0, RSTART + 1, RLENGTH - length("[](examples)"))
     $0 = substr($0, 1, RSTART - 1) words substr($0, RSTART + RLENGTH)
   }
+  # The words of a link to a heading are shown as they stand, with their backticks.
+  while (match($0, /\[`[^`\]]*`\]\([^)]*#/)) {
+    link = substr($0, RSTART, RLENGTH)
+    gsub(/`/, "", link)
+    $0 = substr($0, 1, RSTART - 1) link substr($0, RSTART + RLENGTH)
+  }
   # "](path/page.md#heading)" becomes "](@ref page-heading)", and "](#heading)" names one of this page.
   while (match($0, /\]\(([A-Za-z0-9_.\/-]*\.md)?#[^)]*\)/)) {
     target = heading = substr($0, RSTART + 2, RLENGTH - 3)

@@ -8,7 +8,10 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -18,6 +21,19 @@ using testing::HasSubstr;
 
 const std::string kKey = "sk-example";
 constexpr const char* kAnswer = "two parts";  // of the services' table
+
+std::string contentOf(const std::string& path) {
+  std::ifstream file(path, std::ios::binary);
+  return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+/// `text` as a document shows it: each line moved in, without blank lines at the end.
+std::string asShown(const std::string& text) {
+  std::istringstream lines(text.substr(0, text.find_last_not_of('\n') + 1));
+  std::string shown;
+  for (std::string line; std::getline(lines, line);) shown += "    " + line + "\n";
+  return shown;
+}
 
 /// What a program with `arguments` prints, errors included.
 std::string outputOf(const char* program, std::vector<std::string> arguments) {
@@ -88,6 +104,22 @@ TEST_P(MinimalHost, OnThePlainHeaderPrintsTheReply) { expectQuestionAndAnswer(mi
 TEST_P(MinimalHost, OnThePlainHeaderPrintsErrors) { expectError(minimal_host_PATH); }
 TEST_P(MinimalHost, InConvenientCppPrintsTheReply) { expectQuestionAndAnswer(minimal_host_hpp_PATH); }
 TEST_P(MinimalHost, InConvenientCppPrintsErrors) { expectError(minimal_host_hpp_PATH); }
+
+TEST(TenLines, PrintWhatTheReadmeShows) {
+  const standin::Server server;
+  const std::string output = outputOf(ten_lines_PATH, {server.address()});
+  EXPECT_THAT(output, HasSubstr("SELECT"));
+  EXPECT_THAT(contentOf(README_PATH), HasSubstr("\n\n" + asShown(output) + "\n"));
+}
+
+TEST(TenLines, PrintTheErrorOfTheService) {
+  standin::Server server;
+  standin::Script closed;
+  closed.status = 503;
+  closed.body = R"({"error":{"message":"closed for today"}})";
+  server.script(closed);
+  EXPECT_EQ(outputOf(ten_lines_PATH, {server.address()}), "closed for today\n");
+}
 
 class RestoreSession : public Example {
  protected:
