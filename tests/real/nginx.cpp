@@ -31,10 +31,10 @@ Nginx::Nginx(const TestCA& authority, const std::string& service, const std::str
 }
 
 std::string Nginx::readExchange() {
-  std::string line = program_->readLine();
-  while (!line.empty() && !line.starts_with(kExchange)) line = program_->readLine();
-  if (line.empty()) return "";
-  line.erase(0, kExchange.size());
-  connection_ = line.substr(0, line.find(' '));
-  return line.substr(connection_.size() + 1);
+  std::optional<std::string> line = program_->readLine();
+  while (line && !line->starts_with(kExchange)) line = program_->readLine();
+  if (!line) return "";
+  line->erase(0, kExchange.size());
+  connection_ = line->substr(0, line->find(' '));
+  return line->substr(connection_.size() + 1);
 }

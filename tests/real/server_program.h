@@ -3,7 +3,9 @@
 
 #include "support/process.h"
 
+#include <chrono>
 #include <filesystem>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -37,13 +39,16 @@ void openToAll(const std::filesystem::path& folder);
 /// A running server; killed, as by a power cut, with the object.
 class ServerProgram {
  public:
-  /// Starts it and waits until it has said that it `listens`, in whichever of its outputs, and takes connections.
-  /// @throw std::runtime_error with what it said instead
-  ServerProgram(std::vector<std::string> arguments, std::string_view listens, std::span<const ReservedPort> ports);
+  /// Starts it and waits until it has said that it `listens`, in whichever of its outputs, and takes connections. A
+  /// program that did not start once is not tried again: each case would wait for it anew.
+  /// @throw std::runtime_error with what it said instead, when it ends or `patience` does
+  ServerProgram(std::vector<std::string> arguments, std::string_view listens, std::span<const ReservedPort> ports,
+                std::chrono::milliseconds patience = std::chrono::seconds(60));
 
-  /// The next line of what it says.
-  std::string readLine() { return child_.readLine(); }
+  /// The next line of what it says; nothing when it has ended.
+  /// @throw std::runtime_error when none comes in time
+  std::optional<std::string> readLine() { return child_->readLine(); }
 
  private:
-  Child child_;
+  std::optional<Child> child_;
 };

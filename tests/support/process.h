@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <memory>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,10 +23,11 @@ struct Command {
   std::vector<std::string> arguments;    // the program first
   std::vector<std::string> environment;  // as NAME=value; all of it, but what Windows itself needs
   std::string input;
-  bool outputFails = false;  // nothing can be written to the standard output
+  bool outputFails = false;                    // nothing can be written to the standard output
+  std::chrono::milliseconds patience{20'000};  // with a program that says nothing; only a failing test waits that long
 };
 
-/// Runs `command` to its end.
+/// Runs `command` to its end; ends it when it says nothing for too long.
 Outcome runCommand(const Command& command);
 
 /// A program that runs on pipes; ended, if need be, with the object.
@@ -42,9 +44,10 @@ class Child {
   void interrupt();
   /// As a system that shuts down: SIGTERM. @return false where there is no such way
   bool terminate();
-  /// The next line of the output, without its end.
-  std::string readLine();
-  /// Reads the rest and waits for the end.
+  /// The next line of the output, without its end; nothing when there is none, or the program has ended.
+  /// @throw std::runtime_error when it does not come in time
+  std::optional<std::string> readLine();
+  /// Reads the rest and waits for the end, which it brings about when nothing is said for too long.
   Outcome finish();
 
  private:

@@ -6,17 +6,23 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
+#include <span>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{20};  // only a failing test waits that long
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::seconds kPatience{20};      // with a terminal; only a failing test waits that long
+constexpr std::chrono::milliseconds kGlance{100};  // how often a silent program is looked after
 
 std::vector<char*> pointersTo(const std::vector<std::string>& texts) {
   std::vector<char*> pointers;
@@ -60,6 +66,17 @@ class Running {
 
   pid_t id() const { return id_; }
   void signal(int number) const { kill(id_, number); }
+  /// Whether it has; wait() tells how.
+  bool hasEnded() const {
+    siginfo_t end{};
+    return waitid(P_PID, static_cast<id_t>(id_), &end, WEXITED | WNOHANG | WNOWAIT) == 0 && end.si_pid == id_;
+  }
+  /// Ends it if it does not do so itself before `deadline`.
+  int waitUntil(Clock::time_point deadline) {
+    while (!hasEnded() && Clock::now() < deadline) std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    if (!hasEnded()) signal(SIGKILL);
+    return wait();
+  }
   int wait() {
     int status = 0;
     waitpid(std::exchange(id_, -1), &status, 0);
@@ -136,7 +153,22 @@ struct Child::Process {
   Running program;
   Descriptor out;
   Descriptor err;
+  std::chrono::milliseconds patience;
+
+  /// Waits until one of `streams` has something, its end included. @return whether it has: false when the program has
+  /// ended and left its streams to others, whom nobody waits for, and when the time has run out.
+  bool awaitSomething(std::span<pollfd> streams) const;
 };
+
+bool Child::Process::awaitSomething(std::span<pollfd> streams) const {
+  const auto deadline = Clock::now() + patience;
+  for (;;) {
+    const bool isLast = program.hasEnded() || Clock::now() >= deadline;
+    const auto most = isLast ? 0 : static_cast<int>(std::min(kGlance, patience).count());
+    if (poll(streams.data(), streams.size(), most) > 0) return true;
+    if (isLast) return false;
+  }
+}
 
 const int kEndedByCtrlC = 128 + SIGINT;
 
@@ -154,7 +186,7 @@ Child::Child(const Command& command) {
   // The inputs of these tests fit into a pipe. A program that has ended already needs none.
   [[maybe_unused]] const ssize_t fed = write(inWrite.get(), command.input.data(), command.input.size());
   // NOLINTNEXTLINE(modernize-make-unique): clang 14 can't make an aggregate by it
-  process_.reset(new Process{Running(id), std::move(outRead), std::move(errRead)});
+  process_.reset(new Process{Running(id), std::move(outRead), std::move(errRead), command.patience});
 }
 
 Child::~Child() = default;
@@ -174,23 +206,31 @@ bool Child::terminate() {
   return true;
 }
 
-std::string Child::readLine() {
+std::optional<std::string> Child::readLine() {
   std::string line;
-  for (char c = '\0'; read(process_->out.get(), &c, 1) == 1 && c != '\n';) line += c;
-  return line;
+  for (;;) {
+    std::array<pollfd, 1> stream{pollfd{process_->out.get(), POLLIN, 0}};
+    const bool isThere = process_->awaitSomething(stream);
+    if (!isThere && !process_->program.hasEnded())
+      throw std::runtime_error("no line came in time" + (line.empty() ? "" : "; it began: " + line));
+    char c = '\0';
+    if (!isThere || read(process_->out.get(), &c, 1) != 1) return line.empty() ? std::nullopt : std::optional(line);
+    if (c == '\n') return line;
+    line += c;
+  }
 }
 
 Outcome Child::finish() {
-  auto& [program, out, err] = *process_;
+  auto& [program, out, err, patience] = *process_;
   Outcome outcome;
   while (out.get() >= 0 || err.get() >= 0) {
     std::array<pollfd, 2> streams{pollfd{out.get(), POLLIN, 0}, pollfd{err.get(), POLLIN, 0}};
-    if (poll(streams.data(), streams.size(), std::chrono::milliseconds(kPatience).count()) <= 0) break;
+    if (!process_->awaitSomething(streams)) break;
     if (streams[0].revents != 0) drain(out, outcome.out);
     if (streams[1].revents != 0) drain(err, outcome.err);
   }
-  if (out.get() >= 0 || err.get() >= 0) program.signal(SIGKILL);
-  outcome.code = program.wait();
+  const bool isSilent = out.get() >= 0 || err.get() >= 0;  // or has ended
+  outcome.code = program.waitUntil(Clock::now() + (isSilent ? std::chrono::milliseconds(0) : patience));
   return outcome;
 }
 
@@ -204,7 +244,7 @@ struct TerminalChild::Process {
   void write(std::string_view keys) const {
     if (::write(terminal.get(), keys.data(), keys.size()) < 0) throw std::runtime_error("can't type");
   }
-  bool readMore(std::chrono::steady_clock::time_point deadline);
+  bool readMore(Clock::time_point deadline);
 };
 
 TerminalChild::TerminalChild(const Command& command) {
@@ -230,8 +270,8 @@ void TerminalChild::typeCtrlC() { process_->write("\x03"); }
 
 void TerminalChild::typeEnd() { process_->write("\x04"); }
 
-bool TerminalChild::Process::readMore(std::chrono::steady_clock::time_point deadline) {
-  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+bool TerminalChild::Process::readMore(Clock::time_point deadline) {
+  const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
   pollfd stream{terminal.get(), POLLIN, 0};
   if (left.count() <= 0 || poll(&stream, 1, static_cast<int>(left.count())) <= 0) return false;
   std::array<char, 4096> buffer{};
@@ -242,7 +282,7 @@ bool TerminalChild::Process::readMore(std::chrono::steady_clock::time_point dead
 }
 
 std::string TerminalChild::waitFor(std::string_view text) {
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  const auto deadline = Clock::now() + kPatience;
   std::string& shown = process_->shown;
   std::size_t at = 0;
   while ((at = shown.find(text)) == std::string::npos) {
@@ -254,8 +294,8 @@ std::string TerminalChild::waitFor(std::string_view text) {
 }
 
 int TerminalChild::finish() {
-  const auto deadline = std::chrono::steady_clock::now() + kPatience;
+  const auto deadline = Clock::now() + kPatience;
   while (process_->readMore(deadline)) continue;
-  if (std::chrono::steady_clock::now() >= deadline) process_->program.signal(SIGKILL);
+  if (Clock::now() >= deadline) process_->program.signal(SIGKILL);
   return process_->program.wait();
 }

@@ -15,7 +15,8 @@
 
 namespace {
 
-constexpr std::chrono::seconds kPatience{20};  // only a failing test waits that long
+constexpr std::chrono::seconds kPatience{20};    // with a console; only a failing test waits that long
+constexpr std::chrono::milliseconds kGlance{5};  // how often is looked whether something can be read
 
 /// A handle of the system's with its owner.
 class Handle {
@@ -68,6 +69,17 @@ bool readSome(const Handle& from, std::string& text) {
   DWORD size = 0;
   if (ReadFile(from.get(), buffer, sizeof buffer, &size, nullptr) == 0 || size == 0) return false;
   text.append(buffer, size);
+  return true;
+}
+
+/// Waits until something can be read, the end included. @return whether it came in time
+bool awaitSomething(const Handle& from, std::chrono::milliseconds patience) {
+  const auto deadline = std::chrono::steady_clock::now() + patience;
+  DWORD size = 0;
+  while (PeekNamedPipe(from.get(), nullptr, 0, nullptr, &size, nullptr) != 0 && size == 0) {
+    if (std::chrono::steady_clock::now() >= deadline) return false;
+    std::this_thread::sleep_for(kGlance);
+  }
   return true;
 }
 
@@ -218,9 +230,9 @@ class Running {
 
   const std::wstring& commandLine() const { return commandLine_; }
   void interrupt() const { SetEvent(interrupt_.get()); }
-  /// Waits no longer than until the patience ends.
-  int wait() const {
-    const auto most = static_cast<DWORD>(std::chrono::milliseconds(kPatience).count());
+  /// Waits no longer than `patience`.
+  int wait(std::chrono::milliseconds patience) const {
+    const auto most = static_cast<DWORD>(patience.count());
     if (WaitForSingleObject(process_.get(), most) != WAIT_OBJECT_0) TerminateJobObject(job_.get(), kKilled);
     WaitForSingleObject(process_.get(), INFINITE);
     DWORD code = 0;
@@ -251,6 +263,7 @@ struct PipedProgram {
   Running program{};
   Handle out{};
   Handle err{};
+  std::chrono::milliseconds patience{};
 };
 
 void PipedProgram::start(const Command& command, Seat seat) {
@@ -266,6 +279,7 @@ void PipedProgram::start(const Command& command, Seat seat) {
   startup.setStreams(inPipe.read.get(), outPipe.write.get(), errPipe.write.get());
   program.start(command, startup, seat);
   writeAll(inPipe.write, command.input);
+  patience = command.patience;
   out = std::move(outPipe.read);
   err = std::move(errPipe.read);
 }
@@ -278,7 +292,7 @@ Outcome PipedProgram::finish() {
     };
     const std::jthread reader([&] { drain(out, outcome.out); });
     const std::jthread complaintReader([&] { drain(err, outcome.err); });
-    outcome.code = program.wait();
+    outcome.code = program.wait(patience);
   }
   return outcome;
 }
@@ -302,12 +316,19 @@ void Child::interrupt() { process_->program.interrupt(); }
 
 bool Child::terminate() { return false; }
 
-std::string Child::readLine() {
+std::optional<std::string> Child::readLine() {
   std::string line;
-  char c = '\0';
-  DWORD size = 0;
-  while (ReadFile(process_->out.get(), &c, 1, &size, nullptr) != 0 && size == 1 && c != '\n') line += c;
-  return line;
+  for (;;) {
+    if (!awaitSomething(process_->out, process_->patience)) {
+      throw std::runtime_error("no line came in time" + (line.empty() ? "" : "; it began: " + line));
+    }
+    char c = '\0';
+    DWORD size = 0;
+    const bool isThere = ReadFile(process_->out.get(), &c, 1, &size, nullptr) != 0 && size == 1;
+    if (!isThere) return line.empty() ? std::nullopt : std::optional(line);
+    if (c == '\n') return line;
+    line += c;
+  }
 }
 
 Outcome Child::finish() { return process_->finish(); }
@@ -384,7 +405,7 @@ std::string TerminalChild::waitFor(std::string_view text) {
 }
 
 int TerminalChild::finish() {
-  const int code = process_->program.wait();
+  const int code = process_->program.wait(kPatience);
   process_->console.close();
   process_->reader.join();
   return code;

@@ -26,7 +26,7 @@ class ProgramEnd : public testing::Test {
   Child program_{standIn({})};
 
   void SetUp() override {
-    Client client(addressIn(program_.readLine()));
+    Client client(addressIn(program_.readLine().value_or("")));
     EXPECT_EQ(client.get("/v1/models").status, 200);
   }
 };
@@ -43,7 +43,7 @@ TEST_F(ProgramEnd, ComesBySIGTERMAndIsClean) {
 
 TEST(Program, TakesTheKeyFromTheEnvironment) {
   Child program(standIn({"--port", "0"}, {"QAI_STANDIN_KEY=the-key"}));
-  Client client(addressIn(program.readLine()));
+  Client client(addressIn(program.readLine().value_or("")));
   EXPECT_EQ(client.get("/v1/models", {"Authorization: Bearer the-key"}).status, 200);
   EXPECT_EQ(client.get("/v1/models", {"Authorization: Bearer another"}).status, 401);
 }
