@@ -31,6 +31,7 @@ Squid::Squid(const TestCA& authority) {
   copyPackaged("usr/share/squid/mime.conf", folder / "mime.conf");
   copyPackaged("usr/lib/squid/basic_ncsa_auth", folder / "basic_ncsa_auth");
   std::ofstream(folder / "users") << kUserLine;
+  std::ofstream(folder / "style.css").flush();
   std::ofstream(folder / "hosts") << "127.0.0.1 localhost qai.localhost host.qai.localhost\n";
   writeConfiguration(authority);
   start();
@@ -39,7 +40,7 @@ Squid::Squid(const TestCA& authority) {
 void Squid::writeConfiguration(const TestCA& authority) const {
   const TestCA::Names certificate = authority.issue("localhost");
   const std::string folder = folder_.path().string();
-  std::ofstream(folder_.path() / "squid.conf")
+  std::ofstream(configurationFile())
       << "http_port 127.0.0.1:" << port(Door::Open) << " name=open\n"
       << "http_port 127.0.0.1:" << port(Door::Password) << " name=password\n"
       << "http_port 127.0.0.1:" << port(Door::Closed) << " name=closed\n"
@@ -63,16 +64,23 @@ void Squid::writeConfiguration(const TestCA& authority) const {
       << "coredump_dir " << folder << "\n"
       << "mime_table " << folder << "/mime.conf\n"
       << "icon_directory " << folder << "\n"
-      << "error_directory " << folder << "/pages\n";
+      << "error_directory " << folder << "/pages\n"
+      << "err_page_stylesheet " << folder
+      << "/style.css\n"
+      // Programs that it looks for in its own folders. Without a cache on a disk, a log and a cluster it starts none.
+      << "unlinkd_program /bin/true\ndiskd_program /bin/true\n"
+      << "logfile_daemon /bin/true\npinger_program /bin/true\n"
+      << "netdb_filename none\n"
+      // The machine's servers of names, its authorities, and its limit, for each of which squid keeps half a kilobyte.
+      << "dns_nameservers 127.0.0.1\ntls_outgoing_options default-ca=off\nmax_filedescriptors 1024\n";
 }
 
 void Squid::start() {
   // Its name begins those of the shared memory that it asks for; nobody else's must be in the way.
   const std::string squid = "qai" + port(Door::Open);
-  const std::string file = (folder_.path() / "squid.conf").string();
-  program_.emplace(
-      std::vector<std::string>{packagedFile("usr/sbin/squid").string(), "-N", "-d", "1", "-n", squid, "-f", file},
-      "Accepting HTTPS Socket connections", ports_);
+  program_.emplace(std::vector<std::string>{packagedFile("usr/sbin/squid").string(), "-N", "-d", "1", "-n", squid, "-f",
+                                            configurationFile().string()},
+                   "Accepting HTTPS Socket connections", ports_);
   removeSharedMemory(squid);
 }
 

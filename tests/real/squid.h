@@ -6,6 +6,7 @@
 #include "support/test_ca.h"
 
 #include <array>
+#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
@@ -30,6 +31,8 @@ class Squid {
   std::string url(Door door, const std::string& password = "") const;
   /// As messages name it: "127.0.0.1:3128".
   std::string name(Door door) const;
+
+  std::filesystem::path configurationFile() const { return folder_.path() / "squid.conf"; }
 
   /// Ends with all its connections, in the middle of whatever it does.
   void die() { program_.reset(); }

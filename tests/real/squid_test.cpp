@@ -6,6 +6,8 @@
 
 #include <standin.h>
 
+#include <fstream>
+#include <set>
 #include <tuple>
 
 namespace {
@@ -150,6 +152,33 @@ TEST_P(BehindSquid, ServiceThatIsGoneIsToldInTheSameWay) {
   } else {
     EXPECT_THAT(error, HasSubstr("<!-- ERR_CONNECT_FAIL -->"));
   }
+}
+
+/// The options that squid has built in with a path, such as "unlinkd_program": its list of them is among its texts.
+std::set<std::string> optionsWithPaths() {
+  std::ifstream program(packagedFile("usr/sbin/squid"), std::ios::binary);
+  std::set<std::string> options;
+  for (std::string text; std::getline(program, text, '\0');) {
+    const std::size_t size = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz_");
+    if (size == std::string::npos || size == 0) continue;
+    for (const std::string module : {"", "daemon:", "stdio:"}) {
+      if (text.substr(size).starts_with(" " + module + "/")) options.insert(text.substr(0, size));
+    }
+  }
+  return options;
+}
+
+// Else it would need what another squid has left on the machine.
+TEST(SquidsConfiguration, NamesEveryPathThatSquidWouldElseChoose) {
+  if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
+  const TestCA authority;
+  const Squid squid(authority);
+  std::set<std::string> named;
+  std::ifstream configuration(squid.configurationFile());
+  for (std::string line; std::getline(configuration, line);) named.insert(line.substr(0, line.find(' ')));
+  const std::set<std::string> options = optionsWithPaths();
+  EXPECT_GE(options.size(), 12U);
+  for (const std::string& option : options) EXPECT_TRUE(named.contains(option)) << option;
 }
 
 }  // namespace
