@@ -29,10 +29,7 @@ RawServer serve(TLSContext tls) {
 
 /// The error of a request with the key; "" when there was none.
 std::string requestError(const std::string& host, const TestCA& trusted, const std::string& proxyURL = "") {
-  CMRestGlobalSettings settings;
-  settings.caFile = trusted.getFile();
-  settings.proxyURL = proxyURL;
-  QAISetHTTPSettings(settings);
+  QAISetHTTPSettings(settingsFor(trusted, proxyURL));
   std::string error = makeAssistant(chatServices().front(), host)->obtainAvailableModels().second;
   QAISetHTTPSettings({});
   return error;
@@ -40,17 +37,15 @@ std::string requestError(const std::string& host, const TestCA& trusted, const s
 
 class OnEachWay : public testing::TestWithParam<std::tuple<CertificateCase, Way>> {
  protected:
-  static void SetUpTestSuite() {
-    if (!obtainServersLack().empty()) return;
-    trusted_ = std::make_unique<TestCA>();
-    squid_ = std::make_unique<Squid>(*trusted_);
-  }
   static void TearDownTestSuite() {
     squid_.reset();
     trusted_.reset();
   }
   void SetUp() override {
     if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
+    if (squid_ != nullptr) return;
+    trusted_ = std::make_unique<TestCA>();
+    squid_ = std::make_unique<Squid>(*trusted_);
   }
 
   static const CertificateCase& row() { return std::get<CertificateCase>(GetParam()); }

@@ -3,6 +3,7 @@
 
 #include "service.h"
 #include "support/host.h"
+#include "support/test_ca.h"
 
 #include <cf/url.h>
 
@@ -10,6 +11,7 @@
 #include <gtest/gtest.h>
 #include <openssl/evp.h>
 
+#include <chrono>
 #include <string>
 
 /// The key of these tests; it looks different in an address, in a header and as itself.
@@ -18,6 +20,16 @@ inline const std::string kKey = "sk/can+ary 7f3a9c";
 /// An assistant at `host`, with a pool centre and without a model.
 inline Owned<IQAIAssistant> makeAssistant(const Service& service, const std::string& host) {
   return Owned<IQAIAssistant>(QAICreateAssistant(service.type, CF::createHTTPPoolCenter(), kKey, host));
+}
+
+/// Settings that trust `authority`, and with which a server that falls silent fails a test rather than the whole
+/// program.
+inline CMRestGlobalSettings settingsFor(const TestCA& authority, const std::string& proxyURL = "") {
+  CMRestGlobalSettings settings;
+  settings.caFile = authority.getFile();
+  settings.proxyURL = proxyURL;
+  settings.totalTimeout = std::chrono::seconds(60);
+  return settings;
 }
 
 /// Lists the models, asks twice and destroys the session. "" when all went well, else the first error.

@@ -19,9 +19,7 @@ class BehindNginx : public testing::TestWithParam<Service> {
  protected:
   void SetUp() override {
     if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
-    CMRestGlobalSettings settings;
-    settings.caFile = authority_.getFile();
-    QAISetHTTPSettings(settings);
+    QAISetHTTPSettings(settingsFor(authority_));
   }
   void TearDown() override { QAISetHTTPSettings({}); }
 

@@ -18,10 +18,7 @@ class SquidThatDies : public testing::TestWithParam<std::tuple<Service, Scheme>>
     if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
     authority_ = std::make_unique<TestCA>();
     squid_ = std::make_unique<Squid>(*authority_);
-    CMRestGlobalSettings settings;
-    settings.proxyURL = squid_->url(Door::Password, kProxyPassword);
-    settings.caFile = authority_->getFile();
-    QAISetHTTPSettings(settings);
+    QAISetHTTPSettings(settingsFor(*authority_, squid_->url(Door::Password, kProxyPassword)));
   }
   void TearDown() override { QAISetHTTPSettings({}); }
 

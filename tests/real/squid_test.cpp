@@ -20,23 +20,21 @@ enum class Scheme { HTTP, HTTPS };
 
 class BehindSquid : public testing::TestWithParam<std::tuple<Service, Scheme>> {
  protected:
-  static void SetUpTestSuite() {
-    if (obtainServersLack().empty()) {
-      authority_ = std::make_unique<TestCA>();
-      squid_ = std::make_unique<Squid>(*authority_);
-    }
-  }
   static void TearDownTestSuite() {
     squid_.reset();
     authority_.reset();
   }
   void SetUp() override {
     if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
+    if (squid_ == nullptr) {
+      authority_ = std::make_unique<TestCA>();
+      squid_ = std::make_unique<Squid>(*authority_);
+    }
     testing::internal::CaptureStderr();
   }
   // Whatever a test does, nothing of it appears outside.
   void TearDown() override {
-    if (IsSkipped()) return;
+    if (squid_ == nullptr) return;
     EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     QAISetHTTPSettings({});
   }
@@ -53,12 +51,7 @@ class BehindSquid : public testing::TestWithParam<std::tuple<Service, Scheme>> {
     }
     return options;
   }
-  static void goThrough(const std::string& proxyURL) {
-    CMRestGlobalSettings settings;
-    settings.proxyURL = proxyURL;
-    settings.caFile = authority_->getFile();
-    QAISetHTTPSettings(settings);
-  }
+  static void goThrough(const std::string& proxyURL) { QAISetHTTPSettings(settingsFor(*authority_, proxyURL)); }
   /// The error of a conversation that the proxy at `door` does not let through; the server hears nothing of it.
   static std::string refusedAt(Door door, const std::string& password) {
     goThrough(squid_->url(door, password));

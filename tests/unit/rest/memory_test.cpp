@@ -8,7 +8,10 @@ namespace {
 
 class MemoryShortage : public testing::TestWithParam<Shortage> {
  protected:
-  static void SetUpTestSuite() { ASSERT_TRUE(extendMemoryShortageToCurl()); }
+  void SetUp() override {
+    static const bool isExtended = extendMemoryShortageToCurl();
+    ASSERT_TRUE(isExtended) << "libcurl does not take its memory from here";
+  }
 };
 
 // Runs the request with the memory ending after `granted` allocations.
