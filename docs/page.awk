@@ -1,14 +1,7 @@
 # Makes a page of the repository one of the site. Doxygen 1.9.4 neither gives headings the names that links use, nor
 # knows that a folder has a page.
 #
-# A heading "Order of calls" of host-guide.md becomes "host-guide-order-of-calls", as does a link to it.
-
-function slug(text) {
-  text = tolower(text)
-  gsub(/[^a-z0-9 _-]/, "", text)
-  gsub(/ /, "-", text)
-  return text
-}
+# Read behind slug.awk. A heading "Order of calls" of host-guide.md becomes "host-guide-order-of-calls", as does a link to it.
 
 BEGIN {
   page = ARGV[1]
