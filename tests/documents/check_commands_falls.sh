@@ -6,7 +6,8 @@ set -euo pipefail
 here=$(realpath "$(dirname "$0")")
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-mkdir -p "$folder/sources/.ci" "$folder/sources/apps/chat" "$folder/sources/docs" "$folder/tests" "$folder/build"
+mkdir -p "$folder/sources/.ci" "$folder/sources/apps/chat" "$folder/sources/docs/man" "$folder/sources/examples" \
+  "$folder/tests" "$folder/build"
 printf './test # all of it\n#./test --off\ntools/fresh ./test --slow\n' >"$folder/sources/.ci/run"
 printf 'add_test(some_test true)\n' >"$folder/tests/CTestTestfile.cmake"
 echo 'CREATE TABLE t (id INTEGER);' >"$folder/sources/apps/chat/shop.sql"
@@ -27,11 +28,13 @@ expect() {
   failures=$((failures + 1))
 }
 
-# rows DOCUMENT COMMAND HOW WANTED
+# rows DOCUMENT COMMAND HOW WANTED [FILE]
 rows() {
+  local file=$folder/sources/${5:-docs/page.md}
   document=$1
   row=$2${3:+$'\n'    $3}
-  printf '%s\n' "$document" >"$folder/sources/docs/page.md"
+  rm -f "$folder"/sources/*/page.* "$folder"/sources/docs/man/*
+  printf '%s\n' "$document" >"$file"
   printf '# Ways\n\n%s\n' "$row" >"$folder/commands.txt"
   expect "$4" "$here/check_rows.sh" "$folder/sources" "$folder/commands.txt" "$folder/tests"
 }
@@ -45,6 +48,11 @@ for document in 'Type `./test --more`.' '| `./test --more` | a table |' '    ./t
   rows "$document" ./test 'ci ./test' 'docs/page.md:1: `./test --more` has no row'
 done
 rows 'Type `A=1 cmake --preset x`.' ./test 'ci ./test' '`A=1 cmake --preset x` has no row'
+rows '.EX
+qai\-chat \-\-help
+.EE' ./test 'ci ./test' 'docs/man/page.1:2: `qai-chat --help` has no row' docs/man/page.1
+rows '// Asks: page [ADDRESS]' ./test 'ci ./test' 'examples/page.cpp:1: `page [ADDRESS]` has no row' examples/page.cpp
+rows '#   cmake -S x -B y' ./test 'ci ./test' '`cmake -S x -B y` has no row' examples/page.txt
 rows '    > ./test --more' ./test 'ci ./test' '`./test --more` has no row'
 
 # What is no command, and rows that hold.

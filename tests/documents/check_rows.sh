@@ -6,6 +6,7 @@ set -euo pipefail
 rows=$(realpath "$2") tests=$(realpath "$3")
 here=$(realpath "$(dirname "$0")")
 cd "$1"
+# shellcheck source=tests/documents/documents.sh
 . "$here/documents.sh"
 row_file=${2##*/}
 complaints=()

@@ -6,7 +6,7 @@
 # another language than a shell's have none.
 
 BEGIN {
-  programs = "cmake|ctest|cpack|ninja|make|git|g\\+\\+|clang\\+\\+|pkg-config|vcpkg|apt|apt-get|sudo|dpkg|docker|podman|" \
+  programs = "cmake|ctest|cpack|ninja|make|git|g\\+\\+|clang\\+\\+|clang-format|pkg-config|vcpkg|apt|apt-get|sudo|dpkg|docker|podman|" \
     "bash|sh|curl|openssl|ollama|llama-server|qai-chat|qai-standin|export|cd"
 }
 
@@ -91,7 +91,7 @@ FILENAME !~ /\.md$/ {
   if (!/^ *(\/\/|#)/) next
   sub(/^ *(\/\/+|#+) */, "")
   line = FNR
-  if (match($0, ": " stem " [A-Z]")) {
+  if (match($0, ": " stem " [[A-Z]")) {
     block++
     emit("$", substr($0, RSTART + 2))
   } else if (looks_like_command($0)) {

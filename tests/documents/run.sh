@@ -7,6 +7,7 @@ way=$1
 source=$(realpath "$2")
 build=${4:+$(realpath "$4")}
 here=$(realpath "$(dirname "$0")")
+# shellcheck source=tests/documents/documents.sh
 . "$here/documents.sh"
 mkdir -p "$3"
 folder=$(realpath "$3")
@@ -15,7 +16,8 @@ said=$folder/said
 # make_tree: what the reader of a document has before him.
 make_tree() {
   local file preset
-  rm -rf "${folder:?}/tree" "$folder/opt"
+  cd "$folder"
+  rm -rf tree opt
   if [ "$way" = clone ]; then
     git clone --quiet --no-tags "$source" "$folder/tree"
   else
@@ -105,4 +107,5 @@ while IFS=$'\t' read -r of _ block kind text <&4; do
   run_block "$document" "$block" || exit 1
 done 4<<<"$commands"
 [ -n "$document" ] || fail "no row says \"$way\""
-rm -rf "${folder:?}/tree" "$folder/opt"
+cd "$folder"
+rm -rf tree opt
