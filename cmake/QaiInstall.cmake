@@ -69,7 +69,7 @@ endforeach()
 
 install(FILES LICENSE DESTINATION ${doc_dir} COMPONENT qai_runtime)
 # The documents lie to one another as in the sources, so that their links lead somewhere here, too.
-install(FILES CHANGELOG.md README.md SECURITY.md DESTINATION ${doc_dir} COMPONENT qai_development)
+install(FILES CHANGELOG.md CONTRIBUTING.md README.md SECURITY.md DESTINATION ${doc_dir} COMPONENT qai_development)
 install(DIRECTORY docs DESTINATION ${doc_dir} COMPONENT qai_development
   FILES_MATCHING PATTERN man EXCLUDE PATTERN *.md PATTERN *.svg)
 install(DIRECTORY examples DESTINATION ${doc_dir} COMPONENT qai_development)

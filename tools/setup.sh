@@ -31,7 +31,7 @@ as_root() {
 # install_packages NAME…: installs those that are missing; silent when none is.
 install_packages() {
   local missing=() package
-  for package in "$@"; do
+  for package in $(printf '%s\n' "$@" | sort -u); do
     [ "$(dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null)" = installed ] || missing+=("$package")
   done
   [ ${#missing[@]} -eq 0 ] && return

@@ -8,7 +8,7 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 mkdir -p "$folder/sources/.ci" "$folder/sources/apps/chat" "$folder/sources/docs/man" "$folder/sources/examples" \
   "$folder/tests" "$folder/build"
-printf './test # all of it\n#./test --off\ntools/fresh ./test --slow\n' >"$folder/sources/.ci/run"
+printf './test # all of it\n#./test --off\ntools/fresh ./test --slow\n' >"$folder/sources/.ci/steps"
 printf 'add_test(some_test true)\n' >"$folder/tests/CTestTestfile.cmake"
 echo 'CREATE TABLE t (id INTEGER);' >"$folder/sources/apps/chat/shop.sql"
 cp "$here"/{run.sh,documents.sh,commands.awk} "$folder"
@@ -69,9 +69,9 @@ rows '`./test --slow`' './test --slow' 'ci ./test --slow' ''
 rows 'Nothing.' ./test 'ci ./test' 'commands.txt:3: `./test` is in no document'
 rows "$test" ./test 'test other_test' 'there is no test "other_test"'
 rows "$test" ./test 'test some' 'there is no test "some"'
-rows "$test" ./test 'ci ./test --off' '.ci/run has no line "./test --off"'
-rows "$test" ./test 'ci ./tes' '.ci/run has no line'
-rows "$test" ./test 'ci est' '.ci/run has no line'
+rows "$test" ./test 'ci ./test --off' '.ci/steps has no line "./test --off"'
+rows "$test" ./test 'ci ./tes' '.ci/steps has no line'
+rows "$test" ./test 'ci est' '.ci/steps has no line'
 rows "$test" ./test not 'say why'
 rows "$test" ./test 'not so' 'say why'
 rows "$test" ./test 'maybe some_test' '"maybe" is no way'

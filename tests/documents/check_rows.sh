@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # check_rows.sh SOURCES ROWS TESTS: fails unless each command of the documents in SOURCES has its row in the file ROWS, each
 # row its command, and what the rows name exists: CTest's tests, as a CTestTestfile.cmake in the folder TESTS names them,
-# and the lines of .ci/run.
+# and the lines of .ci/steps.
 set -euo pipefail
 rows=$(realpath "$2") tests=$(realpath "$3")
 here=$(realpath "$(dirname "$0")")
@@ -29,7 +29,7 @@ check_row() {
   [ -n "${seen[$command]-}" ] || complain "$at is in no document; take the row out"
   case $kind in
     test) grep -qxF -- "$rest" <<<"$names" || complain "$at: there is no test \"$rest\" (ctest -N lists them)" ;;
-    ci) has_line .ci/run "$rest" || complain "$at: .ci/run has no line \"$rest\"" ;;
+    ci) has_line .ci/steps "$rest" || complain "$at: .ci/steps has no line \"$rest\"" ;;
     here | clone) [ -z "$rest" ] || complain "$at: nothing stands behind \"$kind\"" ;;
     not) [[ $rest == *' '* ]] || complain "$at: say why it is not run" ;;
     *) complain "$at: \"$kind\" is no way to run a command; the first lines of $row_file list the ways" ;;

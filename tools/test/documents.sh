@@ -1,6 +1,7 @@
 # ./test --documents: types what the documents tell people to type and what takes minutes (the rows "clone" in
 # tests/documents/commands.txt), for each document in a clone of what is committed, and compares what comes with what they show.
-[ $# -eq 0 ] || { say "usage: ./test --documents"; exit 2; }
+
+takes_none "$@"
 install_packages "${run_packages[@]}" "${test_packages[@]}" "${release_packages[@]}" "${windows_packages[@]}"
 prepare_windows
 export QAI_WINDOWS_DEPS=${QAI_WINDOWS_DEPS:-$PWD/build/windows-deps} # a clone would build them anew
