@@ -132,7 +132,8 @@ class IQAIAssistant : public IQAIObject {
   /// @return an error text, "" on success.
   virtual std::string destroySession(IQAISession* session) = 0;  // slot 6
 
-  /// Sends `text` as the user's next turn and waits for the reply.
+  /// Sends `text` as the user's next turn and waits for the reply. A `session` that this assistant neither made nor
+  /// restored is refused before anything is sent.
   ///
   /// Blocks for one HTTP exchange, at most the settings' total time limit; with the Assistants service for several, and
   /// for about 98 seconds between them at most. cancel() of the pool centre ends it from another thread, but not with

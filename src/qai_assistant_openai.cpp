@@ -292,12 +292,19 @@ std::pair<IQAISession*, std::string> QAIAssistant_OPENAI::loadSession(std::strin
   return {session.release(), ""};
 }
 
+/// `session` as one that refers to this assistant's record; null when it is none.
+const QAISession_OPENAI* QAIAssistant_OPENAI::asOwnSession(const IQAISession* session) const {
+  const auto* own = dynamic_cast<const QAISession_OPENAI*>(session);
+  return own != nullptr && &own->properties() == m_properties.get() ? own : nullptr;
+}
+
 std::string QAIAssistant_OPENAI::destroySession(IQAISession* session) {
-  const auto found = std::find(m_sessions.begin(), m_sessions.end(), session);
-  if (found == m_sessions.end()) return "Session not found";
-  const QAISession_OPENAI* own = *found;
+  const bool isKnown = std::find(m_sessions.begin(), m_sessions.end(), session) != m_sessions.end();
+  // One that the host freed without a word may have had the address before, and now another assistant's has it.
+  const QAISession_OPENAI* own = isKnown ? asOwnSession(session) : nullptr;
+  if (own == nullptr) return "Session not found";
   if (std::string error = remove({kThreads, own->threadID()}); !error.empty()) return error;
-  // All of this address: one that the host freed without a word may have had it before.
+  // All of this address, for the same reason.
   std::erase(m_sessions, own);
   if (m_sessions.empty()) {
     m_assistantID.clear();
@@ -307,7 +314,7 @@ std::string QAIAssistant_OPENAI::destroySession(IQAISession* session) {
 }
 
 std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::addMessage(IQAISession* session, std::string text) {
-  const auto* own = dynamic_cast<const QAISession_OPENAI*>(session);
+  const QAISession_OPENAI* own = asOwnSession(session);
   if (own == nullptr || text.empty()) return {nullptr, "Session is empty"};
   const std::string& thread = own->threadID();
   if (Reply message = postMessage(thread, text); !message.error.empty()) return {nullptr, std::move(message.error)};

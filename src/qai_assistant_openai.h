@@ -39,6 +39,7 @@ class QAISession_OPENAI final : public IQAISession {
 
   const std::string& assistantID() const { return m_assistantID; }
   const std::string& threadID() const { return m_threadID; }
+  const QAIAssistantProperties_OPENAI& properties() const { return m_properties; }
 
  private:
   std::string m_assistantID;
@@ -88,6 +89,7 @@ class QAIAssistant_OPENAI final : public IQAIAssistant {
   std::string describeAssistant(const QAIAssistantProperties_OPENAI& properties, std::string& id) const;
   static void adopt(const QAIAssistantProperties_OPENAI& properties, QAIAssistantProperties_OPENAI& record);
 
+  const QAISession_OPENAI* asOwnSession(const IQAISession* session) const;
   Reply postMessage(const std::string& threadID, const std::string& text) const;
   Reply startRun(const std::string& threadID) const;
   std::string awaitRun(const std::string& threadID, const std::string& runID) const;

@@ -133,8 +133,9 @@ std::pair<IQAISession*, std::string> QAIChatAssistant::loadSession(std::string d
 std::string QAIChatAssistant::destroySession(IQAISession* /*session*/) { return ""; }
 
 std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessage(IQAISession* session, std::string text) {
-  QAIChatSession* own = asOwnSession(session);
-  if (own == nullptr) {
+  // One that refers to the record of another assistant would bring that one's settings to this one's host.
+  QAIChatSession* own = asSessionOfService(session);
+  if (own == nullptr || &own->properties() != properties_.get()) {
     CF_ASSERT(false);
     return {nullptr, "Session is empty"};
   }

@@ -41,7 +41,7 @@ class QAIChatAssistant : public IQAIAssistant {
  private:
   virtual std::unique_ptr<QAIChatSession> makeSession(QAIAssistantProperties& properties) const = 0;
   /// `session` as one of this service's; null when it is none.
-  virtual QAIChatSession* asOwnSession(IQAISession* session) const = 0;
+  virtual QAIChatSession* asSessionOfService(IQAISession* session) const = 0;
 
   void adopt(QAIAssistantProperties& filled);
   void useDefaultHostForBlank(QAIAssistantProperties& properties) const;
@@ -70,5 +70,5 @@ class QAIChatAssistantOf : public QAIChatAssistant {
   std::unique_ptr<QAIChatSession> makeSession(QAIAssistantProperties& properties) const override {
     return std::make_unique<Session>(properties);
   }
-  QAIChatSession* asOwnSession(IQAISession* session) const override { return dynamic_cast<Session*>(session); }
+  QAIChatSession* asSessionOfService(IQAISession* session) const override { return dynamic_cast<Session*>(session); }
 };

@@ -11,7 +11,9 @@ namespace {
 
 using testing::HasSubstr;
 using testing::IsEmpty;
+using testing::Not;
 using testing::SizeIs;
+using testing::StartsWith;
 
 class Assistant : public EachService {
  protected:
@@ -70,6 +72,26 @@ TEST_P(Assistant, BlankHostInARestoredSessionIsTheServicesOwn) {
   const Owned<IQAISession> session(assistant->loadSession(R"({"api_host":" "})").first);
   ASSERT_NE(session, nullptr);
   EXPECT_EQ(property(*assistant, "api_host").stringValue(), service_.defaultHost);
+}
+
+TEST_P(AnyAssistant, SessionOfAnotherOneOfItsKindIsRefusedAndNothingIsSent) {
+  const AssertionLog log;  // the chat services assert it besides
+  const auto assistant = assistantWith();
+  const auto another = assistantWith();
+  const auto itsSession = newSession(*another);
+  const auto third = bareAssistant(nullptr);
+  const Owned<IQAISession> restored(third->loadSession(itsSession->obtainSessionData()).first);
+  ASSERT_NE(restored, nullptr);
+  const std::string saved = itsSession->obtainSessionData();
+  const std::size_t before = requestCount();
+  for (IQAISession* session : {itsSession.get(), restored.get()}) {
+    EXPECT_EQ(ask(*assistant, session, "question"), "error: Session is empty");
+    EXPECT_EQ(assistant->destroySession(session), service_.type == OPENAI ? "Session not found" : "");
+  }
+  EXPECT_EQ(requestCount(), before);
+  EXPECT_EQ(itsSession->obtainSessionData(), saved);
+  EXPECT_THAT(ask(*another, itsSession.get(), "question"), Not(StartsWith("error: ")));
+  EXPECT_THAT(ask(*third, restored.get(), "question"), Not(StartsWith("error: ")));
 }
 
 struct TemperatureRow {
@@ -195,7 +217,7 @@ TEST_P(Assistant, SavedTextHoldsNoKey) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
   ask(*assistant, session.get(), "question");
-  EXPECT_THAT(session->obtainSessionData(), testing::Not(HasSubstr(kKey)));
+  EXPECT_THAT(session->obtainSessionData(), Not(HasSubstr(kKey)));
 }
 
 }  // namespace

@@ -88,6 +88,22 @@ TEST_F(Assistants, UnknownSessionIsNotFoundAndNothingIsSent) {
   EXPECT_EQ(requestCount(), before);
 }
 
+TEST_F(Assistants, SessionWhereAFreedOneOfAnotherAssistantLayIsNotFound) {
+  const auto assistant = assistantWith();
+  const auto another = assistantWith();
+  auto freed = newSession(*assistant);
+  const IQAISession* const place = freed.get();
+  freed.reset();  // without destroySession
+  std::vector<Owned<IQAISession>> sessions;
+  do {
+    sessions.push_back(newSession(*another));
+  } while (sessions.back().get() != place && sessions.size() < 10);
+  if (sessions.back().get() != place) GTEST_SKIP() << "freed memory is not used again here";
+  const std::size_t before = requestCount();
+  EXPECT_EQ(assistant->destroySession(sessions.back().get()), "Session not found");
+  EXPECT_EQ(requestCount(), before);
+}
+
 TEST_F(Assistants, RestoredSessionGoesOnInAnotherAssistantAndRestoringSendsNothing) {
   const auto first = assistantWith();
   assign(*first, {{"model", service_.model}, {"name", "N"}, {"user_instructions", "U"}});
