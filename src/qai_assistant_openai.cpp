@@ -48,6 +48,9 @@ std::string failure(std::string_view text, std::string_view label) {
   return localizeString(std::string(text)).append(label);
 }
 
+/// Whether there is a `text` that names something: an empty one would leave a segment of a path empty.
+bool isIdentifier(const ICOJsonValue* text) { return text != nullptr && !text->obtainString().empty(); }
+
 /// What a failed run says of itself, which is for the user as it stands.
 std::string failedRunText(const ICOJsonValue& run) {
   const ICOJsonValue* error = cfFindJsonMember(&run, "last_error", JsonType::Object);
@@ -103,7 +106,7 @@ bool QAISession_OPENAI::load(const std::string& data) {
   const COJson saved(data);
   const ICOJsonValue* assistant = cfFindJsonMember(&saved, "assistant_id", JsonType::String);
   const ICOJsonValue* thread = cfFindJsonMember(&saved, "thread_id", JsonType::String);
-  if (assistant == nullptr || thread == nullptr) return false;
+  if (!isIdentifier(assistant) || !isIdentifier(thread)) return false;
   m_assistantID = assistant->obtainString();
   m_threadID = thread->obtainString();
   loadSavedSettings(saved, m_properties, {"name", "description"});
@@ -157,7 +160,7 @@ QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::post(const Path& path, ICOJsonVa
   Reply reply = readReply(HTTP::Post(m_restSession.get(), address(path), body, {}, {}), label);
   if (!reply.error.empty()) return reply;
   reply.json = cfFindJsonMember(reply.json, "id", JsonType::String);
-  if (reply.json == nullptr || reply.json->obtainString().empty()) reply.error = failure(kUnsupportedFormat, label);
+  if (!isIdentifier(reply.json)) reply.error = failure(kUnsupportedFormat, label);
   return reply;
 }
 

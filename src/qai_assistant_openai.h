@@ -34,7 +34,8 @@ class QAISession_OPENAI final : public IQAISession {
 
   /// Fills a new session from a saved text and writes the text's settings into the record; settings that can't be used
   /// are skipped.
-  /// @return false, with nothing changed, when `data` is no JSON or does not name both assistant and thread.
+  /// @return false, with nothing changed, when `data` is no JSON or does not name both assistant and thread; an empty
+  ///         name is none.
   bool load(const std::string& data);
 
   const std::string& assistantID() const { return m_assistantID; }

@@ -160,7 +160,9 @@ TEST_F(Assistants, UnreadableSessionTextIsRefusedAndLeavesRoomForARightOne) {
   const auto first = assistantWith();
   const std::string saved = newSession(*first)->obtainSessionData();
   const auto second = bareAssistant(nullptr);
-  for (const char* text : {"", "no json", R"({"assistant_id":"asst_1","model":"m"})"}) {
+  for (const char* text :
+       {"", "no json", R"({"assistant_id":"asst_1","model":"m"})", R"({"assistant_id":"","thread_id":"t","model":"m"})",
+        R"({"assistant_id":"a","thread_id":"","model":"m"})"}) {
     const auto [session, error] = second->loadSession(text);
     EXPECT_EQ(session, nullptr);
     EXPECT_EQ(error, "Cannot load session data");

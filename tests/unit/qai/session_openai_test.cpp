@@ -74,7 +74,9 @@ TEST(AssistantsSession, SaveThenLoadGivesTheSameButForTheTemperature) {
 TEST(AssistantsSession, TextWithoutBothNamesIsRefusedAndChangesNothing) {
   for (const char* text :
        {"", "{", "no json", "[]", "7", "{}", R"({"assistant_id":"a","model":"m"})", R"({"thread_id":"t","model":"m"})",
-        R"({"assistant_id":1,"thread_id":"t","model":"m"})", R"({"assistant_id":"a","thread_id":null,"model":"m"})"}) {
+        R"({"assistant_id":1,"thread_id":"t","model":"m"})", R"({"assistant_id":"a","thread_id":null,"model":"m"})",
+        R"({"assistant_id":"","thread_id":"t","model":"m"})", R"({"assistant_id":"a","thread_id":"","model":"m"})",
+        R"({"assistant_id":"a","thread_id":"t","thread_id":"","model":"m"})"}) {
     Record record;
     QAISession_OPENAI session(record);
     EXPECT_FALSE(session.load(text)) << text;
