@@ -38,6 +38,15 @@ bool isSameKey(std::string_view left, std::string_view right) noexcept {
          isSameWord<std::uint32_t>(left.data() + last, right.data() + last);
 }
 
+/// Whether two of a few `keys` are the same.
+bool hasRepeatedKey(std::span<const std::string_view> keys) noexcept {
+  for (std::size_t index = 1; index < keys.size(); ++index) {
+    const auto earlier = keys.first(index);
+    if (std::any_of(earlier.begin(), earlier.end(), [&](auto key) { return isSameKey(key, keys[index]); })) return true;
+  }
+  return false;
+}
+
 /// Gives `target` the content of `value`; `depth` counts the containers around it.
 void fill(COJsonValue& target, const CMVariant& value, unsigned depth) {
   using ValueType = CMVariant::ValueType;
@@ -72,6 +81,10 @@ void COJsonValue::obtainJsonValues(std::span<const std::string_view> keys,
                                    std::span<const COJsonValue*> values) const noexcept {
   std::fill(values.begin(), values.end(), nullptr);
   if (node_.type != JsonType::Object) return;
+  if (hasRepeatedKey(keys)) {  // one pass would share the members out among them
+    std::transform(keys.begin(), keys.end(), values.begin(), [this](auto key) { return obtainJsonValue(key); });
+    return;
+  }
   // Members mostly come in the order in which they are asked for.
   std::size_t expected = 0;
   forEachJsonChild(*this, [&](const COJsonValue& child) {

@@ -33,7 +33,8 @@ class COJsonValue {
   /// The member `key` of an object, the last one when the key occurs more than once; null when there is none or this
   /// is no object.
   CF_API const COJsonValue* obtainJsonValue(std::string_view key) const noexcept;
-  /// As obtainJsonValue for each of `keys`, in one pass over the members; `values` has as many elements.
+  /// As obtainJsonValue for each of a few `keys`, in one pass over the members when they all differ; `values` has as
+  /// many elements.
   CF_API void obtainJsonValues(std::span<const std::string_view> keys,
                                std::span<const COJsonValue*> values) const noexcept;
   /// The keys of an object in the order of its members, repeated ones included; else none.

@@ -117,6 +117,19 @@ TEST(JsonMembers, AreFoundInOnePassAsOneByOne) {
   }
 }
 
+TEST(JsonMembers, AreFoundForEachOfEqualKeys) {
+  constexpr std::array kKeys{"a"sv, "b"sv, "a"sv, "none"sv, "none"sv, "a"sv};
+  for (const std::string_view text : {R"({"a":1,"b":2})", R"({"a":1,"b":2,"a":3,"a":4})", R"({"b":1})", "{}", "[]"}) {
+    const COJson document(text);
+    std::array<const COJsonValue*, kKeys.size()> values{};
+    values.fill(&document);
+    document.obtainJsonValues(kKeys, values);
+    for (std::size_t index = 0; index < kKeys.size(); ++index) {
+      EXPECT_EQ(values[index], document.obtainJsonValue(kKeys[index])) << text << ' ' << index;
+    }
+  }
+}
+
 TEST(JsonKey, MayBeLong) {
   for (const std::size_t size : {65533U, 65534U, 65535U, 65536U, 200000U}) {
     const std::string key(size, 'k');
