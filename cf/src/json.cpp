@@ -47,6 +47,11 @@ bool hasRepeatedKey(std::span<const std::string_view> keys) noexcept {
   return false;
 }
 
+/// How many children the next block holds, behind `before` others.
+constexpr std::size_t nextCapacity(std::size_t before) noexcept {
+  return std::max(kFirstBlockCapacity, before < kManyJsonChildren ? before : before / 4);
+}
+
 /// Gives `target` the content of `value`; `depth` counts the containers around it.
 void fill(COJsonValue& target, const CMVariant& value, unsigned depth) {
   using ValueType = CMVariant::ValueType;
@@ -138,25 +143,27 @@ COJsonValue* COJsonValue::addArrayItem() {
 COJsonValue* COJsonAccess::addChild(COJsonValue& container, Arena& arena) {
   Node& node = container.node_;
   Block* last = hasFlag(node, kInBlocks) ? node.content.blocks->last : nullptr;
-  if (last == nullptr || node.size - last->before == last->capacity) last = addBlock(node, arena);
+  if (last == nullptr || node.size - last->before == last->capacity) {
+    const std::size_t capacity = nextCapacity(node.size);
+    last = addBlock(node, arena.allocateValues(capacity), capacity, node.size, arena);
+  }
   arena.jsonSize += kShortChildSize;
   COJsonValue* const place = COJsonValue::valueOfRun(last->values, node.size - last->before);
   ++node.size;
   return construct(place, Node{});
 }
 
-/// Adds an empty block behind the children of a container.
-COJsonAccess::Block* COJsonAccess::addBlock(Node& node, Arena& arena) {
-  const auto create = [&arena](COJsonValue* values, std::size_t capacity, std::size_t before) {
+COJsonAccess::Block* COJsonAccess::addBlock(Node& node, COJsonValue* values, std::size_t capacity, std::size_t before,
+                                            Arena& arena) {
+  const auto create = [&arena](COJsonValue* valuesOfIt, std::size_t capacityOfIt, std::size_t beforeIt) {
     return ::new (arena.memory.allocate(sizeof(Block), alignof(Block)))
-        Block{values, capacity, before, nullptr, nullptr};
+        Block{valuesOfIt, capacityOfIt, beforeIt, nullptr, nullptr};
   };
-  const std::size_t capacity = std::max<std::size_t>(kFirstBlockCapacity, node.size);
-  Block* const added = create(arena.allocateValues(capacity), capacity, node.size);
+  Block* const added = create(values, capacity, before);
   if (hasFlag(node, kInBlocks)) {
     node.content.blocks->last->next = added;
-  } else if (node.size != 0) {  // as they were read
-    Block* const first = create(node.content.children, node.size, 0);
+  } else if (before != 0) {  // as they were read
+    Block* const first = create(node.content.children, before, 0);
     first->next = added;
     node.content.blocks = first;
   } else {

@@ -17,6 +17,9 @@
 /// How deep arrays and objects may be nested in a text, and in what becomes one.
 inline constexpr unsigned kMaxJsonDepth = 256;
 
+/// From this many children on, memory counts for more than that they lie in few runs.
+inline constexpr std::size_t kManyJsonChildren = 65536;
+
 /// Sizes of texts are kept in 32 bits.
 inline bool hasTextSize(std::string_view text) noexcept {
   return text.size() <= std::numeric_limits<std::uint32_t>::max();
@@ -143,6 +146,10 @@ struct COJsonAccess {
   /// Adds a child, null and without a key, to a container.
   static COJsonValue* addChild(COJsonValue& container, Arena& arena);
 
+  /// Adds a run behind the `before` children of a container.
+  /// @param capacity of the run, which holds as many children already or gets them one by one
+  static Block* addBlock(Node& node, COJsonValue* values, std::size_t capacity, std::size_t before, Arena& arena);
+
   /// Moves a document's top-level value; `source` is left without a document.
   static void takeContent(COJson& target, COJson& source) noexcept;
 
@@ -190,7 +197,6 @@ struct COJsonAccess {
   }
 
  private:
-  static Block* addBlock(Node& node, Arena& arena);
   static Key makeLongKey(std::string_view text, Arena& arena);
 };
 
@@ -251,3 +257,10 @@ class JsonChildren {
 
 /// Appends a number in the form in which it is written.
 void appendJsonNumber(std::string& result, double value, bool integer);
+
+inline bool isIntegerText(std::string_view number) noexcept {
+  return number.find_first_of(".eE") == std::string_view::npos;
+}
+
+/// `text` with its numbers as doubles can hold them. The JSON library takes one beyond a double's range for an error.
+std::string withNumbersInRange(std::string_view text);

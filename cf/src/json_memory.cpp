@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr std::size_t kLargestChunk = 16384;  // in pages; what is left of it when the document is whole goes unused
+constexpr std::size_t kLargestChunk = 1024;  // in pages; what is left of it when the document is whole goes unused
 constexpr std::align_val_t kPageAlignment{JsonPage::kSize};
 
 }  // namespace
@@ -64,4 +64,5 @@ void COJsonValue::Arena::release() noexcept {
   page_ = nullptr;
   used_ = JsonPage::kCapacity;
   pagesLeft_ = 0;
+  chunkPages_ = 1;
 }

@@ -120,58 +120,9 @@ struct StrictUTF8 : cf_rapidjson::UTF8<> {
 
 using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8>;
 
-bool isIntegerText(std::string_view number) noexcept { return number.find_first_of(".eE") == std::string_view::npos; }
-
-constexpr std::string_view kDigits = "0123456789";
-
-/// Whether `text` is one number as RFC 8259 has it.
-bool isJsonNumber(std::string_view text) noexcept {
-  const auto skip = [&text](std::string_view characters) {
-    const std::size_t size = std::min(text.find_first_not_of(characters), text.size());
-    text.remove_prefix(size);
-    return size != 0;
-  };
-  const auto skipOne = [&text](std::string_view characters) {
-    const bool found = !text.empty() && characters.find(text.front()) != std::string_view::npos;
-    if (found) text.remove_prefix(1);
-    return found;
-  };
-  skipOne("-");
-  if (!skipOne("0") && !skip(kDigits)) return false;
-  if (skipOne(".") && !skip(kDigits)) return false;
-  if (!skipOne("eE")) return text.empty();
-  skipOne("+-");
-  return skip(kDigits) && text.empty();
-}
-
-/// The size of the string at the start of `text`, its quotation marks included.
-std::size_t stringSize(std::string_view text) noexcept {
-  std::size_t end = 1;
-  while (end < text.size() && text[end] != '"') end += text[end] == '\\' ? 2 : 1;
-  return std::min(end + 1, text.size());
-}
-
-/// `text` with its numbers as doubles can hold them. The library takes a number beyond a double's range for an error.
-std::string withNumbersInRange(std::string_view text) {
-  std::string result;
-  result.reserve(text.size());
-  while (!text.empty()) {
-    const bool isString = text.front() == '"';
-    const std::size_t numberSize = std::min(text.find_first_not_of("0123456789+-.eE"), text.size());
-    const std::size_t size = isString ? stringSize(text) : std::max<std::size_t>(numberSize, 1);
-    const std::string_view token = text.substr(0, size);
-    text.remove_prefix(size);
-    if (isString || !isJsonNumber(token)) {
-      result.append(token);
-    } else {
-      appendJsonNumber(result, cfTextToNumber(token).value_or(0.0), isIntegerText(token));
-    }
-  }
-  return result;
-}
-
 /// Receives the parser's events. A container's children gather behind it on a stack and move into one run, whose size
-/// is known then, when the container ends.
+/// is known then, when the container ends. So that a long text has no room twice, many of them move into a run before
+/// that.
 class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
  public:
   using Node = COJsonAccess::Node;
@@ -225,7 +176,7 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
 
   /// An item of an array gets the key that was read last; nobody looks at it.
   Node& add(JsonType type) {
-    if (next_ == end_) grow();
+    if (next_ == end_) makeRoom();
     Node& value = *next_++;
     value.key = key_.text;
     value.size = 0;
@@ -235,8 +186,9 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
     return value;
   }
 
-  /// Makes room for the next value.
-  void grow() {
+  void makeRoom() {
+    moveMany();
+    if (next_ != end_) return;
     const auto size = static_cast<std::size_t>(next_ - begin_);
     if (many_.empty()) many_.assign(begin_, next_);
     many_.resize(2 * size);
@@ -251,26 +203,59 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   }
 
   bool start(JsonType type) {
-    add(type);
+    Node& container = add(type);
+    container.size = static_cast<std::uint32_t>(open_);
+    open_ = static_cast<std::size_t>(&container - begin_);
     if (depth_ == reducedDepth_) mark_ = arena_.markValues();
     return ++depth_ <= kMaxJsonDepth;
   }
 
   bool end(SizeType count) {
     --depth_;
-    if (count == 0) return finish();
-    COJsonValue* const children = arena_.allocateValues(count);
-    COJsonValue* place = children;
-    const Node* const end = next_;
-    next_ -= count;
-    for (const Node* child = next_; child != end; ++child) {
+    Node& container = begin_[open_];
+    open_ = container.size;
+    container.size = count;
+    if (COJsonAccess::hasFlag(container, COJsonAccess::kInBlocks)) {
+      if (next_ != &container + 1) moveToBlock(container);
+    } else if (count != 0) {
+      container.content.children = moveToRun(&container + 1);
+    }
+    finish();
+    moveMany();
+    return true;
+  }
+
+  /// Takes what is on the stack from `first` on off it.
+  COJsonValue* moveToRun(Node* first) {
+    COJsonValue* const run = arena_.allocateValues(static_cast<std::size_t>(next_ - first));
+    COJsonValue* place = run;
+    for (const Node* child = first; child != next_; ++child) {
       COJsonAccess::construct(place, *child);
       place = JsonPage::next(place);
     }
-    Node& container = next_[-1];
-    container.content.children = children;
-    container.size = count;
-    return finish();
+    next_ = first;
+    return run;
+  }
+
+  void moveToBlock(Node& container) {
+    Node* const first = &container + 1;
+    const auto count = static_cast<std::size_t>(next_ - first);
+    COJsonAccess::addBlock(container, moveToRun(first), count, inBlocks(container), arena_);
+  }
+
+  /// The number of children that are no longer on the stack.
+  static std::size_t inBlocks(const Node& container) {
+    if (!COJsonAccess::hasFlag(container, COJsonAccess::kInBlocks)) return 0;
+    const COJsonAccess::Block& last = *container.content.blocks->last;
+    return last.before + last.capacity;
+  }
+
+  /// Moves the newest container's children off the stack when they are many, also beside those that have left it: then
+  /// runs grow, and are few.
+  void moveMany() {
+    Node& container = begin_[open_];
+    const auto gathered = static_cast<std::size_t>(next_ - &container) - 1;
+    if (gathered >= kManyJsonChildren && gathered >= inBlocks(container) / 8) moveToBlock(container);
   }
 
   /// The newest value is whole.
@@ -297,6 +282,8 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   Node* begin_ = nullptr;
   Node* next_ = nullptr;  // where the next value goes
   Node* end_ = nullptr;
+  // Where the container is that is being read. While it is, its size tells the place of the one around it.
+  std::size_t open_ = 0;
   COJsonAccess::Key key_ = {};
   unsigned depth_ = 0;
 };
@@ -369,16 +356,6 @@ bool COJsonAccess::parse(COJson& top, std::string_view text, bool isKept, unsign
   if (verdict != Verdict::Valid) return false;
   arena.jsonSize = text.size();
   return true;
-}
-
-std::size_t COJsonAccess::boundValues(std::string_view text) noexcept {
-  std::size_t values = 1;
-  for (std::size_t place = 0; place < text.size();) {
-    const char character = text[place];
-    if (character == ',' || character == '[' || character == '{') ++values;
-    place += character == '"' ? stringSize(text.substr(place)) : 1;
-  }
-  return values;
 }
 
 bool cfIsJson(const std::string& text) {

@@ -42,7 +42,8 @@ class COJsonValue {
 
   /// The number of items of an array; else 0.
   std::size_t obtainArraySize() const noexcept { return node_.type == JsonType::Array ? node_.size : 0; }
-  /// Item `index` of an array, in constant time for one read from text; null when there is none.
+  /// Item `index` of an array, in constant time for one of fewer than 65536 items that was read from text, and else in
+  /// one that grows with the logarithm of their number; null when there is none.
   const COJsonValue* obtainArrayItem(std::size_t index) const noexcept {
     if (index >= obtainArraySize()) return nullptr;
     return (node_.flags & kInBlocks) == 0 ? valueOfRun(node_.content.children, index) : findArrayItem(index);

@@ -9,45 +9,59 @@
 #include <limits>
 #include <memory>
 #include <new>
+#include <utility>
 
 namespace {
 
 thread_local std::size_t allocations = 0;
 thread_local std::size_t allocationsLeft = std::numeric_limits<std::size_t>::max();
+thread_local std::ptrdiff_t bytes = 0;
+thread_local std::ptrdiff_t mostBytes = 0;
 
-void count() {
+void count(std::size_t size) {
   if (allocationsLeft == 0) throw std::bad_alloc();
   --allocationsLeft;
   ++allocations;
+  bytes += static_cast<std::ptrdiff_t>(size);
+  mostBytes = std::max(mostBytes, bytes);
 }
 
-void* allocate(std::size_t size) {
-  count();
-  void* const memory = std::malloc(std::max<std::size_t>(size, 1));
-  if (memory == nullptr) throw std::bad_alloc();
-  return memory;
-}
+/// What lies in front of each place that is given out.
+struct Header {
+  void* memory;  // what is to be freed
+  std::size_t size;
+};
 
-// The aligned place lies behind a pointer to what is to be freed: not every system has aligned_alloc.
-void* allocateAligned(std::size_t size, std::size_t alignment) {
+// Not every system has aligned_alloc.
+void* allocate(std::size_t size, std::size_t alignment) {
+  count(size);
   std::size_t space = size + alignment;
-  void* const memory = allocate(space + sizeof(void*));
-  void* place = static_cast<char*>(memory) + sizeof(void*);
+  void* const memory = std::malloc(sizeof(Header) + space);
+  if (memory == nullptr) throw std::bad_alloc();
+  void* place = static_cast<char*>(memory) + sizeof(Header);
   std::align(alignment, size, place, space);
-  std::memcpy(static_cast<char*>(place) - sizeof(void*), &memory, sizeof(void*));
+  const Header header{memory, size};
+  std::memcpy(static_cast<char*>(place) - sizeof header, &header, sizeof header);
   return place;
 }
 
-void freeAligned(void* place) {
+void* allocate(std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
+
+void release(void* place) noexcept {
   if (place == nullptr) return;
-  void* memory = nullptr;
-  std::memcpy(&memory, static_cast<char*>(place) - sizeof(void*), sizeof(void*));
-  std::free(memory);
+  Header header{};
+  std::memcpy(&header, static_cast<char*>(place) - sizeof header, sizeof header);
+  bytes -= static_cast<std::ptrdiff_t>(header.size);
+  std::free(header.memory);
 }
 
 }  // namespace
 
 std::size_t allocationCount() noexcept { return allocations; }
+
+std::ptrdiff_t allocatedBytes() noexcept { return bytes; }
+
+std::ptrdiff_t mostAllocatedBytes() noexcept { return std::exchange(mostBytes, bytes); }
 
 void allowAllocations(std::size_t count) noexcept { allocationsLeft = count; }
 
@@ -55,11 +69,9 @@ void allowAllAllocations() noexcept { allocationsLeft = std::numeric_limits<std:
 
 void* operator new(std::size_t size) { return allocate(size); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
-  return allocateAligned(size, static_cast<std::size_t>(alignment));
+  return allocate(size, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { freeAligned(memory); }
-void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept {
-  freeAligned(memory);
-}
+void operator delete(void* memory) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { release(memory); }
+void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { release(memory); }
+void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { release(memory); }

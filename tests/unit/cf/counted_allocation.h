@@ -6,6 +6,12 @@
 /// The number of allocations so far.
 std::size_t allocationCount() noexcept;
 
+/// What they took less what was given back, by this thread as well.
+std::ptrdiff_t allocatedBytes() noexcept;
+
+/// The most that this was since the last call.
+std::ptrdiff_t mostAllocatedBytes() noexcept;
+
 /// Lets `count` more allocations succeed and all later ones throw std::bad_alloc.
 void allowAllocations(std::size_t count) noexcept;
 

@@ -9,6 +9,9 @@
 #include <cstddef>
 #include <new>
 #include <stdexcept>
+#include <string>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -44,6 +47,90 @@ TEST(JsonMemory, OfASmallReplyIsAFewAllocations) {
       R"("message":{"role":"assistant","content":"SELECT count(*) FROM orders"},"finish_reason":"stop"}],)"
       R"("usage":{"prompt_tokens":9,"completion_tokens":12,"total_tokens":21}})";
   EXPECT_LE(allocationsOf([kReply] { EXPECT_TRUE(COJson(kReply).getIsValidJson()); }), 5U);
+}
+
+/// What is allocated at most while `action` runs.
+template <typename Action>
+std::ptrdiff_t mostBytesOf(Action action) {
+  const std::ptrdiff_t before = allocatedBytes();
+  mostAllocatedBytes();
+  action();
+  return mostAllocatedBytes() - before;
+}
+
+/// "[ITEM,ITEM,…]"
+std::string arrayOf(std::size_t count, std::string_view item) {
+  std::string text;
+  for (std::size_t index = 0; index < count; ++index) text.append(1, index == 0 ? '[' : ',').append(item);
+  return text + "]";
+}
+
+constexpr std::size_t kManyValues = 2'000'000;
+/// Half as much again as they are themselves, since memory is allocated in chunks.
+constexpr std::ptrdiff_t kBytesOfManyValues = kManyValues * 24 * 3 / 2;
+
+TEST(JsonMemory, OfManyValuesThatAreReadIsLittleMoreThanTheirs) {
+  for (const auto& [values, item] : {std::pair{1, "1"}, {2, "[1]"}}) {
+    const std::string text = arrayOf(kManyValues / values, item);
+    EXPECT_LT(mostBytesOf([&text] { EXPECT_TRUE(COJson::readReference(text).getIsValidJson()); }), kBytesOfManyValues)
+        << item;
+  }
+}
+
+TEST(JsonMemory, OfManyValuesThatAreAddedIsLittleMoreThanTheirs) {
+  EXPECT_LT(mostBytesOf([] {
+              COJson document;
+              for (std::size_t index = 0; index < kManyValues; ++index) document.addArrayItem()->setBool(true);
+            }),
+            kBytesOfManyValues);
+}
+
+/// An array of a long string and an array, to be gone on with.
+std::string beginLongArray() {
+  return std::string("[\"").append(100'000, 'x').append("\",").append(arrayOf(10'000, "1")).append(",");
+}
+
+TEST(JsonMemory, OfAnInvalidTextIsGivenBack) {
+  constexpr std::ptrdiff_t kOfNothing = 1000;
+  for (const char* wrong : {"", ",", "1]x", "1e400]x", R"("\uDC00"])"}) {
+    const std::string text = beginLongArray() + wrong;
+    const std::ptrdiff_t before = allocatedBytes();
+    COJson copied(text);
+    COJson kept = COJson::readReference(text);
+    EXPECT_LT(allocatedBytes() - before, kOfNothing) << wrong;
+    for (COJson* document : {&copied, &kept}) {
+      EXPECT_FALSE(document->getIsValidJson());
+      document->addArrayItem()->setString("again");
+      EXPECT_EQ(document->obtainJsonString(), R"(["again"])");
+    }
+  }
+}
+
+TEST(JsonMemory, OfATextThatIsReadTwiceIsThatOfTheSecondTime) {
+  const auto bytesOf = [](const std::string& number) {
+    const std::string text = beginLongArray() + number + "]";
+    const std::ptrdiff_t before = allocatedBytes();
+    const COJson document(text);
+    EXPECT_TRUE(document.getIsValidJson());
+    return allocatedBytes() - before;
+  };
+  EXPECT_LT(bytesOf("1e400"), bytesOf("1e300") + 1000);
+}
+
+// What is inside the values that are reduced takes room while one of them is read, and no longer.
+TEST(JsonMemory, OfAReducedReadIsThatOfItsLargestValue) {
+  const auto bytesOf = [](std::size_t insideEach) {
+    const std::string text = arrayOf(500, arrayOf(insideEach, "[1]"));
+    return mostBytesOf([&text] {
+      std::size_t seen = 0;
+      const COJson document =
+          COJson::readReduced(text, 1, [&seen](const COJsonValue& value) { return seen += value.obtainArraySize(); });
+      EXPECT_EQ(document.obtainArrayItem(499)->obtainNumber(), static_cast<double>(seen));
+    });
+  };
+  const std::ptrdiff_t ofFew = bytesOf(1);
+  constexpr std::ptrdiff_t kValues = 2 * 1000;
+  EXPECT_LT(bytesOf(1000) - ofFew, kValues * 24 * 5);
 }
 
 /// Lets `action` fail at each of its allocations in turn, until it succeeds.
