@@ -88,7 +88,7 @@ CMVariant variantOf(const ICOJsonValue& value) {
     return list;
   }
   CMVariantMap map;
-  for (const std::string& key : value.obtainJsonKeys()) map[key] = variantOf(*value.obtainJsonValue(key));
+  for (const auto& [key, member] : value.obtainJsonMembers()) map[std::string(key)] = variantOf(*member);
   return map;
 }
 

@@ -5,6 +5,7 @@
 #include <cf/json.h>
 #include <cf/text.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <string>
 
@@ -21,12 +22,12 @@ bool areEqualArrays(const ICOJsonValue& left, const ICOJsonValue& right) {
 }
 
 bool areEqualObjects(const ICOJsonValue& left, const ICOJsonValue& right) {
-  const std::vector<std::string> keys = left.obtainJsonKeys();
-  if (keys != right.obtainJsonKeys()) return false;
-  for (const std::string& key : keys) {
-    if (!areEqual(*left.obtainJsonValue(key), *right.obtainJsonValue(key))) return false;
-  }
-  return true;
+  const std::vector<COJsonMember> ofLeft = left.obtainJsonMembers();
+  const std::vector<COJsonMember> ofRight = right.obtainJsonMembers();
+  return std::equal(ofLeft.begin(), ofLeft.end(), ofRight.begin(), ofRight.end(),
+                    [](const COJsonMember& one, const COJsonMember& other) {
+                      return one.key == other.key && areEqual(*one.value, *other.value);
+                    });
 }
 
 bool areEqual(const ICOJsonValue& left, const ICOJsonValue& right) {

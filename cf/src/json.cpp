@@ -104,6 +104,14 @@ void COJsonValue::obtainJsonValues(std::span<const std::string_view> keys,
   });
 }
 
+std::vector<COJsonMember> COJsonValue::obtainJsonMembers() const {
+  std::vector<COJsonMember> members;
+  if (node_.type != JsonType::Object) return members;
+  members.reserve(node_.size);
+  forEachJsonChild(*this, [&](const COJsonValue& child) { members.push_back({COJsonAccess::key(child), &child}); });
+  return members;
+}
+
 std::vector<std::string> COJsonValue::obtainJsonKeys() const {
   std::vector<std::string> keys;
   if (node_.type != JsonType::Object) return keys;

@@ -18,6 +18,14 @@ class CMVariant;
 /// The kinds of JSON value; the codes are fixed.
 enum class JsonType : std::uint8_t { Null = 0, Object = 1, Array = 2, String = 3, Number = 4, Bool = 5 };
 
+class COJsonValue;
+
+/// A member of an object. Lives as long as the document.
+struct COJsonMember {
+  std::string_view key;      ///< its name
+  const COJsonValue* value;  ///< never null
+};
+
 /// One value inside a document. Never owned: it, its texts and the values under it live as long as their `COJson`,
 /// at addresses that stay when values are added. Reading may go on in several threads while nobody writes.
 class COJsonValue {
@@ -31,13 +39,15 @@ class COJsonValue {
   JsonType obtainType() const noexcept { return node_.type; }
 
   /// The member `key` of an object, the last one when the key occurs more than once; null when there is none or this
-  /// is no object.
+  /// is no object. Looks at every member, so what is for all of them goes through obtainJsonMembers.
   CF_API const COJsonValue* obtainJsonValue(std::string_view key) const noexcept;
   /// As obtainJsonValue for each of a few `keys`, in one pass over the members when they all differ; `values` has as
   /// many elements.
   CF_API void obtainJsonValues(std::span<const std::string_view> keys,
                                std::span<const COJsonValue*> values) const noexcept;
-  /// The keys of an object in the order of its members, repeated ones included; else none.
+  /// The members of an object in their order, those with repeated keys included; else none. Takes one pass.
+  CF_API std::vector<COJsonMember> obtainJsonMembers() const;
+  /// Their keys.
   CF_API std::vector<std::string> obtainJsonKeys() const;
 
   /// The number of items of an array; else 0.

@@ -66,6 +66,17 @@ TEST(LargeJson, GivesTheLastOfRepeatedMembersWhereverItLies) {
   }
 }
 
+TEST(LargeJson, GivesEveryMember) {
+  const COJson document(textOf("{}", kMany, memberText));
+  std::size_t index = 0;
+  for (const auto& [key, value] : document.obtainJsonMembers()) {
+    ASSERT_EQ(key, std::to_string(index));
+    ASSERT_EQ(value->obtainJsonValue("value")->obtainNumber(), static_cast<double>(index));
+    ++index;
+  }
+  EXPECT_EQ(index, kMany);
+}
+
 TEST(LargeJson, CanBeAddedTo) {
   std::string text = textOf("[]", kMany, numberText);
   COJson document(text);

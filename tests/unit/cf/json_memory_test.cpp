@@ -133,6 +133,12 @@ TEST(JsonMemory, OfAReducedReadIsThatOfItsLargestValue) {
   EXPECT_LT(bytesOf(1000) - ofFew, kValues * 24 * 5);
 }
 
+TEST(JsonMemory, IsAllocatedOnceForAllMembers) {
+  COJson document;
+  for (int index = 0; index < 1000; ++index) document.addKeyValue(std::to_string(index));
+  EXPECT_EQ(allocationsOf([&document] { EXPECT_EQ(document.obtainJsonMembers().size(), 1000U); }), 1U);
+}
+
 /// Lets `action` fail at each of its allocations in turn, until it succeeds.
 template <typename Action>
 std::size_t failuresOf(Action action) {

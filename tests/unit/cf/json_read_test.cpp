@@ -64,6 +64,18 @@ TEST(JsonObject, GivesItsKeysInOrder) {
   EXPECT_EQ(COJson(R"({"\u0000":1})").obtainJsonKeys(), Keys{"\0"s});
 }
 
+TEST(JsonObject, GivesItsMembersInOrder) {
+  const COJson document(R"({"b":1,"a":[2],"b":3,"\u0000":4})");
+  const std::vector<COJsonMember> members = document.obtainJsonMembers();
+  ASSERT_EQ(members.size(), 4U);
+  EXPECT_EQ(members[0].key, "b");
+  EXPECT_EQ(members[0].value->obtainNumber(), 1.0);
+  EXPECT_EQ(members[1].value, document.obtainJsonValue("a"));
+  EXPECT_EQ(members[2].value, document.obtainJsonValue("b"));
+  EXPECT_EQ(members[3].key, "\0"s);
+  for (const char* text : {"{}", "[1]", "null", "\"a\""}) EXPECT_TRUE(COJson(text).obtainJsonMembers().empty()) << text;
+}
+
 TEST(JsonObject, GivesTheLastOfRepeatedMembers) {
   const COJson document(R"({"a":1,"b":2,"a":3,"b":{"a":4}})");
   EXPECT_EQ(document.obtainJsonValue("a")->obtainNumber(), 3.0);
