@@ -103,7 +103,7 @@ std::string QAISession_OPENAI::obtainSessionData() const {
 }
 
 bool QAISession_OPENAI::load(const std::string& data) {
-  const COJson saved(data);
+  const COJson saved = COJson::readReference(data);
   const ICOJsonValue* assistant = cfFindJsonMember(&saved, "assistant_id", JsonType::String);
   const ICOJsonValue* thread = cfFindJsonMember(&saved, "thread_id", JsonType::String);
   if (!isIdentifier(assistant) || !isIdentifier(thread)) return false;

@@ -32,8 +32,6 @@ class ChatHistory {
   /// than to send it. Lives until the next call. Used by one thread at a time, though it is const.
   std::string_view requestText(std::string_view question) const;
 
-  /// Makes room for this many entries.
-  void reserve(std::size_t count) { entries_.reserve(count); }
   /// When it throws, nothing is appended.
   void append(std::uint32_t role, std::string text);
   /// Appends the user's entry and the assistant's, or throws and appends neither.

@@ -40,7 +40,7 @@ bool QAIChatSession::writeHistory(COJsonValue& messages) const {
 }
 
 bool QAIChatSession::load(const std::string& data) {
-  const COJson saved(data);
+  const COJson saved = COJson::readReference(data);
   if (!saved.getIsValidJson()) return false;
   loadSavedSettings(saved, properties_);
   loadHistory(saved.obtainJsonValue("messages"));
@@ -49,7 +49,6 @@ bool QAIChatSession::load(const std::string& data) {
 
 void QAIChatSession::loadHistory(const ICOJsonValue* messages) {
   const std::size_t size = messages == nullptr ? 0 : messages->obtainArraySize();
-  history_.reserve(size);
   for (std::size_t i = 0; i < size; ++i) {
     const ICOJsonValue* role = cfFindJsonMember(messages->obtainArrayItem(i), "role", JsonType::String);
     const ICOJsonValue* content = cfFindJsonMember(messages->obtainArrayItem(i), "content", JsonType::String);

@@ -103,4 +103,17 @@ TEST_P(Cost, IsThatOfThePlainInterface) {
   EXPECT_EQ(steps.restoring, expected.restoring);
 }
 
+// The argument, the member on its way into the settings, and the settings: not the text once more to read it.
+TEST_P(Cost, OfRestoringIsNoFurtherCopyOfTheText) {
+  constexpr std::ptrdiff_t kSize = 1'000'000;
+  const std::string saved =
+      R"({"assistant_id":"a","thread_id":"t","user_instructions":")" + std::string(kSize, 'x') + R"(","messages":[]})";
+  const Owned<IQAIAssistant> assistant(QAICreateAssistant(service_.type, nullptr, kKey, standin_.address()));
+  const std::ptrdiff_t before = allocatedBytes();
+  mostAllocatedBytes();
+  const Owned<IQAISession> restored(assistant->loadSession(saved).first);
+  EXPECT_LT(mostAllocatedBytes() - before, kSize * 7 / 2);
+  EXPECT_NE(restored, nullptr);
+}
+
 }  // namespace
