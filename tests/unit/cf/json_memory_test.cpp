@@ -70,7 +70,7 @@ constexpr std::size_t kManyValues = 2'000'000;
 constexpr std::ptrdiff_t kBytesOfManyValues = kManyValues * 24 * 3 / 2;
 
 TEST(JsonMemory, OfManyValuesThatAreReadIsLittleMoreThanTheirs) {
-  for (const auto& [values, item] : {std::pair{1, "1"}, {2, "[1]"}}) {
+  for (const auto& [values, item] : {std::pair{std::size_t{1}, "1"}, {std::size_t{2}, "[1]"}}) {
     const std::string text = arrayOf(kManyValues / values, item);
     EXPECT_LT(mostBytesOf([&text] { EXPECT_TRUE(COJson::readReference(text).getIsValidJson()); }), kBytesOfManyValues)
         << item;
