@@ -95,6 +95,8 @@ INSTANTIATE_TEST_SUITE_P(
                     ReadCase{"many_digits_one_less", "1" + zeros(400) + "e-1", kMax},
                     ReadCase{"many_digits_made_up", "1" + zeros(400) + "e-400", 1.0},
                     ReadCase{"many_digits_outdone", "1" + zeros(400) + "e-800", 0.0},
+                    ReadCase{"many_digits_not_outdone", "1" + zeros(800) + "e-400", kMax},
+                    ReadCase{"zeros_before_a_digit_not_made_up", "0." + zeros(800) + "1e400", 0.0},
                     ReadCase{"leading_zeros_do_not_count", zeros(400) + "1e-400", 0.0},
                     ReadCase{"zero_stays_zero", "0e999999999999", 0.0},
                     ReadCase{"long_exponent", "1e" + nines(5000), kMax},
