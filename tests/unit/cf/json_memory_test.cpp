@@ -133,6 +133,13 @@ TEST(JsonMemory, OfAReducedReadIsThatOfItsLargestValue) {
   EXPECT_LT(bytesOf(1000) - ofFew, kValues * 24 * 5);
 }
 
+TEST(JsonMemory, OfAReducedReadIsNotThatOfAllThatWasReduced) {
+  constexpr std::ptrdiff_t kValues = 20'000 * 21;
+  const std::string text = arrayOf(20'000, arrayOf(20, "1"));
+  EXPECT_LT(mostBytesOf([&text] { COJson::readReduced(text, 1, [](const COJsonValue&) { return 0.0; }); }),
+            kValues * 24 / 3);
+}
+
 TEST(JsonMemory, IsAllocatedOnceForAllMembers) {
   COJson document;
   for (int index = 0; index < 1000; ++index) document.addKeyValue(std::to_string(index));
