@@ -2,7 +2,6 @@
 
 #include "private_file.h"
 #include "rendering.h"
-#include "start.h"
 
 #include <cf/defer.h>
 
@@ -35,7 +34,7 @@ void Switchboard::save() {
     // The address of the stand-in inside the program is nobody's when the program has ended.
     const std::string text =
         line_.standIn == nullptr ? line_.assistant->savedText() : line_.assistant->saveConversation();
-    if (const std::error_code error = writePrivateFile(saveFile_, text)) reason = describeError(error);
+    reason = writePrivateFile(saveFile_, text);
   }
   if (!reason.empty() && !failedToSave_)
     complain(err_, "The conversation is not saved in " + saveFile_ + ": " + reason);

@@ -1,14 +1,43 @@
 #include "private_file.h"
 
 #include "path_text.h"
+#include "start.h"
 
 #include <filesystem>
 
-std::error_code writePrivateFile(const std::string& path, std::string_view text) {
-  std::error_code ignored;  // what is there tells of it
-  const auto there = std::filesystem::symlink_status(makePath(path), ignored).type();
-  using Type = std::filesystem::file_type;
-  if (there == Type::directory) return std::make_error_code(std::errc::is_a_directory);
-  const bool isReplaceable = there == Type::not_found || there == Type::regular || there == Type::symlink;
-  return isReplaceable ? replaceFile(path, text) : std::make_error_code(std::errc::invalid_argument);
+namespace {
+
+namespace fs = std::filesystem;
+
+/// Where the links at `path` end, which may be nowhere yet.
+fs::path followLinks(fs::path path, std::error_code& error) {
+  constexpr int kMostLinks = 40;
+  for (int i = 0; i < kMostLinks; ++i) {
+    std::error_code ignored;  // what is no link tells of itself when it is written
+    if (!fs::is_symlink(fs::symlink_status(path, ignored))) return path;
+    const fs::path target = fs::read_symlink(path, error);
+    if (error) return path;
+    path = path.parent_path() / target;
+  }
+  error = std::make_error_code(std::errc::too_many_symbolic_link_levels);
+  return path;
+}
+
+}  // namespace
+
+std::string writePrivateFile(const std::string& path, std::string_view text) {
+  constexpr const char* kNoFile = "it is neither a file nor a new name";
+  std::error_code error;
+  const fs::path given = makePath(path);
+  // By the system's own way through links, which may keep this user from another's.
+  const fs::file_type there = fs::status(given, error).type();
+  if (there == fs::file_type::none) return describeError(error);
+  if (there == fs::file_type::directory) return "it is a folder";
+  if (there != fs::file_type::regular && there != fs::file_type::not_found) return kNoFile;
+  error.clear();
+  const fs::path target = followLinks(given, error);
+  if (error) return describeError(error);
+  // The system has links whose texts do not name what they lead to.
+  if (there == fs::file_type::regular && !fs::equivalent(given, target, error)) return kNoFile;
+  return replaceFile(makePathText(target), text);
 }

@@ -1,10 +1,11 @@
 #include "path_text.h"
 #include "private_file.h"
+#include "start.h"
 
 #include <filesystem>
 #include <fstream>
 
-std::error_code replaceFile(const std::string& path, std::string_view text) {
+std::string replaceFile(const std::string& path, std::string_view text) {
   std::error_code error;
   const std::filesystem::path beside = makePath(path + ".new");
   std::filesystem::remove(beside, error);  // a link, too
@@ -14,8 +15,8 @@ std::error_code replaceFile(const std::string& path, std::string_view text) {
   if (!file) {
     std::error_code ignored;
     std::filesystem::remove(beside, ignored);
-    return std::make_error_code(std::errc::io_error);
+    return describeError(std::make_error_code(std::errc::io_error));
   }
   std::filesystem::rename(beside, makePath(path), error);
-  return error;
+  return error ? describeError(error) : "";
 }

@@ -1,4 +1,4 @@
-// Who may read a saved conversation, and what a link in its place leads to.
+// Who may read a saved conversation, and whose place it takes.
 #include "workplace.h"
 
 #include <gmock/gmock.h>
@@ -12,9 +12,8 @@ namespace {
 
 class SavedFile : public Workplace {
  protected:
-  int save(const std::string& file) const {
-    return runCommand(chatWith(server_, {"--model", kModel, "--save", file, shop_, "How many customers are there?"}))
-        .code;
+  Outcome save(const std::string& file) const {
+    return runCommand(chatWith(server_, {"--model", kModel, "--save", file, shop_, "How many customers are there?"}));
   }
 
   static std::string read(const std::string& file) {
@@ -29,7 +28,7 @@ class SavedFile : public Workplace {
 TEST_F(SavedFile, IsItsUsersAlone) {
   const std::string file = write("kept.json", "for all to read");
   ASSERT_EQ(chmod(file.c_str(), 0644), 0);
-  EXPECT_EQ(save(file), 0);
+  EXPECT_EQ(save(file).code, 0);
   struct stat about {};
   ASSERT_EQ(stat(file.c_str(), &about), 0);
   EXPECT_EQ(about.st_mode & 07777U, 0600U);
@@ -40,19 +39,55 @@ TEST_F(SavedFile, IsItsUsersAlone) {
   EXPECT_EQ(files, 2U) << "the database and the conversation, and nothing half written";
 }
 
-TEST_F(SavedFile, TakesALinksPlaceAndLeavesWhereItLeads) {
-  const std::string target = write("target", "another's");
-  std::filesystem::create_symlink(target, path("kept.json"));
-  EXPECT_EQ(save(path("kept.json")), 0);
-  EXPECT_EQ(read(target), "another's");
-  EXPECT_FALSE(std::filesystem::is_symlink(path("kept.json")));
-  EXPECT_THAT(read(path("kept.json")), testing::HasSubstr("How many customers"));
+TEST_F(SavedFile, IsTheOneThatALinkNames) {
+  const std::string target = write("target", "earlier");
+  std::filesystem::create_symlink("target", path("nearer"));
+  std::filesystem::create_symlink(path("nearer"), path("kept.json"));
+  EXPECT_EQ(save(path("kept.json")).code, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(path("kept.json")));
+  EXPECT_TRUE(std::filesystem::is_symlink(path("nearer")));
+  EXPECT_THAT(read(target), testing::HasSubstr("How many customers"));
+}
+
+TEST_F(SavedFile, IsMadeWhereALinkNamesNoneYet) {
+  std::filesystem::create_symlink("target", path("kept.json"));
+  EXPECT_EQ(save(path("kept.json")).code, 0);
+  EXPECT_TRUE(std::filesystem::is_symlink(path("kept.json")));
+  EXPECT_THAT(read(path("target")), testing::HasSubstr("How many customers"));
 }
 
 TEST_F(SavedFile, DoesNotTakeThePlaceOfWhatIsNoFile) {
   ASSERT_EQ(mkfifo(path("pipe").c_str(), 0600), 0);
-  EXPECT_EQ(save(path("pipe")), 74);
+  struct Row {
+    std::string target;
+    const char* reason;
+  };
+  for (const Row& row : {Row{path("pipe"), "it is neither a file nor a new name"},
+                         Row{"/dev/null", "it is neither a file nor a new name"},
+                         Row{"/proc/self/fd/1", "it is neither a file nor a new name"},  // a pipe, whatever its name
+                         Row{folder_.path(), "it is a folder"}, Row{path("link"), "Too many levels of symbolic links"},
+                         Row{path("none/target"), "No such file or directory"}}) {
+    std::filesystem::remove(path("link"));
+    std::filesystem::create_symlink(row.target, path("link"));
+    const Outcome outcome = save(path("link"));
+    EXPECT_EQ(outcome.code, 74) << row.target;
+    EXPECT_THAT(outcome.err,
+                testing::HasSubstr("The conversation is not saved in " + path("link") + ": " + row.reason));
+    EXPECT_TRUE(std::filesystem::is_symlink(path("link"))) << row.target;
+  }
   EXPECT_TRUE(std::filesystem::is_fifo(path("pipe")));
+  EXPECT_TRUE(std::filesystem::is_character_file("/dev/null"));
+  EXPECT_EQ(save(path("pipe")).code, 74) << "without a link";
+  EXPECT_TRUE(std::filesystem::is_fifo(path("pipe")));
+}
+
+TEST_F(SavedFile, DoesNotTakeThePlaceOfTheOneThatTheAnswersGoTo) {
+  Command command = chatWith(server_, {"--model", kModel, "--save", "/proc/self/fd/1", shop_, "How many customers?"});
+  command.arguments.insert(command.arguments.begin(), {"/bin/sh", "-c", R"(exec "$@" >"$0")", path("answers")});
+  const Outcome outcome = runCommand(command);
+  EXPECT_EQ(outcome.code, 74);
+  EXPECT_THAT(outcome.err, testing::HasSubstr("the answers go there"));
+  EXPECT_THAT(read(path("answers")), testing::HasSubstr("SELECT"));
 }
 
 TEST_F(SavedFile, ThatIsAPipeIsNotWaitedForWhenRestoring) {
