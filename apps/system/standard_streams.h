@@ -2,8 +2,9 @@
 #pragma once
 
 /// Has std::cin, std::cout and std::cerr carry UTF-8: from and to pipes and files byte by byte, at a terminal whatever
-/// it is set to. A write to a closed pipe fails with EPIPE in errno and does not end the process. Called once, first
-/// thing in main.
+/// it is set to. One that was closed when the process started can't be read or written, and no file that is opened
+/// later takes its place. A write to a closed pipe fails with EPIPE in errno and does not end the process. Called once,
+/// first thing in main.
 void setUpStandardStreams();
 
 /// Whether a person types the standard input.

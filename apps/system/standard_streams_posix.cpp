@@ -1,10 +1,30 @@
 #include "standard_streams.h"
 
+#include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <csignal>
+#include <initializer_list>
 
-void setUpStandardStreams() { static_cast<void>(std::signal(SIGPIPE, SIG_IGN)); }
+namespace {
+
+/// What is closed would otherwise be the next file or connection that the program opens, and take the answers. Open the
+/// other way round, the null device refuses what a closed one would refuse.
+void occupyClosedDescriptors() {
+  for (const int descriptor : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(descriptor, F_GETFD) >= 0 || errno != EBADF) continue;
+    // The lowest number that is free is this one.
+    static_cast<void>(open("/dev/null", descriptor == STDIN_FILENO ? O_WRONLY : O_RDONLY));
+  }
+}
+
+}  // namespace
+
+void setUpStandardStreams() {
+  occupyClosedDescriptors();
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+}
 
 bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }
 
