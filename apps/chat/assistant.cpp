@@ -2,6 +2,7 @@
 
 #include "session_text.h"
 
+#include <exception>
 #include <stdexcept>
 
 namespace {
@@ -37,7 +38,13 @@ Assistant::Assistant(Service service) : service_(std::move(service)) {
   pool_ = pool.release();
 }
 
-Assistant::~Assistant() { close(); }
+Assistant::~Assistant() {
+  try {
+    close();
+  } catch (const std::exception&) {
+    // Without memory what the service keeps is left to it.
+  }
+}
 
 /// The library has one set of HTTP settings for all assistants, so each puts its own in place before it asks.
 IQAIAssistant& Assistant::ready() {
@@ -146,11 +153,10 @@ std::string Assistant::explain(std::string error) const {
 }
 
 std::string Assistant::readProperty(const std::string& key) {
-  QAIOwned<IQAIProperties> properties(assistant_->obtainAssistantProperties());
-  std::string value = properties->obtainProperty(key).stringValue();
+  IQAIProperties* properties = assistant_->obtainAssistantProperties();
   // Where the service keeps the conversations the object is the assistant's own.
-  if (provider().keepsConversations) static_cast<void>(properties.release());
-  return value;
+  const QAIOwned<IQAIProperties> copy(provider().keepsConversations ? nullptr : properties);
+  return properties->obtainProperty(key).stringValue();
 }
 
 void Assistant::close() {

@@ -31,7 +31,7 @@ struct Setup {
 class Assistant final : public Answerer {
  public:
   explicit Assistant(Service service);
-  /// As close().
+  /// As close(), as far as there is memory for it.
   ~Assistant() override;
 
   const Provider& provider() const { return *service_.provider; }

@@ -36,6 +36,7 @@ constexpr std::array kCommands{
 
 std::vector<std::string> splitWords(const std::string& line) {
   std::istringstream words(line);
+  words.exceptions(std::ios::badbit);  // for want of memory it would give fewer
   return {std::istream_iterator<std::string>(words), {}};
 }
 

@@ -1,5 +1,7 @@
 #include "interrupt.h"
 
+#include <cf/defer.h>
+
 #include <utility>
 
 Interrupts::Interrupts(Action whenIdle)
@@ -13,9 +15,14 @@ bool Interrupts::run(const Action& turn, Action cancel) {
     cancel_ = std::move(cancel);
     interrupted_ = false;
   }
-  turn();
+  {
+    const CODefer end([this] {  // that of a turn that throws, too
+      const std::lock_guard lock(mutex_);
+      cancel_ = nullptr;
+    });
+    turn();
+  }
   const std::lock_guard lock(mutex_);
-  cancel_ = nullptr;
   return interrupted_;
 }
 

@@ -11,12 +11,14 @@
 #include <cerrno>
 #include <exception>
 #include <iostream>
+#include <new>
 #include <string>
 #include <vector>
 
 namespace {
 
-ExitCode run(const std::vector<std::string>& arguments) try {
+ExitCode run(int argc, char** argv) try {
+  const std::vector<std::string> arguments = obtainArguments(argc, argv);
   const CommandLine commandLine = readCommandLine(arguments);
   if (!commandLine.end) return runProgram(commandLine.options, {std::cin, std::cout, std::cerr});
   if (*commandLine.end == ExitCode::Fine) {
@@ -39,6 +41,8 @@ ExitCode run(const std::vector<std::string>& arguments) try {
 } catch (const HostError& error) {
   complain(std::cerr, error.what());
   return ExitCode::WrongUsage;
+} catch (const std::bad_alloc&) {
+  throw;  // what else is to be said of it takes memory
 } catch (const std::exception& error) {
   complain(std::cerr, error.what());
   return ExitCode::Internal;
@@ -46,7 +50,12 @@ ExitCode run(const std::vector<std::string>& arguments) try {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
+  forbidMemoryDumps();
   setUpStandardStreams();
-  return static_cast<int>(run(obtainArguments(argc, argv)));
+  std::cin.exceptions(std::ios::badbit);  // a line that finds no memory is not the end of the input
+  return static_cast<int>(run(argc, argv));
+} catch (const std::bad_alloc&) {
+  std::cerr << "qai-chat: " << kNoMemory << std::endl;
+  return static_cast<int>(ExitCode::Internal);
 }

@@ -12,6 +12,7 @@
 #include <cf/defer.h>
 #include <cf/text.h>
 
+#include <exception>
 #include <istream>
 #include <memory>
 #include <ostream>
@@ -135,6 +136,15 @@ bool runInterruptibly(Interrupts& interrupts, Switchboard& board, std::ostream& 
   return interrupted && !warned;
 }
 
+/// Ends the conversation, which Ctrl-C may cut short, on the way out, whatever leads there.
+void endWell(Switchboard& board, const TurnRunner& runTurn) noexcept {
+  try {
+    runTurn([&] { board.close(); });
+  } catch (const std::exception&) {
+    // Without memory what the service keeps is left to it.
+  }
+}
+
 ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, const Beginning& beginning,
                             Streams streams) {
   // The terminal has dropped the line that was being typed, so a new prompt is all that is missing.
@@ -144,7 +154,7 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
   const TurnRunner runTurn = [&](const std::function<void()>& turn) {
     return runInterruptibly(interrupts, board, streams.err, turn);
   };
-  const CODefer endWell([&] { runTurn([&] { board.close(); }); });  // which Ctrl-C may cut short
+  const CODefer end([&] { endWell(board, runTurn); });
   std::string error;
   if (runTurn([&] { error = board.open(beginning.saved); })) {
     streams.err << "\nCancelled.\n";

@@ -6,6 +6,9 @@
 #include <string_view>
 #include <system_error>
 
+/// What is told when memory runs out.
+inline constexpr const char* kNoMemory = "There is not enough memory";
+
 /// `text` without what a terminal would obey: control characters but newline and tab, and ill-formed UTF-8, become
 /// U+FFFD; "\r\n" becomes "\n".
 std::string terminalSafe(std::string_view text);

@@ -4,6 +4,7 @@
 
 #include <cctype>
 #include <map>
+#include <new>
 #include <utility>
 
 namespace {
@@ -123,6 +124,8 @@ class SchemaReader {
 DatabaseError explain(const std::string& path, const SqliteError& error) {
   const std::string detail = std::string(": ") + error.what();
   switch (error.resultCode) {
+    case SQLITE_NOMEM:
+      throw std::bad_alloc();
     case SQLITE_NOTADB:
       return {ExitCode::NotADatabase, path + " is not a SQLite database"};
     case SQLITE_BUSY:

@@ -5,6 +5,7 @@
 
 #include <cf/defer.h>
 
+#include <new>
 #include <utility>
 
 Switchboard::Switchboard(const Provider& first, Choose choose, Setup setup, std::ostream& err)
@@ -57,6 +58,8 @@ std::string Switchboard::moveTo(const Provider& provider, const std::string& mod
   setAsked(next.assistant.get());
   next.assistant->close();
   return error;
+} catch (const std::bad_alloc&) {
+  return kNoMemory;
 } catch (const std::exception& error) {
   return error.what();
 }

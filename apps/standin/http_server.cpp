@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <array>
+#include <exception>
 #include <limits>
 #include <list>
 #include <stdexcept>
@@ -16,21 +17,35 @@
 namespace standin {
 namespace {
 
-/// A thread for each connection, so that idle ones never keep a new one waiting. Used by the listening thread alone.
+/// Without memory a connection ends; that is no reason for the process to end.
+void runToItsEnd(const std::function<void()>& task) noexcept {
+  try {
+    task();
+  } catch (const std::exception&) {
+    // The connection has closed itself.
+  }
+}
+
+/// A thread for each connection, so that idle ones never keep a new one waiting. Used by the listening thread alone,
+/// which serves a connection itself where no thread can be made.
 class ThreadPerConnection final : public httplib::TaskQueue {
  public:
   void enqueue(std::function<void()> task) override {
     workers_.remove_if([](const Worker& worker) { return worker.done.load(); });
-    workers_.emplace_back(std::move(task));
+    try {
+      workers_.emplace_back(task);
+    } catch (const std::exception&) {
+      runToItsEnd(task);
+    }
   }
 
   void shutdown() override { workers_.clear(); }
 
  private:
   struct Worker {
-    explicit Worker(std::function<void()> task)
-        : thread([this, run = std::move(task)] {
-            run();
+    explicit Worker(const std::function<void()>& task)
+        : thread([this, task] {
+            runToItsEnd(task);
             done = true;
           }) {}
 
@@ -65,7 +80,7 @@ void reduceHead(httplib::Request& head) {
 }  // namespace
 
 HttpServer::HttpServer(const std::string& host, int port, TlsContext tls, ExchangeHandler handler)
-    : tls_(std::move(tls)), handler_(std::move(handler)) {
+    : tls_(std::move(tls)), handler_(std::move(handler)), queue_(std::make_unique<ThreadPerConnection>()) {
   configure();
   port_ = port == 0 ? bind_to_any_port(host) : (bind_to_port(host, port) ? port : -1);
   if (port_ < 0) throw std::runtime_error("cannot listen on " + host + " port " + std::to_string(port));
@@ -88,7 +103,7 @@ void HttpServer::configure() {
   set_socket_options(claimAddress);
   set_keep_alive_max_count(std::numeric_limits<int>::max());
   set_keep_alive_timeout(3600);
-  new_task_queue = [] { return new ThreadPerConnection; };  // the library takes it over
+  new_task_queue = [this] { return queue_.release(); };  // the library takes it over
   const Handler handle = [this](const httplib::Request& head, httplib::Response& reply) {
     currentExchange->request.body = head.body;
     handler_(currentExchange->request, currentExchange->connection, reply);

@@ -10,6 +10,7 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <memory>
 #include <mutex>
 #include <set>
 #include <string>
@@ -44,8 +45,9 @@ class HttpServer final : private httplib::Server {
   int port_ = 0;
   std::atomic<std::size_t> connectionCount_{0};
   std::mutex mutex_;
-  bool stopping_ = false;              // under mutex_, as is the next
-  std::set<Connection*> connections_;  // those that are open
+  bool stopping_ = false;                      // under mutex_, as is the next
+  std::set<Connection*> connections_;          // those that are open
+  std::unique_ptr<httplib::TaskQueue> queue_;  // until listening begins, which must not fail
   std::thread listener_;
 };
 

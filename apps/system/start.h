@@ -6,6 +6,10 @@
 #include <system_error>
 #include <vector>
 
+/// Keeps the process's memory, in which there are keys, out of core dumps and from other programs of this user. Called
+/// first thing in main.
+void forbidMemoryDumps();
+
 /// The command line without the program's name. Takes what main was given.
 std::vector<std::string> obtainArguments(int argc, char** argv);
 

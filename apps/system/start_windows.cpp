@@ -15,6 +15,9 @@ struct LocalMemory {
 
 }  // namespace
 
+// No error report is made then, which would hold a part of the memory.
+void forbidMemoryDumps() { SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX); }
+
 // main gets its arguments in the code page, which lacks most characters.
 std::vector<std::string> obtainArguments(int /*argc*/, char** /*argv*/) {
   int count = 0;

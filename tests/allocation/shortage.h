@@ -15,6 +15,9 @@ enum class Shortage {
 /// One thread at a time.
 void beginShortage(Shortage kind, std::size_t granted) noexcept;
 
+/// The same for all threads; blocks are not remembered.
+void beginShortageEverywhere(Shortage kind, std::size_t granted) noexcept;
+
 /// @return whether an allocation failed.
 bool endShortage() noexcept;
 

@@ -28,10 +28,12 @@ constexpr std::size_t kFrames = 48;
 using Frames = std::array<void*, kFrames>;
 
 thread_local bool watching = false;  // this thread's allocations
+thread_local bool paused = false;
+std::atomic<bool> everywhere{false};  // all threads' allocations
 Shortage kindOfShortage = Shortage::Once;
 std::size_t grants = 0;
-std::size_t count = 0;
-bool failed = false;
+std::atomic<std::size_t> count{0};
+std::atomic<bool> failed{false};
 std::atomic<bool> tracing{false};
 Frames refusedFrames;
 std::size_t refusedFrameCount = 0;
@@ -123,8 +125,8 @@ constinit Blocks blocks;
 
 /// Stops the watch while the tool itself allocates.
 struct Pause {
-  Pause() noexcept : before(std::exchange(watching, false)) {}
-  ~Pause() { watching = before; }
+  Pause() noexcept : before(std::exchange(paused, true)) {}
+  ~Pause() { paused = before; }
   Pause(const Pause&) = delete;
   Pause& operator=(const Pause&) = delete;
   bool before;
@@ -232,24 +234,23 @@ std::string describe(const Frames& frames, std::size_t size) {
 }
 
 bool isRefused() noexcept {
-  if (!watching) return false;
+  if (paused || !(watching || everywhere)) return false;
   const bool isDue = count++ >= grants && (kindOfShortage == Shortage::Lasting || !failed);
   if (!isDue) return false;
   const Pause pause;
   Frames frames;
   const std::size_t size = framesHere(frames);
   if (isBeyondHelp(frames, size)) return false;
-  if (!failed) {
+  if (!failed.exchange(true)) {
     refusedFrames = frames;
     refusedFrameCount = size;
   }
-  failed = true;
   errno = ENOMEM;
   return true;
 }
 
 void* noted(void* block, std::size_t size) noexcept {
-  if (!watching || block == nullptr) return block;
+  if (!watching || paused || block == nullptr) return block;
   const Pause pause;
   blocks.add(block, size);
   return block;
@@ -271,7 +272,7 @@ QAI_REPLACEMENT void* realloc(void* block, std::size_t size) noexcept {
   if (isRefused()) return nullptr;
   const bool wasOurs = blocks.remove(block);
   void* const moved = __libc_realloc(block, size);
-  if (moved == nullptr || (!wasOurs && !watching)) return moved;
+  if (moved == nullptr || (!wasOurs && (!watching || paused))) return moved;
   const Pause pause;
   blocks.add(moved, size);
   return moved;
@@ -297,7 +298,9 @@ QAI_REPLACEMENT void free(void* block) noexcept {
   __libc_free(block);
 }
 
-void beginShortage(Shortage kind, std::size_t granted) noexcept {
+namespace {
+
+void prepareShortage(Shortage kind, std::size_t granted) noexcept {
   static const bool ready = [] {
     Frames frames;
     return framesHere(frames) > 0;  // the first time loads a library
@@ -309,11 +312,23 @@ void beginShortage(Shortage kind, std::size_t granted) noexcept {
   count = 0;
   failed = false;
   blocks.clear();
+}
+
+}  // namespace
+
+void beginShortage(Shortage kind, std::size_t granted) noexcept {
+  prepareShortage(kind, granted);
   watching = true;
+}
+
+void beginShortageEverywhere(Shortage kind, std::size_t granted) noexcept {
+  prepareShortage(kind, granted);
+  everywhere = true;
 }
 
 bool endShortage() noexcept {
   watching = false;
+  everywhere = false;
   return failed;
 }
 

@@ -1,7 +1,12 @@
 // What the program settles with the system before it does anything else.
+#include "support/raw_server.h"
 #include "workplace.h"
 
 #include <gmock/gmock.h>
+#include <sys/resource.h>
+
+#include <fstream>
+#include <sstream>
 
 namespace {
 
@@ -14,6 +19,22 @@ Command after(const std::string& first, Command command) {
 }
 
 class ProcessState : public Workplace {};
+
+TEST_F(ProcessState, LeavesNoCoreWithAKeyInIt) {
+  rlimit cores{};
+  ASSERT_EQ(getrlimit(RLIMIT_CORE, &cores), 0);
+  if (cores.rlim_max == 0) GTEST_SKIP() << "No program here may leave a core";
+  const RawServer server(std::vector<raw::Script>{{raw::Stall{}}});
+  Child child(after("ulimit -S -c $(ulimit -H -c); echo $$",
+                    chat({"--host", server.getURL(), "--list-models"}, {std::string("OPENAI_API_KEY=") + kKey})));
+  const std::string id = child.readLine();
+  ASSERT_TRUE(server.waitForRequests(1));
+  std::ostringstream limits;
+  limits << std::ifstream("/proc/" + id + "/limits").rdbuf();
+  EXPECT_THAT(limits.str(), testing::ContainsRegex("Max core file size +0 +0 "));
+  child.interrupt();
+  child.finish();
+}
 
 TEST_F(ProcessState, KeepsWhatIsClosedFromBeingAConnection) {
   struct Row {

@@ -4,7 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <future>
+#include <new>
 
 namespace {
 
@@ -26,6 +28,14 @@ TEST(Interrupts, OutsideATurnCallTheIdleAction) {
   EXPECT_FALSE(interrupts.run([] {}, [] { FAIL() << "the turn is over"; }));
   raiseInterrupt();
   seen.get_future().wait();
+}
+
+TEST(Interrupts, AfterATurnThatThrewCallTheIdleAction) {
+  std::promise<void> seen;
+  Interrupts interrupts([&] { seen.set_value(); });
+  EXPECT_THROW(interrupts.run([] { throw std::bad_alloc(); }, [] { FAIL() << "the turn is over"; }), std::bad_alloc);
+  raiseInterrupt();
+  EXPECT_EQ(seen.get_future().wait_for(std::chrono::seconds(20)), std::future_status::ready);
 }
 
 }  // namespace
