@@ -73,7 +73,7 @@ std::optional<std::string> readOllamaHost(std::string_view text) {
   std::string rest = trimQuotes(text);
   if (rest.empty()) return kDefaultAddress;
   const std::optional<Scheme> scheme = takeScheme(rest);
-  if (!scheme) return std::nullopt;
+  if (!scheme || rest.find('@') != std::string::npos) return std::nullopt;
   const std::size_t slash = std::min(rest.find('/'), rest.size());
   const std::string path = rest.substr(slash);
   const HostAndPort named = splitHostAndPort(rest.substr(0, slash));

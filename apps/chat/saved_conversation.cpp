@@ -27,7 +27,7 @@ std::string makeQuestion(const Service& service, const std::string& inUse, const
 /// How an address is shown: as whom it names, where that can be told.
 std::string nameHost(const std::string& address) {
   const std::optional<qai::Origin> origin = qai::parseOrigin(address);
-  return origin ? origin->text() : address;
+  return origin ? origin->text() : withoutAccount(address);
 }
 
 }  // namespace
@@ -49,10 +49,11 @@ std::string consentToSaved(const std::string& saved, const Service& service, con
   if (!host) throw RestoreError(ExitCode::NotADatabase, "The file to restore holds no saved conversation");
   if (isStoodIn(service)) return turnsWithoutSecrets(saved, {});
 
-  const std::string inUse = qai::savedHost(type, "{}", service.host).value_or("");  // in the library's spelling
+  const std::string inUse =
+      qai::savedHost(type, "{}", service.host).value_or(service.host);  // in the library's spelling
   if (*host == inUse || qai::sameOrigin(*host, inUse)) return saved;
   const std::optional<qai::Origin> origin = qai::parseOrigin(*host);
-  if (!origin) throw unfit("The saved conversation names a host that can't be told for sure: " + *host);
+  if (!origin) throw unfit("The saved conversation names a host that can't be told for sure: " + withoutAccount(*host));
   if (!staysUnheard(*host, service.settings) && !service.allowsHttp) {
     throw unfit("The saved conversation would go unencrypted to " + origin->text() + "; --allow-http permits that");
   }

@@ -6,6 +6,7 @@
 #include <cf/app.h>
 #include <cf/text.h>
 #include <cf/url.h>
+#include <qai/redaction.hpp>
 #include <qai/saved_host.hpp>
 
 #include <algorithm>
@@ -29,7 +30,9 @@ std::string findHost(const Options& options, const Provider& provider) {
   if (host.empty() && provider.hostVariable != nullptr) host = readVariable(provider.hostVariable);
   if (provider.readHost == nullptr) return host;
   const std::optional<std::string> address = provider.readHost(host);
-  if (!address) throw HostError("'" + host + "' is no address of " + provider.title + ": http and https only");
+  if (!address)
+    throw HostError("'" + withoutAccount(host) + "' is no address of " + provider.title +
+                    ": http or https, and no user name or password");
   return *address;
 }
 
@@ -53,12 +56,12 @@ std::string decodePercent(std::string_view text) {
   return result;
 }
 
-struct ProxyAddress {
+struct Address {
   std::string account;  // user name and password, percent-encoded
   std::string rest;     // the address without it
 };
 
-ProxyAddress splitProxy(const std::string& url) {
+Address splitAddress(const std::string& url) {
   const std::size_t mark = url.find("://");
   const std::size_t begin = mark == std::string::npos ? 0 : mark + 3;
   const std::size_t end = std::min(url.find_first_of("/?#", begin), url.size());
@@ -67,9 +70,9 @@ ProxyAddress splitProxy(const std::string& url) {
   return {.account = url.substr(begin, at - begin), .rest = url.substr(0, begin) + url.substr(at + 1)};
 }
 
-/// The password in a proxy's address: alone, and as it is sent.
-void addProxySecrets(const std::string& url, std::vector<std::string>& secrets) {
-  const std::string account = splitProxy(url).account;
+/// The password in an address: alone, and as it is sent.
+void addAccountSecrets(const std::string& url, std::vector<std::string>& secrets) {
+  const std::string account = splitAddress(url).account;
   const std::size_t colon = std::min(account.find(':'), account.size());
   const std::string password = account.substr(std::min(colon + 1, account.size()));
   secrets.insert(secrets.end(), {account, decodePercent(account), password, decodePercent(password)});
@@ -90,10 +93,13 @@ Service chooseService(const Options& options, const Provider& provider) {
                   .secrets = {},
                   .settings = {},
                   .allowsHttp = options.allowHttp};
-  for (const Provider& any : kProviders) service.secrets.push_back(findKey(any));
+  for (const Provider& any : kProviders) {
+    for (const char* variable : any.keyVariables) service.secrets.push_back(readVariable(variable));
+    if (any.hostVariable != nullptr) addAccountSecrets(readVariable(any.hostVariable), service.secrets);
+  }
   service.settings.caFile = options.caFile;
   service.settings.proxyURL = options.proxyURL.empty() ? readVariable(kProxyVariable) : options.proxyURL;
-  addProxySecrets(service.settings.proxyURL, service.secrets);
+  addAccountSecrets(service.settings.proxyURL, service.secrets);
   const bool sendsKey = provider.keyPlace != KeyPlace::None && !service.apiKey.empty();
   if (sendsKey && !service.allowsHttp && !staysUnheard(service.host, service.settings)) {
     throw HostError(
@@ -102,12 +108,21 @@ Service chooseService(const Options& options, const Provider& provider) {
   return service;
 }
 
+std::string withoutAccount(const std::string& address) {
+  const std::size_t at = address.rfind('@');  // the last in any part: none of them may be a password's
+  if (at == std::string::npos) return address;
+  const std::size_t mark = address.find("://");
+  const std::string scheme = mark < at ? address.substr(0, mark + 3) : "";
+  return scheme + std::string(qai::kRedacted) + address.substr(at);
+}
+
 bool isStoodIn(const Service& service) { return service.apiKey.empty() && service.host.empty(); }
 
 bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settings) {
   // The library takes https for what has no scheme in lower case.
   if (!address.starts_with("http://")) return true;
-  return isOnThisMachine(address) && (settings.proxyURL.empty() || isOnThisMachine(splitProxy(settings.proxyURL).rest));
+  return isOnThisMachine(address) &&
+         (settings.proxyURL.empty() || isOnThisMachine(splitAddress(settings.proxyURL).rest));
 }
 
 std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err) {

@@ -38,6 +38,9 @@ class HostError : public std::runtime_error {
 /// @throw HostError
 Service chooseService(const Options& options, const Provider& provider);
 
+/// `address` as it can be shown: "[redacted]" in place of a user name and password in it.
+std::string withoutAccount(const std::string& address);
+
 /// Whether the stand-in answers in the place of `service`: there is no key for it, and no host is named.
 bool isStoodIn(const Service& service);
 

@@ -178,6 +178,35 @@ TEST_F(Secrets, DoNotGoUnencryptedToAnotherMachineUnlessTold) {
   EXPECT_EQ(server_.connectionCount(), 0U);
 }
 
+TEST_F(Secrets, InAnAddressAreNotShown) {
+  const std::string account = "http://me:pw@127.0.0.1";  // which is too short to be found in texts
+  const std::string saved = write("saved.json", R"({"api_host":")" + account + R"(","messages":[]})");
+  const std::string other = write("other.json", R"({"api_host":"http://127.0.0.1:1","messages":[]})");
+  struct Row {
+    std::vector<std::string> arguments;
+    std::string variable;
+  };
+  for (const Row& row : {Row{{"--list-models"}, "ftp://me:pw@127.0.0.1"}, Row{{"--list-models"}, account},
+                         Row{{"--host", "ftp://me:pw@127.0.0.1", "--list-models"}, ""},
+                         Row{{"--restore", saved, shop_, "q"}, ""}, Row{{"--restore", other, shop_, "q"}, account}}) {
+    std::vector<std::string> arguments = row.arguments;
+    arguments.insert(arguments.begin(), {"--provider", "ollama"});
+    const Outcome outcome = runCommand(chat(arguments, {"OLLAMA_HOST=" + row.variable}));
+    EXPECT_NE(outcome.code, 0);
+    EXPECT_THAT(outcome.err, AllOf(HasSubstr("qai-chat: "), Not(HasSubstr("pw"))));
+  }
+}
+
+TEST_F(Secrets, OfAVariableThatGivesWayAreNotShown) {
+  quoteKeyNext();
+  Command command = chatWithCanary({"--provider", "openai", "--model", kModel, shop_, "q"}, "", "GOOGLE_API_KEY");
+  command.environment.insert(command.environment.end(),
+                             {std::string("OPENAI_API_KEY=") + kKey, "GEMINI_API_KEY=another-key"});
+  const Outcome outcome = runCommand(command);
+  EXPECT_THAT(outcome.out, HasSubstr("[redacted]"));
+  expectClean(outcome);
+}
+
 class ProxyPassword : public Secrets {
  protected:
   static std::string proxyAddress(const RawServer& proxy) {
