@@ -22,7 +22,7 @@ Providers, the environment variables with their keys, and where they are:
 constexpr const char* kFooterEnd = R"(
 --save keeps the conversation in FILE after each answer, for this user alone and
 without keys: where an answer quotes one, "[redacted]" is kept. --restore goes on
-with it, and asks before it goes to another host than the one in use. OpenAI
+with it, and asks before it goes to another address than the one in use. OpenAI
 Assistants keeps conversations itself, so neither is for it. A key goes to
 another machine unencrypted (http) with --allow-http only. QAI_PROXY names a
 proxy as --proxy does, and is the place for one with a password, which would show

@@ -19,15 +19,28 @@ RestoreError unfit(const std::string& sentence) { return {ExitCode::WrongUsage, 
 
 std::string makeQuestion(const Service& service, const std::string& inUse, const std::string& saved) {
   const bool hasKey = !service.apiKey.empty() && service.provider->keyPlace != KeyPlace::None;
-  return "The saved conversation goes on at another host than the one in use.\n  in use: " + inUse +
+  return "The saved conversation goes on at another address than the one in use.\n  in use: " + inUse +
          "\n  saved: " + saved + "\nSend the conversation" +
          (hasKey ? " and the key of " + std::string(service.provider->title) : "") + " to " + saved + "?";
+}
+
+/// Of an address with a scheme; "" where it is "/".
+std::string obtainPath(const std::string& address) {
+  const std::size_t begin = address.find('/', address.find("://") + 3);
+  std::string path = begin == std::string::npos ? "" : address.substr(begin);
+  if (path.ends_with('/')) path.pop_back();
+  return path;
+}
+
+/// Where many share a server, the path is the account.
+bool isSamePlace(const std::string& one, const std::string& other) {
+  return one == other || (qai::sameOrigin(one, other) && obtainPath(one) == obtainPath(other));
 }
 
 /// How an address is shown: as whom it names, where that can be told.
 std::string nameHost(const std::string& address) {
   const std::optional<qai::Origin> origin = qai::parseOrigin(address);
-  return origin ? origin->text() : withoutAccount(address);
+  return origin ? origin->text() + obtainPath(address) : withoutAccount(address);
 }
 
 }  // namespace
@@ -51,16 +64,17 @@ std::string consentToSaved(const std::string& saved, const Service& service, con
 
   const std::string inUse =
       qai::savedHost(type, "{}", service.host).value_or(service.host);  // in the library's spelling
-  if (*host == inUse || qai::sameOrigin(*host, inUse)) return saved;
-  const std::optional<qai::Origin> origin = qai::parseOrigin(*host);
-  if (!origin) throw unfit("The saved conversation names a host that can't be told for sure: " + withoutAccount(*host));
+  if (isSamePlace(*host, inUse)) return saved;
+  if (!qai::parseOrigin(*host))
+    throw unfit("The saved conversation names a host that can't be told for sure: " + withoutAccount(*host));
   if (!staysUnheard(*host, service.settings) && !service.allowsHttp) {
-    throw unfit("The saved conversation would go unencrypted to " + origin->text() + "; --allow-http permits that");
+    throw unfit("The saved conversation would go unencrypted to " + nameHost(*host) + "; --allow-http permits that");
   }
   if (!consent) {
-    throw unfit("The saved conversation goes on at " + origin->text() + ", not at " + nameHost(inUse) +
+    throw unfit("The saved conversation goes on at " + nameHost(*host) + ", not at " + nameHost(inUse) +
                 ", and nobody is here to agree; --host names the one that is meant");
   }
-  if (!consent(makeQuestion(service, nameHost(inUse), origin->text()))) throw unfit("The conversation is not restored");
+  if (!consent(makeQuestion(service, nameHost(inUse), nameHost(*host))))
+    throw unfit("The conversation is not restored");
   return saved;
 }

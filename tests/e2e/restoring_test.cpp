@@ -127,6 +127,31 @@ TEST_F(Restoring, AtAnotherHostSendsNothingAfterANo) {
   }
 }
 
+TEST_F(Restoring, AtAnotherPathOfTheHostInUseAsksToo) {
+  const std::string saved = inUse_.address() + "/another-account";
+  const Outcome outcome = runCommand(restore(savedAt(saved)));
+  EXPECT_EQ(outcome.code, 64);
+  EXPECT_THAT(outcome.err, AllOf(HasSubstr("goes on at " + saved + ", not at " + origin(inUse_) + ","),
+                                 HasSubstr("nobody is here to agree")));
+  TerminalChild chat(restore(savedAt(saved)));
+  EXPECT_THAT(chat.waitFor(kPromptEnd),
+              AllOf(HasSubstr("in use: " + origin(inUse_) + "\r\n"), HasSubstr("saved: " + saved),
+                    HasSubstr("the key of OpenAI to " + saved + "?")));
+  chat.type("n\n");
+  EXPECT_EQ(chat.finish(), 64);
+  expectNothingSent();
+}
+
+TEST_F(Restoring, AtThePathInUseGoesOnWithoutAWord) {
+  for (const char* slash : {"", "/"}) {
+    const std::string file = savedAt(inUse_.address() + "/account" + slash);
+    const Outcome outcome = runCommand(chat({"--host", inUse_.address() + "/account", "--restore", file, shop_, "q"},
+                                            {std::string("OPENAI_API_KEY=") + kKey}));
+    EXPECT_EQ(outcome.code, 69) << "the stand-in serves no such path: " << outcome.err;
+    EXPECT_EQ(inUse_.requests().back().path, "/account/v1/models");
+  }
+}
+
 TEST_F(Restoring, RestoresTheTextThatWasAgreedTo) {
   const standin::Server swapped;
   TerminalChild chat(restore(savedAt(other_.address())));
