@@ -8,12 +8,39 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <optional>
+#include <string_view>
+#include <vector>
 
 namespace {
 
-constexpr std::uintmax_t kLargestFile = std::uintmax_t{256} << 20;
+constexpr std::size_t kLargestFile = std::size_t{64} << 20U;
+constexpr std::size_t kMostValues = 1'000'000;
+constexpr std::size_t kPiece = std::size_t{64} << 10U;
+
+/// Counts the values in a JSON text as it comes: by what stands before each but the first, outside of strings.
+class ValueCounter {
+ public:
+  void feed(std::string_view text) {
+    for (const char c : text) {
+      if (!inString_) {
+        inString_ = c == '"';
+        if (c == ',' || c == '[' || c == '{') ++count_;
+      } else if (escaped_) {
+        escaped_ = false;
+      } else {
+        escaped_ = c == '\\';
+        inString_ = c != '"';
+      }
+    }
+  }
+  std::size_t count() const { return count_; }
+
+ private:
+  std::size_t count_ = 0;
+  bool inString_ = false;
+  bool escaped_ = false;
+};
 
 RestoreError unfit(const std::string& sentence) { return {ExitCode::WrongUsage, sentence}; }
 
@@ -45,15 +72,31 @@ std::string nameHost(const std::string& address) {
 
 }  // namespace
 
+std::string readConversation(std::istream& in, const std::string& name) {
+  std::string text;
+  ValueCounter values;
+  std::vector<char> piece(kPiece);
+  while (in.read(piece.data(), kPiece), in.gcount() > 0) {
+    const std::string_view read(piece.data(), static_cast<std::size_t>(in.gcount()));
+    text += read;
+    values.feed(read);
+    if (text.size() > kLargestFile || values.count() > kMostValues)
+      throw RestoreError(ExitCode::NotADatabase, name + " is too large for a conversation");
+  }
+  if (in.bad()) throw RestoreError(ExitCode::NoInput, name + " can't be read");
+  return text;
+}
+
 std::string readSavedConversation(const std::string& path) {
   std::error_code error;
-  const std::uintmax_t size = std::filesystem::file_size(makePath(path), error);
+  const std::filesystem::file_status status = std::filesystem::status(makePath(path), error);
   if (error) throw RestoreError(ExitCode::NoInput, path + " can't be read: " + describeError(error));
-  if (size > kLargestFile) throw RestoreError(ExitCode::NotADatabase, path + " is too large for a conversation");
+  // Opening a pipe or a device could wait for ever.
+  if (!std::filesystem::is_regular_file(status))
+    throw RestoreError(ExitCode::NoInput, path + " can't be read: it is not a regular file");
   std::ifstream file(makePath(path), std::ios::binary);
-  std::string text(std::istreambuf_iterator<char>(file), {});
-  if (!file.is_open() || file.bad()) throw RestoreError(ExitCode::NoInput, path + " can't be read");
-  return text;
+  if (!file) throw RestoreError(ExitCode::NoInput, path + " can't be read");
+  return readConversation(file, path);
 }
 
 std::string consentToSaved(const std::string& saved, const Service& service, const Consent& consent) {

@@ -5,6 +5,7 @@
 #include "service.h"
 
 #include <functional>
+#include <iosfwd>
 #include <stdexcept>
 #include <string>
 
@@ -19,8 +20,12 @@ class RestoreError : public std::runtime_error {
 /// Puts a question to the user and tells whether the answer is yes; empty where nobody can answer.
 using Consent = std::function<bool(const std::string& question)>;
 
-/// The text of the file at `path`. @throw RestoreError
+/// The text of the file at `path`: 64 MiB and a million JSON values at most, which no model would take, and which the
+/// library, that sets no such bound, would make a tree of. @throw RestoreError
 std::string readSavedConversation(const std::string& path);
+
+/// As readSavedConversation, of a stream that is called `name`; reads hardly more of it than that.
+std::string readConversation(std::istream& in, const std::string& name);
 
 /// Makes sure that going on with `saved` at `service` sends nothing to a host that the user does not know of: the text
 /// names one, and the key goes there, too. Sends nothing itself. What was looked at must be what is restored.

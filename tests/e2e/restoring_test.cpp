@@ -220,6 +220,26 @@ TEST_F(Restoring, OfWhatIsNoConversationHasItsExitCode) {
   expectNothingSent();
 }
 
+TEST_F(Restoring, OfMoreThanAConversationCanHoldIsRefusedAsItIsRead) {
+  std::string values;
+  for (int i = 0; i < 1'100'000; ++i) values += "0,";
+  const std::string begin = R"({"api_host":")" + inUse_.address() + R"(","model":"standin-small","messages":[)";
+  for (const std::string& text :
+       {begin + values + "0]}", begin + R"(],"further":")" + std::string(65U << 20U, ',') + "\"}"}) {
+    const Outcome outcome = runCommand(restore(write("large.json", text)));
+    EXPECT_EQ(outcome.code, 65);
+    EXPECT_THAT(outcome.err, HasSubstr("large.json is too large for a conversation"));
+  }
+  expectNothingSent();
+}
+
+TEST_F(Restoring, OfATextOfManyCommasTakesThemForText) {
+  const std::string text = R"({"api_host":")" + inUse_.address() + R"(","model":"standin-small","messages":[)" +
+                           R"({"role":"user","content":"\")" + std::string(2'000'000, ',') + "\"}]}";
+  const Outcome outcome = runCommand(restore(write("commas.json", text)));
+  EXPECT_EQ(outcome.code, 0) << outcome.err;
+}
+
 TEST_F(Restoring, IsNotForAServiceThatKeepsConversationsItself) {
   for (const char* option : {"--save", "--restore"}) {
     const Outcome outcome =
