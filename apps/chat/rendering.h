@@ -9,8 +9,10 @@
 /// What is told when memory runs out.
 inline constexpr const char* kNoMemory = "There is not enough memory";
 
-/// `text` without what a terminal would obey: control characters but newline and tab, and ill-formed UTF-8, become
-/// U+FFFD; "\r\n" becomes "\n".
+/// `text` without what a terminal would obey, or would hide: control characters but newline and tab, controls of the
+/// direction of writing, separators of lines, characters without a width, and ill-formed UTF-8 become U+FFFD; "\r\n"
+/// becomes "\n". Text from right to left stays, as do joiners within words of the scripts that need them and within
+/// emoji, and one selector behind an emoji.
 std::string terminalSafe(std::string_view text);
 
 /// As terminalSafe, for what must stay on one line: newlines and tabs become spaces.
