@@ -1,19 +1,31 @@
 #include "sqlite_database.h"
 
+#include "sqlite_bounds.h"
 #include "sqlite_connection.h"
 
+#include <algorithm>
+#include <array>
 #include <cctype>
 #include <map>
 #include <new>
+#include <set>
+#include <string_view>
 #include <utility>
 
 namespace {
 
-// Without SQLite's own tables and the shadow tables behind virtual ones.
-constexpr const char* kObjectsSQL = R"(
-  SELECT schema, name, type FROM pragma_table_list
-  WHERE type IN ('table', 'view', 'virtual') AND name NOT LIKE 'sqlite\_%' ESCAPE '\'
-  ORDER BY CASE schema WHEN 'main' THEN 0 WHEN 'temp' THEN 1 ELSE 2 END, schema, name)";
+constexpr const char* kSchemasSQL = R"(
+  SELECT name FROM pragma_database_list
+  ORDER BY CASE name WHEN 'main' THEN 0 WHEN 'temp' THEN 1 ELSE 2 END, name)";
+
+// Without SQLite's own tables. SQLite's list of tables would tell their kinds, too, but compiles each view for that,
+// which a few hundred bytes can make impossible. Tables come first, so that no view keeps one out.
+constexpr const char* kObjectsSQL = R"(.sqlite_schema
+  WHERE type IN ('table', 'view') AND name NOT LIKE 'sqlite\_%' ESCAPE '\' ORDER BY type, name)";
+
+// How the names of the tables behind virtual ones end, with the modules that SQLite brings along: FTS3 to 5, R-Tree.
+constexpr std::array<std::string_view, 11> kShadowEndings{"config", "content", "data",   "docsize",  "idx", "node",
+                                                          "parent", "rowid",   "segdir", "segments", "stat"};
 
 // Generated columns included, the hidden ones of virtual tables not. `pk` is the place in the primary key.
 constexpr const char* kColumnsSQL =
@@ -40,42 +52,107 @@ std::string inOneLine(const std::string& type) {
   return line.empty() ? kNoType : line;
 }
 
+std::string toLower(std::string_view text) {
+  std::string lower(text);
+  std::transform(lower.begin(), lower.end(), lower.begin(),
+                 [](unsigned char c) { return static_cast<char>(c < 0x80 ? std::tolower(c) : c); });
+  return lower;
+}
+
+std::string quote(const std::string& name) {
+  std::string quoted = "\"";
+  for (const char c : name) quoted += c == '"' ? "\"\"" : std::string(1, c);
+  return quoted + '"';
+}
+
+struct Object {
+  std::string name;
+  bool isView;
+  bool isVirtual;
+};
+
+std::vector<std::string> readSchemas(sqlite3* connection) {
+  std::vector<std::string> schemas;
+  SqliteQuery query(connection, kSchemasSQL);
+  while (query.nextRow()) schemas.push_back(query.text(0));
+  return schemas;
+}
+
+/// As SQLite tells them: by their names alone.
+void eraseShadows(std::vector<Object>& objects) {
+  std::set<std::string> owners;
+  for (const Object& object : objects) {
+    if (object.isVirtual) owners.insert(toLower(object.name));
+  }
+  std::erase_if(objects, [&](const Object& object) {
+    const std::string name = toLower(object.name);
+    const std::size_t mark = name.rfind('_');
+    return !object.isView && mark != std::string::npos && owners.contains(name.substr(0, mark)) &&
+           std::binary_search(kShadowEndings.begin(), kShadowEndings.end(), name.substr(mark + 1));
+  });
+}
+
+std::vector<Object> readObjects(sqlite3* connection, const std::string& schema) {
+  std::vector<Object> objects;
+  const std::string sql = "SELECT name, type = 'view', sql LIKE 'create virtual table%' FROM " + quote(schema);
+  SqliteQuery query(connection, (sql + kObjectsSQL).c_str());
+  while (query.nextRow())
+    objects.push_back({.name = query.text(0), .isView = query.integer(1) != 0, .isVirtual = query.integer(2) != 0});
+  eraseShadows(objects);
+  return objects;
+}
+
 class SchemaReader {
  public:
-  explicit SchemaReader(sqlite3* connection)
-      : objects_(connection, kObjectsSQL), columns_(connection, kColumnsSQL), keys_(connection, kForeignKeysSQL) {}
+  SchemaReader(sqlite3* connection, std::chrono::milliseconds patience)
+      : connection_(connection),
+        columns_(connection, kColumnsSQL),
+        keys_(connection, kForeignKeysSQL),
+        bounds_(patience) {}
 
   DatabaseDescription read() {
     DatabaseDescription database;
-    std::string current;
-    while (objects_.nextRow()) {
-      const std::string schema = objects_.text(0);
-      if (database.schemas.empty() || schema != current) {
-        database.schemas.push_back({.name = schema == "main" ? "" : schema, .tables = {}, .views = {}});
-        current = schema;
-      }
-      readObject(schema, database);
-    }
+    for (const std::string& schema : readSchemas(connection_)) readSchema(schema, database);
+    if (leftOut_ > 0)
+      database.notes.push_back(std::to_string(leftOut_) +
+                               (leftOut_ == 1 ? " table or view is" : " tables and views are") +
+                               " left out: views of many others take too long to read");
     return database;
   }
 
  private:
-  void readObject(const std::string& schema, DatabaseDescription& database) {
-    const std::string name = objects_.text(1);
-    const bool isView = objects_.text(2) == "view";
+  void readSchema(const std::string& schema, DatabaseDescription& database) {
+    const std::vector<Object> objects = readObjects(connection_, schema);
+    if (objects.empty()) return;
+    database.schemas.push_back({.name = schema == "main" ? "" : schema, .tables = {}, .views = {}});
+    for (const Object& object : objects) readObject(schema, object, database);
+  }
+
+  void readObject(const std::string& schema, const Object& object, DatabaseDescription& database) {
+    if (bounds_.areReached()) {
+      ++leftOut_;
+      return;
+    }
     try {
-      TableDescription table = readColumns(schema, name);
-      if (!isView) table.foreignKeys = readForeignKeys(schema, name);
+      TableDescription table = readColumns(schema, object.name);
+      if (!object.isView) table.foreignKeys = readForeignKeys(schema, object.name);
       SchemaDescription& target = database.schemas.back();
-      (isView ? target.views : target.tables).push_back(std::move(table));
+      (object.isView ? target.views : target.tables).push_back(std::move(table));
     } catch (const SqliteError& error) {
-      // A view on a table that is gone, a virtual table of an unknown module: they can't be queried either.
-      if (error.resultCode != SQLITE_ERROR) throw;
-      database.notes.push_back(name + " is left out: " + error.what());
+      database.notes.push_back(object.name + " is left out: " + explainLack(error));
     }
   }
 
+  /// Why one object can't be read where others can. Called where `error` was caught.
+  std::string explainLack(const SqliteError& error) const {
+    if (error.resultCode == SQLITE_NOMEM && bounds_.wereTight()) return "it takes too much memory to read";
+    // A view on a table that is gone, a virtual table of an unknown module: they can't be queried either.
+    if (error.resultCode == SQLITE_ERROR) return error.what();
+    throw;
+  }
+
   TableDescription readColumns(const std::string& schema, const std::string& name) {
+    const SqliteBounds::Reading reading(bounds_);
     TableDescription table{.name = name, .columns = {}, .primaryKey = {}, .foreignKeys = {}};
     std::map<int, std::string> key;
     columns_.bind(name, schema);
@@ -108,17 +185,20 @@ class SchemaReader {
   }
 
   std::vector<std::string> readTargetKey(const std::string& schema, const std::string& name) {
+    if (bounds_.areReached()) return {};
     try {
       return readColumns(schema, name).primaryKey;
     } catch (const SqliteError& error) {
-      if (error.resultCode != SQLITE_ERROR) throw;
+      explainLack(error);
       return {};  // noted with the object itself
     }
   }
 
-  SqliteQuery objects_;
+  sqlite3* connection_;
   SqliteQuery columns_;
   SqliteQuery keys_;
+  SqliteBounds bounds_;
+  std::size_t leftOut_ = 0;  // when the bounds were reached
 };
 
 DatabaseError explain(const std::string& path, const SqliteError& error) {
@@ -163,7 +243,9 @@ class SqliteDatabase final : public DatabaseReader {
 
 }  // namespace
 
-DatabaseDescription describeSqlite(sqlite3* connection) { return SchemaReader(connection).read(); }
+DatabaseDescription describeSqlite(sqlite3* connection, std::chrono::milliseconds patience) {
+  return SchemaReader(connection, patience).read();
+}
 
 std::unique_ptr<DatabaseReader> openSqliteDatabase(const std::string& path) {
   return std::make_unique<SqliteDatabase>(path);
