@@ -10,8 +10,8 @@ void copyWithoutSecrets(const COJsonValue& from, COJsonValue& to, const Secrets&
   switch (from.obtainType()) {
     case JsonType::Object:
       to.setObject();
-      for (const std::string& key : from.obtainJsonKeys())
-        copyWithoutSecrets(*from.obtainJsonValue(key), *to.addKeyValue(key), secrets);
+      for (const auto& [key, member] : from.obtainJsonMembers())
+        copyWithoutSecrets(*member, *to.addKeyValue(key), secrets);
       break;
     case JsonType::Array:
       to.setArray();
