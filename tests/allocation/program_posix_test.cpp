@@ -194,7 +194,7 @@ class ChatWithService : public ChatInShortage {
  protected:
   ChatWithService() {
     setenv("OPENAI_API_KEY", kKey, 1);
-    const std::string line = server_.readLine();
+    const std::string line = server_.readLine().value_or("");
     address_ = line.substr(std::min(line.find("http://"), line.size()));
   }
   ~ChatWithService() override { unsetenv("OPENAI_API_KEY"); }

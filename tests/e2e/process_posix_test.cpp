@@ -27,7 +27,7 @@ TEST_F(ProcessState, LeavesNoCoreWithAKeyInIt) {
   const RawServer server(std::vector<raw::Script>{{raw::Stall{}}});
   Child child(after("ulimit -S -c $(ulimit -H -c); echo $$",
                     chat({"--host", server.getURL(), "--list-models"}, {std::string("OPENAI_API_KEY=") + kKey})));
-  const std::string id = child.readLine();
+  const std::string id = child.readLine().value_or("");
   ASSERT_TRUE(server.waitForRequests(1));
   std::ostringstream limits;
   limits << std::ifstream("/proc/" + id + "/limits").rdbuf();
