@@ -25,6 +25,7 @@ struct Wording {
 };
 
 constexpr std::string_view kLost = "The connection to {} was lost before the reply was complete";
+constexpr std::string_view kNoReply = "The connection to {} was lost before a reply; the service may have acted";
 constexpr std::string_view kNotHTTP = "{} did not answer in HTTP";
 constexpr std::string_view kNotTrusted = "The certificate of {} can't be trusted";
 constexpr std::string_view kNotSecure = "No secure connection to {}";
@@ -84,7 +85,7 @@ std::string compose(std::string_view wording, CURL* easy, const RestPlan& plan) 
   if (const auto place = text.find("{host}"); place != std::string::npos) {
     return text.replace(place, 6, namePeer(easy, plan, &RestPeer::host));
   }
-  // However far the request got before, on a kept connection that was lost: libcurl connects anew then.
+  // However far the request got before, on a kept connection that could not be written to: libcurl connects anew then.
   if (const auto place = text.find("{first}"); place != std::string::npos) {
     const bool direct = plan.proxy.url.empty();
     return text.replace(place, 7, direct ? plan.address.peer.name : "the proxy " + plan.proxy.peer.name);
@@ -156,6 +157,14 @@ std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, cons
   return plainTextWithin(curl_easy_strerror(code));
 }
 
+// Whether the connection ended behind the request without a byte of a reply.
+bool isUnanswered(CURLcode code, CURL* easy, const RestReply& reply) {
+  if (reply.stopped) return true;
+  if (!wasConnected(easy)) return false;
+  return code == CURLE_GOT_NOTHING ||
+         (code == CURLE_RECV_ERROR && obtainTime(easy, CURLINFO_STARTTRANSFER_TIME_T).count() == 0);
+}
+
 std::string toSeconds(std::chrono::milliseconds time) {
   return cfNumberToText(std::chrono::duration<double>(time).count()) + " s";
 }
@@ -199,6 +208,7 @@ RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const
     return {CFRestError::ReplyTooLarge,
             compose("The reply from {} is larger than ", easy, plan) + toSize(settings.maxReplyBytes)};
   }
+  if (isUnanswered(code, easy, reply)) return {CFRestError::ConnectionLost, compose(kNoReply, easy, plan)};
   if (const long status = obtainProxyRefusal(easy, plan); status != 0) {
     return {CFRestError::ProxyRefused,
             "The proxy " + plan.proxy.peer.name + " refused the connection: HTTP " + std::to_string(status)};

@@ -18,6 +18,10 @@ using namespace std::chrono_literals;
 constexpr std::size_t kUploadBufferDefault = std::size_t{64} << 10;
 constexpr std::size_t kUploadBufferMost = std::size_t{256} << 10;
 
+// A balancer or a router that drops an idle connection in silence leaves a request on it without an answer. The least
+// patient of those in wide use wait a minute.
+constexpr long kLongestIdleSeconds = 50;
+
 // Sets options until one is refused.
 class Options {
  public:
@@ -108,6 +112,7 @@ void setSecurity(Options& options, const CMRestGlobalSettings& settings) {
 
 void setLimits(Options& options, const CMRestGlobalSettings& settings) {
   options.set(CURLOPT_NOSIGNAL, 1L);
+  options.set(CURLOPT_MAXAGE_CONN, kLongestIdleSeconds);
   options.set(CURLOPT_QUICK_EXIT, 1L);  // a name look-up that hangs must not hold up the end of the request
   options.set(CURLOPT_TIMEOUT_MS, toLimit(settings.totalTimeout));
   options.set(CURLOPT_CONNECTTIMEOUT_MS, toLimit(settings.connectTimeout));

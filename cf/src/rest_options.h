@@ -42,6 +42,7 @@ struct RestPlan {
 struct RestReply {
   std::size_t limit = 0;
   std::string body;
+  bool stopped = false;       // the connection was lost before a reply, and the request not sent again
   bool headersEnded = false;  // the empty line after the header fields came
   bool tooLarge = false;
   bool outOfMemory = false;

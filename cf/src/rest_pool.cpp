@@ -50,17 +50,33 @@ EasyHandle RestTransport::makeEasy() {
   EasyHandle easy(curl_easy_init());
   if (easy == nullptr || curl_easy_setopt(easy.get(), CURLOPT_SHARE, share_.get()) != CURLE_OK ||
       curl_easy_setopt(easy.get(), CURLOPT_SOCKOPTFUNCTION, &RestTransport::openSocket) != CURLE_OK ||
-      curl_easy_setopt(easy.get(), CURLOPT_SOCKOPTDATA, this) != CURLE_OK ||
       curl_easy_setopt(easy.get(), CURLOPT_CLOSESOCKETFUNCTION, &RestTransport::closeSocket) != CURLE_OK ||
-      curl_easy_setopt(easy.get(), CURLOPT_CLOSESOCKETDATA, this) != CURLE_OK) {
+      curl_easy_setopt(easy.get(), CURLOPT_RESOLVER_START_FUNCTION, &RestTransport::beginLookUp) != CURLE_OK ||
+      curl_easy_setopt(easy.get(), CURLOPT_PREREQFUNCTION, &RestTransport::beginSending) != CURLE_OK) {
     throw std::bad_alloc();
+  }
+  for (const CURLoption option :
+       {CURLOPT_SOCKOPTDATA, CURLOPT_CLOSESOCKETDATA, CURLOPT_RESOLVER_START_DATA, CURLOPT_PREREQDATA}) {
+    if (curl_easy_setopt(easy.get(), option, this) != CURLE_OK) throw std::bad_alloc();
   }
   return easy;
 }
 
+int RestTransport::beginLookUp(void* /*state*/, void* /*reserved*/, void* transport) noexcept {
+  return static_cast<RestTransport*>(transport)->sending_.mayConnect() ? 0 : 1;
+}
+
+int RestTransport::beginSending(void* transport, char* /*remote*/, char* /*local*/, int /*remotePort*/,
+                                int /*localPort*/) noexcept {
+  const bool may = static_cast<RestTransport*>(transport)->sending_.maySend();
+  return may ? CURL_PREREQFUNC_OK : CURL_PREREQFUNC_ABORT;
+}
+
 int RestTransport::openSocket(void* transport, curl_socket_t socket, curlsocktype /*purpose*/) noexcept {
+  auto& self = *static_cast<RestTransport*>(transport);
+  if (!self.sending_.mayConnect()) return CURL_SOCKOPT_ERROR;
   try {
-    static_cast<RestTransport*>(transport)->sockets_.push_back(socket);
+    self.sockets_.push_back(socket);
   } catch (...) {
     return CURL_SOCKOPT_ERROR;
   }
@@ -127,6 +143,7 @@ void RestTransfer::keep() noexcept {
 std::optional<CURLcode> RestTransfer::run() {
   CURLM* multi = transport_->getMulti();
   transport_->endUnasked();
+  transport_->getSending().begin(getEasy());
   CURLMcode code = curl_multi_add_handle(multi, getEasy());
   for (int running = 1; code == CURLM_OK;) {
     if (pool_ != nullptr && pool_->takeCancel()) return std::nullopt;

@@ -1,6 +1,7 @@
 // Where requests run: libcurl's handles, kept by a pool centre or made for one request.
 #pragma once
 
+#include "rest_sending.h"
 #include "rest_setup.h"
 
 #include <cf/rest.h>
@@ -31,6 +32,7 @@ class RestTransport {
 
   EasyHandle makeEasy();
   CURLM* getMulti() const noexcept { return multi_.get(); }
+  RestSending& getSending() noexcept { return sending_; }
 
   /// Gives up the connections on which something came since the last request. Before the next one.
   void endUnasked() const noexcept;
@@ -40,9 +42,12 @@ class RestTransport {
   void keep(std::unique_ptr<RestSetup> setup) noexcept { kept_ = std::move(setup); }
 
  private:
+  static int beginLookUp(void* state, void* reserved, void* transport) noexcept;
   static int openSocket(void* transport, curl_socket_t socket, curlsocktype purpose) noexcept;
   static int closeSocket(void* transport, curl_socket_t socket) noexcept;
+  static int beginSending(void* transport, char* remote, char* local, int remotePort, int localPort) noexcept;
 
+  RestSending sending_;
   std::vector<curl_socket_t> sockets_;  // of the open connections; first: closing the others takes sockets out
   std::unique_ptr<CURLSH, ShareHandleDeleter> share_;
   std::unique_ptr<CURLM, MultiHandleDeleter> multi_;
@@ -85,6 +90,8 @@ class RestTransfer {
   CURLcode apply(const RestOrder& order, RestReply& reply);
   /// @return libcurl's verdict; nothing when cancel() ended the request.
   std::optional<CURLcode> run();
+  /// Whether the connection was lost after the request had gone out and before a reply.
+  bool isStopped() const noexcept { return transport_->getSending().isStopped(); }
   /// What the request was, and what it tells afterwards.
   const RestPlan& getPlan() const noexcept { return setup_->plan; }
   CURL* getEasy() const noexcept { return setup_->easy.get(); }

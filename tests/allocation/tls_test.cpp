@@ -31,9 +31,8 @@ class AnsweringServer : public RawServer {
 
  private:
   static raw::Script script(const Service& service, bool staysOpen) {
-    raw::Script steps{raw::Send{raw::reply(200, service.replyBody)}};
-    if (!staysOpen) steps.emplace_back(raw::Close{});
-    return steps;
+    if (staysOpen) return {raw::Send{raw::reply(200, service.replyBody)}};
+    return {raw::Send{raw::reply(200, service.replyBody, "Connection: close\r\n")}, raw::Close{}};
   }
 };
 

@@ -66,7 +66,6 @@ Expected expected(const Cell& cell) {
   const Expected healthy{Verdict::Success, {}, cell.operation.healthyText};
   if (cell.operation.ignoresFailure && cell.fault.place == Place::Usual) return healthy;
   if (!cell.fault.readings.empty()) return expectedReading(cell);
-  if (cell.fault.repeats && cell.warm && cell.service.usesPool) return healthy;
   const bool isOfContent = cell.fault.verdict == Verdict::NoJson || cell.fault.verdict == Verdict::Format;
   if (isOfContent && cell.operation.reading == Reading::Nothing) return healthy;
   return {cell.fault.verdict, cell.fault.texts, cell.operation.healthyText};

@@ -25,8 +25,10 @@ bool FaultServer::endPreparation() {
   std::unique_lock lock(mutex_);
   mayGoOn_ = true;
   changed_.notify_all();
-  const bool waits = cell_.fault.between == Between::Reset || cell_.fault.between == Between::BytesLater;
-  return !waits || changed_.wait_for(lock, kPatience, [this] { return wentOn_; });
+  if (cell_.fault.between == Between::BytesLater) return changed_.wait_for(lock, kPatience, [this] { return wentOn_; });
+  lock.unlock();
+  const bool ends = cell_.fault.between == Between::Close || cell_.fault.between == Between::Reset;
+  return !ends || server_.waitForEnds(1);
 }
 
 void FaultServer::beginFault(std::function<void()> cancel) {
@@ -82,9 +84,9 @@ Script FaultServer::answerBefore(const std::string& body) {
     case Between::Nothing:
       break;
     case Between::Close:
-      return {Send{raw::reply(200, body)}, Close{}};
+      return {Send{raw::reply(200, body)}, Call{wait}, Close{}};
     case Between::Reset:
-      return {Send{raw::reply(200, body)}, Call{wait}, Call{tell}, Reset{}};
+      return {Send{raw::reply(200, body)}, Call{wait}, Reset{}};
     case Between::BytesWithTheReply:
       return {Send{raw::reply(200, body) + kUnasked}};
     case Between::BytesLater:

@@ -61,7 +61,6 @@ struct Fault {
   std::map<Reading, ReadingFault> readings{};  // when it depends on what is read: those that it concerns
   std::chrono::milliseconds limit{0};          // on the whole exchange; 0 for none
   std::chrono::milliseconds wait{0};           // what the call may take by itself
-  bool repeats = false;                        // the request is sent anew when its connection had been kept
   bool cancels = false;                        // the host does, where the service uses its pool; else the limit ends it
   Place place = Place::Usual;
   Between between = Between::Nothing;
@@ -82,8 +81,12 @@ const std::vector<Fault>& allFaults();
 
 // For the tables.
 
+/// Of a reply behind which the server closes: the next request would else race with the end.
+inline constexpr const char* kClosing = "Connection: close\r\n";
+
 /// The sentence for a connection that ended.
 inline constexpr const char* kLost = "The connection to {} was lost before the reply was complete";
+inline constexpr const char* kUnanswered = "The connection to {} was lost before a reply; the service may have acted";
 inline constexpr const char* kNotHTTP = "{} did not answer in HTTP";
 
 /// The head of a reply with these fields, each ended by CRLF.

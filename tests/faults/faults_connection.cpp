@@ -15,6 +15,7 @@ using raw::Send;
 using raw::Stall;
 
 constexpr auto kLimit = 25ms;
+constexpr auto kWork = 50ms;
 
 /// The healthy reply up to the middle of its body, which is announced whole.
 std::string halfOf(const Exchange& exchange) {
@@ -22,11 +23,9 @@ std::string halfOf(const Exchange& exchange) {
          exchange.body.substr(0, exchange.body.size() / 2);
 }
 
-/// The first time the connection ends, then the reply comes.
-Play endsOnce(raw::Step end) {
-  return [end](const Exchange& exchange) {
-    return exchange.played == 0 ? Script{end} : Script{Send{raw::reply(200, exchange.body)}};
-  };
+/// The service works on the request, and the connection ends.
+Play endsLate(raw::Step end) {
+  return [end](const Exchange&) { return Script{Call{[] { std::this_thread::sleep_for(kWork); }}, end}; };
 }
 
 /// `start`, and then a byte of `rest` every other millisecond.
@@ -50,19 +49,25 @@ Script cancelled(std::string start, const Exchange& exchange) {
 std::vector<Fault> connectionFaults() {
   const std::string refused = "Could not connect to {}: connection refused";
   // libcurl may tell of a handshake with no TLS in it in several ways.
-  const std::vector<std::string> noTLS{"No secure connection to {}*", kLost, "{} did not answer in HTTP"};
+  const std::vector<std::string> noTLS{"No secure connection to {}*", kLost, kUnanswered, kNotHTTP};
   return {
       {.name = "refused", .verdict = Verdict::Transport, .texts = {refused}, .place = Place::Refusing},
       {.name = "server_of_the_other_scheme",
        .verdict = Verdict::Transport,
        .texts = noTLS,
        .place = Place::OtherScheme},
-      {.name = "closed_before_the_reply", .play = sends("", Close{}), .verdict = Verdict::Transport, .texts = {kLost}},
-      {.name = "reset_before_the_reply", .play = sends("", Reset{}), .verdict = Verdict::Transport, .texts = {kLost}},
+      {.name = "closed_before_the_reply",
+       .play = sends("", Close{}),
+       .verdict = Verdict::Transport,
+       .texts = {kUnanswered}},
+      {.name = "reset_before_the_reply",
+       .play = sends("", Reset{}),
+       .verdict = Verdict::Transport,
+       .texts = {kUnanswered}},
       {.name = "closed_in_the_status_line",
        .play = sends("HTTP/1.1 20", Close{}),
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kUnanswered}},
       {.name = "closed_in_the_headers",
        .play = sends("HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n", Close{}),
        .verdict = Verdict::Transport,
@@ -74,7 +79,7 @@ std::vector<Fault> connectionFaults() {
       {.name = "closed_behind_an_interim_reply",
        .play = sends("HTTP/1.1 100 Continue\r\n\r\n", Close{}),
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kUnanswered}},
       {.name = "closed_before_the_body",
        .play = sends(head(200, "Content-Length: 100\r\n"), Close{}),
        .verdict = Verdict::Transport,
@@ -93,16 +98,16 @@ std::vector<Fault> connectionFaults() {
            },
        .verdict = Verdict::Transport,
        .texts = {kLost}},
-      {.name = "closed_as_the_request_comes",
-       .play = endsOnce(Close{}),
+      {.name = "closed_after_some_work",
+       .play = endsLate(Close{}),
        .verdict = Verdict::Transport,
-       .texts = {kLost},
-       .repeats = true},
-      {.name = "reset_as_the_request_comes",
-       .play = endsOnce(Reset{}),
+       .texts = {kUnanswered},
+       .wait = kWork},
+      {.name = "reset_after_some_work",
+       .play = endsLate(Reset{}),
        .verdict = Verdict::Transport,
-       .texts = {kLost},
-       .repeats = true},
+       .texts = {kUnanswered},
+       .wait = kWork},
       {.name = "closed_between_requests", .between = Between::Close},
       {.name = "reset_between_requests", .between = Between::Reset},
       {.name = "bytes_behind_a_reply", .between = Between::BytesWithTheReply},

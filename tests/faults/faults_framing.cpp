@@ -34,13 +34,15 @@ std::string chunk(const std::string& data) { return toHex(data.size()) + "\r\n" 
 
 /// The healthy body under these fields, on a connection that then ends.
 Play underFields(const std::string& fields) {
-  return [fields](const Exchange& exchange) { return Script{Send{head(200, fields) + exchange.body}, Close{}}; };
+  return [fields](const Exchange& exchange) {
+    return Script{Send{head(200, kClosing + fields) + exchange.body}, Close{}};
+  };
 }
 
 /// A chunked reply: `change` makes the chunks of the body.
 Play chunked(std::function<std::string(const std::string& body)> change) {
   return [change = std::move(change)](const Exchange& exchange) {
-    return Script{Send{head(200, "Transfer-Encoding: chunked\r\n") + change(exchange.body)}, Close{}};
+    return Script{Send{head(200, kClosing + "Transfer-Encoding: chunked\r\n"s) + change(exchange.body)}, Close{}};
   };
 }
 
@@ -74,7 +76,7 @@ const std::string& bomb() {
 
 Play compressed(std::function<std::string(std::string body)> change) {
   return [change = std::move(change)](const Exchange& exchange) {
-    return Script{Send{raw::reply(200, change(exchange.body), "Content-Encoding: gzip\r\n")}, Close{}};
+    return Script{Send{raw::reply(200, change(exchange.body), kClosing + "Content-Encoding: gzip\r\n"s)}, Close{}};
   };
 }
 
@@ -102,7 +104,7 @@ std::vector<Fault> lengthFaults() {
       {.name = "length_too_small",
        .play =
            [](const Exchange& exchange) {
-             return Script{Send{head(200, "Content-Length: 10\r\n") + exchange.body}, Close{}};
+             return Script{Send{head(200, kClosing + "Content-Length: 10\r\n"s) + exchange.body}, Close{}};
            },
        .verdict = Verdict::NoJson},
       {.name = "length_zero", .play = underFields("Content-Length: 0\r\n"), .verdict = Verdict::NoJson},
@@ -148,7 +150,7 @@ std::vector<Fault> chunkFaults() {
       {.name = "length_and_chunks",
        .play =
            [](const Exchange& exchange) {
-             return Script{Send{head(200, "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n") +
+             return Script{Send{head(200, kClosing + "Content-Length: 3\r\nTransfer-Encoding: chunked\r\n"s) +
                                 chunk(exchange.body) + "0\r\n\r\n"},
                            Close{}};
            },

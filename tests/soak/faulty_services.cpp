@@ -59,7 +59,7 @@ const std::vector<NamedFault>& allFaults() {
       {"unauthorised", {Send{raw::reply(401, R"({"error":{"message":"Incorrect API key","code":"x"}})")}}},
       {"reset", {Reset{}}},
       {"stall", {Stall{}}},
-      {"error_page", {Send{raw::reply(502, "<html>Bad Gateway</html>")}, Close{}}},
+      {"error_page", {Send{raw::reply(502, "<html>Bad Gateway</html>", "Connection: close\r\n")}, Close{}}},
       {"cut_head", {Send{"HTTP/1.1 200 OK\r\nContent-Le"}, Close{}}},
       {"cut_body", {Send{kHead + "Content-Length: 100\r\n\r\n{\"choices\":["}, Close{}}},
       {"reset_body", {Send{kHead + "Content-Length: 100\r\n\r\n{\"choices\":["}, Reset{}}},
@@ -107,7 +107,7 @@ raw::Script FaultyServices::answerThread(const std::string& method, const std::s
   return ok(object("run_1", R"(,"status":"completed")"));
 }
 
-/// Until the thread's next message, for a request is sent again when a kept connection turns out to be closed.
+/// Until the thread's next message.
 void FaultyServices::remember(const std::string& thread, std::string_view fault) {
   const std::lock_guard lock(mutex_);
   due_.erase(thread);

@@ -163,7 +163,7 @@ INSTANTIATE_TEST_SUITE_P(
                               "http://api.example/",
                               {Close{}},
                               CFRestError::ConnectionLost,
-                              "The connection to api.example:80 was lost before the reply was complete"},
+                              "The connection to api.example:80 was lost before a reply; the service may have acted"},
                     ProxyCase{"plain_stalls",
                               "http://api.example/",
                               {Stall{}},
@@ -178,8 +178,8 @@ TEST(Proxy, ThatRefusesConnectionsIsNamed) {
                 "Could not connect to the proxy 127.0.0.1:1: connection refused");
 }
 
-// libcurl sends the request once more then, and finds nobody there.
-TEST(Proxy, ThatIsGoneUnderAKeptConnectionIsNamed) {
+// Nobody is looked for a second time once the request is with the service.
+TEST(Proxy, ThatGoesWithTheRequestLeavesItUnanswered) {
   const TestCA ca;
   for (const bool secure : {false, true}) {
     RawServer* gone = nullptr;
@@ -195,6 +195,9 @@ TEST(Proxy, ThatIsGoneUnderAKeptConnectionIsNamed) {
     caller.settings.proxyURL = "http://user:canary@" + nameOf(proxy);
     const std::string url = secure ? "https://api.example/" : "http://api.example/";
     EXPECT_EQ(caller.get(url).code, 0);
+    expectFailure(caller.get(url), CFRestError::ConnectionLost,
+                  "The connection to api.example:" + std::string(secure ? "443" : "80") +
+                      " was lost before a reply; the service may have acted");
     expectFailure(caller.get(url), CFRestError::CouldNotConnect,
                   "Could not connect to the proxy " + nameOf(proxy) + ": connection refused");
   }

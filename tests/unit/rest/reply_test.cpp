@@ -19,6 +19,10 @@ std::string lost(const RawServer& server) {
   return "The connection to " + nameOf(server) + " was lost before the reply was complete";
 }
 
+std::string unanswered(const RawServer& server) {
+  return "The connection to " + nameOf(server) + " was lost before a reply; the service may have acted";
+}
+
 std::string notHTTP(const RawServer& server) { return nameOf(server) + " did not answer in HTTP"; }
 
 class SuccessStatus : public testing::TestWithParam<int> {};
@@ -134,9 +138,6 @@ const std::string kHead = "HTTP/1.1 200 OK\r\nContent-Length: 20\r\n\r\n";
 INSTANTIATE_TEST_SUITE_P(
     Places, CutReply,
     testing::Values(
-        CutCase{"closed_at_once", {Close{}}}, CutCase{"reset_at_once", {Reset{}}},
-        CutCase{"closed_after_an_interim_reply", {Send{"HTTP/1.1 100 Continue\r\n\r\n"}, Close{}}},
-        CutCase{"closed_in_the_status_line", {Send{"HTTP/1.1 20"}, Close{}}},
         CutCase{"closed_after_the_status_line", {Send{"HTTP/1.1 200 OK\r\n"}, Close{}}},
         CutCase{"closed_in_the_headers", {Send{"HTTP/1.1 200 OK\r\nContent-Length: 2\r\nX-A: b\r\n"}, Close{}}},
         CutCase{"closed_in_the_headers_after_an_interim_reply",
@@ -150,6 +151,20 @@ INSTANTIATE_TEST_SUITE_P(
                 {Send{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n"}, Close{}}},
         CutCase{"bad_chunk_size", {Send{"HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nzz\r\n{}"}, Stall{}}}),
     [](const auto& row) { return std::string(row.param.name); });
+
+class CutBeforeAnyReply : public testing::TestWithParam<CutCase> {};
+
+TEST_P(CutBeforeAnyReply, IsTold) {
+  RawServer server({GetParam().script});
+  expectFailure(RestCaller{}.get(server.getURL()), CFRestError::ConnectionLost, unanswered(server));
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, CutBeforeAnyReply,
+                         testing::Values(CutCase{"closed_at_once", {Close{}}}, CutCase{"reset_at_once", {Reset{}}},
+                                         CutCase{"closed_after_an_interim_reply",
+                                                 {Send{"HTTP/1.1 100 Continue\r\n\r\n"}, Close{}}},
+                                         CutCase{"closed_in_the_status_line", {Send{"HTTP/1.1 20"}, Close{}}}),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 // Answers that are no HTTP.
 struct NoiseCase {
