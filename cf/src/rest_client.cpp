@@ -72,9 +72,8 @@ std::int32_t RestClient::send(const RestOrder& order, RestTransfer& transfer, Re
   CURL* easy = transfer.getEasy();
   std::optional<CURLcode> code = transfer.apply(order, reply);
   if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
-  if (code == CURLE_OK) code = transfer.run();
+  if (code == CURLE_OK) code = transfer.run(RestPace(settings_), reply);
   if (!code) return failCancelled();
-  reply.stopped = transfer.isStopped();
   RestFailure failure = judgeTransfer(*code, easy, transfer.getPlan(), settings_, reply);
   if (failure.error != CFRestError::None) return fail(failure.error, std::move(failure.text));
   long status = 0;

@@ -1,5 +1,6 @@
 #include "rest_failure.h"
 
+#include "rest_pace.h"
 #include "rest_system.h"
 #include "rest_text.h"
 
@@ -169,10 +170,15 @@ std::string toSeconds(std::chrono::milliseconds time) {
   return cfNumberToText(std::chrono::duration<double>(time).count()) + " s";
 }
 
-RestFailure tellTimeout(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings) {
+RestFailure tellTimeout(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings,
+                        const RestReply& reply) {
   constexpr auto kRounding = std::chrono::milliseconds(50);  // libcurl ends a little before the limit, by its rounding
   const bool totalOver =
       settings.totalTimeout.count() > 0 && obtainTime(easy, CURLINFO_TOTAL_TIME_T) + kRounding >= settings.totalTimeout;
+  if (reply.tooSlow) {
+    const auto window = RestPace(settings).getWindow();
+    return {CFRestError::TimedOut, compose("The connection to {} was too slow for ", easy, plan) + toSeconds(window)};
+  }
   if (!wasConnected(easy)) {
     const auto limit = totalOver ? settings.totalTimeout : settings.connectTimeout;
     return {CFRestError::TimedOut, compose("Could not connect to {} within ", easy, plan) + toSeconds(limit)};
@@ -185,8 +191,10 @@ RestFailure tellTimeout(CURL* easy, const RestPlan& plan, const CMRestGlobalSett
 }
 
 std::string toSize(std::size_t bytes) {
+  constexpr std::size_t kKiB = std::size_t{1} << 10;
   constexpr std::size_t kMiB = std::size_t{1} << 20;
-  return bytes % kMiB == 0 ? std::to_string(bytes / kMiB) + " MiB" : std::to_string(bytes) + " bytes";
+  if (bytes % kMiB == 0) return std::to_string(bytes / kMiB) + " MiB";
+  return bytes % kKiB == 0 ? std::to_string(bytes / kKiB) + " KiB" : std::to_string(bytes) + " bytes";
 }
 
 // The status with which the proxy refused: to open a tunnel, or to pass a plain request on; else 0.
@@ -208,12 +216,16 @@ RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const
     return {CFRestError::ReplyTooLarge,
             compose("The reply from {} is larger than ", easy, plan) + toSize(settings.maxReplyBytes)};
   }
+  if (reply.headerTooLarge) {
+    return {CFRestError::ReplyTooLarge,
+            compose("The header fields of the reply from {} are larger than ", easy, plan) + toSize(kMostHeaderBytes)};
+  }
   if (isUnanswered(code, easy, reply)) return {CFRestError::ConnectionLost, compose(kNoReply, easy, plan)};
   if (const long status = obtainProxyRefusal(easy, plan); status != 0) {
     return {CFRestError::ProxyRefused,
             "The proxy " + plan.proxy.peer.name + " refused the connection: HTTP " + std::to_string(status)};
   }
-  if (code == CURLE_OPERATION_TIMEDOUT) return tellTimeout(easy, plan, settings);
+  if (code == CURLE_OPERATION_TIMEDOUT) return tellTimeout(easy, plan, settings, reply);
   if (code == CURLE_OK) {
     // libcurl takes a connection that ends among the header fields for the end of an empty reply.
     if (!reply.headersEnded) return {CFRestError::ConnectionLost, compose(kLost, easy, plan)};

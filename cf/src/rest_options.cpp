@@ -40,6 +40,8 @@ class Options {
 
 std::size_t takeBody(char* data, std::size_t /*one*/, std::size_t size, void* context) {
   auto& reply = *static_cast<RestReply*>(context);
+  // Services send blank lines while they make one wait.
+  reply.isComing = reply.isComing || std::string_view(data, size).find_first_not_of(" \t\r\n") != std::string::npos;
   if (size > reply.limit - reply.body.size()) {
     reply.tooLarge = true;
     return CURL_WRITEFUNC_ERROR;
@@ -56,9 +58,15 @@ std::size_t takeBody(char* data, std::size_t /*one*/, std::size_t size, void* co
 // Called for each line, those after a chunked body included. An interim reply (1xx) is followed by another status line.
 std::size_t takeHeader(char* data, std::size_t /*one*/, std::size_t size, void* context) {
   auto& reply = *static_cast<RestReply*>(context);
+  reply.headerBytes += size;
+  if (reply.headerBytes > kMostHeaderBytes) {
+    reply.headerTooLarge = true;
+    return 0;  // fewer than came: the end
+  }
   const std::string_view line(data, size);
   if (line.starts_with("HTTP/")) reply.headersEnded = false;
   if (line == "\r\n" || line == "\n") reply.headersEnded = true;
+  reply.isComing = !reply.headersEnded;
   return size;
 }
 

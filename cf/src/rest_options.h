@@ -38,13 +38,21 @@ struct RestPlan {
   HeaderList headers;
 };
 
+/// The header fields of a reply with those of interim replies and those behind its body. Less than where libcurl gives
+/// up those before the body.
+inline constexpr std::size_t kMostHeaderBytes = std::size_t{256} << 10;
+
 /// What a transfer brings back.
 struct RestReply {
   std::size_t limit = 0;
   std::string body;
+  std::size_t headerBytes = 0;
+  bool isComing = false;      // a part of it is under way: header fields, or a body of more than blanks
   bool stopped = false;       // the connection was lost before a reply, and the request not sent again
   bool headersEnded = false;  // the empty line after the header fields came
+  bool headerTooLarge = false;
   bool tooLarge = false;
+  bool tooSlow = false;
   bool outOfMemory = false;
   std::array<char, CURL_ERROR_SIZE> errorText{};  // never a verdict: libcurl may fill it in success
 };

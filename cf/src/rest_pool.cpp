@@ -4,9 +4,13 @@
 
 #include <cf/app.h>
 
+#include <chrono>
+#include <cstdint>
 #include <new>
 
 namespace {
+
+using std::chrono::steady_clock;
 
 // cancel() wakes the wait up; this is for the request that runs beside the pool's own, which no wake-up reaches.
 constexpr int kLongestWaitMilliseconds = 500;
@@ -30,6 +34,21 @@ CURLcode obtainVerdict(CURLM* multi) {
   int remaining = 0;
   const CURLMsg* message = curl_multi_info_read(multi, &remaining);
   return message != nullptr && message->msg == CURLMSG_DONE ? message->data.result : CURLE_FAILED_INIT;
+}
+
+curl_off_t obtainNumber(CURL* easy, CURLINFO info) {
+  curl_off_t number = 0;
+  return curl_easy_getinfo(easy, info, &number) == CURLE_OK ? number : 0;
+}
+
+// Of a line libcurl tells only when it is whole; that the first one has begun, it tells by the time.
+bool isComing(CURL* easy, const RestReply& reply) {
+  if (reply.headerBytes != 0) return reply.isComing;
+  return obtainNumber(easy, CURLINFO_STARTTRANSFER_TIME_T) != 0;
+}
+
+std::uint64_t countReceived(CURL* easy, const RestReply& reply) {
+  return reply.headerBytes + static_cast<std::uint64_t>(obtainNumber(easy, CURLINFO_SIZE_DOWNLOAD_T));
 }
 
 CURLcode toCode(CURLMcode code) { return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_FAILED_INIT; }
@@ -140,7 +159,7 @@ void RestTransfer::keep() noexcept {
   if (forgetTransfer(getEasy(), getPlan()) == CURLE_OK) transport_->keep(std::move(setup_));
 }
 
-std::optional<CURLcode> RestTransfer::run() {
+std::optional<CURLcode> RestTransfer::run(RestPace pace, RestReply& reply) {
   CURLM* multi = transport_->getMulti();
   transport_->endUnasked();
   transport_->getSending().begin(getEasy());
@@ -148,7 +167,10 @@ std::optional<CURLcode> RestTransfer::run() {
   for (int running = 1; code == CURLM_OK;) {
     if (pool_ != nullptr && pool_->takeCancel()) return std::nullopt;
     code = curl_multi_perform(multi, &running);
+    reply.stopped = transport_->getSending().isStopped();
     if (code == CURLM_OK && running == 0) return obtainVerdict(multi);
+    reply.tooSlow = pace.isTooSlow(isComing(getEasy(), reply), countReceived(getEasy(), reply), steady_clock::now());
+    if (reply.tooSlow) return CURLE_OPERATION_TIMEDOUT;
     if (code == CURLM_OK) code = curl_multi_poll(multi, nullptr, 0, kLongestWaitMilliseconds, nullptr);
   }
   return toCode(code);

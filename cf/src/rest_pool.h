@@ -1,6 +1,7 @@
 // Where requests run: libcurl's handles, kept by a pool centre or made for one request.
 #pragma once
 
+#include "rest_pace.h"
 #include "rest_sending.h"
 #include "rest_setup.h"
 
@@ -88,10 +89,8 @@ class RestTransfer {
 
   /// Sets the handle up. `reply` and the order's body outlive the transfer.
   CURLcode apply(const RestOrder& order, RestReply& reply);
-  /// @return libcurl's verdict; nothing when cancel() ended the request.
-  std::optional<CURLcode> run();
-  /// Whether the connection was lost after the request had gone out and before a reply.
-  bool isStopped() const noexcept { return transport_->getSending().isStopped(); }
+  /// @return libcurl's verdict; nothing when cancel() ended the request. What else ended it, `reply` tells.
+  std::optional<CURLcode> run(RestPace pace, RestReply& reply);
   /// What the request was, and what it tells afterwards.
   const RestPlan& getPlan() const noexcept { return setup_->plan; }
   CURL* getEasy() const noexcept { return setup_->easy.get(); }

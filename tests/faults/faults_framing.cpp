@@ -15,6 +15,7 @@ using raw::SendForever;
 using raw::Stall;
 
 constexpr const char* kTooLarge = "The reply from {} is larger than 2 MiB";
+constexpr const char* kManyHeaders = "The header fields of the reply from {} are larger than 256 KiB";
 constexpr const char* kCompression = "The compressed reply from {} can't be read";
 
 std::string repeat(std::string_view text, std::size_t count) {
@@ -211,14 +212,23 @@ std::vector<Fault> headerFaults() {
              return Script{Send{kManyFields}, Close{}};
            },
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kManyHeaders}},
       {.name = "interim_replies_20_000",
        .play =
            [](const Exchange&) {
              return Script{Send{kManyInterims}, Close{}};
            },
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kManyHeaders}},
+      {.name = "trailers_without_end",
+       .play =
+           [](const Exchange& exchange) {
+             static const std::string kTrailers = repeat("X: y\r\n", 10'000);
+             return Script{Send{head(200, "Transfer-Encoding: chunked\r\n") + chunk(exchange.body) + "0\r\n"},
+                           SendForever{kTrailers}};
+           },
+       .verdict = Verdict::Transport,
+       .texts = {kManyHeaders}},
       {.name = "interim_reply_100",
        .play =
            [](const Exchange& exchange) {

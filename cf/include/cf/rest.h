@@ -29,7 +29,10 @@ struct CMRestGlobalSettings {
   /// The whole exchange; 0 or less is no limit.
   std::chrono::milliseconds totalTimeout{600'000};
   /// An exchange is given up when it moves fewer than `lowSpeedBytes` a second for `lowSpeedTime`. A model may think
-  /// for minutes before the first byte, so the default time is long; 0 bytes switches the limit off.
+  /// for minutes before the first byte, so the default time is long. A part of a reply that is under way (the header
+  /// fields; the body, but for blanks that it begins with) is waited for less: it is given up when it brings fewer than
+  /// 64 bytes a second, or `lowSpeedBytes` where they are more, for a minute, or `lowSpeedTime` where it is less.
+  /// 0 bytes, or no time, switches both limits off.
   std::size_t lowSpeedBytes = 1;
   std::chrono::seconds lowSpeedTime{300};             ///< see lowSpeedBytes
   std::size_t maxReplyBytes = std::size_t{16} << 20;  ///< of the body after decompression

@@ -12,7 +12,6 @@ using namespace std::string_literals;
 using raw::Close;
 using raw::Reset;
 using raw::Send;
-using raw::SendForever;
 using raw::Stall;
 
 std::string lost(const RawServer& server) {
@@ -220,31 +219,6 @@ TEST(Connection, NamesAnIPv6AddressInBrackets) {
   EXPECT_TRUE(outcome.text.starts_with("Could not connect to [::1]:1: ")) << outcome.text;
 }
 
-class StalledReply : public testing::TestWithParam<std::string> {};
-
-TEST_P(StalledReply, EndsAtTheTotalLimit) {
-  RawServer server({{Send{GetParam()}, Stall{}}});
-  RestCaller caller;
-  caller.settings.totalTimeout = 300ms;
-  const auto begin = std::chrono::steady_clock::now();
-  expectFailure(caller.get(server.getURL()), CFRestError::TimedOut,
-                "No reply from " + nameOf(server) + " within 0.3 s");
-  const auto time = std::chrono::steady_clock::now() - begin;
-  EXPECT_GE(time, 290ms);
-  EXPECT_LT(time, 1300ms);
-}
-
-INSTANTIATE_TEST_SUITE_P(Places, StalledReply, testing::Values("", "HTTP/1.1 200 OK\r\nX: y\r\n", kHead + "{}"));
-
-TEST(Reply, ThatCrawlsIsGivenUp) {
-  RawServer server({{Send{kHead}, Stall{}}});
-  RestCaller caller;
-  caller.settings.lowSpeedBytes = 1000;
-  caller.settings.lowSpeedTime = 1s;
-  expectFailure(caller.get(server.getURL()), CFRestError::TimedOut,
-                "The connection to " + nameOf(server) + " was too slow for 1 s");
-}
-
 std::string compress(const std::string& text) {
   constexpr int kGzip = 15 + 16;
   z_stream stream{};
@@ -279,34 +253,6 @@ TEST(CompressedReply, ThatIsDamagedFails) {
   RawServer server(raw::reply(200, "no gzip at all, surely", "Content-Encoding: gzip\r\n"));
   expectFailure(RestCaller{}.get(server.getURL()), CFRestError::NotHTTP,
                 "The compressed reply from " + nameOf(server) + " can't be read");
-}
-
-struct SizeCase {
-  const char* name;
-  raw::Script script;
-};
-class OversizeReply : public testing::TestWithParam<SizeCase> {};
-
-TEST_P(OversizeReply, IsCutOff) {
-  RawServer server({GetParam().script});
-  RestCaller caller;
-  caller.settings.maxReplyBytes = 1000;
-  expectFailure(caller.get(server.getURL()), CFRestError::ReplyTooLarge,
-                "The reply from " + nameOf(server) + " is larger than 1000 bytes");
-}
-
-INSTANTIATE_TEST_SUITE_P(
-    Forms, OversizeReply,
-    testing::Values(SizeCase{"endless", {Send{"HTTP/1.1 200 OK\r\n\r\n"}, SendForever{std::string(4096, 'x')}}},
-                    SizeCase{"one_byte_more", {Send{raw::reply(200, std::string(1001, 'x'))}}},
-                    SizeCase{"announced", {Send{"HTTP/1.1 200 OK\r\nContent-Length: 10737418240\r\n\r\n"}, Stall{}}}),
-    [](const auto& row) { return std::string(row.param.name); });
-
-TEST(Reply, MayBeAsLargeAsTheLimit) {
-  RawServer server(raw::reply(200, std::string(1000, 'x')));
-  RestCaller caller;
-  caller.settings.maxReplyBytes = 1000;
-  EXPECT_EQ(caller.get(server.getURL()).code, 0);
 }
 
 // The key must not turn up in a text, wherever it was sent and however the request fails.
