@@ -4,6 +4,7 @@
 
 #include <cf/url.h>
 
+#include <algorithm>
 #include <new>
 #include <string_view>
 
@@ -42,6 +43,17 @@ bool holdsHost(std::string_view url) {
   return url.substr(start, 2) == "//" && url.substr(start + 2, 1) != "/";
 }
 
+bool isASCII(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+// Whether a host name, in which %XX was decoded, holds only what may stand in one as it is (RFC 3986, the unreserved
+// characters). What stands in brackets is libcurl's to check.
+bool isHostName(std::string_view host) {
+  constexpr std::string_view kUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+  return host.starts_with('[') || host.find_first_not_of(kUnreserved) == std::string_view::npos;
+}
+
 // Takes `url` apart. `what` is how the sentence calls it: "address".
 std::string readURL(const std::string& url, const std::string& what, unsigned int flags, URLHandle& handle) {
   if (holdsControlCharacter(url)) return "The " + what + " holds a control character";
@@ -56,13 +68,17 @@ std::string readURL(const std::string& url, const std::string& what, unsigned in
     return "The " + what + " must begin with http:// or https://";
   }
   if (code == CURLUE_OK && !holdsHost(url)) code = CURLUE_NO_HOST;
-  if (code != CURLUE_OK) return "The " + what + " can't be used: " + plainTextWithin(curl_url_strerror(code));
-  return "";
+  const std::string host = code == CURLUE_OK ? obtainPart(handle.get(), CURLUPART_HOST) : "";
+  const std::string unusable = "The " + what + " can't be used: ";
+  // libcurl would read such a name in the encoding of the process's locale, and systems map some letters differently.
+  if (!isASCII(host)) return unusable + "the host name " + plainText(host) + " must be in ASCII, in its xn-- form";
+  if (!isHostName(host)) code = CURLUE_BAD_HOSTNAME;
+  return code == CURLUE_OK ? "" : unusable + plainTextWithin(curl_url_strerror(code));
 }
 
 // Appends the query to `url`.
 std::string appendQuery(const CMRestParams& query, std::string& url) {
-  char separator = url.find('?') == std::string::npos ? '?' : '&';
+  char separator = '?';
   for (const auto& [name, value] : query) {
     if (holdsControlCharacter(name) || holdsControlCharacter(value)) {
       return "The query parameter \"" + plainText(name) + "\" holds a control character";
@@ -77,8 +93,10 @@ std::string appendQuery(const CMRestParams& query, std::string& url) {
 
 std::string readRestAddress(const CMRestRequest& request, RestAddress& address) {
   std::string url = request.getURL();
-  // A fragment is not sent, and would hide the query from the server.
-  if (url.find('#') != std::string::npos) return "The address must not hold a fragment (#)";
+  // Both come of a host that is given with one, and then hide the path from the server.
+  if (const auto place = url.find_first_of("?#"); place != std::string::npos) {
+    return std::string("The address must not hold a ") + (url[place] == '?' ? "query (?)" : "fragment (#)");
+  }
   if (std::string refusal = appendQuery(request.getQueryParams(), url); !refusal.empty()) return refusal;
   if (std::string refusal = readURL(url, "address", CURLU_DISALLOW_USER | CURLU_PATH_AS_IS, address.handle);
       !refusal.empty()) {

@@ -32,7 +32,7 @@ constexpr std::string_view kNotTrusted = "The certificate of {} can't be trusted
 constexpr std::string_view kNotSecure = "No secure connection to {}";
 
 constexpr auto kWordings = std::to_array<Wording>({
-    {CURLE_URL_MALFORMAT, CFRestError::BadRequest, "The host name {host} can't be used"},  // no internationalised name
+    {CURLE_URL_MALFORMAT, CFRestError::BadRequest, "The host name {host} can't be used"},  // too long
     {CURLE_COULDNT_RESOLVE_HOST, CFRestError::HostNotFound, "Could not find the host {host}"},
     {CURLE_COULDNT_RESOLVE_PROXY, CFRestError::HostNotFound, "Could not find {host}"},
     {CURLE_COULDNT_CONNECT, CFRestError::CouldNotConnect, "Could not connect to {first}", Detail::System},

@@ -90,7 +90,8 @@ class CF_TYPE CMRestRequest {
   CMRestRequest(const CMRestRequest&) = delete;
   CMRestRequest& operator=(const CMRestRequest&) = delete;
 
-  /// The complete address: scheme (http or https), host, path, without user or password.
+  /// The complete address: scheme (http or https), host, path; without user or password, query or fragment. The host is
+  /// ASCII: a name with other letters is given in its xn-- form.
   CF_API void setURL(std::string url);
   /// What was set.
   CF_API const std::string& getURL() const noexcept;

@@ -203,13 +203,13 @@ TEST(Connection, RefusedIsToldWithTheReason) {
     url = server.getURL();
     name = nameOf(server);
   }
-  expectFailure(RestCaller{}.get(url + "/secret?key=1"), CFRestError::CouldNotConnect,
+  expectFailure(RestCaller{}.get(url + "/secret", {{"key", "1"}}), CFRestError::CouldNotConnect,
                 "Could not connect to " + name + ": connection refused");
 }
 
 TEST(Connection, ToAnUnknownHostNamesTheHost) {
   const std::string host(64, 'a');  // too long for a name, which the system knows without asking a server
-  expectFailure(RestCaller{}.get("http://" + host + "/secret?key=1"), CFRestError::HostNotFound,
+  expectFailure(RestCaller{}.get("http://" + host + "/secret", {{"key", "1"}}), CFRestError::HostNotFound,
                 "Could not find the host " + host);
 }
 

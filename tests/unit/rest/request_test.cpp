@@ -100,13 +100,6 @@ TEST(Request, EmptyHeaderValuesAreSentEmpty) {
   EXPECT_TRUE(holdsLine(server.getRequests()[0], "X-Blank:")) << server.getRequests()[0];
 }
 
-TEST(Request, QueryContinuesTheOneOfTheAddress) {
-  RawServer server(kOk);
-  EXPECT_EQ(RestCaller{}.get(server.getURL() + "/v1?limit=3", {{"order", "asc"}}).code, 0);
-  ASSERT_EQ(server.getRequests().size(), 1U);
-  EXPECT_EQ(firstLine(server.getRequests()[0]), "GET /v1?limit=3&order=asc HTTP/1.1");
-}
-
 struct PathCase {
   const char* name;
   std::string given;
