@@ -60,11 +60,20 @@ std::string QAIChatAssistant::address(const ChatPath& path) const {
   return cfConcatURL(parts);
 }
 
+/// Why the key is not sent; "" when it is. One in a header is looked at there, but a query can hold any text, and this
+/// would be another key than the one that the user means.
+std::string QAIChatAssistant::refuseKey() const {
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
+  if (dialect_.key != ChatKey::Query || std::none_of(apiKey_.begin(), apiKey_.end(), isControl)) return "";
+  return "The key holds a control character";
+}
+
 CMRestParams QAIChatAssistant::queryParams() const {
   return dialect_.key == ChatKey::Query ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
 }
 
 std::pair<std::vector<std::string>, std::string> QAIChatAssistant::obtainAvailableModels() {
+  if (std::string refusal = refuseKey(); !refusal.empty()) return {{}, std::move(refusal)};
   const auto [response, error] = HTTP::Get(restSession_.get(), address(dialect_.models.path), queryParams(), {});
   const std::unique_ptr<CMRestResourceResponse> reply(response);
   if (!error.empty()) return {{}, obtainFailureText(reply.get(), error)};
@@ -152,6 +161,7 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessage(IQAISession* s
 std::pair<std::string, std::string> QAIChatAssistant::exchange(const QAIChatSession& session, const std::string& text) {
   const QAIAssistantProperties& settings = session.properties();
   if (settings.model.empty()) return {"", failure("Model is empty", dialect_.turn.noModelLabel)};
+  if (std::string refusal = refuseKey(); !refusal.empty()) return {"", std::move(refusal)};
 
   const std::string instructions = settings.obtainCombinedInstructions();
   COJson body;

@@ -46,6 +46,7 @@ class QAIChatAssistant : public IQAIAssistant {
   void adopt(QAIAssistantProperties& filled);
   void useDefaultHostForBlank(QAIAssistantProperties& properties) const;
   std::string address(const ChatPath& path) const;
+  std::string refuseKey() const;
   CMRestParams queryParams() const;
   std::string failure(std::string_view text, std::string_view label) const;
   std::pair<std::string, std::string> exchange(const QAIChatSession& session, const std::string& text);

@@ -80,7 +80,7 @@ std::string readURL(const std::string& url, const std::string& what, unsigned in
 std::string appendQuery(const CMRestParams& query, std::string& url) {
   char separator = '?';
   for (const auto& [name, value] : query) {
-    if (holdsControlCharacter(name) || holdsControlCharacter(value)) {
+    if (holdsControlCharacter(name)) {
       return "The query parameter \"" + plainText(name) + "\" holds a control character";
     }
     url += separator + cfEncodeQueryText(name) + "=" + cfEncodeQueryText(value);

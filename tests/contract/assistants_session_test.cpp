@@ -189,11 +189,11 @@ TEST_F(Assistants, SavedTextHoldsNoKey) {
 /// The service's identifiers may hold anything.
 class AssistantsWithOddIDs : public Assistants {
  protected:
-  AssistantsWithOddIDs() : Assistants({.apiKey = kKey, .idTail = "/../a b?c#d%2eé"}) {}
+  AssistantsWithOddIDs() : Assistants({.apiKey = kKey, .idTail = "/../a b?c#d%2eé\r\n\x7f"}) {}
 };
 
 TEST_F(AssistantsWithOddIDs, ArePercentEncodedInEveryPath) {
-  const std::string tail = "%2F..%2Fa%20b%3Fc%23d%252e%C3%A9";
+  const std::string tail = "%2F..%2Fa%20b%3Fc%23d%252e%C3%A9%0D%0A%7F";
   const auto assistant = assistantWith();
   assign(*assistant, {{"user_instructions", "U"}});
   const auto session = newSession(*assistant);

@@ -57,6 +57,17 @@ TEST(GoogleKey, IsInNoErrorText) {
   }
 }
 
+TEST(GoogleKey, WithAControlCharacterIsNotSent) {
+  for (const std::string control : {"\n", "\r", "\t", "\x1f", "\x7f"}) {
+    const standin::Server server;
+    const Owned<IQAIAssistant> assistant(QAICreateAssistant(GOOGLE, nullptr, "AIza" + control + "1", server.address()));
+    assign(*assistant, {{"model", "m"}});
+    EXPECT_EQ(assistant->obtainAvailableModels().second, "The key holds a control character");
+    EXPECT_EQ(ask(*assistant, newSession(*assistant).get(), "question"), "error: The key holds a control character");
+    EXPECT_THAT(server.requests(), IsEmpty());
+  }
+}
+
 TEST(GoogleModel, IsOneSegmentOfThePathWhateverItHolds) {
   const standin::Server server;
   const Owned<IQAIAssistant> assistant(QAICreateAssistant(GOOGLE, nullptr, kKey, server.address()));

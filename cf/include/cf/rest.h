@@ -114,7 +114,8 @@ class CF_TYPE CMRestGetRequest : public CMRestRequest {
  public:
   CF_API CMRestGetRequest();
   CF_API ~CMRestGetRequest() override;
-  /// Appends pairs to the query string; they are percent-encoded when sent.
+  /// Appends pairs to the query string; they are percent-encoded when sent, so that a value may hold any byte. A
+  /// control character in a name is refused.
   CF_API void addQueryParams(const CMRestParams& params);
   /// Appends header fields of this one request.
   CF_API virtual void addHeaderParams(const CMRestParams& params);

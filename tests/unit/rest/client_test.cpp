@@ -54,11 +54,6 @@ TEST(ErrorDescription, OfAClientThatHasNotFailedIsTheTitle) {
   EXPECT_EQ(record.message, record.title);
 }
 
-TEST(QueryParameter, WithAControlCharacterInItsNameIsRefused) {
-  expectFailure(RestCaller{}.get("http://127.0.0.1:1/", {{"a\nb", "1"}}), CFRestError::BadRequest,
-                "The query parameter \"a b\" holds a control character");
-}
-
 TEST(FileOfAuthorities, WithAControlCharacterInItsNameIsRefused) {
   RestCaller caller;
   caller.settings.caFile = "ca\n.pem";

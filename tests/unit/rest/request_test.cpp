@@ -100,6 +100,15 @@ TEST(Request, EmptyHeaderValuesAreSentEmpty) {
   EXPECT_TRUE(holdsLine(server.getRequests()[0], "X-Blank:")) << server.getRequests()[0];
 }
 
+TEST(Request, QueryValuesMayHoldAnyByte) {
+  RawServer server(kOk);
+  EXPECT_EQ(RestCaller{}.get(server.getURL() + "/v1", {{"run_id", "a\r\nX: y\x1f\x7f\xff"}}).code, 0);
+  EXPECT_EQ(RestCaller{}.get(server.getURL() + "/v1", {{"run_id", std::string(1, '\0')}}).code, 0);
+  ASSERT_EQ(server.getRequests().size(), 2U);
+  EXPECT_EQ(firstLine(server.getRequests()[0]), "GET /v1?run_id=a%0D%0AX%3A%20y%1F%7F%FF HTTP/1.1");
+  EXPECT_EQ(firstLine(server.getRequests()[1]), "GET /v1?run_id=%00 HTTP/1.1");
+}
+
 struct PathCase {
   const char* name;
   std::string given;
