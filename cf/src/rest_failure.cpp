@@ -49,6 +49,7 @@ constexpr auto kWordings = std::to_array<Wording>({
     {CURLE_UNSUPPORTED_PROTOCOL, CFRestError::NotHTTP, kNotHTTP},  // the scheme was checked: it is the reply's version
     {CURLE_WEIRD_SERVER_REPLY, CFRestError::NotHTTP, kNotHTTP},
     {CURLE_BAD_CONTENT_ENCODING, CFRestError::NotHTTP, "The compressed reply from {} can't be read"},
+    {CURLE_WRITE_ERROR, CFRestError::NotHTTP, "The compressed reply from {} goes on behind its end"},  // not of ours
     {CURLE_PROXY, CFRestError::ProxyRefused, "{} refused the connection"},
 });
 
@@ -158,12 +159,37 @@ std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, cons
   return plainTextWithin(curl_easy_strerror(code));
 }
 
+// Whether a byte of a reply came.
+bool hasBegun(CURL* easy) { return obtainTime(easy, CURLINFO_STARTTRANSFER_TIME_T).count() > 0; }
+
 // Whether the connection ended behind the request without a byte of a reply.
 bool isUnanswered(CURLcode code, CURL* easy, const RestReply& reply) {
   if (reply.stopped) return true;
   if (!wasConnected(easy)) return false;
-  return code == CURLE_GOT_NOTHING ||
-         (code == CURLE_RECV_ERROR && obtainTime(easy, CURLINFO_STARTTRANSFER_TIME_T).count() == 0);
+  return code == CURLE_GOT_NOTHING || (code == CURLE_RECV_ERROR && !hasBegun(easy));
+}
+
+RestFailure tellLongField(CURL* easy, const RestPlan& plan) {
+  // libcurl says the same of a line beyond its limit of 100 KiB and when it finds no memory for one.
+  constexpr std::size_t kNeededForALine = std::size_t{256} << 10;
+  ::operator delete(::operator new(kNeededForALine));
+  return {CFRestError::ReplyTooLarge, compose("A header field of the reply from {} is too long", easy, plan)};
+}
+
+// What of a reply libcurl could not read, where its code says something else; None when it does not.
+RestFailure judgeForm(CURLcode code, CURL* easy, const RestPlan& plan, const RestReply& reply) {
+  constexpr std::string_view kInChunks = " in chunked-encoding";
+  if (!hasBegun(easy)) return {};
+  if (code == CURLE_OUT_OF_MEMORY && !reply.headersEnded) return tellLongField(easy, plan);
+  if (code == CURLE_BAD_FUNCTION_ARGUMENT) {
+    return {CFRestError::NotHTTP, compose("A header field of the reply from {} can't be read", easy, plan)};
+  }
+  std::string_view told = reply.errorText.data();
+  if (code != CURLE_RECV_ERROR || !told.ends_with(kInChunks)) return {};
+  told.remove_suffix(kInChunks.size());
+  if (told == "Out of memory") return tellLongField(easy, plan);  // of one behind the last chunk
+  return {CFRestError::NotHTTP,
+          compose("The chunks of the reply from {} can't be read: ", easy, plan) + plainTextWithin(told)};
 }
 
 std::string toSeconds(std::chrono::milliseconds time) {
@@ -233,6 +259,7 @@ RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const
     if (status < 100 || status > 999) return {CFRestError::NotHTTP, compose(kNotHTTP, easy, plan)};
     return {};
   }
+  if (RestFailure failure = judgeForm(code, easy, plan, reply); failure.error != CFRestError::None) return failure;
   const Wording& wording = findWording(code);
   const std::string detail = obtainDetail(wording, code, easy, reply);
   return {wording.error, compose(wording.text, easy, plan) + (detail.empty() ? "" : ": " + detail)};

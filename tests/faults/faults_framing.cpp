@@ -16,6 +16,7 @@ using raw::Stall;
 
 constexpr const char* kTooLarge = "The reply from {} is larger than 2 MiB";
 constexpr const char* kManyHeaders = "The header fields of the reply from {} are larger than 256 KiB";
+constexpr const char* kChunks = "The chunks of the reply from {} can't be read: ";
 constexpr const char* kCompression = "The compressed reply from {} can't be read";
 
 std::string repeat(std::string_view text, std::size_t count) {
@@ -167,19 +168,19 @@ std::vector<Fault> chunkFaults() {
       {.name = "chunk_size_that_is_no_number",
        .play = chunked([](const std::string& body) { return "zz\r\n" + body + "\r\n0\r\n\r\n"; }),
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kChunks + "illegal or missing hexadecimal sequence"s}},
       {.name = "huge_chunk_size",
        .play = chunked([](const std::string& body) { return "ffffffffffffffffff\r\n" + body + "\r\n0\r\n\r\n"; }),
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kChunks + "too long hexadecimal number"s}},
       {.name = "negative_chunk_size",
        .play = chunked([](const std::string& body) { return "-5\r\n" + body + "\r\n0\r\n\r\n"; }),
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kChunks + "illegal or missing hexadecimal sequence"s}},
       {.name = "chunk_longer_than_its_size",
        .play = chunked([](const std::string& body) { return "3\r\n" + body + "\r\n0\r\n\r\n"; }),
        .verdict = Verdict::Transport,
-       .texts = {kLost}},
+       .texts = {kChunks + "malformed encoding found"s}},
   };
 }
 
@@ -205,7 +206,11 @@ std::vector<Fault> headerFaults() {
              return Script{Send{kLongLine}, Close{}};
            },
        .verdict = Verdict::Transport,
-       .texts = {"The request to {} failed: *"}},
+       .texts = {"A header field of the reply from {} is too long"}},
+      {.name = "header_that_begins_with_a_folded_field",
+       .play = sends("HTTP/1.1 200 OK\r\n\tX: y\r\n" + length, Close{}),
+       .verdict = Verdict::Transport,
+       .texts = {"A header field of the reply from {} can't be read"}},
       {.name = "header_of_200_000_fields",
        .play =
            [](const Exchange&) {
@@ -252,6 +257,10 @@ std::vector<Fault> compressionFaults() {
   return {
       {.name = "gzip", .play = compressed([](const std::string& body) { return compress(body, Z_FINISH); })},
       {.name = "gzip_cut", .play = compressed(cutGzip), .verdict = Verdict::NoJson},
+      {.name = "gzip_twice",
+       .play = compressed([](const std::string& body) { return compress(body, Z_FINISH) + compress(body, Z_FINISH); }),
+       .verdict = Verdict::Transport,
+       .texts = {"The compressed reply from {} goes on behind its end"}},
       {.name = "gzip_damaged",
        .play = compressed(damagedGzip),
        .verdict = Verdict::Transport,
