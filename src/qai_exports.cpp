@@ -1,16 +1,18 @@
 // The exports other than the factory, with the two variables that are the library's whole state.
 #include "qai_exports.h"
 
+#include <cf/immortal.h>
 #include <qai.h>
 
 #include <cstring>
 #include <utility>
 
-CMRestGlobalSettings httpSettings;  // NOLINT(cert-err58-cpp): its only text fits without an allocation
-
 namespace {
+CFImmortal<CMRestGlobalSettings> immortalSettings;  // NOLINT(cert-err58-cpp): its only text fits without an allocation
 QAICallback registeredCallback = nullptr;
 }  // namespace
+
+CMRestGlobalSettings& httpSettings = immortalSettings.get();
 
 std::string localizeString(const std::string& text) {
   if (text.empty() || registeredCallback == nullptr) return text;

@@ -6,7 +6,7 @@
 #include <string>
 
 /// What the host set with QAISetHTTPSettings; every request reads it afresh. Written without a lock.
-extern CMRestGlobalSettings httpSettings;
+extern CMRestGlobalSettings& httpSettings;
 
 /// The host's translation of `text`, or `text` itself when there is no callback or it leaves the buffer empty.
 std::string localizeString(const std::string& text);

@@ -1,6 +1,7 @@
 #include "rest_services.h"
 
 #include <cf/app.h>
+#include <cf/immortal.h>
 
 namespace {
 class AppFactory final : public ICSAppFactory {
@@ -11,6 +12,6 @@ class AppFactory final : public ICSAppFactory {
 }  // namespace
 
 ICSAppFactory* CF::obtainAppFactory() {
-  static AppFactory factory;
-  return &factory;
+  static CFImmortal<AppFactory> factory;
+  return &factory.get();
 }

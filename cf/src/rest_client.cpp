@@ -4,6 +4,7 @@
 #include "rest_services.h"
 
 #include <cf/app.h>
+#include <cf/immortal.h>
 
 #include <memory>
 #include <new>
@@ -52,8 +53,8 @@ std::int32_t RestClient::execute(RestMethod method, const CMRestRequest& request
   // Null also for a pool centre of another make, which has no connections to lend.
   auto* pool = session_ == nullptr ? nullptr : dynamic_cast<RestPool*>(session_->httpPoolCenter);
   if (pool != nullptr && pool->takeCancel()) return failCancelled();
-  static const CMRestSession kNoSession;
-  const RestOrder order{method, request, body, session_ == nullptr ? kNoSession : *session_, settings_};
+  static CFImmortal<CMRestSession> noSession;
+  const RestOrder order{method, request, body, session_ == nullptr ? noSession.get() : *session_, settings_};
   RestReply reply;
   reply.limit = settings_.maxReplyBytes;
   RestTransfer transfer(pool);
@@ -96,6 +97,6 @@ class ClientFactory final : public ICSRestClientFactory {
 }  // namespace
 
 ICSRestClientFactory& obtainClientFactory() {
-  static ClientFactory factory;
-  return factory;
+  static CFImmortal<ClientFactory> factory;
+  return factory.get();
 }

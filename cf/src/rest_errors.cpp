@@ -1,6 +1,7 @@
 #include "rest_services.h"
 
 #include <cf/app.h>
+#include <cf/immortal.h>
 
 #include <algorithm>
 #include <array>
@@ -124,6 +125,6 @@ class ErrorDescriptions final : public ICSErrorDescriptionService {
 }  // namespace
 
 ICSErrorDescriptionService& obtainErrorDescriptions() {
-  static ErrorDescriptions descriptions;
-  return descriptions;
+  static CFImmortal<ErrorDescriptions> descriptions;
+  return descriptions.get();
 }

@@ -1,6 +1,7 @@
 // The value in which properties cross the library's boundary.
 #include "text_internal.h"
 
+#include <cf/immortal.h>
 #include <cf/text.h>
 #include <cf/variant.h>
 
@@ -74,19 +75,19 @@ double CMVariant::doubleValue() const noexcept {
 }
 
 const CMVariantMap& CMVariant::mapValue() const noexcept {
-  static const CMVariantMap kNoMembers;
+  static CFImmortal<CMVariantMap> noMembers;
   const auto* map = std::get_if<std::unique_ptr<CMVariantMap>>(&value_);
-  return map != nullptr ? **map : kNoMembers;
+  return map != nullptr ? **map : noMembers.get();
 }
 
 const CMVariantList& CMVariant::listRef() const noexcept {
-  static const CMVariantList kNoItems;
+  static CFImmortal<CMVariantList> noItems;
   const auto* list = std::get_if<std::unique_ptr<CMVariantList>>(&value_);
-  return list != nullptr ? **list : kNoItems;
+  return list != nullptr ? **list : noItems.get();
 }
 
 const std::string& CMVariant::stringRef() const noexcept {
-  static const std::string kNoText;
+  static CFImmortal<std::string> noText;
   const auto* text = std::get_if<std::string>(&value_);
-  return text != nullptr ? *text : kNoText;
+  return text != nullptr ? *text : noText.get();
 }
