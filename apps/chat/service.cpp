@@ -10,7 +10,6 @@
 #include <qai/saved_host.hpp>
 
 #include <algorithm>
-#include <charconv>
 
 namespace {
 
@@ -41,21 +40,6 @@ bool isOnThisMachine(const std::string& address) {
   return origin && qai::isLoopback(*origin);
 }
 
-/// `text` with what each %XX stands for.
-std::string decodePercent(std::string_view text) {
-  constexpr int kHexadecimal = 16;
-  std::string result;
-  while (!text.empty()) {
-    unsigned byte = 0;
-    const char* digits = text.data() + 1;
-    const bool encoded = text.size() > 2 && text.front() == '%' &&
-                         std::from_chars(digits, digits + 2, byte, kHexadecimal).ptr == digits + 2;
-    result += encoded ? static_cast<char>(byte) : text.front();
-    text.remove_prefix(encoded ? 3 : 1);
-  }
-  return result;
-}
-
 struct Address {
   std::string account;  // user name and password, percent-encoded
   std::string rest;     // the address without it
@@ -75,7 +59,7 @@ void addAccountSecrets(const std::string& url, std::vector<std::string>& secrets
   const std::string account = splitAddress(url).account;
   const std::size_t colon = std::min(account.find(':'), account.size());
   const std::string password = account.substr(std::min(colon + 1, account.size()));
-  secrets.insert(secrets.end(), {account, decodePercent(account), password, decodePercent(password)});
+  secrets.insert(secrets.end(), {account, cfDecodePercent(account), password, cfDecodePercent(password)});
 }
 
 bool isRefusal(const Provider& provider, const CMRestResourceResponse& response) {

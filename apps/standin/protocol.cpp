@@ -3,6 +3,8 @@
 #include "request.h"
 #include "services.h"
 
+#include <cf/url.h>
+
 #include <algorithm>
 #include <array>
 #include <optional>
@@ -24,7 +26,7 @@ std::optional<std::vector<std::string>> matchPath(std::string_view pattern, std:
     std::size_t end = at;
     while (end < path.size() && path[end] != '/' && path[end] != last) ++end;
     if (end == at) return std::nullopt;
-    captured.push_back(decodePercent(path.substr(at, end - at)));
+    captured.push_back(cfDecodePercent(path.substr(at, end - at)));
     at = end;
   }
   if (at != path.size()) return std::nullopt;

@@ -1,6 +1,7 @@
 #include "request.h"
 
 #include <cf/text.h>
+#include <cf/url.h>
 
 #include <algorithm>
 #include <cctype>
@@ -25,7 +26,7 @@ bool sameName(std::string_view left, std::string_view right) {
 std::string decodeQueryText(std::string_view text) {
   std::string spaced(text);
   std::replace(spaced.begin(), spaced.end(), '+', ' ');
-  return decodePercent(spaced);
+  return cfDecodePercent(spaced);
 }
 
 Headers readQuery(std::string_view query) {
@@ -39,22 +40,6 @@ Headers readQuery(std::string_view query) {
 }
 
 }  // namespace
-
-std::string decodePercent(std::string_view text) {
-  std::string decoded;
-  for (std::size_t at = 0; at < text.size(); ++at) {
-    unsigned byte = 0;
-    // cppcheck-suppress invalidLifetime ; the text is read here and not kept
-    const char* digits = text.data() + at + 1;
-    if (text[at] == '%' && at + 2 < text.size() && std::from_chars(digits, digits + 2, byte, 16).ptr == digits + 2) {
-      decoded += static_cast<char>(byte);
-      at += 2;
-    } else {
-      decoded += text[at];
-    }
-  }
-  return decoded;
-}
 
 Request readHead(std::string_view head) {
   Request request;

@@ -14,9 +14,6 @@ namespace standin {
 /// Reads a request line and header lines, up to the blank line. What is malformed is left out.
 Request readHead(std::string_view head);
 
-/// `text` with every %XX replaced by its byte; a '%' without two hexadecimal digits stays.
-std::string decodePercent(std::string_view text);
-
 /// The value of the first query pair `name`; "" when there is none.
 std::string queryValue(const Request& request, std::string_view name);
 

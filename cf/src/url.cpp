@@ -1,4 +1,6 @@
 // Putting addresses together (RFC 3986).
+#include "percent.h"
+
 #include <cf/url.h>
 
 #include <array>
@@ -63,5 +65,11 @@ std::string cfEncodeQueryText(std::string_view text) {
   std::string result;
   result.reserve(text.size());
   appendEncoded(result, text, kUnreserved);
+  return result;
+}
+
+std::string cfDecodePercent(std::string_view text) {
+  std::string result;
+  readPercentEncoded(text, [&](char byte, std::size_t /*begin*/, std::size_t /*end*/) { result += byte; });
   return result;
 }

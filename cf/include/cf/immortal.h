@@ -2,6 +2,8 @@
 /// Objects that are there until the process is gone.
 #pragma once
 
+#include <cf/language.h>
+
 #include <cstddef>
 #include <new>
 

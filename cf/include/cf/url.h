@@ -1,5 +1,5 @@
 /// @file
-/// Putting addresses together (RFC 3986).
+/// Putting addresses together, and reading what is encoded in them (RFC 3986).
 #pragma once
 
 #include <cf/export.h>
@@ -19,3 +19,6 @@ CF_API std::string cfConcatURL(const std::vector<std::string>& parts);
 /// `text` with every byte but the unreserved characters (letters, digits, "-._~") as %XX: a name or a value of a
 /// query string.
 CF_API std::string cfEncodeQueryText(std::string_view text);
+
+/// `text` with the byte that it stands for in place of each %XX; a '%' without two hexadecimal digits stays.
+CF_API std::string cfDecodePercent(std::string_view text);

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+#include <string>
+#include <string_view>
+
 namespace {
 
 struct URLCase {
@@ -44,5 +48,49 @@ TEST(EncodeQueryText, KeepsUnreservedOnly) {
   EXPECT_EQ(cfEncodeQueryText(std::string_view("\0", 1)), "%00");
   EXPECT_EQ(cfEncodeQueryText(""), "");
 }
+
+/// Whichever bytes `plain` lists stand for themselves, and %XX for each other one; all of them come back.
+void expectEncoding(const std::function<std::string(const std::string& byte)>& encode, std::string_view plain) {
+  constexpr std::string_view kHexDigits = "0123456789ABCDEF";
+  for (unsigned byte = 0; byte < 256; ++byte) {
+    const std::string text(1, static_cast<char>(byte));
+    const std::string encoded{'%', kHexDigits[byte >> 4U], kHexDigits[byte & 15U]};
+    const bool isPlain = plain.find(text) != std::string_view::npos;
+    EXPECT_EQ(encode(text), isPlain ? text : encoded) << byte;
+    EXPECT_EQ(cfDecodePercent(encode(text)), text) << byte;
+  }
+}
+
+constexpr std::string_view kUnreserved = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-._~";
+
+TEST(EncodeQueryText, EncodesEachByteThatIsNotUnreserved) { expectEncoding(cfEncodeQueryText, kUnreserved); }
+
+// Behind a letter, since a dot that stands alone is encoded.
+TEST(Segment, EncodesEachByteThatHasAMeaningInAPath) {
+  expectEncoding(
+      [](const std::string& byte) {
+        return cfConcatURL({"h", "a" + byte}).substr(3);
+      },
+      std::string(kUnreserved) + "!$&'()*+,;=:@");
+}
+
+struct DecodeCase {
+  const char* name;
+  std::string given;
+  std::string decoded;
+};
+class DecodePercent : public testing::TestWithParam<DecodeCase> {};
+
+TEST_P(DecodePercent, TakesWhatIsEncodedAlone) { EXPECT_EQ(cfDecodePercent(GetParam().given), GetParam().decoded); }
+
+INSTANTIATE_TEST_SUITE_P(Texts, DecodePercent,
+                         testing::Values(DecodeCase{"empty", "", ""}, DecodeCase{"plain", "a+b", "a+b"},
+                                         DecodeCase{"both_cases", "%2f%2F", "//"},
+                                         DecodeCase{"nul", "a%00b", std::string("a\0b", 3)},
+                                         DecodeCase{"once", "%2541", "%41"}, DecodeCase{"cut", "a%4", "a%4"},
+                                         DecodeCase{"percent_alone", "100%", "100%"},
+                                         DecodeCase{"no_digits", "%zz%4g%-1% 1", "%zz%4g%-1% 1"},
+                                         DecodeCase{"behind_a_percent", "%%41", "%A"}),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
