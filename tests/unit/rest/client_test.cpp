@@ -24,6 +24,29 @@ TEST(RestClientWithoutASession, SendsWhatTheRequestHolds) {
   EXPECT_EQ(server.getRequests()[0].find("Authorization"), std::string::npos);
 }
 
+// A caller need not clear the pointer; what it held is not the client's to free.
+TEST(RestClient, LeavesNoResponseOfAnEarlierRequestInItsPlace) {
+  const std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
+  CMRestSession session;
+  session.httpPoolCenter = pool.get();
+  ICSAppFactory* app = CF::obtainAppFactory();
+  const std::unique_ptr<ICSRestClient> client(app->obtainRestClientFactory()->createRestClient(app, {}, &session));
+  CMRestResourceResponse earlier(200, "{}");
+  CMRestResourceResponse* response = &earlier;
+  EXPECT_NE(client->executeGet(CMRestGetRequest(), &response), 0);
+  EXPECT_EQ(response, nullptr);
+  response = &earlier;
+  EXPECT_NE(client->executePost(CMRestPostRequest(), &response), 0);
+  EXPECT_EQ(response, nullptr);
+  response = &earlier;
+  EXPECT_NE(client->executeDelete(CMRestDeleteRequest(), &response), 0);
+  EXPECT_EQ(response, nullptr);
+  response = &earlier;
+  pool->cancel();
+  EXPECT_EQ(client->executeGet(CMRestGetRequest(), &response), toCode(CFRestError::Cancelled));
+  EXPECT_EQ(response, nullptr);
+}
+
 TEST(GlobalSettings, AreTheSameOnlyWhenAllFieldsAre) {
   using Change = void (*)(CMRestGlobalSettings&);
   const std::vector<Change> changes{

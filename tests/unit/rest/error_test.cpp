@@ -9,18 +9,6 @@ CSErrorRecord describe(std::int32_t code) {
   return record;
 }
 
-TEST(ErrorDescription, OfEachTransportFailureHasATitleOfItsOwn) {
-  std::string before;
-  for (std::int32_t code = toCode(CFRestError::BadRequest); code <= toCode(CFRestError::Failed); ++code) {
-    const CSErrorRecord record = describe(code);
-    EXPECT_NE(record.title, "");
-    EXPECT_NE(record.title, "Error " + std::to_string(code));
-    EXPECT_NE(record.title, before);
-    EXPECT_EQ(record.message, record.title);
-    before = record.title;
-  }
-}
-
 struct CodeCase {
   const char* name;
   std::int32_t code;

@@ -11,6 +11,7 @@ namespace {
 
 thread_local Shortage shortage = Shortage::None;
 thread_local long grants = 0;  // below 0 when an allocation has failed
+thread_local long grantsAtFirst = 0;
 
 bool isRefused() {
   if (shortage == Shortage::None || grants-- > 0) return false;
@@ -43,7 +44,7 @@ bool extendMemoryShortageToCurl() {
 }
 
 void beginMemoryShortage(Shortage kind, long granted) noexcept {
-  grants = granted;
+  grants = grantsAtFirst = granted;
   shortage = kind;
 }
 
@@ -51,3 +52,5 @@ bool endMemoryShortage() noexcept {
   shortage = Shortage::None;
   return grants < 0;
 }
+
+long countGranted() noexcept { return grants < 0 ? grantsAtFirst : grantsAtFirst - grants; }

@@ -11,3 +11,6 @@ void beginMemoryShortage(Shortage kind, long granted) noexcept;
 
 /// @return whether an allocation failed.
 bool endMemoryShortage() noexcept;
+
+/// How many allocations the thread has made since the last shortage began, until the first that failed.
+long countGranted() noexcept;

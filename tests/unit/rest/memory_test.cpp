@@ -2,16 +2,18 @@
 #include "memory_shortage.h"
 #include "rest_caller.h"
 
+#include <future>
+#include <limits>
 #include <new>
 
 namespace {
 
+// Before anything uses libcurl.
+const bool kReachesCurl = extendMemoryShortageToCurl();
+
 class MemoryShortage : public testing::TestWithParam<Shortage> {
  protected:
-  void SetUp() override {
-    static const bool isExtended = extendMemoryShortageToCurl();
-    ASSERT_TRUE(isExtended) << "libcurl does not take its memory from here";
-  }
+  void SetUp() override { ASSERT_TRUE(kReachesCurl) << "libcurl does not take its memory from here"; }
 };
 
 // Runs the request with the memory ending after `granted` allocations.
@@ -86,6 +88,105 @@ TEST_P(MemoryShortage, AtAnyPointOfARequestOnAKeptHandleHarmsNoLaterOne) {
     }
   } while (!runWith(GetParam(), point++, *client, request, "{}"));
   EXPECT_GT(point, 10);
+}
+
+/// A request that needs no more than the test gives it.
+std::int32_t ask(ICSHTTPPoolCenter* pool, const std::string& url, std::string& body) {
+  RestCaller caller;
+  caller.session.httpPoolCenter = pool;
+  const Outcome outcome = caller.get(url);
+  body = bodyOf(outcome);
+  return outcome.code;
+}
+
+TEST_P(MemoryShortage, WhileAPoolIsMadeRefusesItOrLeavesOneThatWorks) {
+  RawServer server(raw::reply(200, "{}"));
+  bool untouched = false;
+  long point = 0;
+  for (; !untouched; ++point) {
+    std::unique_ptr<ICSHTTPPoolCenter> pool;
+    beginMemoryShortage(GetParam(), point);
+    try {
+      pool.reset(CF::createHTTPPoolCenter());
+    } catch (const std::bad_alloc&) {  // refused
+    }
+    untouched = !endMemoryShortage();
+    EXPECT_TRUE(pool != nullptr || !untouched);
+    if (pool == nullptr) continue;
+    const std::size_t before = server.getConnections();
+    for (int i = 0; i < 3; ++i) {
+      std::string body;
+      EXPECT_EQ(ask(pool.get(), server.getURL(), body), 0) << point;
+    }
+    EXPECT_EQ(server.getConnections(), before + 1) << point;
+  }
+  EXPECT_GT(point, 3);
+}
+
+// The pool looks at its connections before it uses them again; it must have all of them.
+TEST_P(MemoryShortage, WhileAConnectionIsMadeLeavesNoneThatIsNotLookedAt) {
+  bool untouched = false;
+  for (long point = 0; !untouched; ++point) {
+    std::promise<void> read, sent;
+    RawServer server({{raw::Send{raw::reply(200, "{}")}, raw::Call{[&] { read.get_future().wait(); }},
+                       raw::Send{raw::reply(200, "unasked")}, raw::Call{[&] { sent.set_value(); }}},
+                      {raw::Send{raw::reply(200, "[]")}}});
+    const std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
+    const std::string url = server.getURL();
+    std::string body;
+    std::int32_t code = -1;
+    beginMemoryShortage(GetParam(), point);
+    try {
+      code = ask(pool.get(), url, body);
+    } catch (const std::bad_alloc&) {  // told
+    }
+    untouched = !endMemoryShortage();
+    read.set_value();
+    if (code != 0) continue;
+    sent.get_future().wait();
+    EXPECT_EQ(ask(pool.get(), url, body), 0) << point;
+    EXPECT_EQ(body, "[]") << point;
+  }
+}
+
+TEST_P(MemoryShortage, WhileAReplyIsKeptIsToldAsThat) {
+  RawServer server(raw::reply(200, std::string(200'000, ' ') + "{}"));
+  const std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
+  RestCaller caller;
+  caller.session.httpPoolCenter = pool.get();
+  const std::string url = server.getURL();
+  for (int i = 0; i < 3; ++i) EXPECT_EQ(caller.get(url).code, 0);
+  bool untouched = false;
+  for (long point = 0; !untouched; ++point) {
+    Outcome outcome;
+    beginMemoryShortage(GetParam(), point);
+    try {
+      outcome = caller.get(url);
+    } catch (const std::bad_alloc&) {  // told
+    }
+    untouched = !endMemoryShortage();
+    EXPECT_EQ(outcome.text.find("compressed"), std::string::npos) << outcome.text;
+    EXPECT_EQ(outcome.text.find("larger"), std::string::npos) << outcome.text;
+  }
+}
+
+TEST(KeptHandle, IsUsedAndSparesAThirdOfTheAllocations) {
+  RawServer server(raw::reply(200, "{}"));
+  const std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
+  const auto count = [&](const std::string& url) {
+    std::string body;
+    beginMemoryShortage(Shortage::FromThenOn, std::numeric_limits<long>::max());
+    EXPECT_EQ(ask(pool.get(), url, body), 0);
+    endMemoryShortage();
+    return countGranted();
+  };
+  const std::string url = server.getURL();
+  count(url + "/v1");
+  const long ofANewOne = count(url + "/v1");  // on the connection that there is
+  const long ofAKeptOne = count(url + "/v1");
+  EXPECT_LT(3 * ofAKeptOne, 2 * ofANewOne);
+  EXPECT_EQ(count(url + "/v1"), ofAKeptOne);
+  EXPECT_LT(3 * ofAKeptOne, 2 * count(url + "/v2"));
 }
 
 INSTANTIATE_TEST_SUITE_P(Kinds, MemoryShortage, testing::Values(Shortage::Once, Shortage::FromThenOn),
