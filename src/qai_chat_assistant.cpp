@@ -73,7 +73,7 @@ CMRestParams QAIChatAssistant::queryParams() const {
 }
 
 std::pair<std::vector<std::string>, std::string> QAIChatAssistant::obtainAvailableModels() {
-  if (std::string refusal = refuseKey(); !refusal.empty()) return {{}, std::move(refusal)};
+  if (const std::string refusal = refuseKey(); !refusal.empty()) return {{}, refusal};
   const auto [response, error] = HTTP::Get(restSession_.get(), address(dialect_.models.path), queryParams(), {});
   const std::unique_ptr<CMRestResourceResponse> reply(response);
   if (!error.empty()) return {{}, obtainFailureText(reply.get(), error)};

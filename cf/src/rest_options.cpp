@@ -65,8 +65,9 @@ std::size_t takeHeader(char* data, std::size_t /*one*/, std::size_t size, void* 
   }
   const std::string_view line(data, size);
   if (line.starts_with("HTTP/")) reply.headersEnded = false;
-  if (line == "\r\n" || line == "\n") reply.headersEnded = true;
-  reply.isComing = !reply.headersEnded;
+  const bool isBlank = line == "\r\n" || line == "\n";
+  if (isBlank) reply.headersEnded = true;
+  reply.isComing = !isBlank;
   return size;
 }
 

@@ -4,6 +4,7 @@
 
 #include <cf/language.h>
 
+#include <array>
 #include <cstddef>
 #include <new>
 
@@ -12,13 +13,13 @@
 template <typename Type>
 class CFImmortal {
  public:
-  CFImmortal() { ::new (static_cast<void*>(bytes_)) Type(); }
+  CFImmortal() { ::new (static_cast<void*>(bytes_.data())) Type(); }
   CFImmortal(const CFImmortal&) = delete;
   CFImmortal& operator=(const CFImmortal&) = delete;
 
   /// The object.
-  Type& get() noexcept { return *std::launder(reinterpret_cast<Type*>(bytes_)); }
+  Type& get() noexcept { return *std::launder(reinterpret_cast<Type*>(bytes_.data())); }
 
  private:
-  alignas(Type) std::byte bytes_[sizeof(Type)];
+  alignas(Type) std::array<std::byte, sizeof(Type)> bytes_;
 };

@@ -4,6 +4,7 @@
 
 #include <chrono>
 #include <ostream>
+#include <thread>
 
 namespace {
 
@@ -37,6 +38,12 @@ TEST_F(Idle, ConnectionWithAKeptHandleIsReplacedToo) {
   EXPECT_EQ(server_.getConnections(), 2U);
 }
 
+/// Leaves the client a moment to look at the clock.
+void passSlowly(std::chrono::seconds time) {
+  std::this_thread::sleep_for(2ms);
+  passTime(time);
+}
+
 /// A model that takes its time is no fault, wherever its service stands meanwhile.
 struct WaitCase {
   const char* name;
@@ -50,7 +57,7 @@ class PatientReply : public testing::TestWithParam<WaitCase> {};
 TEST_P(PatientReply, IsAwaitedForMinutes) {
   raw::Script script{raw::Send{GetParam().before}};
   for (int i = 0; i < 48; ++i) {
-    script.emplace_back(raw::Call{[] { passTime(5s); }});
+    script.emplace_back(raw::Call{[] { passSlowly(5s); }});
     if (!GetParam().again.empty()) script.emplace_back(raw::Send{GetParam().again});
   }
   script.emplace_back(raw::Send{GetParam().after});
@@ -70,5 +77,40 @@ INSTANTIATE_TEST_SUITE_P(
                     WaitCase{"with_interim_replies", "", "HTTP/1.1 102 Processing\r\n\r\n", raw::reply(200, "{}")},
                     WaitCase{"with_blank_lines", kChunks, "1\r\n\n\r\n", "2\r\n{}\r\n0\r\n\r\n"}),
     [](const auto& row) { return std::string(row.param.name); });
+
+/// A reply that has begun comes, wherever it stands.
+struct DripCase {
+  const char* name;
+  std::string start;
+  std::string again;  // every second
+};
+void PrintTo(const DripCase& row, std::ostream* out) { *out << row.name; }
+class DrippingReply : public testing::TestWithParam<DripCase> {};
+
+TEST_P(DrippingReply, IsGivenUpAfterAMinute) {
+  raw::Script script{raw::Send{GetParam().start}};
+  for (int i = 0; i < 1000; ++i) {
+    script.emplace_back(raw::Call{[] { passSlowly(1s); }});
+    script.emplace_back(raw::Send{GetParam().again});
+  }
+  script.emplace_back(raw::Close{});
+  RawServer server({script});
+  RestCaller caller;
+  caller.settings.totalTimeout = 0s;
+  caller.settings.lowSpeedTime = 24h;  // of libcurl's own limit
+  expectFailure(caller.get(server.getURL()), CFRestError::TimedOut,
+                "The connection to " + nameOf(server) + " was too slow for 60 s");
+}
+
+INSTANTIATE_TEST_SUITE_P(Places, DrippingReply,
+                         testing::Values(DripCase{"in_the_status_line", "HTTP/1.1 200 ", "O"},
+                                         DripCase{"in_a_header_line", "HTTP/1.1 200 OK\r\nX: ", "y"},
+                                         DripCase{"in_the_body", "HTTP/1.1 200 OK\r\nContent-Length: 20000\r\n\r\n{",
+                                                  " "},
+                                         DripCase{"in_a_chunk", kChunks + "fff\r\n{", " "},
+                                         DripCase{"in_chunks_of_a_byte", kChunks + "1\r\n{\r\n", "1\r\n \r\n"},
+                                         DripCase{"in_a_trailer", kChunks + "2\r\n{}\r\n0\r\nX: ", "y"},
+                                         DripCase{"in_trailers", kChunks + "2\r\n{}\r\n0\r\n", "X: y\r\n"}),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

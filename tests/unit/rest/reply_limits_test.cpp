@@ -38,37 +38,19 @@ TEST(LimitedReply, ThatCrawlsIsGivenUp) {
                 "The connection to " + nameOf(server) + " was too slow for 1 s");
 }
 
-struct DripCase {
-  const char* name;
-  std::string start;
-  std::string again;
-};
-class DrippingReply : public testing::TestWithParam<DripCase> {};
-
-// In the body the bytes are more than libcurl asks for.
-TEST_P(DrippingReply, IsGivenUp) {
-  raw::Script script{Send{GetParam().start}};
-  for (int i = 0; i < 400; ++i) {
+// The bytes are more than libcurl asks for.
+TEST(LimitedReply, ThatDripsIsGivenUp) {
+  raw::Script script{Send{"HTTP/1.1 200 OK\r\nContent-Length: 20000\r\n\r\n{"}};
+  for (int i = 0; i < 200; ++i) {
     script.emplace_back(raw::Call{[] { std::this_thread::sleep_for(20ms); }});
-    script.emplace_back(Send{GetParam().again});
+    script.emplace_back(Send{" "});
   }
   RawServer server({script});
   RestCaller caller;
-  caller.settings.totalTimeout = 6s;
   caller.settings.lowSpeedTime = 1s;
   expectFailure(caller.get(server.getURL()), CFRestError::TimedOut,
                 "The connection to " + nameOf(server) + " was too slow for 1 s");
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Places, DrippingReply,
-    testing::Values(DripCase{"in_the_status_line", "HTTP/1.1 200 ", "O"},
-                    DripCase{"in_a_header_line", "HTTP/1.1 200 OK\r\nX: ", "y"},
-                    DripCase{"in_the_body", kHead.substr(0, kHead.size() - 4) + "000\r\n\r\n{", " "},
-                    DripCase{"in_a_chunk", "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\nfff\r\n{", " "},
-                    DripCase{"in_a_trailer",
-                             "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\nX: ", "y"}),
-    [](const auto& row) { return std::string(row.param.name); });
 
 // Header fields are counted in whichever part of a reply they come.
 struct FieldsCase {

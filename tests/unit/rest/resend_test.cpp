@@ -2,8 +2,9 @@
 #include "rest_caller.h"
 #include "support/test_ca.h"
 
+#include <atomic>
 #include <chrono>
-#include <functional>
+#include <memory>
 #include <ostream>
 #include <string_view>
 #include <thread>
@@ -44,8 +45,8 @@ class Sending : public testing::TestWithParam<SendingCase> {
 
   /// The requests that are none for a tunnel are answered, but for the third.
   raw::Answer answer(Script third) const {
-    return [this, third = std::move(third), count = std::make_shared<std::atomic<int>>(0)](const std::string& request,
-                                                                                           std::size_t /*number*/) {
+    return [third = std::move(third), count = std::make_shared<std::atomic<int>>(0)](const std::string& request,
+                                                                                     std::size_t /*number*/) {
       if (request.starts_with("CONNECT ")) return Script{Send{kTunnel}, raw::StartTLS{}};
       return ++*count == 3 ? third : Script{Send{kOk}};
     };
