@@ -329,7 +329,7 @@ std::vector<Fault> redirectFaults() {
           {.name = "switching_protocols_101",
            .play = sends(head(101, "Connection: Upgrade\r\nUpgrade: websocket\r\n"), Close{}),
            .verdict = Verdict::Transport,
-           .texts = {kLost}},
+           .texts = {kUnanswered}},
           {.name = "no_content_204", .play = sends(head(204)), .verdict = Verdict::NoJson},
           {.name = "reset_content_205", .play = sends(head(205, "Content-Length: 0\r\n")), .verdict = Verdict::NoJson},
           {.name = "accepted_202_without_a_body",
