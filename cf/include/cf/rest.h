@@ -59,7 +59,7 @@ class CF_TYPE ICSHTTPPoolCenter {
 /// What all requests of one assistant carry. Read while requests run; changed only between them.
 class CMRestSession {
  public:
-  /// Sent as the header field "Authorization" of every request, as it stands ("Bearer …"); unset at first.
+  /// Sent as the header field "Authorization" of every request, as it stands ("Bearer KEY"); unset at first.
   CF_API void setAuthorizationHeaderValue(std::string value);
   /// Whether it was set.
   CF_API bool hasAuthorization() const noexcept;
