@@ -8,6 +8,7 @@
 #include <cctype>
 #include <map>
 #include <new>
+#include <optional>
 #include <set>
 #include <string_view>
 #include <utility>
@@ -139,16 +140,18 @@ class SchemaReader {
       SchemaDescription& target = database.schemas.back();
       (object.isView ? target.views : target.tables).push_back(std::move(table));
     } catch (const SqliteError& error) {
-      database.notes.push_back(object.name + " is left out: " + explainLack(error));
+      const std::optional<std::string> lack = explainLack(error);
+      if (!lack) throw;
+      database.notes.push_back(object.name + " is left out: " + *lack);
     }
   }
 
-  /// Why one object can't be read where others can. Called where `error` was caught.
-  std::string explainLack(const SqliteError& error) const {
+  /// Why one object can't be read where others can; nothing when the error is not of one object alone.
+  std::optional<std::string> explainLack(const SqliteError& error) const {
     if (error.resultCode == SQLITE_NOMEM && bounds_.wereTight()) return "it takes too much memory to read";
     // A view on a table that is gone, a virtual table of an unknown module: they can't be queried either.
     if (error.resultCode == SQLITE_ERROR) return error.what();
-    throw;
+    return std::nullopt;
   }
 
   TableDescription readColumns(const std::string& schema, const std::string& name) {
@@ -189,7 +192,7 @@ class SchemaReader {
     try {
       return readColumns(schema, name).primaryKey;
     } catch (const SqliteError& error) {
-      explainLack(error);
+      if (!explainLack(error)) throw;
       return {};  // noted with the object itself
     }
   }

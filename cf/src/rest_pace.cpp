@@ -4,14 +4,15 @@
 
 namespace {
 
-using namespace std::chrono_literals;
+using std::chrono::seconds;
 
 // Less than the slowest of networks bring, for longer than one is gone in passing.
 constexpr std::uint64_t kLeastBytesASecond = 64;
-constexpr auto kLongestWindow = 60s;
+constexpr seconds kNone{0};
+constexpr seconds kLongestWindow{60};
 
-std::chrono::seconds obtainWindow(const CMRestGlobalSettings& settings) noexcept {
-  return settings.lowSpeedBytes == 0 ? 0s : std::clamp<std::chrono::seconds>(settings.lowSpeedTime, 0s, kLongestWindow);
+seconds obtainWindow(const CMRestGlobalSettings& settings) noexcept {
+  return settings.lowSpeedBytes == 0 ? kNone : std::clamp(settings.lowSpeedTime, kNone, kLongestWindow);
 }
 
 }  // namespace
@@ -22,7 +23,7 @@ RestPace::RestPace(const CMRestGlobalSettings& settings) noexcept
              static_cast<std::uint64_t>(window_.count())) {}
 
 bool RestPace::isTooSlow(bool isComing, std::uint64_t bytes, Time now) noexcept {
-  if (!isComing || window_ == 0s) {
+  if (!isComing || window_ == kNone) {
     isMeasuring_ = false;
     return false;
   }
