@@ -107,8 +107,12 @@ int RestTransport::closeSocket(void* transport, curl_socket_t socket) noexcept {
   return closeRestSocket(socket);
 }
 
-void RestTransport::endUnasked() const noexcept {
-  for (const curl_socket_t socket : sockets_) endWhenUnasked(socket);
+void RestTransport::avoidEnded(CURL* easy) noexcept {
+  bool mayBeTaken = false;
+  for (const curl_socket_t socket : sockets_) mayBeTaken = endWhenUnasked(socket) || mayBeTaken;
+  // Another connection is made then, and for it the oldest of those that are kept goes. So does the handle.
+  curl_multi_setopt(multi_.get(), CURLMOPT_MAXCONNECTS, mayBeTaken ? 1L : 0L);
+  if (mayBeTaken) curl_easy_setopt(easy, CURLOPT_FRESH_CONNECT, 1L);
 }
 
 void RestPool::cancel() noexcept {
@@ -161,7 +165,7 @@ void RestTransfer::keep() noexcept {
 
 std::optional<CURLcode> RestTransfer::run(RestPace pace, RestReply& reply) {
   CURLM* multi = transport_->getMulti();
-  transport_->endUnasked();
+  transport_->avoidEnded(getEasy());
   transport_->getSending().begin(getEasy());
   CURLMcode code = curl_multi_add_handle(multi, getEasy());
   for (int running = 1; code == CURLM_OK;) {

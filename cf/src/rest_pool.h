@@ -35,8 +35,9 @@ class RestTransport {
   CURLM* getMulti() const noexcept { return multi_.get(); }
   RestSending& getSending() noexcept { return sending_; }
 
-  /// Gives up the connections on which something came since the last request. Before the next one.
-  void endUnasked() const noexcept;
+  /// Gives up the connections on which something came since the last request, and keeps `easy`, which is to make the
+  /// next one, from those that have ended.
+  void avoidEnded(CURL* easy) noexcept;
 
   /// The kept set-up when it fits; else null.
   std::unique_ptr<RestSetup> takeKept(const RestOrder& order);

@@ -15,7 +15,8 @@ bool prepareRestSocket(curl_socket_t socket) noexcept;
 
 /// Ends an idle connection on which the server has sent bytes, since they answer nothing: libcurl would take them for
 /// the reply to the next request, and finds a connection at its end instead.
-void endWhenUnasked(curl_socket_t socket) noexcept;
+/// @return whether it has ended and libcurl may not find that, as with Schannel, for which version 7.88 asks no socket
+bool endWhenUnasked(curl_socket_t socket) noexcept;
 
 /// @return 0 on success.
 int closeRestSocket(curl_socket_t socket) noexcept;

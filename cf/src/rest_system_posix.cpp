@@ -43,13 +43,14 @@ const char* obtainAuthoritiesFolder() noexcept {
 
 bool prepareRestSocket(curl_socket_t socket) noexcept { return fcntl(socket, F_SETFD, FD_CLOEXEC) == 0; }
 
-void endWhenUnasked(curl_socket_t socket) noexcept {
+bool endWhenUnasked(curl_socket_t socket) noexcept {
   char byte = 0;
-  if (recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) <= 0) return;
+  if (recv(socket, &byte, 1, MSG_PEEK | MSG_DONTWAIT) <= 0) return false;
   shutdown(socket, SHUT_RDWR);
   // The end shows behind what has come already; a server that goes on sending is not read for ever.
   std::array<char, 4096> unasked;
   for (int reads = 0; reads < 256 && recv(socket, unasked.data(), unasked.size(), MSG_DONTWAIT) > 0; ++reads) continue;
+  return false;
 }
 
 int closeRestSocket(curl_socket_t socket) noexcept { return close(socket); }

@@ -38,9 +38,12 @@ bool prepareRestSocket(curl_socket_t socket) noexcept {
 
 // libcurl made the socket non-blocking. Once reading is shut down, Windows fails every read, and whatever comes resets
 // the connection.
-void endWhenUnasked(curl_socket_t socket) noexcept {
+bool endWhenUnasked(curl_socket_t socket) noexcept {
   char byte = 0;
-  if (recv(socket, &byte, 1, MSG_PEEK) > 0) shutdown(socket, SD_BOTH);
+  const int count = recv(socket, &byte, 1, MSG_PEEK);
+  if (count < 0) return WSAGetLastError() != WSAEWOULDBLOCK;
+  if (count > 0) shutdown(socket, SD_BOTH);
+  return true;
 }
 
 int closeRestSocket(curl_socket_t socket) noexcept { return closesocket(socket); }

@@ -134,8 +134,9 @@ TEST_F(Restoring, AtAnotherPathOfTheHostInUseAsksToo) {
   EXPECT_THAT(outcome.err, AllOf(HasSubstr("goes on at " + saved + ", not at " + origin(inUse_) + ","),
                                  HasSubstr("nobody is here to agree")));
   TerminalChild chat(restore(savedAt(saved)));
+  const std::string inUse = "in use: " + origin(inUse_);
   EXPECT_THAT(chat.waitFor(kPromptEnd),
-              AllOf(HasSubstr("in use: " + origin(inUse_) + "\r\n"), HasSubstr("saved: " + saved),
+              AllOf(AnyOf(HasSubstr(inUse + "\r\n"), HasSubstr(inUse + "\n")), HasSubstr("saved: " + saved),
                     HasSubstr("the key of OpenAI to " + saved + "?")));
   chat.type("n\n");
   EXPECT_EQ(chat.finish(), 64);

@@ -13,6 +13,14 @@
 
 namespace {
 
+// Bytes take a header before each place, so they are counted only where nothing else frees what is allocated here, nor
+// the other way round: a DLL has an operator new of its own.
+#ifdef COUNT_BYTES
+constexpr bool kCountsBytes = true;
+#else
+constexpr bool kCountsBytes = false;
+#endif
+
 thread_local std::size_t allocations = 0;
 thread_local std::size_t allocationsLeft = std::numeric_limits<std::size_t>::max();
 thread_local std::ptrdiff_t bytes = 0;
@@ -45,7 +53,13 @@ void* allocate(std::size_t size, std::size_t alignment) {
   return place;
 }
 
-void* allocate(std::size_t size) { return allocate(size, alignof(std::max_align_t)); }
+void* allocate(std::size_t size) {
+  if (kCountsBytes) return allocate(size, alignof(std::max_align_t));
+  count(size);
+  void* const memory = std::malloc(std::max<std::size_t>(size, 1));
+  if (memory == nullptr) throw std::bad_alloc();
+  return memory;
+}
 
 void release(void* place) noexcept {
   if (place == nullptr) return;
@@ -54,6 +68,8 @@ void release(void* place) noexcept {
   bytes -= static_cast<std::ptrdiff_t>(header.size);
   std::free(header.memory);
 }
+
+void releasePlain(void* place) noexcept { kCountsBytes ? release(place) : std::free(place); }
 
 }  // namespace
 
@@ -71,7 +87,7 @@ void* operator new(std::size_t size) { return allocate(size); }
 void* operator new(std::size_t size, std::align_val_t alignment) {
   return allocate(size, static_cast<std::size_t>(alignment));
 }
-void operator delete(void* memory) noexcept { release(memory); }
-void operator delete(void* memory, std::size_t /*size*/) noexcept { release(memory); }
+void operator delete(void* memory) noexcept { releasePlain(memory); }
+void operator delete(void* memory, std::size_t /*size*/) noexcept { releasePlain(memory); }
 void operator delete(void* memory, std::align_val_t /*alignment*/) noexcept { release(memory); }
 void operator delete(void* memory, std::size_t /*size*/, std::align_val_t /*alignment*/) noexcept { release(memory); }

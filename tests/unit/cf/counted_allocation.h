@@ -6,7 +6,7 @@
 /// The number of allocations so far.
 std::size_t allocationCount() noexcept;
 
-/// What they took less what was given back, by this thread as well.
+/// What they took less what was given back, by this thread as well; with COUNT_BYTES alone.
 std::ptrdiff_t allocatedBytes() noexcept;
 
 /// The most that this was since the last call.
