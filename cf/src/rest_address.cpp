@@ -71,7 +71,8 @@ std::string readURL(const std::string& url, const std::string& what, unsigned in
   const std::string host = code == CURLUE_OK ? obtainPart(handle.get(), CURLUPART_HOST) : "";
   const std::string unusable = "The " + what + " can't be used: ";
   // libcurl would read such a name in the encoding of the process's locale, and systems map some letters differently.
-  if (!isASCII(host)) return unusable + "the host name " + plainText(host) + " must be in ASCII, in its xn-- form";
+  // It is not quoted: a key that was given for a host stands there.
+  if (!isASCII(host)) return unusable + "the host name must be in ASCII, in its xn-- form";
   if (!isHostName(host)) code = CURLUE_BAD_HOSTNAME;
   return code == CURLUE_OK ? "" : unusable + plainTextWithin(curl_url_strerror(code));
 }

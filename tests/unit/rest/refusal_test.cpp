@@ -25,9 +25,7 @@ const std::string kUser = "The address must not hold a user name or password";
 const std::string kNoHost = "The address can't be used: no host part in the URL";
 const std::string kQuery = "The address must not hold a query (?)";
 const std::string kBadHost = "The address can't be used: bad hostname";
-std::string inASCII(const std::string& host) {
-  return "The address can't be used: the host name " + host + " must be in ASCII, in its xn-- form";
-}
+const std::string kInASCII = "The address can't be used: the host name must be in ASCII, in its xn-- form";
 const std::string kControl = "The address holds a control character";
 
 INSTANTIATE_TEST_SUITE_P(
@@ -43,10 +41,11 @@ INSTANTIATE_TEST_SUITE_P(
         AddressCase{"fragment", "http://127.0.0.1/#x", "The address must not hold a fragment (#)"},
         AddressCase{"query", "http://127.0.0.1/?x=y", kQuery},
         AddressCase{"query_behind_the_host", "http://127.0.0.1?x=y", kQuery},
-        AddressCase{"beyond_ascii", "http://b\u00fccher.example/", inASCII("b\u00fccher.example")},
-        AddressCase{"beyond_ascii_encoded", "http://b%C3%BCcher.example/", inASCII("b\u00fccher.example")},
-        AddressCase{"beyond_ascii_and_no_utf8", "http://a\xff.example/", inASCII("a\xEF\xBF\xBD.example")},
-        AddressCase{"full_width", "http://\uff41.example/", inASCII("\uff41.example")},
+        AddressCase{"beyond_ascii", "http://b\u00fccher.example/", kInASCII},
+        AddressCase{"beyond_ascii_encoded", "http://b%C3%BCcher.example/", kInASCII},
+        AddressCase{"beyond_ascii_and_no_utf8", "http://a\xff.example/", kInASCII},
+        AddressCase{"beyond_ascii_with_a_key_in_it", "http://sk-canary-7f3a9c\u00fc/", kInASCII},
+        AddressCase{"full_width", "http://\uff41.example/", kInASCII},
         AddressCase{"encoded_delete_character", "http://ho%7Fst/", kBadHost},
         AddressCase{"encoded_nul", "http://ho%00st/", kBadHost}, AddressCase{"bar", "http://ho|st/", kBadHost},
         AddressCase{"encoded_bar", "http://ho%7Cst/", kBadHost}, AddressCase{"percent", "http://ho%st/", kBadHost},
@@ -172,7 +171,7 @@ INSTANTIATE_TEST_SUITE_P(
                   "The address of the proxy can't be used: port number was not a decimal number between 0 "
                   "and 65535"},
         ProxyCase{"beyond_ascii", "http://u:canary@b\u00fccher.example:1",
-                  "The address of the proxy can't be used: the host name b\u00fccher.example must be in ASCII, in its "
+                  "The address of the proxy can't be used: the host name must be in ASCII, in its "
                   "xn-- form"},
         ProxyCase{"encoded_delete_character", "http://u:canary@ho%7Fst:1",
                   "The address of the proxy can't be used: bad hostname"},
