@@ -1,5 +1,7 @@
 #include "conversation.h"
 
+#include "description.h"
+
 #include <cf/app.h>
 #include <cf/json.h>
 
@@ -31,6 +33,18 @@ void addHistory(COJsonValue& messages, const Length& length) {
   for (std::size_t i = 0; i < count; ++i) addMessage(messages, i % 2 == 0 ? "user" : "assistant", makeEntry(i));
 }
 
+/// What the library tells the model ahead of a conversation.
+std::string makeInstructions(std::size_t tables) {
+  const std::unique_ptr<IQAIAssistant, FreeObject> assistant(
+      QAICreateAssistant(OPENAI_v1, CF::createHTTPPoolCenter(), "key", ""));
+  assistant->setAssistantProperties([tables](IQAIProperties* properties) {
+    properties->setProperty("user_instructions", kInstructions);
+    if (tables != 0) properties->setProperty("db_structure", makeDescription(tables));
+  });
+  const std::unique_ptr<IQAIProperties, FreeObject> properties(assistant->obtainAssistantProperties());
+  return properties->obtainProperty("combined_instructions").stringValue();
+}
+
 /// A message as it stands in an array, without what would separate it from the one before.
 std::string toText(const std::string& role, const std::string& text) {
   COJson messages;
@@ -48,6 +62,7 @@ Conversation::Conversation(const std::string& url, Length length)
   COJson saved;
   saved.addKeyValue("model")->setString("bench");
   saved.addKeyValue("user_instructions")->setString(kInstructions);
+  if (length.tables != 0) saved.addKeyValue("db_structure")->setString(makeDescription(length.tables));
   addHistory(*saved.addKeyValue("messages"), length);
   saved_ = saved.obtainJsonString();
 }
@@ -77,7 +92,7 @@ BareConversation::BareConversation(const std::string& url, Length length, const 
   COJson body;
   body.addKeyValue("model")->setString("bench");
   COJsonValue* messages = body.addKeyValue("messages");
-  addMessage(*messages, "developer", std::string(kInstructions) + "\n\n");
+  addMessage(*messages, "developer", makeInstructions(length.tables));
   addHistory(*messages, length);
   if (length.isGoingOn) {
     addMessage(*messages, "user", kQuestion);

@@ -20,6 +20,7 @@ struct Length {
   /// The last two entries come from a turn that nobody measures. The first turn of a restored session writes its
   /// history for the requests, which no later one does.
   bool isGoingOn = false;
+  std::size_t tables = 0;  // of the database that every turn describes
 
   /// So few turns that the length grows by a fiftieth at most, or one.
   static Length about(std::size_t entries) { return {entries, 1 + entries / 100, entries != 0}; }

@@ -23,33 +23,43 @@ MemoryCount countTurn(Talk& talk) {
   return endMemoryCount();
 }
 
-MemoryCount countOurs(std::size_t entries) {
+MemoryCount countOurs(const Length& length) {
   BenchServer server;
-  Conversation ours(server.getURL(), {entries, 1, entries != 0});
+  Conversation ours(server.getURL(), length);
   return countTurn(ours);
 }
 
-MemoryCount countBare(std::size_t entries, std::size_t& bodySize) {
+MemoryCount countBare(const Length& length, std::size_t& bodySize) {
   BenchServer server;
-  BareConversation bare(server.getURL(), {entries, 1, entries != 0});
+  BareConversation bare(server.getURL(), length);
   const MemoryCount count = countTurn(bare);
   bodySize = bare.bodySize();
   return count;
 }
 
-ratio::Figures takeNews(std::size_t entries) { return {static_cast<double>(countOurs(entries).news), std::nullopt}; }
+ratio::Figures takeNews(const Length& length) { return {static_cast<double>(countOurs(length).news), std::nullopt}; }
 
-ratio::Figures takeAllocations(std::size_t entries) {
+ratio::Figures takeAllocations(const Length& length) {
   std::size_t ignored = 0;
-  return {static_cast<double>(countOurs(entries).allocations),
-          static_cast<double>(countBare(entries, ignored).allocations)};
+  return {static_cast<double>(countOurs(length).allocations),
+          static_cast<double>(countBare(length, ignored).allocations)};
 }
 
-ratio::Figures takePeak(std::size_t entries) {
+/// Beside the size of the body.
+ratio::Figures takePeak(const Length& length) {
   std::size_t bodySize = 0;
-  countBare(entries, bodySize);
-  return {static_cast<double>(countOurs(entries).peak), static_cast<double>(bodySize)};
+  countBare(length, bodySize);
+  return {static_cast<double>(countOurs(length).peak), static_cast<double>(bodySize)};
 }
+
+Length ofEntries(std::size_t entries) { return {entries, 1, entries != 0}; }
+Length withSchema(std::size_t tables) { return {2, 1, true, tables}; }
+
+struct MemoryRow {
+  const char* name;
+  Length length;
+  double peak;  // times the body at most; 0: not of interest
+};
 
 }  // namespace
 
@@ -57,14 +67,17 @@ int main(int argc, char** argv) {
   using ratio::Bound;
   using ratio::Unit;
   ratio::Table table(argc, argv);
-  for (const std::size_t entries : {0U, 10U, 100U, 1000U}) {
-    const std::string length = std::to_string(entries);
-    table.measure("memory/turn/" + length + "/new", {Unit::Count, Bound::AtMost, 60},
-                  [entries] { return takeNews(entries); });
-    table.measure("memory/turn/" + length + "/all_with_libcurl", {Unit::Count, Bound::None},
-                  [entries] { return takeAllocations(entries); });
+  for (const auto& [name, length, peak] :
+       {MemoryRow{"0", ofEntries(0), 0}, MemoryRow{"10", ofEntries(10), 0}, MemoryRow{"100", ofEntries(100), 0},
+        MemoryRow{"1000", ofEntries(1000), 2.5}, MemoryRow{"schema/100", withSchema(100), 0},
+        MemoryRow{"schema/10000", withSchema(10000), 0.5}}) {
+    const std::string prefix = std::string("memory/turn/") + name;
+    table.measure(prefix + "/new", {Unit::Count, Bound::AtMost, 60}, [length = length] { return takeNews(length); });
+    table.measure(prefix + "/all_with_libcurl", {Unit::Count, Bound::None},
+                  [length = length] { return takeAllocations(length); });
+    if (peak == 0) continue;
+    table.measure(prefix + "/peak", {Unit::Bytes, Bound::AtMostTimes, peak},
+                  [length = length] { return takePeak(length); });
   }
-  // The baseline is the size of the body.
-  table.measure("memory/turn/1000/peak", {Unit::Bytes, Bound::AtMostTimes, 2.5}, [] { return takePeak(1000); });
   return table.run();
 }

@@ -9,6 +9,7 @@
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -55,8 +56,7 @@ class Turns {
   BareConversation bare_;
 };
 
-ratio::Pair makeTurns(std::size_t entries, const BenchAuthority* authority) {
-  const Length length = Length::about(entries);
+ratio::Pair makeTurns(const Length& length, const BenchAuthority* authority) {
   const auto turns = std::make_shared<Turns>(length, authority);
   const long sides = length.isGoingOn ? 3 : 2;  // with the one that only restores
   const long handshakes = authority == nullptr ? 0 : sides;
@@ -100,10 +100,29 @@ ratio::Pair makeReturns(const BenchAuthority& authority) {
 }
 
 struct TurnRow {
-  std::size_t entries;
+  const char* name;
+  Length length;
   double wall;
 };
-constexpr auto kRows = std::to_array<TurnRow>({{0, 1.08}, {10, 1.10}, {100, 1.10}, {1000, 1.15}});
+
+/// A schema of so many tables before a conversation of so many entries. It is restored after so many turns that they
+/// are all alike: the first one makes the text of the schema.
+Length withSchema(std::size_t tables, std::size_t entries = 2) {
+  return {.entries = entries, .turns = 20, .isGoingOn = true, .tables = tables};
+}
+
+const std::vector<TurnRow>& rows() {
+  static const std::vector<TurnRow> kRows{{"0", Length::about(0), 1.08},
+                                          {"10", Length::about(10), 1.10},
+                                          {"100", Length::about(100), 1.10},
+                                          {"1000", Length::about(1000), 1.15},
+                                          {"schema/10", withSchema(10), 1.10},
+                                          {"schema/100", withSchema(100), 1.10},
+                                          {"schema/1000", withSchema(1000), 1.10},
+                                          {"schema/10000", withSchema(10000), 1.10},
+                                          {"schema/1000/after/1000", withSchema(1000, 1000), 1.10}};
+  return kRows;
+}
 
 }  // namespace
 
@@ -113,9 +132,9 @@ int main(int argc, char** argv) {
   ratio::Table table(argc, argv);
   for (const BenchAuthority* chosen : {static_cast<const BenchAuthority*>(nullptr), &authority}) {
     const std::string prefix = chosen == nullptr ? "turn/plain/" : "turn/tls/";
-    for (const auto& [entries, wall] : kRows) {
-      table.compare(prefix + std::to_string(entries), {.wall = wall, .cpu = 1.15},
-                    [entries = entries, chosen] { return makeTurns(entries, chosen); });
+    for (const auto& [name, length, wall] : rows()) {
+      table.compare(prefix + name, {.wall = wall, .cpu = 1.15},
+                    [length = length, chosen] { return makeTurns(length, chosen); });
     }
   }
   table.compare("turn/tls/after_idle_close", {.wall = 1.10, .cpu = std::nullopt},

@@ -3,7 +3,6 @@
 #include "qai_chat_completions.h"
 #include "qai_exports.h"
 #include "qai_message.h"
-#include "qai_saved_settings.h"
 #include "qai_session_openai_v1.h"
 
 #include <cf/assert.h>
@@ -96,9 +95,7 @@ std::string QAISession_OPENAI::obtainSessionData() const {
   COJson data;
   data.addKeyValue("assistant_id")->setStringReference(m_assistantID);
   data.addKeyValue("thread_id")->setStringReference(m_threadID);
-  data.addKeyValue("name")->setStringReference(m_properties.name);
-  data.addKeyValue("description")->setStringReference(m_properties.description);
-  writeSavedSettings(data, m_properties, NoSystemInstructions::EmptyArray);
+  m_properties.save(data);
   return data.obtainJsonString();
 }
 
@@ -109,7 +106,7 @@ bool QAISession_OPENAI::load(const std::string& data) {
   if (!isIdentifier(assistant) || !isIdentifier(thread)) return false;
   m_assistantID = assistant->obtainString();
   m_threadID = thread->obtainString();
-  loadSavedSettings(saved, m_properties, {"name", "description"});
+  m_properties.restore(saved);
   return true;
 }
 
@@ -193,7 +190,7 @@ std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIP
 
   // What will be is made before the service is told, since afterwards nothing may fail.
   QAIAssistantProperties_OPENAI described(*m_properties);
-  adopt(filled, described);
+  filled.describe(described);
   std::string id = m_assistantID;
   std::string host = std::exchange(m_properties->apiHost, std::string(described.apiHost));  // at once, for the request
   try {
@@ -205,18 +202,6 @@ std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIP
   m_assistantID = std::move(id);
   *m_properties = std::move(described);
   return "";
-}
-
-/// Writes what was set into `record`, name and description in any case. What else was not set stays there as it was,
-/// and system instructions are added to those that it has, while the service gets what `properties` has of both: after
-/// a second description the record may show more than the service holds. What it takes no other way is copied as
-/// fields.
-void QAIAssistant_OPENAI::adopt(const QAIAssistantProperties_OPENAI& properties,
-                                QAIAssistantProperties_OPENAI& record) {
-  properties.applyAssignedProperties(&record);
-  record.name = properties.name;
-  record.description = properties.description;
-  if (properties.assignedKeys.contains("temperature")) record.temperature = properties.temperature;
 }
 
 /// Has the service make an assistant, whose `id` it gives then, or describe the one of this `id` anew.
@@ -234,13 +219,13 @@ QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::postAssistant(const Path& path,
                                                               const QAIAssistantProperties_OPENAI& properties,
                                                               std::string_view label) const {
   const auto assigned = [&](const char* key) { return properties.assignedKeys.contains(key); };
-  const std::string instructions = properties.obtainCombinedInstructions();
+  const InstructionsJson instructions = properties.obtainInstructionsJson();
   COJson body;
   if (assigned("model")) body.addKeyValue("model")->setStringReference(properties.model);
   body.addKeyValue("name")->setStringReference(properties.name);
   body.addKeyValue("description")->setStringReference(properties.description);
   if (assigned("temperature")) body.addKeyValue("temperature")->setNumber(properties.temperature);
-  body.addKeyValue("instructions")->setStringReference(instructions);
+  body.addKeyValue("instructions")->setJsonReference(instructions.pieces());
   return post(path, &body, label);
 }
 

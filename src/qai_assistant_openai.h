@@ -88,7 +88,6 @@ class QAIAssistant_OPENAI final : public IQAIAssistant {
   std::string modifyAssistant(const QAIAssistantProperties_OPENAI& properties) const;
   void destroyAssistant(const std::string& id) const;
   std::string describeAssistant(const QAIAssistantProperties_OPENAI& properties, std::string& id) const;
-  static void adopt(const QAIAssistantProperties_OPENAI& properties, QAIAssistantProperties_OPENAI& record);
 
   const QAISession_OPENAI* asOwnSession(const IQAISession* session) const;
   Reply postMessage(const std::string& threadID, const std::string& text) const;

@@ -92,32 +92,14 @@ std::string QAIChatAssistant::setAssistantProperties(std::function<void(IQAIProp
   return "";
 }
 
-/// Takes over what was assigned, as it stands in `filled`, whose texts move. Fields are taken rather than set by key,
-/// since the record refuses a temperature that is a number and would merge the system instructions. What may throw
-/// comes first, so that the settings change as a whole or not at all.
+/// The host is not left blank, assigned or not. What may throw comes first, so that the settings change as a whole or
+/// not at all.
 void QAIChatAssistant::adopt(QAIAssistantProperties& filled) {
-  auto keys = properties_->assignedKeys;
-  const auto assigned = [&](const char* key) {
-    if (!filled.assignedKeys.contains(key)) return false;
-    keys.insert(key);
-    return true;
-  };
-  const bool hasHost = assigned("api_host");
-  const bool hasModel = assigned("model");
-  const bool hasTemperature = assigned("temperature");
-  const bool hasUserInstructions = assigned("user_instructions");
-  const bool hasSystemInstructions = assigned("system_instructions");
-  const bool hasStructure = assigned("db_structure");
-  filled.setApiHost(hasHost ? filled.apiHost : properties_->apiHost, "");
+  if (!filled.assignedKeys.contains("api_host")) filled.apiHost = properties_->apiHost;
   useDefaultHostForBlank(filled);
-
-  properties_->assignedKeys = std::move(keys);
-  properties_->apiHost = std::move(filled.apiHost);
-  if (hasModel) properties_->model = std::move(filled.model);
-  if (hasTemperature) properties_->temperature = std::clamp(filled.temperature, 0.0, 2.0);
-  if (hasUserInstructions) properties_->userInstructions = std::move(filled.userInstructions);
-  if (hasSystemInstructions) properties_->systemInstructions = std::move(filled.systemInstructions);
-  if (hasStructure) properties_->dbStructureJson = std::move(filled.dbStructureJson);
+  std::string host = filled.apiHost;
+  properties_->adoptAssigned(filled);
+  properties_->apiHost = std::move(host);
 }
 
 void QAIChatAssistant::useDefaultHostForBlank(QAIAssistantProperties& properties) const {
@@ -163,7 +145,7 @@ std::pair<std::string, std::string> QAIChatAssistant::exchange(const QAIChatSess
   if (settings.model.empty()) return {"", failure("Model is empty", dialect_.turn.noModelLabel)};
   if (std::string refusal = refuseKey(); !refusal.empty()) return {"", std::move(refusal)};
 
-  const std::string instructions = settings.obtainCombinedInstructions();
+  const InstructionsJson instructions = settings.obtainInstructionsJson();
   COJson body;
   dialect_.writeBody(body, {settings, dialect_.instructionsRole, instructions, session.history().requestText(text)});
   const auto [response, error] = HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {});

@@ -46,10 +46,10 @@ void completions::writeBody(COJson& body, const ChatTurn& turn) {
 }
 
 void completions::writeMessages(COJsonValue& messages, const ChatTurn& turn) {
-  if (!turn.instructions.empty()) {
+  if (!turn.instructions.isEmpty) {
     COJsonValue* message = messages.addArrayItem();
     message->addKeyValue("role")->setStringReference(turn.instructionsRole);
-    message->addKeyValue("content")->setStringReference(turn.instructions);
+    message->addKeyValue("content")->setJsonReference(turn.instructions.pieces());
   }
   messages.addArrayItem()->setJsonReference(turn.messages);
 }

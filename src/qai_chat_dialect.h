@@ -12,13 +12,14 @@
 #include <vector>
 
 class QAIAssistantProperties;
+struct InstructionsJson;
 
 /// What a request body is made from. Borrowed, as are the body's texts: all of it outlives the body.
 struct ChatTurn {
   const QAIAssistantProperties& settings;
   std::string_view instructionsRole;
-  std::string_view instructions;  // may be empty
-  std::string_view messages;      // ChatHistory::requestText: the history and the new text
+  const InstructionsJson& instructions;
+  std::string_view messages;  // ChatHistory::requestText: the history and the new text
 };
 
 /// Path segments of an address; empty ones end it.

@@ -1,7 +1,5 @@
 #include "qai_chat_session.h"
 
-#include "qai_saved_settings.h"
-
 #include <cf/assert.h>
 
 namespace {
@@ -22,7 +20,7 @@ QAIChatSession::QAIChatSession(QAIAssistantProperties& properties, const ChatDia
 
 std::string QAIChatSession::obtainSessionData() const {
   COJson data;
-  writeSavedSettings(data, properties_, NoSystemInstructions::NoMember);
+  properties_.save(data, EmptyProperties::LeftOut);
   return writeHistory(*data.addKeyValue("messages")) ? data.obtainJsonString() : std::string();
 }
 
@@ -42,7 +40,7 @@ bool QAIChatSession::writeHistory(COJsonValue& messages) const {
 bool QAIChatSession::load(const std::string& data) {
   const COJson saved = COJson::readReference(data);
   if (!saved.getIsValidJson()) return false;
-  loadSavedSettings(saved, properties_);
+  properties_.restore(saved);
   loadHistory(saved.obtainJsonValue("messages"));
   return true;
 }

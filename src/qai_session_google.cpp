@@ -33,9 +33,9 @@ void writeBody(COJson& body, const ChatTurn& turn) {
   if (turn.settings.assignedKeys.contains("temperature")) {
     body.addKeyValue("generationConfig")->addKeyValue("temperature")->setNumber(turn.settings.temperature);
   }
-  if (!turn.instructions.empty()) {
+  if (!turn.instructions.isEmpty) {
     COJsonValue* part = body.addKeyValue("system_instruction")->addKeyValue("parts")->addArrayItem();
-    part->addKeyValue("text")->setStringReference(turn.instructions);
+    part->addKeyValue("text")->setJsonReference(turn.instructions.pieces());
   }
   body.addKeyValue("contents")->addArrayItem()->setJsonReference(turn.messages);
 }

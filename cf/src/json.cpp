@@ -229,11 +229,16 @@ void COJsonValue::setStringReference(std::string_view text) {
   COJsonAccess::arena(*this).jsonSize += text.size();
 }
 
-void COJsonValue::setJsonReference(std::string_view json) {
-  setStringReference(json);
-  node_.type = JsonType::Null;
-  if (!json.empty()) node_.flags |= kReference;
-  COJsonAccess::arena(*this).jsonSize -= json.size();  // the writer makes room for it, when it copies it
+void COJsonValue::setJsonReference(std::span<const std::string_view> pieces) {
+  setNull();
+  auto* end = static_cast<std::string_view*>(
+      COJsonAccess::arena(*this).memory.allocate(pieces.size_bytes(), alignof(std::string_view)));
+  node_.content.pieces = end;
+  for (const std::string_view piece : pieces) {
+    if (!piece.empty()) ::new (end++) std::string_view(piece);
+  }
+  node_.size = static_cast<std::uint32_t>(end - node_.content.pieces);
+  if (node_.size != 0) node_.flags |= kReference;
 }
 
 void COJsonValue::setObject() noexcept {

@@ -10,9 +10,11 @@
 #include <limits>
 #include <memory_resource>
 #include <new>
+#include <span>
 #include <string>
 #include <string_view>
 #include <type_traits>
+#include <vector>
 
 /// How deep arrays and objects may be nested in a text, and in what becomes one.
 inline constexpr unsigned kMaxJsonDepth = 256;
@@ -56,11 +58,14 @@ struct JsonPage {
 };
 static_assert(sizeof(JsonPage) == JsonPage::kSize, "behind a page's last value its next page begins");
 
-/// A written text with a gap: a long reference that was not copied into it.
+/// A written text with gaps: long pieces of references, which were not copied into it.
 struct JsonText {
+  struct Gap {
+    std::size_t place;  // in the text
+    std::string_view borrowed;
+  };
   std::string text;
-  std::string_view borrowed;  // belongs at `place`; empty when nothing was left out
-  std::size_t place = 0;
+  std::vector<Gap> gaps;  // in the order of their places
 };
 
 /// The memory of one document. Nothing is given back before the document goes.
@@ -140,7 +145,7 @@ struct COJsonAccess {
   /// What `reduce` makes of a value that has no place yet.
   static double reduced(const Node& node, const COJson::Reduce& reduce) { return reduce(COJsonValue(node)); }
 
-  /// Writes `value`. The first reference of at least `shortestBorrowed` bytes is borrowed.
+  /// Writes `value`. Pieces of references that have at least `shortestBorrowed` bytes are borrowed.
   static JsonText write(const COJsonValue& value, std::size_t shortestBorrowed);
 
   /// Adds a child, null and without a key, to a container.
@@ -192,8 +197,8 @@ struct COJsonAccess {
   static bool hasFlag(const Node& node, std::uint8_t flag) noexcept { return (node.flags & flag) != 0; }
   static bool isInteger(const COJsonValue& value) noexcept { return hasFlag(value.node_, kInteger); }
   static bool isReference(const COJsonValue& value) noexcept { return hasFlag(value.node_, COJsonValue::kReference); }
-  static std::string_view jsonReference(const COJsonValue& value) noexcept {
-    return {value.node_.content.text, value.node_.size};
+  static std::span<const std::string_view> jsonReference(const COJsonValue& value) noexcept {
+    return {value.node_.content.pieces, value.node_.size};
   }
 
  private:

@@ -90,14 +90,16 @@ bool isContainer(const COJsonValue& value) noexcept {
 }
 
 /// @param documentSize about how much else will be written.
-void appendReference(JsonText& written, std::string_view json, std::size_t shortestBorrowed, std::size_t documentSize) {
-  if (json.size() >= shortestBorrowed && written.borrowed.empty()) {
-    written.borrowed = json;
-    written.place = written.text.size();
-    return;
+void appendReference(JsonText& written, const COJsonValue& value, std::size_t shortestBorrowed,
+                     std::size_t documentSize) {
+  for (const std::string_view piece : COJsonAccess::jsonReference(value)) {
+    if (piece.size() >= shortestBorrowed) {
+      written.gaps.push_back({written.text.size(), piece});
+      continue;
+    }
+    written.text.reserve(written.text.size() + piece.size() + documentSize);
+    written.text += piece;
   }
-  written.text.reserve(written.text.size() + json.size() + documentSize);
-  written.text += json;
 }
 
 void appendScalar(std::string& result, const COJsonValue& value) {
@@ -169,7 +171,7 @@ JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorro
   open.reserve(kUsualDepth);
   // Writes a value that has no children, or the start of one that may have some.
   const auto begin = [&](const COJsonValue& next) {
-    if (isReference(next)) return appendReference(written, jsonReference(next), shortestBorrowed, documentSize);
+    if (isReference(next)) return appendReference(written, next, shortestBorrowed, documentSize);
     if (!isContainer(next)) return appendScalar(result, next);
     result += open.emplace_back(next).isObject ? '{' : '[';
   };

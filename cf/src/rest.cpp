@@ -53,35 +53,46 @@ void CMRestGetRequest::addQueryParams(const CMRestParams& params) { append(query
 
 void CMRestGetRequest::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
 
-CMRestPostRequest::CMRestPostRequest() = default;
-CMRestPostRequest::~CMRestPostRequest() = default;
-
 void CMRestPostRequest::addQueryParams(const CMRestParams& params) { append(query_, params); }
 
 void CMRestPostRequest::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
 
+/// A body's text, and its parts: stretches of the text, with what is borrowed between them.
+struct CMRestPostRequest::Body {
+  explicit Body(JsonText written) : text(std::move(written.text)) {
+    const std::string_view whole = text;
+    std::size_t place = 0;
+    parts.reserve(2 * written.gaps.size() + 1);
+    for (const JsonText::Gap& gap : written.gaps) {
+      parts.push_back(whole.substr(place, gap.place - place));
+      parts.push_back(gap.borrowed);
+      place = gap.place;
+    }
+    parts.push_back(whole.substr(place));
+  }
+
+  const std::string text;
+  std::vector<std::string_view> parts;
+};
+
+CMRestPostRequest::CMRestPostRequest() = default;
+CMRestPostRequest::~CMRestPostRequest() = default;
+
 void CMRestPostRequest::updateJson(const ICOJsonValue* json) {
-  JsonText written;
-  if (json != nullptr) written = COJsonAccess::write(*json, kShortestBorrowed);
-  body_ = std::move(written.text);
-  borrowed_ = written.borrowed;
-  borrowedPlace_ = written.place;
-  hasBody_ = json != nullptr;
+  body_ = json == nullptr ? nullptr : std::make_unique<Body>(COJsonAccess::write(*json, kShortestBorrowed));
 }
 
 std::string CMRestPostRequest::getBody() const {
-  const auto [begin, middle, end] = getBodyParts();
   std::string body;
-  body.reserve(begin.size() + middle.size() + end.size());
-  return body.append(begin).append(middle).append(end);
+  for (const std::string_view part : getBodyParts()) body += part;
+  return body;
 }
 
-std::array<std::string_view, 3> CMRestPostRequest::getBodyParts() const noexcept {
-  const std::string_view text = body_;
-  return {text.substr(0, borrowedPlace_), borrowed_, text.substr(borrowedPlace_)};
+std::span<const std::string_view> CMRestPostRequest::getBodyParts() const noexcept {
+  return body_ == nullptr ? std::span<const std::string_view>() : body_->parts;
 }
 
-bool CMRestPostRequest::hasBody() const noexcept { return hasBody_; }
+bool CMRestPostRequest::hasBody() const noexcept { return body_ != nullptr; }
 
 CMRestDeleteRequest::CMRestDeleteRequest() = default;
 CMRestDeleteRequest::~CMRestDeleteRequest() = default;

@@ -2,6 +2,10 @@
 
 #include <algorithm>
 
+RestUpload::RestUpload(std::span<const std::string_view> parts) noexcept : parts_(parts) {
+  for (const std::string_view part : parts) size_ += part.size();
+}
+
 std::size_t RestUpload::read(char* buffer, std::size_t room) noexcept {
   std::size_t copied = 0;
   std::size_t partBegin = 0;

@@ -1,19 +1,20 @@
 // A request's body as libcurl takes it.
 #pragma once
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string_view>
 
 /// A body in parts that lie elsewhere, read from the beginning to the end as often as it takes.
 class RestUpload {
  public:
-  explicit RestUpload(const std::array<std::string_view, 3>& parts) noexcept : parts_(parts) {}
+  /// `parts` outlive the upload.
+  explicit RestUpload(std::span<const std::string_view> parts) noexcept;
 
-  std::size_t size() const noexcept { return parts_[0].size() + parts_[1].size() + parts_[2].size(); }
-  /// The whole body when it lies in one piece, which it does without a middle part; else null.
-  const char* obtainWhole() const noexcept { return parts_[1].empty() ? parts_[0].data() : nullptr; }
+  std::size_t size() const noexcept { return size_; }
+  /// The whole body when it lies in one piece; else null.
+  const char* obtainWhole() const noexcept { return parts_.size() == 1 ? parts_[0].data() : nullptr; }
 
   /// Copies what comes next into `buffer`.
   /// @return how much that was, at most `room`; 0 at the end.
@@ -22,6 +23,7 @@ class RestUpload {
   bool moveTo(std::int64_t offset) noexcept;
 
  private:
-  std::array<std::string_view, 3> parts_;
+  std::span<const std::string_view> parts_;
+  std::size_t size_ = 0;
   std::size_t position_ = 0;
 };

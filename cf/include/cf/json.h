@@ -87,10 +87,12 @@ class COJsonValue {
   CF_API void setString(std::string_view text);
   /// As setString, without the copy: the caller keeps `text` alive and unchanged as long as the document is used.
   CF_API void setStringReference(std::string_view text);
-  /// Puts what is JSON already in this place of the written text, as it stands and without a copy; the caller vouches
-  /// for it and keeps it as with setStringReference, and as long as the requests that the document became. An array's
-  /// item may be several values with commas between them. Reads as null.
-  CF_API void setJsonReference(std::string_view json);
+  /// Puts what is JSON already in this place of the written text, as it stands: `pieces`, one behind the other. None is
+  /// copied here; the caller vouches for them and keeps their texts as with setStringReference, and as long as the
+  /// requests that the document became. An array's item may be several values with commas between them. Reads as null.
+  CF_API void setJsonReference(std::span<const std::string_view> pieces);
+  /// The same of one piece.
+  void setJsonReference(std::string_view json) { setJsonReference({&json, 1}); }
   /// An empty object.
   CF_API void setObject() noexcept;
   /// An empty array.
@@ -112,11 +114,12 @@ class COJsonValue {
       const char* text;
       COJsonValue* children;  // as they were read: one behind the other
       Block* blocks;  // as they were added: a chain of runs of growing size, so that values keep their addresses
+      const std::string_view* pieces;  // of a reference
       bool boolean;
     };
     Content content;
     const char* key = nullptr;
-    std::uint32_t size = 0;  // bytes of the text, or number of children
+    std::uint32_t size = 0;  // bytes of the text, or number of children or pieces
     std::uint16_t keySize = 0;
     JsonType type = JsonType::Null;
     std::uint8_t flags = 0;

@@ -6,11 +6,11 @@
 #include <cf/export.h>
 #include <cf/json.h>
 
-#include <array>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -135,16 +135,14 @@ class CF_TYPE CMRestPostRequest : public CMRestRequest {
   CF_API void updateJson(const ICOJsonValue* json);
   /// The body's text; meaningful when hasBody().
   CF_API std::string getBody() const;
-  /// The same without a copy, as parts in their order; any may be empty.
-  CF_API std::array<std::string_view, 3> getBodyParts() const noexcept;
+  /// The same without a copy, as parts in their order, valid until the next updateJson; none without a body.
+  CF_API std::span<const std::string_view> getBodyParts() const noexcept;
   /// Whether there is a body.
   CF_API bool hasBody() const noexcept;
 
  private:
-  std::string body_;  // with a gap at borrowedPlace_
-  std::string_view borrowed_;
-  std::size_t borrowedPlace_ = 0;
-  bool hasBody_ = false;
+  struct Body;
+  std::unique_ptr<Body> body_;  // null: none
 };
 
 /// A DELETE request.

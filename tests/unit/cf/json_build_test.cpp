@@ -3,6 +3,10 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
+#include <span>
+#include <string_view>
+
 namespace {
 
 std::string keyOf(int index) { return std::string("k").append(std::to_string(index)); }
@@ -91,7 +95,10 @@ TEST(JsonBuilding, TakesJsonThatIsReadyAsItStands) {
   document.addArrayItem()->setBool(true);
   document.addArrayItem()->setJsonReference(items);
   document.addArrayItem()->setJsonReference("");
-  EXPECT_EQ(document.obtainJsonString(), R"([true,{"a": 1},2,null])");
+  const std::array<std::string_view, 4> pieces{"\"one ", "", "text", "\""};
+  document.addArrayItem()->setJsonReference(pieces);
+  document.addArrayItem()->setJsonReference(std::span<const std::string_view>());
+  EXPECT_EQ(document.obtainJsonString(), R"([true,{"a": 1},2,null,"one text",null])");
   EXPECT_EQ(document.obtainArrayItem(1)->obtainType(), JsonType::Null);
   EXPECT_EQ(document.obtainArrayItem(1)->obtainString(), "");
 

@@ -89,7 +89,7 @@ TEST(ChatSession, SaveThenLoadGivesTheSameButForTheTemperature) {
   EXPECT_EQ(other.model, "m");
   EXPECT_EQ(other.userInstructions, "u\n");
   EXPECT_EQ(other.systemInstructions.at("a").stringValue(), "1");
-  EXPECT_EQ(other.dbStructureJson, "[ ]");
+  EXPECT_EQ(other.dbStructureJson.json(), "[ ]");
   EXPECT_EQ(other.temperature, 1.0);
   EXPECT_TRUE(other.assignedKeys.contains("temperature"));
   other.temperature = 0.7;
@@ -146,7 +146,7 @@ TEST(ChatSession, EmptyDatabaseTextIsRefusedAndTheOldOneStays) {
   record.dbStructureJson = "[1]";
   QAISession_OPENAI_v1 session(record);
   session.load(R"({"db_structure":""})");
-  EXPECT_EQ(record.dbStructureJson, "[1]");
+  EXPECT_EQ(record.dbStructureJson.json(), "[1]");
 }
 
 TEST(ChatSession, SystemInstructionsAreAddedOneByOne) {

@@ -19,6 +19,12 @@ struct BodyCase {
 };
 void PrintTo(const BodyCase& row, std::ostream* out) { *out << row.name; }
 
+InstructionsJson instructionsOf(std::string_view text) {
+  InstructionsJson json{.isEmpty = text.empty(), .start = {}};
+  cfAppendJsonString(json.start, text);
+  return json;
+}
+
 class Body : public testing::TestWithParam<BodyCase> {};
 
 TEST_P(Body, IsWrittenToTheByte) {
@@ -31,7 +37,8 @@ TEST_P(Body, IsWrittenToTheByte) {
   ChatHistory history(completions::kEntry);
   for (const auto& [role, text] : GetParam().history) history.append(role, text);
   COJson body;
-  completions::writeBody(body, {settings, "developer", GetParam().instructions, history.requestText(GetParam().text)});
+  const InstructionsJson instructions = instructionsOf(GetParam().instructions);
+  completions::writeBody(body, {settings, "developer", instructions, history.requestText(GetParam().text)});
   EXPECT_EQ(body.obtainJsonString(), GetParam().body);
 }
 

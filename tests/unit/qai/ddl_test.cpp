@@ -301,7 +301,7 @@ TEST(ObjectStatement, AssertionNamesTheLineOfItsCheck) {
 }
 
 /// The checks of a description, in the order in which they fail there.
-TEST(Ddl, EveryCheckRaisesALineOfItsOwnInTheOrderOfTheText) {
+TEST(Ddl, EveryCheckRaisesALineOfItsOwnInTheOrderOfTheDescription) {
   const auto linesOf = [](const std::string& json) {
     const AssertionLog log;
     recordOf(json).obtainDatabaseStructureText();
@@ -313,14 +313,18 @@ TEST(Ddl, EveryCheckRaisesALineOfItsOwnInTheOrderOfTheText) {
   const std::string key = R"({"name":"t","fields":[{"name":"a","type":"T"}],"fkeys":[1]})";
   const std::string schema = "1";
   const auto one = [](const std::vector<int>& lines) { return lines.size() == 1 ? lines.front() : 0; };
+  const std::string keyColumn =
+      R"({"name":"t","fields":[{"name":"a","type":"T"}],"fkeys":[{"fields":["a"],"ref_table":"r","ref_fields":[1]}]})";
   std::vector<int> expected;
-  for (const std::string& table : {field, object, key, column}) expected.push_back(one(linesOf(tables(table))));
-  expected.insert(expected.begin(), one(linesOf("[5]")));
+  for (const std::string& table : {field, object, key, keyColumn, column}) {
+    expected.push_back(one(linesOf(tables(table))));
+  }
   expected.push_back(one(linesOf(R"([{"schemas":[1]}])")));
-  EXPECT_EQ(std::set<int>(expected.begin(), expected.end()).size(), 6U);
+  expected.push_back(one(linesOf("[5]")));
+  EXPECT_EQ(std::set<int>(expected.begin(), expected.end()).size(), 7U);
   EXPECT_THAT(expected, testing::Each(testing::Gt(0)));
-  EXPECT_EQ(linesOf(R"([{"schemas":[{"views":[)" + column + R"(],"tables":[)" + field + "," + object + "," + key +
-                    "]},1]},5]"),
+  EXPECT_EQ(linesOf(R"([{"schemas":[{"views":[)" + column + R"(],"tables":[)" + field + "," + object + "," + key + "," +
+                    keyColumn + "]},1]},5]"),
             expected);
 }
 

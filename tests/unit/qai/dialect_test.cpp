@@ -30,7 +30,7 @@ TEST_P(DialectBody, IsWrittenToTheByte) {
     history.append(0, "q1");
     history.append(1, "a1");
   }
-  const std::string_view instructions = row.everything ? "I" : "";
+  const InstructionsJson instructions{.isEmpty = !row.everything, .start = R"("I")"};
   COJson body;
   row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history.requestText("q2")});
   EXPECT_EQ(body.obtainJsonString(), row.body);

@@ -136,7 +136,7 @@ TEST_P(WrongType, IsAssertedRefusedAndStoresNothing) {
   EXPECT_EQ(record.temperature, before.temperature);
   EXPECT_EQ(record.userInstructions, before.userInstructions);
   EXPECT_EQ(record.systemInstructions.size(), 1U);
-  EXPECT_EQ(record.dbStructureJson, before.dbStructureJson);
+  EXPECT_EQ(record.dbStructureJson.json(), before.dbStructureJson.json());
   EXPECT_THAT(record.assignedKeys, ElementsAre(GetParam().key));
 }
 
@@ -191,13 +191,13 @@ TEST(Properties, DatabaseStructureAsTextIsKeptToTheByte) {
   QAIAssistantProperties record;
   const std::string text = " [ { } ]\n";
   EXPECT_TRUE(record.setProperty("db_structure", text));
-  EXPECT_EQ(record.dbStructureJson, text);
+  EXPECT_EQ(record.dbStructureJson.json(), text);
 }
 
 TEST(Properties, DatabaseStructureAsAListIsStoredAsJson) {
   QAIAssistantProperties record;
   EXPECT_TRUE(record.setProperty("db_structure", CMVariantList{CMVariantMap{{"catalog_name", "c"}}}));
-  EXPECT_EQ(record.dbStructureJson, R"([{"catalog_name":"c"}])");
+  EXPECT_EQ(record.dbStructureJson.json(), R"([{"catalog_name":"c"}])");
 }
 
 TEST(Properties, EmptyDatabaseStructureIsRefusedAndTheOldOneStays) {
@@ -205,7 +205,7 @@ TEST(Properties, EmptyDatabaseStructureIsRefusedAndTheOldOneStays) {
   record.setProperty("db_structure", "[]");
   const AssertionLog log;
   EXPECT_FALSE(record.setProperty("db_structure", ""));
-  EXPECT_EQ(record.dbStructureJson, "[]");
+  EXPECT_EQ(record.dbStructureJson.json(), "[]");
   EXPECT_THAT(log.all(), IsEmpty());
 }
 
@@ -215,7 +215,7 @@ TEST(Properties, DatabaseStructureOfAnotherTypeIsTakenButStoresNothing) {
     record.setProperty("db_structure", "[]");
     const AssertionLog log;
     EXPECT_TRUE(record.setProperty("db_structure", value));
-    EXPECT_EQ(record.dbStructureJson, "[]");
+    EXPECT_EQ(record.dbStructureJson.json(), "[]");
     EXPECT_THAT(log.all(), IsEmpty());
   }
 }
@@ -243,7 +243,7 @@ TEST(Properties, CopyHasEveryFieldAndTheAssignedKeys) {
   EXPECT_EQ(copy.temperature, 0.5);
   EXPECT_EQ(copy.userInstructions, "u");
   EXPECT_EQ(copy.systemInstructions.at("a").stringValue(), "x");
-  EXPECT_EQ(copy.dbStructureJson, "[]");
+  EXPECT_EQ(copy.dbStructureJson.json(), "[]");
 }
 
 struct InstructionsCase {
@@ -298,7 +298,7 @@ TEST(ApplyAssigned, CopiesTheStoredDatabaseText) {
   from.setProperty("db_structure", " [] ");
   QAIAssistantProperties to;
   from.applyAssignedProperties(&to);
-  EXPECT_EQ(to.dbStructureJson, " [] ");
+  EXPECT_EQ(to.dbStructureJson.json(), " [] ");
   EXPECT_TRUE(to.assignedKeys.contains("db_structure"));
 }
 

@@ -128,7 +128,7 @@ TEST(AssistantsSession, StructureThatIsNoJsonIsRefusedByTheRecordAlone) {
   const AssertionLog log;
   QAISession_OPENAI session(record);
   EXPECT_TRUE(session.load(withNames(R"("db_structure":"{","name":"n")")));
-  EXPECT_EQ(record.dbStructureJson, "");
+  EXPECT_EQ(record.dbStructureJson.json(), "");
   EXPECT_EQ(record.name, "n");
   EXPECT_THAT(log.all(), ElementsAre("qai_assistant_properties: json.getIsValidJson()"));
 }

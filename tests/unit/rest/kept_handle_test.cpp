@@ -240,7 +240,9 @@ TEST_F(BorrowedBody, IsOneTextForWhoAsks) {
   request.updateJson(&json);
   EXPECT_EQ(request.getBody(), json.obtainJsonString());
   EXPECT_EQ(request.getBody(), "[" + history + "," + history + ",1,2]");
+  ASSERT_EQ(request.getBodyParts().size(), 5U);
   EXPECT_EQ(request.getBodyParts()[1].data(), history.data());
+  EXPECT_EQ(request.getBodyParts()[3].data(), history.data());
   request.updateJson(nullptr);
   EXPECT_EQ(request.getBody(), "");
   EXPECT_FALSE(request.hasBody());
