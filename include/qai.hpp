@@ -227,6 +227,16 @@ class Assistant {
   /// Ends this assistant's request from another thread.
   Canceller canceller() const noexcept { return Canceller(core_); }
 
+  /// Takes a cancel back that no request has met, such as one that came as the last request completed, so that it does
+  /// not end the next one. Called between requests, by the assistant's thread.
+  void dropCancel() const noexcept {
+    if (pool() != nullptr) pool()->dropCancel();
+  }
+
+  /// The HTTP status of the last request's reply: 401 tells of a refused key, for one. 0 when no whole one came,
+  /// without a pool, and with Ollama, which does not use its.
+  std::int32_t lastStatus() const noexcept { return pool() == nullptr ? 0 : pool()->obtainLastStatus(); }
+
   /// The object underneath, owned by this one and its sessions; null when empty.
   IQAIAssistant* native() const noexcept { return core_ ? core_->assistant.get() : nullptr; }
   /// The pool centre, owned by the assistant; null when there is none.

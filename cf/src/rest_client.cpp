@@ -52,6 +52,7 @@ std::int32_t RestClient::execute(RestMethod method, const CMRestRequest& request
   failureText_.clear();
   // Null also for a pool centre of another make, which has no connections to lend.
   auto* pool = session_ == nullptr ? nullptr : dynamic_cast<RestPool*>(session_->httpPoolCenter);
+  if (pool != nullptr) pool->setLastStatus(0);
   if (pool != nullptr && pool->takeCancel()) return failCancelled();
   static CFImmortal<CMRestSession> noSession;
   const RestOrder order{method, request, body, session_ == nullptr ? noSession.get() : *session_, settings_};
@@ -65,7 +66,9 @@ std::int32_t RestClient::execute(RestMethod method, const CMRestRequest& request
     }
     transfer.use(std::move(setup));
   }
-  return send(order, transfer, reply, response);
+  const std::int32_t error = send(order, transfer, reply, response);
+  if (pool != nullptr && *response != nullptr) pool->setLastStatus((*response)->getStatus());
+  return error;
 }
 
 std::int32_t RestClient::send(const RestOrder& order, RestTransfer& transfer, RestReply& reply,

@@ -10,6 +10,7 @@
 #include <curl/curl.h>
 
 #include <atomic>
+#include <cstdint>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -60,9 +61,13 @@ class RestTransport {
 class RestPool final : public ICSHTTPPoolCenter {
  public:
   void cancel() noexcept override;
+  void dropCancel() noexcept override { cancelled_ = false; }
+  std::int32_t obtainLastStatus() const noexcept override { return lastStatus_; }
 
   /// Whether cancel() was called since this last told so.
   bool takeCancel() noexcept { return cancelled_.exchange(false); }
+
+  void setLastStatus(std::int32_t status) noexcept { lastStatus_ = status; }
 
   /// The transport, for the caller alone until it is given back; null while another request has it.
   RestTransport* borrowTransport() noexcept { return borrowed_.exchange(true) ? nullptr : &transport_; }
@@ -72,6 +77,7 @@ class RestPool final : public ICSHTTPPoolCenter {
   RestTransport transport_;
   std::atomic<bool> borrowed_{false};
   std::atomic<bool> cancelled_{false};
+  std::atomic<std::int32_t> lastStatus_{0};
 };
 
 /// One request on a transport: the pool's, or one of its own when there is no pool or another thread's request has it.

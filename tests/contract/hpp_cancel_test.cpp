@@ -43,6 +43,33 @@ TEST_P(Cancelling, SessionsCancellerIsItsAssistants) {
   EXPECT_EQ(askAndCancel(session, session.canceller()), "error: The request was cancelled");
 }
 
+TEST_P(Cancelling, IsTakenBackWhereNoRequestHasMetIt) {
+  auto assistant = host();
+  auto session = assistant.createSession().value();
+  assistant.canceller().cancel();
+  assistant.dropCancel();
+  EXPECT_THAT(ask(session, "question"), Not(StartsWith("error: ")));
+}
+
+TEST_P(Cancelling, LeavesNoStatusWhereARefusalAndASuccessLeaveTheirs) {
+  auto assistant = host();
+  EXPECT_EQ(assistant.lastStatus(), requestCount() == 0 ? 0 : 200);  // the Assistants service was told of it
+  EXPECT_TRUE(assistant.models());
+  EXPECT_EQ(assistant.lastStatus(), 200);
+  answerNext(401, "{}");
+  EXPECT_FALSE(assistant.models());
+  EXPECT_EQ(assistant.lastStatus(), 401);
+  assistant.canceller().cancel();
+  EXPECT_FALSE(assistant.models());
+  EXPECT_EQ(assistant.lastStatus(), 0);
+}
+
+TEST(EmptyAssistant, HasNoStatusAndNoCancelToTakeBack) {
+  const qai::Assistant empty;
+  empty.dropCancel();
+  EXPECT_EQ(empty.lastStatus(), 0);
+}
+
 TEST_P(Cancelling, DoesNothingWhenTheAssistantIsGone) {
   qai::Canceller canceller;
   canceller.cancel();

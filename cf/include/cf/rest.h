@@ -54,6 +54,14 @@ class CF_TYPE ICSHTTPPoolCenter {
   /// sent; so a cancel that comes between the requests of one operation is never lost. One that comes as a request
   /// completes may count for the next. May be called from any thread.
   virtual void cancel() noexcept = 0;
+
+  /// Takes a cancel back that no request has met, such as one that came as the last request completed; the next request
+  /// is sent then. Called between requests.
+  virtual void dropCancel() noexcept {}
+
+  /// The HTTP status of the last request's reply, as far as one came whole: 200 to 299 for a success; 0 when there was
+  /// none, or when the centre does not know. A status tells more than an error's text: 401 of a refused key, for one.
+  virtual std::int32_t obtainLastStatus() const noexcept { return 0; }
 };
 
 /// What all requests of one assistant carry. Read while requests run; changed only between them.

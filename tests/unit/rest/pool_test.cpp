@@ -193,6 +193,32 @@ TEST_F(Pool, CancelBeforehandEndsTheNextRequestUnsentAndOnlyThat) {
   EXPECT_EQ(caller_.get(server.getURL()).code, 0);
 }
 
+TEST_F(Pool, CancelThatIsTakenBackEndsNothing) {
+  RawServer server(kOk);
+  pool_->cancel();
+  pool_->dropCancel();
+  EXPECT_EQ(caller_.get(server.getURL()).code, 0);
+  pool_->dropCancel();  // of none
+  pool_->cancel();
+  expectCancelled(caller_.get(server.getURL()));
+}
+
+TEST_F(Pool, TellsTheStatusOfTheLastReplyThatCameWhole) {
+  EXPECT_EQ(pool_->obtainLastStatus(), 0);
+  RawServer made(raw::reply(201, "{}"));
+  RawServer refused(raw::reply(401, "{}"));
+  RawServer broken({{Send{"HTTP/1.1 200 OK\r\nContent-Length: 2\r\n\r\n{"}, Close{}}});
+  const std::vector<std::pair<std::string, std::int32_t>> requests = {{made.getURL(), 201},
+                                                                      {refused.getURL(), 401},
+                                                                      {"ftp://nothing.is.sent", 0},
+                                                                      {made.getURL(), 201},
+                                                                      {broken.getURL(), 0}};
+  for (const auto& [url, status] : requests) {
+    caller_.get(url);
+    EXPECT_EQ(pool_->obtainLastStatus(), status) << url;
+  }
+}
+
 TEST_F(Pool, CancelledRequestLeavesAPoolThatWorks) {
   RawServer server({{Call{[this] { pool_->cancel(); }}, Stall{}}, {Send{kOk}}});
   expectCancelled(caller_.get(server.getURL()));
