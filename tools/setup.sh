@@ -117,5 +117,5 @@ windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 libgnutls
 fuzz_packages=(clang libclang-rt-14-dev llvm)
 bench_packages=(libbenchmark-dev libssl-dev)
 coverage_packages=(gcovr)
-static_packages=(clang clang-format clang-tidy cppcheck shellcheck)
+static_packages=(clang clang-format clang-tidy cppcheck python3-jsonschema shellcheck)
 release_packages=(binutils dpkg-dev file git lintian)

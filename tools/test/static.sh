@@ -1,6 +1,7 @@
-# ./test --static: what is found without running anything. clang's warnings over every C++ file that is built here,
-# clang-tidy and cppcheck over what ships, the examples and the tests' helpers, clang-format over all, and shellcheck; all
-# of them without a finding. What was looked through before is not looked through again: the first time takes minutes.
+# ./test --static: what is found without running what is built. clang's warnings over every C++ file that is built here,
+# clang-tidy and cppcheck over what ships, the examples and the tests' helpers, clang-format over all, shellcheck, and
+# what can be checked for Microsoft's compiler without it; all of them without a finding. What was looked through before
+# is not looked through again: the first time takes minutes.
 
 # files_named PATTERN…: the project's own files of these names.
 files_named() {
@@ -43,6 +44,14 @@ check_with_clang_tidy() {
   build static
 }
 
+# What ./test runs too, and the form of vcpkg's manifests, which takes a library of Python's.
+check_for_msvc() {
+  say "Checking what is for Microsoft's compiler …"
+  ctest --test-dir build/static --label-regex '^msvc$' --no-tests=error --output-on-failure ||
+    fail "what is for Microsoft's compiler has a fault"
+  tests/msvc/check_manifests.sh vcpkg.json ports/qai/vcpkg.json || fail "vcpkg would not take its manifests"
+}
+
 takes_none "$@"
 install_packages "${run_packages[@]}" "${test_packages[@]}" "${static_packages[@]}"
 mapfile -t cxx_files < <(files_named '*.cpp' '*.h' '*.hpp')
@@ -50,4 +59,5 @@ check_form
 check_shell
 check_with_cppcheck
 check_with_clang_tidy
+check_for_msvc
 say "Nothing was found in ${#cxx_files[@]} C++ files and the scripts."

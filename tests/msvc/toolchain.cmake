@@ -1,0 +1,21 @@
+# Has CMake take `true` for Microsoft's compiler, so that it reads what the project says for it. Nothing can be built so.
+set(CMAKE_SYSTEM_NAME Windows)
+set(CMAKE_SYSTEM_PROCESSOR AMD64)
+foreach(tool IN ITEMS CXX_COMPILER RC_COMPILER LINKER AR MT)
+  set(CMAKE_${tool} true)
+endforeach()
+set(CMAKE_RC_COMPILER_WORKS ON)
+
+# What CMake would ask the compiler.
+set(CMAKE_CXX_COMPILER_FORCED ON)
+set(CMAKE_CXX_COMPILER_ID_RUN ON)
+set(CMAKE_CXX_COMPILER_ID MSVC)
+set(CMAKE_CXX_COMPILER_VERSION 19.38)
+set(CMAKE_CXX_COMPILER_ARCHITECTURE_ID x64)
+set(MSVC_CXX_ARCHITECTURE_ID x64)
+set(CMAKE_CXX_SIZEOF_DATA_PTR 8)
+set(CMAKE_CXX_STANDARD_COMPUTED_DEFAULT 14)
+foreach(standard IN ITEMS 14 17 20)
+  set(CMAKE_CXX${standard}_COMPILE_FEATURES cxx_std_${standard})
+  list(APPEND CMAKE_CXX_COMPILE_FEATURES cxx_std_${standard})
+endforeach()
