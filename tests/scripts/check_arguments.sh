@@ -1,9 +1,13 @@
 #!/usr/bin/env bash
-# check_arguments.sh SOURCES: the scripts that people type answer a wrong argument with one sentence and exit 2, before
-# they install or build anything; tools/fresh says where it can make no root, and ends with 77.
+# check_arguments.sh SOURCES CHAT: the scripts that people type answer a wrong argument with one sentence and exit 2,
+# before they install or build anything; but ./run builds first, as the arguments are those of CHAT, the program qai-chat.
+# tools/fresh says where it can make no root, and ends with 77.
 set -euo pipefail
+chat=$(realpath "$2")
 cd "$1"
 failed=0
+folder=$(mktemp -d)
+trap 'rm -rf "$folder"' EXIT
 
 # answers CODE SENTENCE COMMAND…: whether the command ends with CODE and says one line, which has SENTENCE.
 answers() {
@@ -29,12 +33,30 @@ answers 2 'usage: ./bench [FILTER]' ./bench a b
 answers 2 'usage: tools/release vX.Y.Z [--windows]' tools/release
 answers 2 'usage: tools/release vX.Y.Z [--windows]' tools/release v1.2.3 --linux
 answers 2 'takes no arguments, not cf' tools/update_abi cf
+answers 2 'usage: tools/windows/build_deps.sh PREFIX' tools/windows/build_deps.sh
+answers 2 'usage: tools/windows/build_deps.sh PREFIX' tools/windows/build_deps.sh --help
+answers 2 'usage: tools/windows/build_deps.sh PREFIX' tools/windows/build_deps.sh a b
+answers 2 'takes no arguments, not --help' .ci/run --help
 answers 2 'usage: tools/fresh [--user] COMMAND…' tools/fresh
 answers 2 'usage: tools/fresh [--user] COMMAND…' tools/fresh --root ./test
 
+# Where all is built.
+built=$folder/built
+mkdir -p "$built/build/run/apps/chat" "$built/programs"
+ln -s "$PWD/run" "$PWD/tools" "$PWD/apps" "$built"
+ln -s "$chat" "$built/build/run/apps/chat/qai-chat"
+touch "$built/build/run/build.ninja"
+sqlite3 -bail "$built/build/shop.db" <apps/chat/shop.sql
+printf '#!/bin/sh\necho "no work to do"\n' >"$built/programs/ninja"
+printf '#!/bin/sh\necho installed\n' >"$built/programs/dpkg-query"
+chmod +x "$built/programs"/*
+in_built=(env PATH="$built/programs:$PATH")
+answers 2 'There is no option --foo' "${in_built[@]}" "$built/run" --foo
+answers 2 'There is more after the QUESTION' "${in_built[@]}" "$built/run" Which tables
+answers 66 "missing.json can't be read" "${in_built[@]}" "$built/run" --restore missing.json
+
 # A system without apt-get, by a folder of programs that has none.
-folder=$(mktemp -d)
-trap 'rm -rf "$folder"' EXIT
-for program in bash basename dirname id; do ln -s "$(command -v $program)" "$folder"; done
-answers 77 'no bare root can be made here: it takes a Debian' env PATH="$folder" tools/fresh ./test
+mkdir "$folder/few"
+for program in bash basename dirname id; do ln -s "$(command -v $program)" "$folder/few"; done
+answers 77 'no bare root can be made here: it takes a Debian' env PATH="$folder/few" tools/fresh ./test
 exit $failed

@@ -3,8 +3,11 @@
 # source packages. What PREFIX holds already, made by this very script, is left as it is. The sources and the objects
 # stand in PREFIX.work until all is built. Each library's licence comes along, in PREFIX/licenses.
 set -euo pipefail
-prefix=$(realpath -m "$1")
 here=$(cd "$(dirname "${BASH_SOURCE[0]}")" && pwd)
+# shellcheck source=tools/setup.sh
+. "$here/../setup.sh"
+if [ $# -ne 1 ] || [[ $1 == -* ]]; then misused "usage: tools/windows/build_deps.sh PREFIX"; fi
+prefix=$(realpath -m "$1")
 toolchain=$(realpath "$here/../../cmake/toolchain-mingw64.cmake")
 work=$prefix.work
 jobs=$(nproc)
