@@ -103,4 +103,23 @@ runs $'    $ export A=1\n    $ test "$A" = 1' ''
 runs $'    $ export A=1\n\nSo:\n\n    $ test "$A" = 1' 'ends with 1'
 runs $'    $ (echo up; sleep 60) &\n    $ ls my.db apps/chat/shop.sql build/run' ''
 runs '    $ true &' 'no word'
+
+# What one document leaves to the next in the clone that they share, README before all others: what it built.
+cat >"$folder/sources/README.md" <<'END'
+    $ test ! -e build && mkdir -p build /opt/qai && touch build/kept left /opt/qai/left
+    $ git tag v1.0.0 && echo >apps/chat/shop.sql && git -c user.name=a -c user.email=a@b.c commit --quiet --all -m a
+END
+cat >"$folder/sources/CONTRIBUTING.md" <<'END'
+    $ test -e build/kept && test ! -e left && test ! -e /opt/qai
+    $ test -z "$(git tag)" && test -s my.db && grep -q CREATE apps/chat/shop.sql
+END
+rm "$folder"/sources/docs/page.*
+document="README.md and CONTRIBUTING.md" row=clone
+sed -n 's/^    \$ \(.*\)/\1\n    clone/p' "$folder"/sources/*.md >"$folder/commands.txt"
+git init --quiet "$folder/sources"
+git -C "$folder/sources" add .
+git -C "$folder/sources" -c user.name=a -c user.email=a@b.c commit --quiet -m a
+expect '' "$folder/run.sh" clone "$folder/sources" "$folder/run"
+mkdir -p "$folder/run/tree/build" # of a run that was broken off
+expect '' "$folder/run.sh" clone "$folder/sources" "$folder/run"
 [ "$failures" -eq 0 ]

@@ -6,10 +6,11 @@ fail() {
   exit 1
 }
 
-# list_documents: all that tells people to type something. The changelog tells of what was.
+# list_documents: all that tells people to type something, README first. The changelog tells of what was.
 list_documents() {
   find . \( -path ./build -o -name '.?*' \) -prune -o \
-    \( -name '*.md' ! -path ./CHANGELOG.md -o -path './docs/man/*.1' -o -path './examples/*' -type f \) -printf '%P\n' | sort
+    \( -name '*.md' ! -path ./CHANGELOG.md -o -path './docs/man/*.1' -o -path './examples/*' -type f \) -printf '%P\n' |
+    sed 's/^README\.md$/ &/' | LC_ALL=C sort | sed 's/^ //'
 }
 
 # list_commands: what commands.awk says of all documents.

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # run.sh here|clone SOURCES FOLDER [BUILD]: runs the commands of the documents in SOURCES whose rows in commands.txt say
 # "here" or "clone", in FOLDER. Ends with the first that fails or says something else than the document shows. For "here"
-# BUILD is the build that they find; "clone" makes a clone for each document.
+# BUILD is the build that they find. "clone" makes a clone, in which each document finds what those before it have built
+# and nothing else of theirs; README comes first.
 set -euo pipefail
 way=$1
 source=$(realpath "$2")
@@ -13,14 +14,29 @@ mkdir -p "$3"
 folder=$(realpath "$3")
 said=$folder/said
 
+# clean_clone: makes the clone, or takes out of it what a document's commands have left, their builds apart.
+clean_clone() {
+  if [ -z "$committed" ]; then
+    rm -rf tree
+    git clone --quiet --no-tags "$source" tree
+    committed=$(git -C tree rev-parse HEAD)
+  else
+    git -C tree checkout --quiet --force --detach "$committed"
+    git -C tree clean --quiet -ffdx --exclude=/build
+    git -C tree tag | xargs --no-run-if-empty git -C tree tag --delete >/dev/null
+  fi
+}
+
 # make_tree: what the reader of a document has before him.
+committed=""
 make_tree() {
   local file preset
   cd "$folder"
-  rm -rf tree opt
+  rm -rf opt
   if [ "$way" = clone ]; then
-    git clone --quiet --no-tags "$source" "$folder/tree"
+    clean_clone
   else
+    rm -rf tree
     mkdir -p "$folder/tree/build"
     for file in "$source"/*; do [ "${file##*/}" = build ] || ln -s "$file" "$folder/tree"; done
     for preset in run release; do ln -s "$build" "$folder/tree/build/$preset"; done

@@ -1,5 +1,5 @@
 # ./test --documents: types what the documents tell people to type and what takes minutes (the rows "clone" in
-# tests/documents/commands.txt), for each document in a clone of what is committed, and compares what comes with what they show.
+# tests/documents/commands.txt), in a clone of what is committed, and compares what comes with what they show.
 
 takes_none "$@"
 install_packages "${run_packages[@]}" "${test_packages[@]}" "${release_packages[@]}" "${windows_packages[@]}"
