@@ -26,10 +26,10 @@ function value(word) {
 }
 
 # holds(CONDITION): 1 when the branch is for that compiler, 0 when it is not, "" when it depends on something else.
-# An OR with one that holds does, an AND with one that doesn't doesn't.
+# Of what is joined by AND the names above alone count.
 function holds(condition,   words, count, i, negated, any, all, one, known) {
   if (condition ~ /[()]/) return ""
-  any = ""
+  any = 0
   all = 1
   known = 0
   negated = 0
@@ -50,7 +50,7 @@ function holds(condition,   words, count, i, negated, any, all, one, known) {
 
 function either(a, b) {
   if (a == 1 || b == 1) return 1
-  return a == "" ? b : (b == "" ? "" : 0)
+  return a == "" || b == "" ? "" : 0
 }
 
 # needed(): whether the line is for that compiler: some branch around it is, and none is not.
