@@ -28,8 +28,9 @@ function(qai_target name)
       _CRT_SECURE_NO_WARNINGS)  # the standard's own functions are no warning
   endif()
   if(MSVC)
-    # 4714: what is to be inlined by force may be left a call. 4324: alignment by alignas pads, as it is meant to.
-    set(options /W4 /wd4714 /wd4324 /permissive- /Zc:__cplusplus /utf-8 /EHsc /bigobj $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
+    # 4062: a switch without a default that leaves an enumerator out. 4714: what is to be inlined by force may be left a
+    # call. 4324: alignment by alignas pads, as it is meant to.
+    set(options /W4 /w14062 /wd4714 /wd4324 /permissive- /Zc:__cplusplus /utf-8 /EHsc /bigobj $<$<BOOL:${QAI_WARNINGS_AS_ERRORS}>:/WX>)
   else()
     # GCC 12 takes "text" + std::to_string(n) for an overlapping copy when it optimises (GCC bug 105651).
     set(options -Wall -Wextra -Wpedantic -Wshadow -Wconversion

@@ -24,7 +24,6 @@ constexpr const char* kMessages = "messages";
 constexpr const char* kRuns = "runs";
 
 // Labels follow the library's own texts as they stand.
-constexpr std::string_view kModelsLabel = ": g/v1/models";
 constexpr std::string_view kCreateLabel = ": p/v1/assistants";
 constexpr std::string_view kModifyLabel = ": p/v1/assistants/id";
 constexpr std::string_view kThreadLabel = ": p/v1/threads";
@@ -37,27 +36,17 @@ constexpr milliseconds kFirstInterval{250};
 constexpr milliseconds kLongestInterval{1000};
 constexpr int kLastAttempt = 101;  // counted from 0
 
+constinit const ServiceRow kAssistantsService = [] {
+  ServiceRow row = kOpenAIService;
+  row.models.mayBeAnError = true;
+  row.header = {"OpenAI-Beta", "assistants=v2"};
+  return row;
+}();
+
 milliseconds nextInterval(milliseconds interval) { return std::min(interval * 13 / 10, kLongestInterval); }
-
-void useDefaultHostForBlank(QAIAssistantProperties& properties) {
-  if (properties.isApiHostBlank()) properties.setApiHost("", std::string(kOpenAI.defaultHost));
-}
-
-std::string failure(std::string_view text, std::string_view label) {
-  return localizeString(std::string(text)).append(label);
-}
 
 /// Whether there is a `text` that names something: an empty one would leave a segment of a path empty.
 bool isIdentifier(const ICOJsonValue* text) { return text != nullptr && !text->obtainString().empty(); }
-
-/// What a failed run says of itself, which is for the user as it stands.
-std::string failedRunText(const ICOJsonValue& run) {
-  const ICOJsonValue* error = cfFindJsonMember(&run, "last_error", JsonType::Object);
-  const ICOJsonValue* code = cfFindJsonMember(error, "code", JsonType::String);
-  const ICOJsonValue* message = cfFindJsonMember(error, "message", JsonType::String);
-  if (code == nullptr || message == nullptr) return failure(kUnsupportedFormat, kRunLabel);
-  return std::string(code->obtainString()).append(": ").append(message->obtainString());
-}
 
 void appendContent(QAIMessage& reply, const ICOJsonValue& content) {
   for (std::size_t i = 0; i < content.obtainArraySize(); ++i) {
@@ -112,32 +101,9 @@ bool QAISession_OPENAI::load(const std::string& data) {
 
 QAIAssistant_OPENAI::QAIAssistant_OPENAI(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
                                          RunSleep sleep)
-    : m_restSession(std::make_unique<CMRestSession>()),
-      m_properties(std::make_unique<QAIAssistantProperties_OPENAI>()),
-      m_sleep(std::move(sleep)) {
-  m_restSession->setAuthorizationHeaderValue("Bearer " + apiKey);
-  m_restSession->addHeaderParam("OpenAI-Beta", "assistants=v2");
-  m_restSession->httpPoolCenter = pool;
-  m_properties->setApiHost(apiHost, std::string(kOpenAI.defaultHost));
-  m_pool.reset(pool);  // last: until here the pool is the caller's
-}
-
-QAIAssistant_OPENAI::~QAIAssistant_OPENAI() {
-  m_pool.reset();
-  m_restSession.reset();
-  m_properties.reset();
-}
-
-/// Takes `result`'s response over.
-QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::readReply(const HTTPResult& result, std::string_view label) {
-  Reply reply{.response = std::unique_ptr<CMRestResourceResponse>(result.first), .json = nullptr, .error = {}};
-  if (!result.second.empty()) {
-    reply.error = obtainFailureText(result.first, result.second);
-  } else if (reply.json = result.first->getJson(); reply.json == nullptr) {
-    reply.error = failure(kInvalidResponse, label);
-  }
-  return reply;
-}
+    : QAIAssistantBase(kAssistantsService, pool, apiHost, apiKey, std::make_unique<QAIAssistantProperties_OPENAI>()),
+      m_properties(static_cast<QAIAssistantProperties_OPENAI*>(properties_.get())),
+      m_sleep(std::move(sleep)) {}
 
 std::string QAIAssistant_OPENAI::address(const Path& path) const {
   std::vector<std::string> parts{m_properties->apiHost, kVersion};
@@ -148,13 +114,13 @@ std::string QAIAssistant_OPENAI::address(const Path& path) const {
 /// Asks for the whole JSON at `path`.
 QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::get(const Path& path, const CMRestParams& query,
                                                     std::string_view label) const {
-  return readReply(HTTP::Get(m_restSession.get(), address(path), query, {}), label);
+  return readReply(HTTP::Get(restSession_.get(), address(path), query, {}), kInvalidResponse, label);
 }
 
 /// Posts `body` (null: none); gives the "id" of what the service made of it, which is a string.
 QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::post(const Path& path, ICOJsonValue* body,
                                                      std::string_view label) const {
-  Reply reply = readReply(HTTP::Post(m_restSession.get(), address(path), body, {}, {}), label);
+  Reply reply = readReply(HTTP::Post(restSession_.get(), address(path), body, {}, {}), kInvalidResponse, label);
   if (!reply.error.empty()) return reply;
   reply.json = cfFindJsonMember(reply.json, "id", JsonType::String);
   if (!isIdentifier(reply.json)) reply.error = failure(kUnsupportedFormat, label);
@@ -162,22 +128,9 @@ QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::post(const Path& path, ICOJsonVa
 }
 
 std::string QAIAssistant_OPENAI::remove(const Path& path) const {
-  const auto [response, httpError] = HTTP::Delete(m_restSession.get(), address(path));
+  const auto [response, httpError] = HTTP::Delete(restSession_.get(), address(path));
   const std::unique_ptr<CMRestResourceResponse> reply(response);
   return httpError.empty() ? "" : obtainFailureText(reply.get(), httpError);
-}
-
-std::pair<std::vector<std::string>, std::string> QAIAssistant_OPENAI::obtainAvailableModels() {
-  const auto [response, httpError] = HTTP::Get(m_restSession.get(), address({"models"}), {}, {});
-  const std::unique_ptr<CMRestResourceResponse> reply(response);
-  if (!httpError.empty()) return {{}, obtainFailureText(reply.get(), httpError)};
-  // Some servers tell of an error under the status of a success.
-  if (const ICOJsonValue* message = findErrorMessage(reply->getJson())) {
-    return {{}, std::string(message->obtainString())};
-  }
-  const ICOJsonValue* list = cfFindJsonMember(reply->getJson(), "data", JsonType::Array);
-  if (list == nullptr) return {{}, failure(kUnsupportedFormat, kModelsLabel)};
-  return {completions::readModelsByCreated(*list), ""};
 }
 
 std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIProperties*)> fill) {
@@ -251,7 +204,7 @@ void QAIAssistant_OPENAI::destroyAssistant(const std::string& id) const {
   }
 }
 
-IQAIProperties* QAIAssistant_OPENAI::obtainAssistantProperties() { return m_properties.get(); }
+IQAIProperties* QAIAssistant_OPENAI::obtainAssistantProperties() { return m_properties; }
 
 std::pair<IQAISession*, std::string> QAIAssistant_OPENAI::createSession() {
   if (m_assistantID.empty()) {
@@ -283,7 +236,7 @@ std::pair<IQAISession*, std::string> QAIAssistant_OPENAI::loadSession(std::strin
 /// `session` as one that refers to this assistant's record; null when it is none.
 const QAISession_OPENAI* QAIAssistant_OPENAI::asOwnSession(const IQAISession* session) const {
   const auto* own = dynamic_cast<const QAISession_OPENAI*>(session);
-  return own != nullptr && &own->properties() == m_properties.get() ? own : nullptr;
+  return own != nullptr && &own->properties() == m_properties ? own : nullptr;
 }
 
 std::string QAIAssistant_OPENAI::destroySession(IQAISession* session) {
@@ -325,6 +278,15 @@ QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::startRun(const std::string& thre
   COJson body;
   body.addKeyValue("assistant_id")->setStringReference(m_assistantID);
   return post({kThreads, threadID, kRuns}, &body, kStartLabel);
+}
+
+/// What a failed run says of itself, which is for the user as it stands.
+std::string QAIAssistant_OPENAI::failedRunText(const ICOJsonValue& run) const {
+  const ICOJsonValue* error = cfFindJsonMember(&run, "last_error", JsonType::Object);
+  const ICOJsonValue* code = cfFindJsonMember(error, "code", JsonType::String);
+  const ICOJsonValue* message = cfFindJsonMember(error, "message", JsonType::String);
+  if (code == nullptr || message == nullptr) return failure(kUnsupportedFormat, kRunLabel);
+  return std::string(code->obtainString()).append(": ").append(message->obtainString());
 }
 
 /// Asks for the run's state until it ends; gives an error text. A cancelled run is no end here: it is waited for like

@@ -2,11 +2,8 @@
 // by a run that is asked for its state until it ends.
 #pragma once
 
+#include "qai_assistant_base.h"
 #include "qai_assistant_properties_openai.h"
-#include "qai_http.h"
-
-#include <cf/rest.h>
-#include <qai.h>
 
 #include <chrono>
 #include <functional>
@@ -48,17 +45,12 @@ class QAISession_OPENAI final : public IQAISession {
   QAIAssistantProperties_OPENAI& m_properties;
 };
 
-class QAIAssistant_OPENAI final : public IQAIAssistant {
+class QAIAssistant_OPENAI final : public QAIAssistantBase {
  public:
-  /// Takes `pool` over, unless it throws.
+  /// Takes `pool` over, unless it throws. Going sends nothing: what the service holds outlives this object.
   QAIAssistant_OPENAI(ICSHTTPPoolCenter* pool, const std::string& apiHost, const std::string& apiKey,
                       RunSleep sleep = sleepFor);
-  /// Sends nothing: what the service holds outlives this object.
-  ~QAIAssistant_OPENAI() override;
-  QAIAssistant_OPENAI(const QAIAssistant_OPENAI&) = delete;
-  QAIAssistant_OPENAI& operator=(const QAIAssistant_OPENAI&) = delete;
 
-  std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override;
   std::string setAssistantProperties(std::function<void(IQAIProperties*)> fill) override;
   IQAIProperties* obtainAssistantProperties() override;
   std::pair<IQAISession*, std::string> createSession() override;
@@ -70,14 +62,6 @@ class QAIAssistant_OPENAI final : public IQAIAssistant {
   /// Segments of a path behind the API host.
   using Path = std::vector<std::string>;
 
-  /// A reply with the value in it that was asked for, or an error text.
-  struct Reply {
-    std::unique_ptr<CMRestResourceResponse> response;
-    const ICOJsonValue* json = nullptr;  // the response's
-    std::string error;
-  };
-
-  static Reply readReply(const HTTPResult& result, std::string_view label);
   std::string address(const Path& path) const;
   Reply get(const Path& path, const CMRestParams& query, std::string_view label) const;
   Reply post(const Path& path, ICOJsonValue* body, std::string_view label) const;
@@ -92,13 +76,12 @@ class QAIAssistant_OPENAI final : public IQAIAssistant {
   const QAISession_OPENAI* asOwnSession(const IQAISession* session) const;
   Reply postMessage(const std::string& threadID, const std::string& text) const;
   Reply startRun(const std::string& threadID) const;
+  std::string failedRunText(const ICOJsonValue& run) const;
   std::string awaitRun(const std::string& threadID, const std::string& runID) const;
   std::pair<IQAIMessage*, std::string> collectMessage(const std::string& threadID, const std::string& runID) const;
 
-  std::unique_ptr<ICSHTTPPoolCenter> m_pool;
-  std::unique_ptr<CMRestSession> m_restSession;
-  std::string m_assistantID;  // empty while the service holds none
-  std::unique_ptr<QAIAssistantProperties_OPENAI> m_properties;
+  std::string m_assistantID;                          // empty while the service holds none
+  QAIAssistantProperties_OPENAI* const m_properties;  // the base's, by its own type
   std::vector<QAISession_OPENAI*> m_sessions;  // the host's; compared, never read, for the host may have freed one
   RunSleep m_sleep;
 };

@@ -10,18 +10,6 @@
 #include <algorithm>
 #include <chrono>
 
-namespace {
-
-/// `text` with the model's name in place of "{model}".
-std::string withModel(std::string_view text, const std::string& model) {
-  constexpr std::string_view kPlace = "{model}";
-  std::string result(text);
-  if (const std::size_t at = result.find(kPlace); at != std::string::npos) result.replace(at, kPlace.size(), model);
-  return result;
-}
-
-}  // namespace
-
 std::int64_t currentTime() {
   using std::chrono::system_clock;
   return std::chrono::duration_cast<std::chrono::seconds>(system_clock::now().time_since_epoch()).count();
@@ -29,61 +17,9 @@ std::int64_t currentTime() {
 
 QAIChatAssistant::QAIChatAssistant(const ChatDialect& dialect, ICSHTTPPoolCenter* pool, const std::string& apiHost,
                                    const std::string& apiKey, MessageClock clock)
-    : dialect_(dialect),
-      restSession_(std::make_unique<CMRestSession>()),
-      properties_(std::make_unique<QAIAssistantProperties>()),
-      apiKey_(dialect.key == ChatKey::None ? std::string() : apiKey),
-      clock_(clock) {
-  if (dialect_.key == ChatKey::Bearer) restSession_->setAuthorizationHeaderValue("Bearer " + apiKey);
-  if (dialect_.sharesPool) restSession_->httpPoolCenter = pool;
-  properties_->setApiHost(apiHost, std::string(dialect_.defaultHost));
-  pool_.reset(pool);  // last: until here the pool is the caller's
-}
-
-QAIChatAssistant::~QAIChatAssistant() {
-  pool_.reset();
-  restSession_.reset();
-  properties_.reset();
-}
-
-std::string QAIChatAssistant::failure(std::string_view text, std::string_view label) const {
-  return localizeString(std::string(text)) + withModel(label, properties_->model);
-}
-
-std::string QAIChatAssistant::address(const ChatPath& path) const {
-  std::vector<std::string> parts;
-  parts.reserve(1 + path.size());
-  parts.push_back(properties_->apiHost);
-  for (const std::string_view segment : path) {
-    if (!segment.empty()) parts.push_back(withModel(segment, properties_->model));
-  }
-  return cfConcatURL(parts);
-}
-
-/// Why the key is not sent; "" when it is. One in a header is looked at there, but a query can hold any text, and this
-/// would be another key than the one that the user means.
-std::string QAIChatAssistant::refuseKey() const {
-  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
-  if (dialect_.key != ChatKey::Query || std::none_of(apiKey_.begin(), apiKey_.end(), isControl)) return "";
-  return "The key holds a control character";
-}
-
-CMRestParams QAIChatAssistant::queryParams() const {
-  return dialect_.key == ChatKey::Query ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
-}
-
-std::pair<std::vector<std::string>, std::string> QAIChatAssistant::obtainAvailableModels() {
-  if (const std::string refusal = refuseKey(); !refusal.empty()) return {{}, refusal};
-  const auto [response, error] = HTTP::Get(restSession_.get(), address(dialect_.models.path), queryParams(), {});
-  const std::unique_ptr<CMRestResourceResponse> reply(response);
-  if (!error.empty()) return {{}, obtainFailureText(reply.get(), error)};
-
-  const ICOJsonValue* json = reply->getJson();
-  if (json == nullptr) return {{}, failure(dialect_.models.noJsonText, dialect_.models.label)};
-  const ICOJsonValue* list = json->obtainJsonValue(dialect_.models.member);
-  if (!cfHasJsonType(list, JsonType::Array)) return {{}, failure(kUnsupportedFormat, dialect_.models.label)};
-  return {dialect_.readModels(*list), ""};
-}
+    : QAIAssistantBase(dialect.service, pool, apiHost, apiKey, std::make_unique<QAIAssistantProperties>()),
+      dialect_(dialect),
+      clock_(clock) {}
 
 std::string QAIChatAssistant::setAssistantProperties(std::function<void(IQAIProperties*)> fill) {
   QAIAssistantProperties filled;
@@ -100,10 +36,6 @@ void QAIChatAssistant::adopt(QAIAssistantProperties& filled) {
   std::string host = filled.apiHost;
   properties_->adoptAssigned(filled);
   properties_->apiHost = std::move(host);
-}
-
-void QAIChatAssistant::useDefaultHostForBlank(QAIAssistantProperties& properties) const {
-  if (properties.isApiHostBlank()) properties.setApiHost("", std::string(dialect_.defaultHost));
 }
 
 IQAIProperties* QAIChatAssistant::obtainAssistantProperties() { return new QAIAssistantProperties(*properties_); }

@@ -2,30 +2,21 @@
 // service's dialect.
 #pragma once
 
-#include "qai_assistant_properties.h"
+#include "qai_assistant_base.h"
 #include "qai_chat_dialect.h"
 #include "qai_chat_session.h"
-
-#include <cf/rest.h>
-#include <qai.h>
 
 #include <functional>
 #include <memory>
 #include <string>
 #include <utility>
-#include <vector>
 
 /// Tells the time of a reply: seconds since 1970-01-01 UTC.
 using MessageClock = std::int64_t (*)();
 std::int64_t currentTime();
 
-class QAIChatAssistant : public IQAIAssistant {
+class QAIChatAssistant : public QAIAssistantBase {
  public:
-  ~QAIChatAssistant() override;
-  QAIChatAssistant(const QAIChatAssistant&) = delete;
-  QAIChatAssistant& operator=(const QAIChatAssistant&) = delete;
-
-  std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override;
   std::string setAssistantProperties(std::function<void(IQAIProperties*)> fill) override;
   IQAIProperties* obtainAssistantProperties() override;
   std::pair<IQAISession*, std::string> createSession() override;
@@ -44,18 +35,9 @@ class QAIChatAssistant : public IQAIAssistant {
   virtual QAIChatSession* asSessionOfService(IQAISession* session) const = 0;
 
   void adopt(QAIAssistantProperties& filled);
-  void useDefaultHostForBlank(QAIAssistantProperties& properties) const;
-  std::string address(const ChatPath& path) const;
-  std::string refuseKey() const;
-  CMRestParams queryParams() const;
-  std::string failure(std::string_view text, std::string_view label) const;
   std::pair<std::string, std::string> exchange(const QAIChatSession& session, const std::string& text);
 
   const ChatDialect& dialect_;
-  std::unique_ptr<ICSHTTPPoolCenter> pool_;
-  std::unique_ptr<CMRestSession> restSession_;
-  std::unique_ptr<QAIAssistantProperties> properties_;
-  std::string apiKey_;  // empty for a service without keys
   MessageClock clock_;
 };
 

@@ -20,7 +20,6 @@ IQAIAssistant* QAICreateAssistant(QAIAssistantType type, ICSHTTPPoolCenter* pool
       return new QAIAssistant_DEEPSEEK(pool, apiHost, apiKey);
     case OLLAMA:
       return new QAIAssistant_OLLAMA(pool, apiHost, apiKey);
-    default:
-      return nullptr;
   }
+  return nullptr;
 }

@@ -67,19 +67,19 @@ std::optional<std::string> readReply(const ICOJsonValue& reply) {
 
 // https://ai.google.dev/api/generate-content and https://ai.google.dev/api/models
 constinit const ChatDialect kGoogle{
-    .defaultHost = "generativelanguage.googleapis.com",
+    .service = {.defaultHost = "generativelanguage.googleapis.com",
+                .key = ServiceKey::Query,
+                .sharesPool = true,
+                .models = {.path = {"v1beta", "models"},
+                           .member = "models",
+                           .noJsonText = kInvalidResponse,
+                           .label = ": g/v1beta/models",
+                           .read = readModels}},
     .instructionsRole = "",  // they have a member of their own
-    .key = ChatKey::Query,
-    .sharesPool = true,
-    .models = {.path = {"v1beta", "models"},
-               .member = "models",
-               .noJsonText = kInvalidResponse,
-               .label = ": g/v1beta/models"},
     .turn = {.path = {"v1beta", "models", "{model}:generateContent"},
              .noModelLabel = ": p/v1beta/models/generateContent",
              .noJsonLabel = ": p/v1beta/models/{model}:generateContent",
              .formatLabel = ": p/v1beta/models/{model}:generateContent"},
-    .readModels = readModels,
     .entry = {.userStart = R"({"role":"user","parts":[{"text":)",
               .assistantStart = R"({"role":"model","parts":[{"text":)",
               .end = "}]}"},

@@ -35,16 +35,19 @@ std::optional<std::string> readReply(const ICOJsonValue& reply) {
 
 // https://github.com/ollama/ollama/blob/main/docs/api.md
 constinit const ChatDialect kOllama{
-    .defaultHost = "localhost:11434",
+    .service = {.defaultHost = "localhost:11434",
+                .key = ServiceKey::None,
+                .sharesPool = false,
+                .models = {.path = {"api", "tags"},
+                           .member = "models",
+                           .noJsonText = kInvalidResponse,
+                           .label = ": g/api/tags",
+                           .read = readModels}},
     .instructionsRole = "system",
-    .key = ChatKey::None,
-    .sharesPool = false,
-    .models = {.path = {"api", "tags"}, .member = "models", .noJsonText = kInvalidResponse, .label = ": g/api/tags"},
     .turn = {.path = {"api", "chat"},
              .noModelLabel = ": p/api/chat",
              .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
              .formatLabel = ": p/api/chat"},
-    .readModels = readModels,
     .entry = completions::kEntry,
     .writeBody = writeBody,
     .readReply = readReply,

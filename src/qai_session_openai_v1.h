@@ -2,6 +2,17 @@
 #pragma once
 
 #include "qai_chat_assistant.h"
+#include "qai_chat_completions.h"
+
+/// What both of OpenAI's services have.
+inline constexpr ServiceRow kOpenAIService{.defaultHost = "api.openai.com",
+                                           .key = ServiceKey::Bearer,
+                                           .sharesPool = true,
+                                           .models = {.path = {"v1", "models"},
+                                                      .member = "data",
+                                                      .noJsonText = kUnsupportedFormat,
+                                                      .label = ": g/v1/models",
+                                                      .read = completions::readModelsByCreated}};
 
 extern const ChatDialect kOpenAI;
 

@@ -73,7 +73,7 @@ void PrintTo(const PartCase& row, std::ostream* out) { *out << row.name; }
 class DialectModels : public testing::TestWithParam<PartCase> {};
 
 TEST_P(DialectModels, LeavesOutWhatIsNone) {
-  EXPECT_EQ(GetParam().dialect.readModels(COJson(GetParam().json)), GetParam().read);
+  EXPECT_EQ(GetParam().dialect.service.models.read(COJson(GetParam().json)), GetParam().read);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,0 +1,89 @@
+#include "qai_assistant_base.h"
+
+#include "qai_exports.h"
+
+#include <cf/url.h>
+
+#include <algorithm>
+
+namespace {
+
+/// `text` with the model's name in place of "{model}".
+std::string withModel(std::string_view text, const std::string& model) {
+  constexpr std::string_view kPlace = "{model}";
+  std::string result(text);
+  if (const std::size_t at = result.find(kPlace); at != std::string::npos) result.replace(at, kPlace.size(), model);
+  return result;
+}
+
+}  // namespace
+
+QAIAssistantBase::QAIAssistantBase(const ServiceRow& row, ICSHTTPPoolCenter* pool, const std::string& apiHost,
+                                   const std::string& apiKey, std::unique_ptr<QAIAssistantProperties> properties)
+    : row_(row),
+      apiKey_(row.key == ServiceKey::None ? std::string() : apiKey),
+      properties_(std::move(properties)),
+      restSession_(std::make_unique<CMRestSession>()) {
+  if (row_.key == ServiceKey::Bearer) restSession_->setAuthorizationHeaderValue("Bearer " + apiKey_);
+  if (!row_.header.name.empty()) {
+    restSession_->addHeaderParam(std::string(row_.header.name), std::string(row_.header.value));
+  }
+  if (row_.sharesPool) restSession_->httpPoolCenter = pool;
+  properties_->setApiHost(apiHost, std::string(row_.defaultHost));
+  pool_.reset(pool);  // last: until here the pool is the caller's
+}
+
+QAIAssistantBase::Reply QAIAssistantBase::readReply(const HTTPResult& result, std::string_view noJsonText,
+                                                    std::string_view label) const {
+  Reply reply{.response = std::unique_ptr<CMRestResourceResponse>(result.first), .json = nullptr, .error = {}};
+  if (!result.second.empty()) {
+    reply.error = obtainFailureText(result.first, result.second);
+  } else if (reply.json = result.first->getJson(); reply.json == nullptr) {
+    reply.error = failure(noJsonText, label);
+  }
+  return reply;
+}
+
+std::string QAIAssistantBase::failure(std::string_view text, std::string_view label) const {
+  return localizeString(std::string(text)) + withModel(label, properties_->model);
+}
+
+std::string QAIAssistantBase::address(const ServicePath& path) const {
+  std::vector<std::string> parts;
+  parts.reserve(1 + path.size());
+  parts.push_back(properties_->apiHost);
+  for (const std::string_view segment : path) {
+    if (!segment.empty()) parts.push_back(withModel(segment, properties_->model));
+  }
+  return cfConcatURL(parts);
+}
+
+// One in a header is looked at there, but a query can hold any text, and this would be another key than the one that
+// the user means.
+std::string QAIAssistantBase::refuseKey() const {
+  const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7f; };
+  if (row_.key != ServiceKey::Query || std::none_of(apiKey_.begin(), apiKey_.end(), isControl)) return "";
+  return "The key holds a control character";
+}
+
+CMRestParams QAIAssistantBase::queryParams() const {
+  return row_.key == ServiceKey::Query ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
+}
+
+void QAIAssistantBase::useDefaultHostForBlank(QAIAssistantProperties& properties) const {
+  if (properties.isApiHostBlank()) properties.setApiHost("", std::string(row_.defaultHost));
+}
+
+std::pair<std::vector<std::string>, std::string> QAIAssistantBase::obtainAvailableModels() {
+  if (std::string refusal = refuseKey(); !refusal.empty()) return {{}, std::move(refusal)};
+  const ServiceModels& models = row_.models;
+  Reply reply = readReply(HTTP::Get(restSession_.get(), address(models.path), queryParams(), {}), models.noJsonText,
+                          models.label);
+  if (!reply.error.empty()) return {{}, std::move(reply.error)};
+  if (const ICOJsonValue* message = models.mayBeAnError ? findErrorMessage(reply.json) : nullptr) {
+    return {{}, std::string(message->obtainString())};
+  }
+  const ICOJsonValue* list = cfFindJsonMember(reply.json, models.member, JsonType::Array);
+  if (list == nullptr) return {{}, failure(kUnsupportedFormat, models.label)};
+  return {models.read(*list), ""};
+}
