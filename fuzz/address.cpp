@@ -51,5 +51,5 @@ void fuzzAddressOf(QAIAssistantType type, const Asked& asked) {
 
 void fuzzAddress(std::string_view input) {
   const Asked asked = readAsked(input);
-  for (const QAIAssistantType type : kAllTypes) fuzzAddressOf(type, asked);
+  for (const TestedService& service : allServices()) fuzzAddressOf(service.type, asked);
 }

@@ -61,5 +61,5 @@ void fuzzFailureOf(QAIAssistantType type, const Reply& reply, std::string_view i
 
 void fuzzFailure(std::string_view input) {
   const Reply reply = readFailure(input);
-  for (const QAIAssistantType type : kAllTypes) fuzzFailureOf(type, reply, input);
+  for (const TestedService& service : allServices()) fuzzFailureOf(service.type, reply, input);
 }

@@ -15,7 +15,7 @@ const Target& chooseTarget() {
   const Target* target = findTarget(name == nullptr ? "" : name);
   if (target != nullptr) return *target;
   std::cerr << "QAI_FUZZ_TARGET must be one of:\n";
-  for (const Target& known : kTargets) std::cerr << known.name << '\n';
+  for (const Target& known : allTargets()) std::cerr << known.name << '\n';
   std::exit(2);
 }
 

@@ -19,19 +19,12 @@ Owned<IQAIAssistant> makeAssistant(QAIAssistantType type, const std::string& api
 }
 
 std::vector<Reply> healthyTurn(QAIAssistantType type) {
-  switch (type) {
-    case OPENAI:
-      return {{200, R"({"id":"msg_1"})"},
-              {200, R"({"id":"run_1"})"},
-              {200, R"({"id":"run_1","status":"completed"})"},
-              {200, R"({"data":[{"created_at":1,"content":[{"type":"text","text":{"value":"all is well"}}]}]})"}};
-    case GOOGLE:
-      return {{200, R"({"candidates":[{"content":{"role":"model","parts":[{"text":"all is well"}]}}]})"}};
-    case OLLAMA:
-      return {{200, R"({"message":{"role":"assistant","content":"all is well"}})"}};
-    default:
-      return {{200, R"({"choices":[{"message":{"role":"assistant","content":"all is well"}}]})"}};
-  }
+  const TestedService& service = *findService(type);
+  if (!service.keepsConversations) return {{200, service.replyBody}};
+  return {{200, R"({"id":"msg_1"})"},
+          {200, R"({"id":"run_1"})"},
+          {200, R"({"id":"run_1","status":"completed"})"},
+          {200, R"({"data":[{"created_at":1,"content":[{"type":"text","text":{"value":"two parts"}}]}]})"}};
 }
 
 std::vector<Reply> healthyCreation() { return {{200, R"({"id":"thing_1"})"}}; }

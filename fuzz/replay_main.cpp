@@ -52,7 +52,7 @@ int main(int argc, char** argv) {
   const fs::path folder = argv[1];
   if (!areAllTargets(folder / "seeds") || !areAllTargets(folder / "crashes")) return 1;
   const QuietAssertions quiet;
-  for (const Target& target : kTargets) {
+  for (const Target& target : allTargets()) {
     const std::size_t seeds = replay(target, folder / "seeds" / target.name);
     const std::size_t crashes = replay(target, folder / "crashes" / target.name);
     if (seeds == 0) {

@@ -3,8 +3,6 @@
 #include "session_rules.h"
 #include "targets.h"
 
-namespace {
-
 void fuzzSession(QAIAssistantType type, std::string_view input) {
   const Owned<IQAIAssistant> assistant = makeAssistant(type);
   const auto [made, error] = assistant->loadSession(std::string(input));
@@ -30,11 +28,3 @@ void fuzzSession(QAIAssistantType type, std::string_view input) {
   expectNoKey(turnError, input);
   expect(session->obtainSessionData() == saved, "a failed turn changes nothing", turnError);
 }
-
-}  // namespace
-
-void fuzzOpenAISession(std::string_view input) { fuzzSession(OPENAI_v1, input); }
-void fuzzAssistantsSession(std::string_view input) { fuzzSession(OPENAI, input); }
-void fuzzGeminiSession(std::string_view input) { fuzzSession(GOOGLE, input); }
-void fuzzDeepSeekSession(std::string_view input) { fuzzSession(DEEPSEEK, input); }
-void fuzzOllamaSession(std::string_view input) { fuzzSession(OLLAMA, input); }

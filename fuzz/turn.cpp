@@ -102,8 +102,4 @@ class Conversation {
 
 }  // namespace
 
-void fuzzOpenAITurn(std::string_view input) { Conversation(OPENAI_v1, input).run(); }
-void fuzzAssistantsTurn(std::string_view input) { Conversation(OPENAI, input).run(); }
-void fuzzGeminiTurn(std::string_view input) { Conversation(GOOGLE, input).run(); }
-void fuzzDeepSeekTurn(std::string_view input) { Conversation(DEEPSEEK, input).run(); }
-void fuzzOllamaTurn(std::string_view input) { Conversation(OLLAMA, input).run(); }
+void fuzzTurn(QAIAssistantType type, std::string_view input) { Conversation(type, input).run(); }

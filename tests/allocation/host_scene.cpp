@@ -15,7 +15,7 @@ const std::string kStructure =
     R"("fkeys":[{"fields":["id"],"ref_schema":"public","ref_table":"orders","ref_fields":["id"]}]},)"
     R"({"name":"orders","fields":[{"name":"id","type":"INTEGER"}]}],"views":[{"name":"best \"of\" all","fields":[]}]}]}])";
 
-Settings firstSettings(const Service& service) {
+Settings firstSettings(const TestedService& service) {
   Settings settings{{"model", service.model},
                     {"user_instructions", "Answer in one sentence of ordinary length."},
                     {"system_instructions", CMVariantMap{{"tone", "Be kind to everyone who asks anything."}}}};
@@ -24,7 +24,7 @@ Settings firstSettings(const Service& service) {
 
 }  // namespace
 
-Settings furtherSettings(const Service& service, const std::string& address) {
+Settings furtherSettings(const TestedService& service, const std::string& address) {
   Settings settings{
       {"api_host", "  " + address + "  "},
       {"model", service.model},
@@ -33,7 +33,7 @@ Settings furtherSettings(const Service& service, const std::string& address) {
       {"system_instructions",
        CMVariantMap{{"tone", ""}, {"what is there to be said of the dialect", "It is SQLite's own dialect."}}},
       {"db_structure", kStructure}};
-  if (service.type == OPENAI) {
+  if (service.keepsConversations) {
     settings["name"] = "The shop's own assistant, by name";
     settings["description"] = "Knows all there is to know about the shop.";
   }
@@ -60,7 +60,7 @@ std::string describe(const IQAIProperties& properties) {
   return cfWriteJson(all);
 }
 
-HostScene::HostScene(const Service& service, const standin::Server& server, Begin begin)
+HostScene::HostScene(const TestedService& service, const standin::Server& server, Begin begin)
     : service_(service), server_(server) {
   assistant_.reset(QAICreateAssistant(service.type, CF::createHTTPPoolCenter(), kKey, server.address()));
   if (begin == Begin::Created) return;

@@ -9,7 +9,7 @@
 #include <vector>
 
 /// All settings at once, each different from what a scene begins with.
-Settings furtherSettings(const Service& service, const std::string& address);
+Settings furtherSettings(const TestedService& service, const std::string& address);
 
 /// `text` without the identifiers that the Assistants service gave.
 std::string withoutIDs(const std::string& text);
@@ -22,7 +22,7 @@ class HostScene : public Scene {
  public:
   enum class Begin { Created, Configured, InSession };
 
-  HostScene(const Service& service, const standin::Server& server, Begin begin = Begin::InSession);
+  HostScene(const TestedService& service, const standin::Server& server, Begin begin = Begin::InSession);
 
   /// The settings and the conversation.
   std::string state() const override;
@@ -30,16 +30,16 @@ class HostScene : public Scene {
  protected:
   /// The settings, as a copy where the assistant gives one.
   std::string settings() const;
-  bool keepsConversations() const { return service_.type == OPENAI; }
+  bool keepsConversations() const { return service_.keepsConversations; }
 
-  const Service& service_;
+  const TestedService& service_;
   const standin::Server& server_;
   Owned<IQAIAssistant> assistant_;
   Owned<IQAISession> session_;
 };
 
 /// One case for each service; gives the scenes what they need.
-class Swept : public Contract, public testing::WithParamInterface<Service> {
+class Swept : public Contract, public testing::WithParamInterface<TestedService> {
  protected:
   Swept();
   ~Swept() override;

@@ -13,7 +13,7 @@ INSTANTIATE_TEST_SUITE_P(All, EachOperation, testing::ValuesIn(allServices()), s
 /// A service's assistant is made; what fails leaves the pool the host's.
 class Creation : public Scene {
  public:
-  Creation(const Service& service, const standin::Server& server, bool withPool)
+  Creation(const TestedService& service, const standin::Server& server, bool withPool)
       : service_(service), address_(server.address()), withPool_(withPool) {}
 
   void run() override {
@@ -27,7 +27,7 @@ class Creation : public Scene {
   }
 
  private:
-  const Service& service_;
+  const TestedService& service_;
   const std::string address_;
   const bool withPool_;
   std::unique_ptr<ICSHTTPPoolCenter> pool_;
@@ -42,7 +42,7 @@ TEST_P(EachOperation, Creation) {
 /// Settings are made, at first or anew.
 class Configuration : public HostScene {
  public:
-  Configuration(const Service& service, const standin::Server& server, Begin begin)
+  Configuration(const TestedService& service, const standin::Server& server, Begin begin)
       : HostScene(service, server, begin), given_(furtherSettings(service, server.address())), error_("not run") {}
 
   void run() override { error_ = assign(*assistant_, given_); }
@@ -62,7 +62,8 @@ TEST_P(EachOperation, SettingOfProperties) {
 /// One key is set, by a host that goes on when memory runs out.
 class PatientSetting : public HostScene {
  public:
-  PatientSetting(const Service& service, const standin::Server& server, const std::string& key, const CMVariant& value)
+  PatientSetting(const TestedService& service, const standin::Server& server, const std::string& key,
+                 const CMVariant& value)
       : HostScene(service, server, Begin::Configured), key_(key), value_(value) {
     properties_.reset(assistant_->obtainAssistantProperties());
   }
@@ -121,7 +122,8 @@ class Reading : public HostScene {
 /// The same, with a database described.
 class ReadingOfAll : public Reading {
  public:
-  ReadingOfAll(const Service& service, const standin::Server& server) : Reading(service, server, Begin::Configured) {
+  ReadingOfAll(const TestedService& service, const standin::Server& server)
+      : Reading(service, server, Begin::Configured) {
     EXPECT_EQ(assign(*assistant_, furtherSettings(service, server.address())), "");
   }
 };
@@ -131,7 +133,7 @@ TEST_P(EachOperation, ReadingOfProperties) { EXPECT_GT(sweepOf<ReadingOfAll>("re
 /// The models are listed.
 class Models : public HostScene {
  public:
-  Models(const Service& service, const standin::Server& server) : HostScene(service, server, Begin::Configured) {}
+  Models(const TestedService& service, const standin::Server& server) : HostScene(service, server, Begin::Configured) {}
 
   void run() override { models_ = assistant_->obtainAvailableModels(); }
   bool succeeded() const override { return models_.second.empty() && !models_.first.empty(); }
@@ -150,7 +152,8 @@ TEST_P(EachOperation, ListOfModels) { EXPECT_GT(sweepOf<Models>("models"), 0U); 
 /// A session is opened.
 class Opening : public HostScene {
  public:
-  Opening(const Service& service, const standin::Server& server) : HostScene(service, server, Begin::Configured) {}
+  Opening(const TestedService& service, const standin::Server& server)
+      : HostScene(service, server, Begin::Configured) {}
 
   void run() override {
     auto [session, error] = assistant_->createSession();
@@ -169,7 +172,7 @@ TEST_P(EachOperation, OpeningOfASession) { EXPECT_GT(sweepOf<Opening>("opening")
 /// A saved conversation is restored into an assistant that knows nothing yet.
 class Restoring : public HostScene {
  public:
-  Restoring(const Service& service, const standin::Server& server) : HostScene(service, server, Begin::Created) {
+  Restoring(const TestedService& service, const standin::Server& server) : HostScene(service, server, Begin::Created) {
     const Saver saver(service, server);
     saved_ = saver.text();
   }
@@ -184,7 +187,7 @@ class Restoring : public HostScene {
 
  private:
   struct Saver : HostScene {
-    Saver(const Service& service, const standin::Server& server) : HostScene(service, server) {
+    Saver(const TestedService& service, const standin::Server& server) : HostScene(service, server) {
       EXPECT_EQ(assign(*assistant_, furtherSettings(service, server.address())), "");
     }
     void run() override {}
@@ -215,7 +218,7 @@ TEST_P(EachOperation, SavingOfASession) { EXPECT_GT(sweepOf<Saving>("saving"), 0
 /// A turn is taken, the `earlier`-th behind the first.
 class Turn : public HostScene {
  public:
-  Turn(const Service& service, const standin::Server& server, int earlier) : HostScene(service, server) {
+  Turn(const TestedService& service, const standin::Server& server, int earlier) : HostScene(service, server) {
     for (int i = 0; i < earlier; ++i) ask(*assistant_, session_.get(), "an earlier question of some length");
   }
 

@@ -11,7 +11,7 @@ namespace {
 /// An assistant and a session of it, each with all that a host may do with it.
 class ConvenientScene : public Scene {
  public:
-  ConvenientScene(const Service& service, const standin::Server& server)
+  ConvenientScene(const TestedService& service, const standin::Server& server)
       : service_(service), address_(server.address()), host_(service.type, kKey, address_) {
     EXPECT_TRUE(host_.configure([this](qai::Fill& fill) { fill.model(service_.model); }));
     session_ = host_.createSession().value();
@@ -22,7 +22,7 @@ class ConvenientScene : public Scene {
   }
 
  protected:
-  const Service& service_;
+  const TestedService& service_;
   const std::string address_;
   mutable qai::Assistant host_;
   qai::Session session_;
@@ -74,7 +74,7 @@ class ConvenientStep : public ConvenientScene {
  public:
   enum class Kind { Models, Opening, Turn, Saving, Restoring, End };
 
-  ConvenientStep(const Service& service, const standin::Server& server, Kind kind)
+  ConvenientStep(const TestedService& service, const standin::Server& server, Kind kind)
       : ConvenientScene(service, server), kind_(kind), saved_(session_.save()) {
     if (kind_ == Kind::Restoring) host_ = qai::Assistant(service.type, kKey, address_);
   }
@@ -105,7 +105,7 @@ class ConvenientStep : public ConvenientScene {
   void runAgain() override {
     run();
     // The service may have deleted it already, and then knows it no more.
-    if (kind_ == Kind::End && service_.type == OPENAI && session_) session_ = qai::Session(), done_ = true;
+    if (kind_ == Kind::End && service_.keepsConversations && session_) session_ = qai::Session(), done_ = true;
   }
   bool succeeded() const override { return done_; }
 

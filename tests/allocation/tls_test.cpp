@@ -26,11 +26,11 @@ void trust(const std::string& caFile) {
 /// A server that answers turns of `service`; a connection each unless `staysOpen`.
 class AnsweringServer : public RawServer {
  public:
-  AnsweringServer(const Service& service, const TestCA::Names& certificate, bool staysOpen = true)
+  AnsweringServer(const TestedService& service, const TestCA::Names& certificate, bool staysOpen = true)
       : RawServer({script(service, staysOpen)}, makeTLSContext(certificate)) {}
 
  private:
-  static raw::Script script(const Service& service, bool staysOpen) {
+  static raw::Script script(const TestedService& service, bool staysOpen) {
     if (staysOpen) return {raw::Send{raw::reply(200, service.replyBody)}};
     return {raw::Send{raw::reply(200, service.replyBody, "Connection: close\r\n")}, raw::Close{}};
   }
@@ -39,7 +39,7 @@ class AnsweringServer : public RawServer {
 /// A turn with a server, the first or one that finds what the turn before has left.
 class SecureTurn : public Scene {
  public:
-  SecureTurn(const Service& service, const RawServer& server, int earlier) {
+  SecureTurn(const TestedService& service, const RawServer& server, int earlier) {
     assistant_.reset(QAICreateAssistant(service.type, CF::createHTTPPoolCenter(), kKey, server.getURL()));
     EXPECT_EQ(assign(*assistant_, {{"model", service.model}}), "");
     session_ = newSession(*assistant_);
@@ -68,7 +68,8 @@ class SecureTurn : public Scene {
 /// A turn with a server whose certificate is unfit: what is to come of it is that it is refused.
 class RefusedTurn : public SecureTurn {
  public:
-  RefusedTurn(const Service& service, const RawServer& server) : SecureTurn(service, server, 0), server_(server) {}
+  RefusedTurn(const TestedService& service, const RawServer& server)
+      : SecureTurn(service, server, 0), server_(server) {}
 
   bool succeeded() const override { return message_ == nullptr && error_.starts_with("The certificate of localhost:"); }
   /// The reason may be that there was no memory to find out.
@@ -83,7 +84,7 @@ class RefusedTurn : public SecureTurn {
 };
 
 /// The services whose requests go through the pool, and those that make a connection for each.
-class OverTLS : public testing::TestWithParam<Service> {
+class OverTLS : public testing::TestWithParam<TestedService> {
  protected:
   OverTLS() { trust(authority().getFile()); }
   ~OverTLS() override { QAISetHTTPSettings({}); }
@@ -101,7 +102,7 @@ class OverTLS : public testing::TestWithParam<Service> {
     return points;
   }
 };
-INSTANTIATE_TEST_SUITE_P(Chat, OverTLS, testing::Values(chatServices()[0], chatServices()[2]),
+INSTANTIATE_TEST_SUITE_P(Chat, OverTLS, testing::Values(pooledServices().front(), poollessServices().front()),
                          [](const auto& row) { return row.param.usesPool ? "pooled" : "alone"; });
 
 TEST_P(OverTLS, FirstTurn) {

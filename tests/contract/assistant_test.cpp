@@ -39,8 +39,18 @@ TEST_P(AnyAssistant, OwnsItsPoolCentre) {
   EXPECT_EQ(destroyed, 1);
 }
 
+constexpr int kHighestType = 100;  // far beyond all that there are
+
+TEST(Factory, ServesTheServicesOfTheTableAndNoOthers) {
+  for (int type = -1; type <= kHighestType; ++type) {
+    const Owned<IQAIAssistant> made(QAICreateAssistant(static_cast<QAIAssistantType>(type), nullptr, kKey, ""));
+    EXPECT_EQ(made != nullptr, findService(static_cast<QAIAssistantType>(type)) != nullptr)
+        << "type " << type << (made == nullptr ? " has a row alone" : " has no row in tests/support/services.cpp");
+  }
+}
+
 TEST(Factory, UnknownTypeIsNullAndLeavesThePoolToTheCaller) {
-  for (const int type : {5, 100, -1}) {
+  for (const int type : {static_cast<int>(allServices().size()), kHighestType, -1}) {
     int destroyed = 0;
     const auto pool = std::make_unique<CountedPool>(destroyed);
     EXPECT_EQ(QAICreateAssistant(static_cast<QAIAssistantType>(type), pool.get(), kKey, ""), nullptr) << type;
@@ -86,7 +96,7 @@ TEST_P(AnyAssistant, SessionOfAnotherOneOfItsKindIsRefusedAndNothingIsSent) {
   const std::size_t before = requestCount();
   for (IQAISession* session : {itsSession.get(), restored.get()}) {
     EXPECT_EQ(ask(*assistant, session, "question"), "error: Session is empty");
-    EXPECT_EQ(assistant->destroySession(session), service_.type == OPENAI ? "Session not found" : "");
+    EXPECT_EQ(assistant->destroySession(session), service_.keepsConversations ? "Session not found" : "");
   }
   EXPECT_EQ(requestCount(), before);
   EXPECT_EQ(itsSession->obtainSessionData(), saved);
@@ -199,7 +209,7 @@ TEST_P(Assistant, SavedConversationGoesOnInAnotherAssistant) {
   ASSERT_NE(owned, nullptr);
   EXPECT_EQ(owned->obtainSessionData(), session->obtainSessionData());
   ask(*second, owned.get(), "second");
-  EXPECT_THAT(lastBody(), HasSubstr(service_.historyPart + 1));  // behind the "[", where the instructions stand
+  EXPECT_THAT(lastBody(), HasSubstr(historyPart(service_, {"first", "two parts", "second"}) + "]"));
   EXPECT_THAT(lastBody(), HasSubstr(service_.instructionsPart));
 }
 

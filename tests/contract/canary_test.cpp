@@ -40,7 +40,7 @@ class Watch {
 };
 
 /// Everything that an assistant can be asked for, in the order of a host's calls; fails nowhere itself.
-void useAll(IQAIAssistant& assistant, const Service& service, Watch& watch) {
+void useAll(IQAIAssistant& assistant, const TestedService& service, Watch& watch) {
   watch.add(assistant.obtainAvailableModels().second);
   watch.add(assign(assistant, {{"model", service.model}, {"temperature", 0.5}, {"api_host2", "x"}}));
   const auto [opened, error] = assistant.createSession();
@@ -96,7 +96,7 @@ std::vector<FailureRow> failures() {
   return rows;
 }
 
-class Canary : public testing::TestWithParam<Service> {
+class Canary : public testing::TestWithParam<TestedService> {
  protected:
   ~Canary() override { QAISetHTTPSettings({}); }
 
@@ -138,7 +138,7 @@ TEST_P(Canary, ThatMayNotBeSentIsInNoText) {
     const auto assistant = make(key, server.address());
     useAll(*assistant, GetParam(), watch);
     watch.expectNothingOf({canary::kKey});
-    EXPECT_EQ(server.requests().empty(), GetParam().usesKey);
+    EXPECT_EQ(server.requests().empty(), GetParam().usesKey());
   }
 }
 

@@ -13,7 +13,7 @@ standin::Script answer(int status, const std::string& body) {
 
 }  // namespace
 
-Contract::Contract(const Service& service, standin::Options options)
+Contract::Contract(const TestedService& service, standin::Options options)
     : service_(service), standin_(std::move(options)) {}
 
 Contract::~Contract() {
@@ -40,4 +40,4 @@ void translateToX(const char* name, void* data) {
   std::strcpy(static_cast<QAICallbackLocalizationInfo*>(data)->buffer, "X");
 }
 
-std::string serviceName(const testing::TestParamInfo<Service>& row) { return row.param.name; }
+std::string serviceName(const testing::TestParamInfo<TestedService>& row) { return row.param.name; }

@@ -1,8 +1,8 @@
 // A host, an assistant of one service and its stand-in, over real sockets.
 #pragma once
 
-#include "service.h"
 #include "support/host.h"
+#include "support/services.h"
 
 #include <gtest/gtest.h>
 #include <standin.h>
@@ -14,7 +14,7 @@ inline const std::string kKey = "sk-canary-7f3a9c";
 
 class Contract : public testing::Test {
  protected:
-  Contract(const Service& service, standin::Options options);
+  Contract(const TestedService& service, standin::Options options);
   ~Contract() override;
 
   /// An assistant of the service at the stand-in, with a pool and a model.
@@ -27,12 +27,12 @@ class Contract : public testing::Test {
   std::string lastBody() const;
   std::size_t requestCount() const { return standin_.requests().size(); }
 
-  const Service& service_;
+  const TestedService& service_;
   standin::Server standin_;
 };
 
 /// One case for each chat service.
-class EachService : public Contract, public testing::WithParamInterface<Service> {
+class EachService : public Contract, public testing::WithParamInterface<TestedService> {
  protected:
   EachService() : Contract(GetParam(), {.apiKey = kKey}) {}
 };
@@ -40,4 +40,4 @@ class EachService : public Contract, public testing::WithParamInterface<Service>
 /// A host callback that translates every text to "X".
 void translateToX(const char* name, void* data);
 
-std::string serviceName(const testing::TestParamInfo<Service>& row);
+std::string serviceName(const testing::TestParamInfo<TestedService>& row);

@@ -39,7 +39,7 @@ class Cost : public EachHost {
         properties->setProperty("temperature", "0.5");
       });
     });
-    steps.reading = allocationsOf([&] { property(*assistant, service_.type == OPENAI); });
+    steps.reading = allocationsOf([&] { property(*assistant, service_.keepsConversations); });
     steps.models = allocationsOf([&] { assistant->obtainAvailableModels(); });
     steps.session = allocationsOf([&] { session.reset(assistant->createSession().first); });
     for (int turn = 0; turn < 4; ++turn) {

@@ -9,7 +9,7 @@
 #include <utility>
 
 /// One case for each service, the Assistants service included.
-class EachHost : public Contract, public testing::WithParamInterface<Service> {
+class EachHost : public Contract, public testing::WithParamInterface<TestedService> {
  protected:
   EachHost() : Contract(GetParam(), {.apiKey = kKey}) {}
 
@@ -23,7 +23,7 @@ class EachHost : public Contract, public testing::WithParamInterface<Service> {
     return assistant;
   }
 
-  bool keepsConversations() const { return service_.type == OPENAI; }
+  bool keepsConversations() const { return service_.keepsConversations; }
 };
 
 /// The reply's text, or the error text behind "error: ".

@@ -19,15 +19,15 @@ std::vector<standin::Request> requestsWith(QAIAssistantType type, const std::str
   return server.requests();
 }
 
-class BearerKey : public testing::TestWithParam<QAIAssistantType> {};
-INSTANTIATE_TEST_SUITE_P(Chat, BearerKey, testing::Values(OPENAI_v1, DEEPSEEK));
+class BearerKey : public testing::TestWithParam<TestedService> {};
+INSTANTIATE_TEST_SUITE_P(Chat, BearerKey, testing::ValuesIn(servicesWithKey(KeyWay::Bearer)), serviceName);
 
 TEST_P(BearerKey, GoesOutExactlyAsGiven) {
   for (const std::string key : {"sk-1", "  spaced key ", ""}) {
     // What surrounds a field's value is not part of it (RFC 9110, section 5.5), so blanks at the end are gone.
     std::string sent = "Bearer " + key;
     sent.erase(sent.find_last_not_of(' ') + 1);
-    const auto requests = requestsWith(GetParam(), key);
+    const auto requests = requestsWith(GetParam().type, key);
     ASSERT_EQ(requests.size(), 2U);
     for (const standin::Request& request : requests) {
       EXPECT_EQ(request.header("Authorization"), sent);
@@ -36,9 +36,12 @@ TEST_P(BearerKey, GoesOutExactlyAsGiven) {
   }
 }
 
-TEST(GoogleKey, GoesOutAsTheQueryPairKeyAndNowhereElse) {
+class QueryKey : public testing::TestWithParam<TestedService> {};
+INSTANTIATE_TEST_SUITE_P(Chat, QueryKey, testing::ValuesIn(servicesWithKey(KeyWay::Query)), serviceName);
+
+TEST_P(QueryKey, GoesOutAsTheQueryPairKeyAndNowhereElse) {
   for (const std::string key : {"AIza-1", "a b&c=d#e/f?g+h%20", "ключ", ""}) {
-    const auto requests = requestsWith(GOOGLE, key);
+    const auto requests = requestsWith(GetParam().type, key);
     ASSERT_EQ(requests.size(), 2U);
     for (const standin::Request& request : requests) {
       EXPECT_THAT(request.query, ElementsAre(Pair("key", key)));
@@ -47,8 +50,8 @@ TEST(GoogleKey, GoesOutAsTheQueryPairKeyAndNowhereElse) {
   }
 }
 
-TEST(GoogleKey, IsInNoErrorText) {
-  const Owned<IQAIAssistant> assistant(QAICreateAssistant(GOOGLE, nullptr, kKey, "http://127.0.0.1:1"));
+TEST_P(QueryKey, IsInNoErrorText) {
+  const Owned<IQAIAssistant> assistant(QAICreateAssistant(GetParam().type, nullptr, kKey, "http://127.0.0.1:1"));
   assign(*assistant, {{"model", "m"}});
   for (const std::string& error :
        {assistant->obtainAvailableModels().second, ask(*assistant, newSession(*assistant).get(), "question")}) {
@@ -57,10 +60,11 @@ TEST(GoogleKey, IsInNoErrorText) {
   }
 }
 
-TEST(GoogleKey, WithAControlCharacterIsNotSent) {
+TEST_P(QueryKey, WithAControlCharacterIsNotSent) {
   for (const std::string control : {"\n", "\r", "\t", "\x1f", "\x7f"}) {
     const standin::Server server;
-    const Owned<IQAIAssistant> assistant(QAICreateAssistant(GOOGLE, nullptr, "AIza" + control + "1", server.address()));
+    const Owned<IQAIAssistant> assistant(
+        QAICreateAssistant(GetParam().type, nullptr, "AIza" + control + "1", server.address()));
     assign(*assistant, {{"model", "m"}});
     EXPECT_EQ(assistant->obtainAvailableModels().second, "The key holds a control character");
     EXPECT_EQ(ask(*assistant, newSession(*assistant).get(), "question"), "error: The key holds a control character");
@@ -96,8 +100,11 @@ TEST(GoogleModel, LabelsNameItAsItIs) {
             "error: Unsupported data format: p/v1beta/models/tuned/{model}:generateContent");
 }
 
-TEST(OllamaKey, DoesNotGoOut) {
-  for (const standin::Request& request : requestsWith(OLLAMA, kKey)) {
+class NeedlessKey : public testing::TestWithParam<TestedService> {};
+INSTANTIATE_TEST_SUITE_P(Chat, NeedlessKey, testing::ValuesIn(servicesWithKey(KeyWay::None)), serviceName);
+
+TEST_P(NeedlessKey, DoesNotGoOut) {
+  for (const standin::Request& request : requestsWith(GetParam().type, kKey)) {
     EXPECT_EQ(request.header("Authorization"), "");
     EXPECT_THAT(request.query, IsEmpty());
     for (const auto& [name, value] : request.headers)

@@ -36,7 +36,7 @@ const std::vector<RefusedRow>& refusedRows() {
 }
 
 /// Every setting.
-Settings everything(const Service& service, const std::string& host) {
+Settings everything(const TestedService& service, const std::string& host) {
   return {{"api_host", host},
           {"model", service.model},
           {"temperature", "0.7"},

@@ -201,10 +201,6 @@ INSTANTIATE_TEST_SUITE_P(
         TextRow{"empty", R"(,"api_host":"")", "https://api.openai.com"},
         TextRow{"blank", R"(,"api_host":" \t ")", "https://api.openai.com"},
         TextRow{"scheme_that_is_put_before_a_blank", R"(,"api_host":"https://")", "https://api.openai.com"},
-        TextRow{"blank_of_deepseek", R"(,"api_host":"")", "https://api.deepseek.com", DEEPSEEK},
-        TextRow{"blank_of_google", R"(,"api_host":"")", "https://generativelanguage.googleapis.com", GOOGLE},
-        TextRow{"blank_of_ollama", R"(,"api_host":"")", "https://localhost:11434", OLLAMA},
-        TextRow{"blank_of_assistants", R"(,"api_host":"")", "https://api.openai.com", OPENAI},
         TextRow{"of_assistants", R"(,"api_host":"a.example")", "https://a.example", OPENAI},
         TextRow{"twice", R"(,"api_host":"https://a.example","api_host":"https://b.example")", "https://b.example"},
         TextRow{"twice_the_last_null", R"(,"api_host":"https://a.example","api_host":null)", kInUse},
@@ -215,13 +211,22 @@ INSTANTIATE_TEST_SUITE_P(
         TextRow{"deeper", R"(,"settings":{"api_host":"https://a.example"})", kInUse}),
     [](const auto& row) { return std::string(row.param.name); });
 
+class SavedBlankHost : public SavedHost, public testing::WithParamInterface<TestedService> {};
+INSTANTIATE_TEST_SUITE_P(All, SavedBlankHost, testing::ValuesIn(allServices()), serviceName);
+
+TEST_P(SavedBlankHost, IsTheServicesOwn) {
+  const std::string text = R"({"assistant_id":"a","thread_id":"t","model":"m","api_host":""})";
+  EXPECT_EQ(qai::savedHost(GetParam().type, text, kInUse), GetParam().defaultHost);
+  EXPECT_EQ(restoreAndAsk(GetParam().type, text), GetParam().defaultHost);
+}
+
 TEST_F(SavedHost, OfATextThatTheLibraryRefusesIsNone) {
   const std::string host = R"("api_host":"https://a.example")";
   EXPECT_EQ(qai::savedHost(OPENAI_v1, "{" + host, kInUse), std::nullopt);
   EXPECT_EQ(qai::savedHost(OPENAI_v1, "", kInUse), std::nullopt);
   EXPECT_EQ(qai::savedHost(OPENAI, "{" + host + "}", kInUse), std::nullopt);
   EXPECT_EQ(qai::savedHost(OPENAI, "{" + host + R"(,"assistant_id":"a","thread_id":1})", kInUse), std::nullopt);
-  EXPECT_EQ(qai::savedHost(static_cast<QAIAssistantType>(5), "{" + host + "}", kInUse), std::nullopt);
+  EXPECT_EQ(qai::savedHost(static_cast<QAIAssistantType>(100), "{" + host + "}", kInUse), std::nullopt);
 }
 
 TEST_F(SavedHost, OfWhatIsNoObjectIsTheOneInUse) {

@@ -43,10 +43,10 @@ std::string savedName(const testing::TestParamInfo<Saved>& row) {
 
 class SavedSession : public testing::TestWithParam<Saved> {
  protected:
-  static const Service& service() {
-    static const std::vector<Service> services = allServices();
+  static const TestedService& service() {
+    static const std::vector<TestedService> services = allServices();
     const std::string name = GetParam().name.substr(0, GetParam().name.find('_'));
-    return *std::find_if(services.begin(), services.end(), [&](const Service& row) { return row.name == name; });
+    return *std::find_if(services.begin(), services.end(), [&](const TestedService& row) { return row.name == name; });
   }
   static bool isNew() { return GetParam().name.ends_with("_new"); }
 
@@ -76,7 +76,7 @@ TEST_P(SavedSession, GoesOnWhereItWasSaved) {
   ASSERT_THAT(server.requests(), Not(IsEmpty()));
   const standin::Request request = server.requests().front();
   EXPECT_THAT(request.body, HasSubstr("And then?"));
-  if (service().type == OPENAI) {
+  if (service().keepsConversations) {
     EXPECT_EQ(request.path, std::string("/v1/threads/thread_standin_") + (isNew() ? "1" : "2") + "/messages");
   } else if (!isNew()) {
     EXPECT_THAT(request.body, HasSubstr(R"(And the \"lowest\"? \u0001 / \\ <&> ½)"));

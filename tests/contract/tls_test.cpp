@@ -21,7 +21,7 @@ void trust(const TestCA& authority) {
   QAISetHTTPSettings(settings);
 }
 
-class OverTLS : public testing::TestWithParam<Service> {
+class OverTLS : public testing::TestWithParam<TestedService> {
  protected:
   ~OverTLS() override { QAISetHTTPSettings({}); }
 

@@ -62,7 +62,7 @@ TEST_P(Turn, HistoryIsKeptAndSentOldestFirst) {
   answerNext(200, service_.replyBody);
   EXPECT_EQ(ask(*assistant, session.get(), "first"), "two parts");
   ask(*assistant, session.get(), "second");
-  EXPECT_THAT(lastBody(), HasSubstr(service_.historyPart));
+  EXPECT_THAT(lastBody(), HasSubstr("[" + historyPart(service_, {"first", "two parts", "second"}) + "]"));
 }
 
 TEST_P(Turn, InstructionsComeBeforeTheHistoryOnEveryTurn) {

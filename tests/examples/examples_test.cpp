@@ -1,6 +1,6 @@
 // The examples, run against the stand-in with every service.
-#include "service.h"
 #include "support/platform.h"
+#include "support/services.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -42,7 +42,7 @@ std::string outputOf(const char* program, std::vector<std::string> arguments) {
   return ::outputOf(arguments);
 }
 
-class Example : public testing::TestWithParam<Service> {
+class Example : public testing::TestWithParam<TestedService> {
  protected:
   /// The arguments that all examples begin with.
   std::vector<std::string> arguments(std::vector<std::string> further) const {
@@ -53,7 +53,7 @@ class Example : public testing::TestWithParam<Service> {
 
   /// The service's next reply is kAnswer.
   void answer() {
-    if (GetParam().type == OPENAI) {
+    if (GetParam().keepsConversations) {
       server_.scriptRun({.contents = {{R"([{"type":"text","text":{"value":"two parts","annotations":[]}}])"}}});
     } else {
       standin::Script script;
@@ -73,7 +73,7 @@ class Example : public testing::TestWithParam<Service> {
   standin::Server server_{{.apiKey = kKey}};
 };
 
-std::string nameOf(const testing::TestParamInfo<Service>& row) { return row.param.name; }
+std::string nameOf(const testing::TestParamInfo<TestedService>& row) { return row.param.name; }
 
 class MinimalHost : public Example {
  protected:
@@ -84,7 +84,7 @@ class MinimalHost : public Example {
     EXPECT_THAT(sentBodies(), HasSubstr("How high?"));
     const auto requests = server_.requests();
     ASSERT_FALSE(requests.empty());
-    if (GetParam().type == OPENAI) {
+    if (GetParam().keepsConversations) {
       EXPECT_EQ(requests.back().method, "DELETE");
     }
   }
@@ -144,7 +144,7 @@ TEST_P(RestoreSession, GoesOnWithTheConversationOfTheRunBefore) {
             "The conversation goes on\ntwo parts\n");
   const auto requests = server_.requests();
   ASSERT_GT(requests.size(), before);
-  if (GetParam().type == OPENAI) {  // the service keeps it: the same thread gets the second message
+  if (GetParam().keepsConversations) {  // the service keeps it: the same thread gets the second message
     EXPECT_EQ(requests[before].path, requests[2].path);
   } else {
     EXPECT_THAT(requests[before].body, HasSubstr("the first question"));
@@ -182,7 +182,7 @@ class ImpatientWorker : public Example {};
 INSTANTIATE_TEST_SUITE_P(Pooled, ImpatientWorker, testing::ValuesIn(cancellableServices()), nameOf);
 
 TEST_P(ImpatientWorker, GivesUpWhenTheServiceDoesNotAnswer) {
-  const int earlier = GetParam().type == OPENAI ? 2 : 0;  // for the assistant and the conversation
+  const int earlier = GetParam().keepsConversations ? 2 : 0;  // for the assistant and the conversation
   for (int i = 0; i < earlier; ++i) server_.script({});
   standin::Script noReply;
   noReply.fault = standin::Fault::NoReply;

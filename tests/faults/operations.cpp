@@ -1,6 +1,6 @@
 #include "operations.h"
 
-#include <ostream>
+#include <utility>
 
 namespace {
 
@@ -9,14 +9,6 @@ struct HealthyReply {
   const char* body;
 };
 
-constexpr const char* kModels = "GET /v1/models ";
-constexpr const char* kTurn = "POST /v1/chat/completions ";
-constexpr const char* kDeepSeekModels = "GET /models ";
-constexpr const char* kDeepSeekTurn = "POST /chat/completions ";
-constexpr const char* kOllamaModels = "GET /api/tags ";
-constexpr const char* kOllamaTurn = "POST /api/chat ";
-constexpr const char* kGoogleModels = "GET /v1beta/models?key=";
-constexpr const char* kGoogleTurn = "POST /v1beta/models/m1:generateContent?key=";
 constexpr const char* kCreate = "POST /v1/assistants ";
 constexpr const char* kDescribe = "POST /v1/assistants/asst_1 ";
 constexpr const char* kThread = "POST /v1/threads ";
@@ -27,18 +19,8 @@ constexpr const char* kMessages = "GET /v1/threads/thread_1/messages?run_id=run_
 constexpr const char* kDeleteThread = "DELETE /v1/threads/thread_1 ";
 constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_1 ";
 
-constexpr const char* kModelList = R"({"object":"list","data":[{"id":"m1","object":"model","created":1741569952}]})";
-constexpr const char* kCompletion = R"({"choices":[{"message":{"role":"assistant","content":"two parts"}}]})";
-
+// Of the Assistants service; a list of models and a turn are in the table.
 constexpr HealthyReply kHealthyReplies[] = {
-    {kModels, kModelList},
-    {kTurn, kCompletion},
-    {kDeepSeekModels, kModelList},
-    {kDeepSeekTurn, kCompletion},
-    {kOllamaModels, R"({"models":[{"name":"m1","model":"m1"}]})"},
-    {kOllamaTurn, R"({"model":"m1","message":{"role":"assistant","content":"two parts"},"done":true})"},
-    {kGoogleModels, R"({"models":[{"name":"models/m1","supportedGenerationMethods":["generateContent"]}]})"},
-    {kGoogleTurn, R"({"candidates":[{"content":{"role":"model","parts":[{"text":"two parts"}]}}]})"},
     {kCreate, R"({"id":"asst_1","object":"assistant"})"},
     {kDescribe, R"({"id":"asst_1","object":"assistant"})"},
     {kThread, R"({"id":"thread_1","object":"thread"})"},
@@ -70,37 +52,69 @@ Told runDestroySession(Host& host) {
   return {.gave = error.empty(), .error = error, .text = ""};
 }
 
-Operation listing(const char* request, Reading reading, const char* noJsonError, const char* formatError) {
+/// How the request at `path` begins, with the model of the tests in it.
+std::string requestLine(const TestedService& service, const char* method, const char* path) {
+  return std::string(method) + " " + withModel(service, path, kModel) + (service.key == KeyWay::Query ? "?key=" : " ");
+}
+
+Reading listReading(const TestedService& service) {
+  if (service.keepsConversations) return Reading::AssistantModels;
+  switch (service.form) {
+    case BodyForm::Completions:
+      return Reading::CompletionModels;
+    case BodyForm::Ollama:
+      return Reading::OllamaModels;
+    case BodyForm::Gemini:
+      return Reading::GoogleModels;
+  }
+  return Reading::Nothing;
+}
+
+Reading turnReading(const TestedService& service) {
+  switch (service.form) {
+    case BodyForm::Completions:
+      return Reading::CompletionTurn;
+    case BodyForm::Ollama:
+      return Reading::OllamaTurn;
+    case BodyForm::Gemini:
+      return Reading::GoogleTurn;
+  }
+  return Reading::Nothing;
+}
+
+Operation listing(const TestedService& service) {
+  const std::string request = requestLine(service, "GET", service.modelsPath);
+  std::string models;
+  for (const std::string& model : service.modelsInIt) models += model;
   return {.name = "models",
           .run = runModels,
           .before = request,
           .request = request,
-          .reading = reading,
-          .noJsonError = noJsonError,
-          .formatError = formatError,
-          .healthyText = kModel};
+          .reading = listReading(service),
+          .noJsonError = service.modelsNoJsonError,
+          .formatError = service.modelsFormatError,
+          .healthyText = models};
 }
 
-Operation turn(const char* before, const char* request, Reading reading, const char* noJsonError,
-               const char* formatError) {
+Operation turn(const TestedService& service) {
   return {.name = "turn",
           .run = runTurn,
-          .before = before,
-          .request = request,
-          .reading = reading,
-          .noJsonError = noJsonError,
-          .formatError = formatError,
+          .before = requestLine(service, "GET", service.modelsPath),
+          .request = requestLine(service, "POST", service.chatPath),
+          .reading = turnReading(service),
+          .noJsonError = withModel(service, service.noJsonError, kModel),
+          .formatError = withModel(service, service.formatError, kModel),
           .healthyText = kReply};
 }
 
 // The requests of one turn come in the order message, run, poll, messages; those of an end in the order thread,
 // assistant.
 std::vector<Operation> assistantsOperations() {
-  return {listing(kModels, Reading::AssistantModels, "Unsupported data format: g/v1/models",
-                  "Unsupported data format: g/v1/models"),
+  const Operation list = listing(assistantsService());
+  return {list,
           {.name = "create",
            .run = runConfigure,
-           .before = kModels,
+           .before = list.request,
            .request = kCreate,
            .reading = Reading::Identifier,
            .noJsonError = "Invalid response: p/v1/assistants",
@@ -108,21 +122,21 @@ std::vector<Operation> assistantsOperations() {
            .startsBare = true},
           {.name = "describe",
            .run = runConfigure,
-           .before = kModels,
+           .before = list.request,
            .request = kDescribe,
            .reading = Reading::Identifier,
            .noJsonError = "Invalid response: p/v1/assistants/id",
            .formatError = "Unsupported data format: p/v1/assistants/id"},
           {.name = "create_session",
            .run = runCreateSession,
-           .before = kModels,
+           .before = list.request,
            .request = kThread,
            .reading = Reading::Identifier,
            .noJsonError = "Invalid response: p/v1/threads",
            .formatError = "Unsupported data format: p/v1/threads"},
           {.name = "turn_message",
            .run = runTurn,
-           .before = kModels,
+           .before = list.request,
            .request = kMessage,
            .reading = Reading::Identifier,
            .noJsonError = "Invalid response: p/v1/threads/id/messages",
@@ -157,7 +171,7 @@ std::vector<Operation> assistantsOperations() {
            .isWithin = true},
           {.name = "delete_thread",
            .run = runDestroySession,
-           .before = kModels,
+           .before = list.request,
            .request = kDeleteThread,
            .reading = Reading::Nothing,
            .noJsonError = "",
@@ -176,41 +190,15 @@ std::vector<Operation> assistantsOperations() {
 }
 
 std::vector<FaultedService> makeServices() {
-  return {{.name = "openai",
-           .type = OPENAI_v1,
-           .usesPool = true,
-           .operations = {listing(kModels, Reading::CompletionModels, "Unsupported data format: g/v1/models",
-                                  "Unsupported data format: g/v1/models"),
-                          turn(kModels, kTurn, Reading::CompletionTurn, "Invalid response: g/v1/chat/completions",
-                               "Unsupported data format: p/v1/chat/completions")}},
-          {.name = "assistants", .type = OPENAI, .usesPool = true, .operations = assistantsOperations()},
-          {.name = "google",
-           .type = GOOGLE,
-           .usesPool = true,
-           .operations = {listing(kGoogleModels, Reading::GoogleModels, "Invalid response: g/v1beta/models",
-                                  "Unsupported data format: g/v1beta/models"),
-                          turn(kGoogleModels, kGoogleTurn, Reading::GoogleTurn,
-                               "Invalid response: p/v1beta/models/m1:generateContent",
-                               "Unsupported data format: p/v1beta/models/m1:generateContent")}},
-          {.name = "deepseek",
-           .type = DEEPSEEK,
-           .usesPool = true,
-           .operations = {listing(kDeepSeekModels, Reading::CompletionModels, "Invalid response: g/models",
-                                  "Unsupported data format: g/models"),
-                          turn(kDeepSeekModels, kDeepSeekTurn, Reading::CompletionTurn,
-                               "Invalid response: p/chat/completions", "Unsupported data format: p/chat/completions")}},
-          {.name = "ollama",
-           .type = OLLAMA,
-           .usesPool = false,
-           .operations = {listing(kOllamaModels, Reading::OllamaModels, "Invalid response: g/api/tags",
-                                  "Unsupported data format: g/api/tags"),
-                          turn(kOllamaModels, kOllamaTurn, Reading::OllamaTurn, "Invalid response: g/api/chat",
-                               "Unsupported data format: p/api/chat")}}};
+  std::vector<FaultedService> services;
+  for (const TestedService& service : allServices()) {
+    services.push_back(
+        {service, service.keepsConversations ? assistantsOperations() : std::vector{listing(service), turn(service)}});
+  }
+  return services;
 }
 
 }  // namespace
-
-void PrintTo(const FaultedService& service, std::ostream* out) { *out << service.name; }
 
 const std::vector<FaultedService>& faultedServices() {
   static const std::vector<FaultedService> kServices = makeServices();
@@ -220,6 +208,11 @@ const std::vector<FaultedService>& faultedServices() {
 const char* findHealthyBody(std::string_view request) {
   for (const HealthyReply& reply : kHealthyReplies) {
     if (request.starts_with(reply.request)) return reply.body;
+  }
+  for (const FaultedService& service : faultedServices()) {
+    if (request.starts_with(requestLine(service, "GET", service.modelsPath))) return service.modelsBody;
+    if (service.keepsConversations) continue;
+    if (request.starts_with(requestLine(service, "POST", service.chatPath))) return service.replyBody;
   }
   return nullptr;
 }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "support/host.h"
+#include "support/services.h"
 
 #include <string>
 #include <string_view>
@@ -45,29 +46,25 @@ struct Told {
 struct Operation {
   const char* name;
   Told (*run)(Host& host);
-  const char* before;  // the request before the one that counts, as a line begins
-  const char* request;
+  std::string before;  // the request before the one that counts, as a line begins
+  std::string request;
   Reading reading;
-  const char* noJsonError;
-  const char* formatError;
-  const char* healthyText = "";
+  std::string noJsonError;
+  std::string formatError;
+  std::string healthyText = "";
   bool startsBare = false;      // before there is an assistant at the service
   bool endsSession = false;     // when it succeeds
   bool ignoresFailure = false;  // of this request, which comes last
   bool isWithin = false;        // the request before is one of the operation's own
 };
 
-struct FaultedService {
-  const char* name;
-  QAIAssistantType type;
-  bool usesPool;
+struct FaultedService : TestedService {
   std::vector<Operation> operations;
 };
-void PrintTo(const FaultedService& service, std::ostream* out);
 
 const std::vector<FaultedService>& faultedServices();
 
-/// The healthy body for a request; null when there is none.
+/// The healthy body for a request; null when there is none. Two services with one path have one form.
 const char* findHealthyBody(std::string_view request);
 
 /// Opens what a host needs for a turn, as far as it is missing; gives an error text.

@@ -39,7 +39,7 @@ INSTANTIATE_TEST_SUITE_P(Services, Settings, testing::ValuesIn(faultedServices()
 
 std::vector<FaultedService> servicesWithKeys() {
   std::vector<FaultedService> services = faultedServices();
-  std::erase_if(services, [](const FaultedService& service) { return service.type == OLLAMA; });
+  std::erase_if(services, [](const FaultedService& service) { return !service.usesKey(); });
   return services;
 }
 
@@ -99,7 +99,7 @@ TEST_P(Address, IsAskedOrRefusedInWords) {
   Host host = makeHost(faultedServices().front(), withPort(GetParam().address, server.getPort()));
   const Told told = runModels(host);
   EXPECT_EQ(told.error, withPort(GetParam().told, server.getPort()));
-  EXPECT_EQ(told.text, GetParam().told.empty() ? kModel : "");
+  EXPECT_EQ(told.text, GetParam().told.empty() ? faultedServices().front().operations.front().healthyText : "");
   EXPECT_EQ(server.getConnections(), GetParam().isAsked ? 1U : 0U);
 }
 

@@ -3,6 +3,7 @@
 // loading_host LIBRARY ADDRESS: ends with 0 when nothing stays behind, else says what. It has a process of its own, in
 // which only the library could start a thread or keep memory; the stand-in at ADDRESS is in another.
 #include "process_state.h"
+#include "support/services.h"
 
 #include <qai.h>
 
@@ -22,21 +23,11 @@ constexpr const char* kCreate =
     "S9_";
 constexpr const char* kFree = "_Z13QAIFreeObjectP10IQAIObject";
 
-constexpr int kWarmUp = 10;  // loads until all that stays for good is there: each service twice
+constexpr int kRounds = 2;   // over all services, until all that stays for good is there
 constexpr int kLoads = 100;  // after these
 /// How much more memory may be allocated after the loads than before: less than the smallest allocation, 16 bytes, in
 /// each turn of one service.
 constexpr std::size_t kHeapGrowth = 256;
-
-struct Service {
-  QAIAssistantType type;
-  const char* model;
-};
-constexpr Service kServices[] = {{OPENAI_v1, "standin-small"},
-                                 {OPENAI, "standin-small"},
-                                 {GOOGLE, "gemini-standin"},
-                                 {DEEPSEEK, "deepseek-chat"},
-                                 {OLLAMA, "standin:latest"}};
 
 void expect(bool holds, const std::string& otherwise) {
   if (!holds) throw std::runtime_error(otherwise);
@@ -65,7 +56,7 @@ void expectNoFurtherThread(const char* when) {
   expect(!kCountsStartedThreads || threads == atFirst, std::to_string(threads) + " threads " + when);
 }
 
-void takeTurn(const Exports& exports, const Service& service, const std::string& address) {
+void takeTurn(const Exports& exports, const TestedService& service, const std::string& address) {
   const auto assistant = exports.own(exports.create(service.type, CF::createHTTPPoolCenter(), "sk-loading", address));
   expect(assistant != nullptr, "no assistant");
   const std::string refusal = assistant->setAssistantProperties([&service](IQAIProperties* properties) {
@@ -85,7 +76,7 @@ void takeTurn(const Exports& exports, const Service& service, const std::string&
   expectNoFurtherThread("after a turn");
 }
 
-void loadAndUnload(const std::string& path, const Service& service, const std::string& address) {
+void loadAndUnload(const std::string& path, const TestedService& service, const std::string& address) {
   {
     const LoadedLibrary library(path);
     expect(isMapped(path), "a loaded library that is not found in the process");
@@ -96,7 +87,7 @@ void loadAndUnload(const std::string& path, const Service& service, const std::s
 
 void loadOften(int times, const std::string& path, const std::string& address) {
   for (int i = 0; i < times; ++i)
-    loadAndUnload(path, kServices[static_cast<std::size_t>(i) % std::size(kServices)], address);
+    loadAndUnload(path, allServices()[static_cast<std::size_t>(i) % allServices().size()], address);
 }
 
 /// Else the count of started threads would prove nothing.
@@ -110,7 +101,7 @@ void expectThreadsToCount() {
 void run(const std::string& path, const std::string& address) {
   expectNoFurtherThread("at the beginning");
   const std::size_t startedBefore = startedThreads();
-  loadOften(kWarmUp, path, address);
+  loadOften(kRounds * static_cast<int>(allServices().size()), path, address);
   const Holdings before = currentHoldings();
   loadOften(kLoads, path, address);
   const Holdings after = currentHoldings();

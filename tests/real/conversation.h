@@ -1,8 +1,8 @@
 // A host's whole use of a service, and what no text of it may show.
 #pragma once
 
-#include "service.h"
 #include "support/host.h"
+#include "support/services.h"
 #include "support/test_ca.h"
 
 #include <cf/url.h>
@@ -18,7 +18,7 @@
 inline const std::string kKey = "sk/can+ary 7f3a9c";
 
 /// An assistant at `host`, with a pool centre and without a model.
-inline Owned<IQAIAssistant> makeAssistant(const Service& service, const std::string& host) {
+inline Owned<IQAIAssistant> makeAssistant(const TestedService& service, const std::string& host) {
   return Owned<IQAIAssistant>(QAICreateAssistant(service.type, CF::createHTTPPoolCenter(), kKey, host));
 }
 
@@ -33,7 +33,7 @@ inline CMRestGlobalSettings settingsFor(const TestCA& authority, const std::stri
 }
 
 /// Lists the models, asks twice and destroys the session. "" when all went well, else the first error.
-inline std::string converse(IQAIAssistant& assistant, const Service& service) {
+inline std::string converse(IQAIAssistant& assistant, const TestedService& service) {
   if (const auto listed = assistant.obtainAvailableModels(); !listed.second.empty()) return listed.second;
   if (std::string error = assign(assistant, {{"model", service.model}}); !error.empty()) return error;
   const auto [made, error] = assistant.createSession();

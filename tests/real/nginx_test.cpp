@@ -15,7 +15,7 @@ using testing::StartsWith;
 const std::string kPage502 = "<html>\r\n<head><title>502 Bad Gateway</title></head>";
 const std::string kPage413 = "<html>\r\n<head><title>413 Request Entity Too Large</title></head>";
 
-class BehindNginx : public testing::TestWithParam<Service> {
+class BehindNginx : public testing::TestWithParam<TestedService> {
  protected:
   void SetUp() override {
     if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;

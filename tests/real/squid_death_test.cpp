@@ -12,7 +12,7 @@ using Door = Squid::Door;
 
 enum class Scheme { HTTP, HTTPS };
 
-class SquidThatDies : public testing::TestWithParam<std::tuple<Service, Scheme>> {
+class SquidThatDies : public testing::TestWithParam<std::tuple<TestedService, Scheme>> {
  protected:
   void SetUp() override {
     if (const std::string lack = obtainServersLack(); !lack.empty()) GTEST_SKIP() << lack;
@@ -22,7 +22,7 @@ class SquidThatDies : public testing::TestWithParam<std::tuple<Service, Scheme>>
   }
   void TearDown() override { QAISetHTTPSettings({}); }
 
-  static const Service& service() { return std::get<Service>(GetParam()); }
+  static const TestedService& service() { return std::get<TestedService>(GetParam()); }
 
   /// Each request gets the script of its number.
   std::unique_ptr<RawServer> serve(std::vector<raw::Script> scripts) const {
@@ -31,7 +31,7 @@ class SquidThatDies : public testing::TestWithParam<std::tuple<Service, Scheme>>
                                        secure ? makeTLSContext(authority_->issue("localhost")) : nullptr);
   }
   /// Two requests come before the Assistants service's first turn, which takes four; one reply suits all of them.
-  static bool isOfManyRequests() { return service().type == OPENAI; }
+  static bool isOfManyRequests() { return service().keepsConversations; }
   static raw::Script answer() {
     constexpr const char* kAll = R"({"id":"x","status":"completed","data":[{"created_at":1,"content":[)"
                                  R"({"type":"text","text":{"value":"two parts"}}]}]})";
@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(All, SquidThatDies,
                          testing::Combine(testing::ValuesIn(allServices()),
                                           testing::Values(Scheme::HTTP, Scheme::HTTPS)),
                          [](const auto& row) {
-                           return std::string(std::get<Service>(row.param).name) +
+                           return std::string(std::get<TestedService>(row.param).name) +
                                   (std::get<Scheme>(row.param) == Scheme::HTTPS ? "_https" : "_http");
                          });
 

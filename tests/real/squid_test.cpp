@@ -18,7 +18,7 @@ using Door = Squid::Door;
 
 enum class Scheme { HTTP, HTTPS };
 
-class BehindSquid : public testing::TestWithParam<std::tuple<Service, Scheme>> {
+class BehindSquid : public testing::TestWithParam<std::tuple<TestedService, Scheme>> {
  protected:
   static void TearDownTestSuite() {
     squid_.reset();
@@ -39,7 +39,7 @@ class BehindSquid : public testing::TestWithParam<std::tuple<Service, Scheme>> {
     QAISetHTTPSettings({});
   }
 
-  static const Service& service() { return std::get<Service>(GetParam()); }
+  static const TestedService& service() { return std::get<TestedService>(GetParam()); }
   static bool isSecure() { return std::get<Scheme>(GetParam()) == Scheme::HTTPS; }
   /// The stand-in's options: a certificate where the scheme wants one.
   static standin::Options options() {
@@ -72,8 +72,8 @@ class BehindSquid : public testing::TestWithParam<std::tuple<Service, Scheme>> {
   static inline std::unique_ptr<Squid> squid_;
 };
 
-std::string nameRow(const testing::TestParamInfo<std::tuple<Service, Scheme>>& row) {
-  return std::string(std::get<Service>(row.param).name) +
+std::string nameRow(const testing::TestParamInfo<std::tuple<TestedService, Scheme>>& row) {
+  return std::string(std::get<TestedService>(row.param).name) +
          (std::get<Scheme>(row.param) == Scheme::HTTPS ? "_https" : "_http");
 }
 INSTANTIATE_TEST_SUITE_P(All, BehindSquid,
@@ -111,7 +111,7 @@ TEST_P(BehindSquid, RefusalIsToldByThePageOnAPlainWayAndByItsStatusBeforeATunnel
   }
   EXPECT_THAT(error, StartsWith("<!DOCTYPE html"));
   EXPECT_THAT(error, HasSubstr("<!-- ERR_ACCESS_DENIED -->"));
-  if (service().type == GOOGLE) {
+  if (service().key == KeyWay::Query) {
     EXPECT_THAT(error, HasSubstr("?key=" + cfEncodeQueryText(kKey)));
   } else {
     expectHidden(kKey, error);

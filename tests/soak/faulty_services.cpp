@@ -1,6 +1,6 @@
 #include "faulty_services.h"
 
-#include "../contract/service.h"
+#include "support/services.h"
 
 #include <algorithm>
 #include <iterator>
@@ -35,10 +35,10 @@ const raw::Script& scriptOf(std::string_view name) {
 }
 
 /// The service whose own address `path` is; null when it is the Assistants service's.
-const Service* findService(std::string_view path, const char* Service::*own) {
+const TestedService* findChatService(std::string_view path, const char* TestedService::*own) {
   const auto& services = chatServices();
-  const auto found =
-      std::find_if(services.begin(), services.end(), [&](const Service& service) { return path == service.*own; });
+  const auto found = std::find_if(services.begin(), services.end(),
+                                  [&](const TestedService& service) { return path == service.*own; });
   return found == services.end() ? nullptr : &*found;
 }
 
@@ -86,9 +86,9 @@ raw::Script FaultyServices::answer(const std::string& request) {
   if (path.starts_with(kThreads)) return answerThread(method, path, request);
   if (method == "DELETE") return ok(object("gone", R"(,"deleted":true)"));
   if (path.starts_with("/v1/assistants")) return ok(object("asst_1"));
-  if (method == "GET") return ok(findService(path, &Service::modelsPath)->modelsBody);
+  if (method == "GET") return ok(findChatService(path, &TestedService::modelsPath)->modelsBody);
   const std::string_view fault = findFault(request);
-  return fault.empty() ? ok(findService(path, &Service::chatPath)->replyBody) : scriptOf(nameOf(fault));
+  return fault.empty() ? ok(findChatService(path, &TestedService::chatPath)->replyBody) : scriptOf(nameOf(fault));
 }
 
 /// What is below /v1/threads: its step is what the path ends with.

@@ -25,7 +25,7 @@ std::string faultText(std::string_view name, std::string_view step) {
 
 SoakHost::SoakHost(std::string address, std::string authorities)
     : address_(std::move(address)), authorities_(std::move(authorities)) {
-  for (const Service& service : allServices()) seats_.push_back({.service = service});
+  for (const TestedService& service : allServices()) seats_.push_back({.service = service});
   limitRequests(60s);
 }
 
@@ -75,7 +75,7 @@ void SoakHost::open(Seat& seat) {
   });
   expect(bool(filled), seat, filled.error());
   seat.session = seat.assistant.createSession().value();
-  if (seat.service.type == OPENAI) return;  // an assistant of that service restores only before it has another one
+  if (seat.service.keepsConversations) return;  // an assistant of that service restores only before it has another one
   askWell(seat);
   seat.session = seat.assistant.loadSession(seat.session.save()).value();
 }
@@ -98,7 +98,7 @@ void SoakHost::askInVain(Seat& seat) {
   ++seat.faults;
   const std::string before = seat.session.save();
   const std::string fault =
-      faultText(name, seat.service.type == OPENAI ? kSteps[round % std::size(kSteps)] : kSteps[0]);
+      faultText(name, seat.service.keepsConversations ? kSteps[round % std::size(kSteps)] : kSteps[0]);
   const bool isCancelled = name == kStall && seat.service.usesPool && round % 2 == 0;
   const std::string answer = isCancelled      ? askAndCancel(seat, fault)
                              : name == kStall ? askBriefly(seat, fault)

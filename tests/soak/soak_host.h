@@ -1,8 +1,8 @@
 // A host of all five services that asks on and on, a fifth of the time in vain.
 #pragma once
 
-#include "../contract/service.h"
 #include "../threads/cancel_desk.h"
+#include "support/services.h"
 
 #include <qai.hpp>
 
@@ -33,7 +33,7 @@ class SoakHost {
 
  private:
   struct Seat {
-    Service service;
+    TestedService service;
     qai::Assistant assistant = {};
     qai::Session session = {};
     long turns = 0;

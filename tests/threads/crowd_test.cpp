@@ -55,9 +55,9 @@ class Crowd : public testing::Test {
   /// Has everyone work, each on a thread, until all are done.
   void work() {
     CancelDesk desk(kCancellers);
-    const std::vector<Service> services = allServices();
+    const std::vector<TestedService> services = allServices();
     for (int i = 0; i < kWorkers; ++i) {
-      const Service& service = services[static_cast<std::size_t>(i) % services.size()];
+      const TestedService& service = services[static_cast<std::size_t>(i) % services.size()];
       workers_.push_back(std::make_unique<Worker>(service, i, standin_.address(), desk));
     }
     std::vector<std::thread> threads;
@@ -111,7 +111,7 @@ TEST_F(Crowd, EveryTurnIsAnsweredOrCancelledAndEveryCancelEndsExactlyOne) {
     EXPECT_EQ(request.header("User-Agent"), kUserAgent);
     const Worker* asker = findAsker(request.body);
     if (asker == nullptr) continue;
-    EXPECT_EQ(textOf(request).find(asker->key()) != std::string::npos, asker->service().usesKey);
+    EXPECT_EQ(textOf(request).find(asker->key()) != std::string::npos, asker->service().usesKey());
     for (const std::string& text : asker->tally().cancelled) {
       if (request.body.find(text) != std::string::npos) ++sent;
     }

@@ -28,7 +28,7 @@ void waitForTheTurns() {
   _exit(told == "two parts, two parts, with the settings" ? 0 : 1);
 }
 
-[[noreturn]] void exitDuringATurn(const Service& service) {
+[[noreturn]] void exitDuringATurn(const TestedService& service) {
   std::atexit(waitForTheTurns);
   const std::string agent(100, 'a');
   auto& server = *new RawServer([&service](const std::string& /*request*/, std::size_t number) {
@@ -54,7 +54,7 @@ void waitForTheTurns() {
   std::exit(3);
 }
 
-class Exit : public testing::TestWithParam<Service> {};
+class Exit : public testing::TestWithParam<TestedService> {};
 INSTANTIATE_TEST_SUITE_P(Chat, Exit, testing::ValuesIn(chatServices()), serviceName);
 
 TEST_P(Exit, DuringATurnLeavesItTheLibrary) {

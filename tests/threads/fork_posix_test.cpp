@@ -8,7 +8,7 @@
 namespace {
 
 /// Over TLS, where a connection that two processes write to breaks at once.
-class Fork : public testing::TestWithParam<Service> {
+class Fork : public testing::TestWithParam<TestedService> {
  protected:
   Fork() {
     CMRestGlobalSettings settings;

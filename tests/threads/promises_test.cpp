@@ -153,15 +153,8 @@ TEST_P(CancelPromise, TurnGoesOnWhenTheVariableOfItsAssistantGoes) {
   EXPECT_EQ(answer, kCancelled);
 }
 
-/// Those whose requests do not go through the pool centre: Ollama.
-std::vector<Service> servicesWithoutPool() {
-  std::vector<Service> services = chatServices();
-  std::erase_if(services, [](const Service& service) { return service.usesPool; });
-  return services;
-}
-
 class PoollessPromise : public Promise {};
-INSTANTIATE_TEST_SUITE_P(Poolless, PoollessPromise, testing::ValuesIn(servicesWithoutPool()), serviceName);
+INSTANTIATE_TEST_SUITE_P(Poolless, PoollessPromise, testing::ValuesIn(poollessServices()), serviceName);
 
 TEST_P(PoollessPromise, CancelDoesNothing) {
   auto assistant = host();

@@ -11,7 +11,7 @@ constexpr int kConversationsOfAnAssistant = 3;
 
 }  // namespace
 
-Worker::Worker(const Service& service, int number, std::string address, CancelDesk& desk)
+Worker::Worker(const TestedService& service, int number, std::string address, CancelDesk& desk)
     : service_(service), name_(std::to_string(number)), address_(std::move(address)), desk_(desk) {}
 
 void Worker::expect(bool holds, const std::string& what) {
@@ -98,7 +98,7 @@ void Worker::judge(const std::string& question, const qai::Result<qai::Message>&
 void Worker::checkAnswer(const std::string& answer) {
   constexpr std::string_view kTable = "glacier_";
   const auto place = answer.find(kTable);
-  if (place == std::string::npos && isStirred_ && service_.type == OPENAI) return;
+  if (place == std::string::npos && isStirred_ && service_.keepsConversations) return;
   const std::string number = place == std::string::npos ? "" : answer.substr(place + kTable.size(), name_.size() + 1);
   const bool isOwn = number.starts_with(name_) && std::isdigit(static_cast<unsigned char>(number.back())) == 0;
   expect(isOwn, "another one's answer: " + answer);

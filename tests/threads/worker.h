@@ -1,8 +1,8 @@
 // One of the many that work at once: an assistant on a thread of its own, and what became of its turns.
 #pragma once
 
-#include "../contract/service.h"
 #include "cancel_desk.h"
+#include "support/services.h"
 
 #include <qai.hpp>
 
@@ -26,12 +26,12 @@ struct Tally {
 class Worker {
  public:
   /// `number` tells workers apart: in the key, in the database and in every question.
-  Worker(const Service& service, int number, std::string address, CancelDesk& desk);
+  Worker(const TestedService& service, int number, std::string address, CancelDesk& desk);
 
   /// On the thread that is the worker's own.
   void work(int turns);
 
-  const Service& service() const { return service_; }
+  const TestedService& service() const { return service_; }
   const Tally& tally() const { return tally_; }
   std::string key() const { return "sk-worker-" + name_; }
   /// The start of each of its questions.
@@ -49,7 +49,7 @@ class Worker {
   void expect(bool holds, const std::string& what);
   bool canBeCancelled() const { return service_.usesPool; }
 
-  const Service service_;
+  const TestedService service_;
   const std::string name_;
   const std::string address_;
   CancelDesk& desk_;
