@@ -28,12 +28,11 @@ another machine unencrypted (http) with --allow-http only. QAI_PROXY names a
 proxy as --proxy does, and is the place for one with a password, which would show
 in the list of processes.
 
---host names another server that speaks the same. Of OpenAI, DeepSeek and Gemini
-it is a URL, and https is meant where it has no scheme; of Ollama it is read as
-Ollama reads OLLAMA_HOST: http is meant, and port 11434. Without a key and
-without --host a stand-in inside the program answers by rules; none stands in
-for Ollama. OpenAI Assistants keeps the conversation at the service, which
-deletes it when the program ends.
+--host names another server that speaks the same. It is a URL, and https is meant
+where it has no scheme; of Ollama alone it is read as Ollama reads OLLAMA_HOST:
+http is meant, and port 11434. Without a key and without --host a stand-in inside
+the program answers by rules; none stands in for Ollama. OpenAI Assistants keeps
+the conversation at the service, which deletes it when the program ends.
 
 Exit codes:
    0  fine

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <initializer_list>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,19 +25,35 @@ struct KeyRefusal {
 
 inline constexpr std::array<KeyRefusal, 2> kUsualRefusals{{{401, ""}, {403, ""}}};
 
+/// A few names within a row.
+class Names {
+ public:
+  constexpr Names(std::initializer_list<const char*> names) : count_(names.size()) {
+    std::copy(names.begin(), names.end(), names_.begin());
+  }
+  constexpr const char* const* begin() const { return names_.data(); }
+  constexpr const char* const* end() const { return names_.data() + count_; }
+  constexpr bool empty() const { return count_ == 0; }
+  constexpr const char* front() const { return names_.front(); }
+
+ private:
+  std::array<const char*, 3> names_{};
+  std::size_t count_;
+};
+
 /// What is not named in the table is the usual.
 struct Provider {
   const char* name;   // for --provider
   const char* title;  // for people
   QAIAssistantType type;
-  const char* hostNote;                         // for --help
-  bool needsHost = false;                       // nobody is at the usual address any more
-  std::span<const char* const> keyVariables{};  // of the environment; the first that is set counts
-  const char* hostVariable = nullptr;           // of the environment, read when --host names none; may be null
+  const char* hostNote;                // for --help
+  bool needsHost = false;              // nobody is at the usual address any more
+  Names keyVariables = {};             // of the environment; the first that is set counts
+  const char* hostVariable = nullptr;  // of the environment, read when --host names none; may be null
   /// Makes an address of what the user calls the host, blank included; null: the library's way will do. A provider
   /// that has this one is never stood in for.
   std::optional<std::string> (*readHost)(std::string_view text) = nullptr;
-  std::span<const char* const> modelsPath;  // a cheap address that tells whether a key is good
+  Names modelsPath;  // a cheap address that tells whether a key is good
   KeyPlace keyPlace = KeyPlace::Bearer;
   std::span<const KeyRefusal> keyRefusals = kUsualRefusals;
   bool canCancel = true;  // a request in flight can be ended
@@ -46,21 +63,9 @@ struct Provider {
   const char* noModelsHint = "";      // the same
 };
 
-namespace providers {
-inline constexpr std::array kOpenAIKeys{"OPENAI_API_KEY"};
-inline constexpr std::array kOpenAIModels{"v1", "models"};
-
-inline constexpr std::array kDeepSeekKeys{"DEEPSEEK_API_KEY"};
-inline constexpr std::array kDeepSeekModels{"models"};
-
-inline constexpr std::array kGeminiKeys{"GEMINI_API_KEY", "GOOGLE_API_KEY"};
-inline constexpr std::array kGeminiModels{"v1beta", "models"};
 // 400 stands for other things, too: a country that is not served, for one.
 inline constexpr std::array<KeyRefusal, 4> kGeminiRefusals{
     {{400, "API_KEY_INVALID"}, {400, "API key not valid"}, {401, ""}, {403, ""}}};
-
-inline constexpr std::array kOllamaModels{"api", "tags"};
-}  // namespace providers
 
 inline constexpr std::array kProviders{
     Provider{
@@ -68,8 +73,8 @@ inline constexpr std::array kProviders{
         .title = "OpenAI",
         .type = OPENAI_v1,
         .hostNote = "OpenAI's public address",
-        .keyVariables = providers::kOpenAIKeys,
-        .modelsPath = providers::kOpenAIModels,
+        .keyVariables = {"OPENAI_API_KEY"},
+        .modelsPath = {"v1", "models"},
     },
     Provider{
         .name = "openai-assistants",
@@ -77,8 +82,8 @@ inline constexpr std::array kProviders{
         .type = OPENAI,
         .hostNote = "OpenAI's ended on 2026-08-26; --host names another",
         .needsHost = true,
-        .keyVariables = providers::kOpenAIKeys,
-        .modelsPath = providers::kOpenAIModels,
+        .keyVariables = {"OPENAI_API_KEY"},
+        .modelsPath = {"v1", "models"},
         .keepsConversations = true,
     },
     Provider{
@@ -86,18 +91,18 @@ inline constexpr std::array kProviders{
         .title = "DeepSeek",
         .type = DEEPSEEK,
         .hostNote = "DeepSeek's public address",
-        .keyVariables = providers::kDeepSeekKeys,
-        .modelsPath = providers::kDeepSeekModels,
+        .keyVariables = {"DEEPSEEK_API_KEY"},
+        .modelsPath = {"models"},
     },
     Provider{
         .name = "gemini",
         .title = "Gemini",
         .type = GOOGLE,
         .hostNote = "Google's public address",
-        .keyVariables = providers::kGeminiKeys,
-        .modelsPath = providers::kGeminiModels,
+        .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"},
+        .modelsPath = {"v1beta", "models"},
         .keyPlace = KeyPlace::Query,
-        .keyRefusals = providers::kGeminiRefusals,
+        .keyRefusals = kGeminiRefusals,
     },
     Provider{
         .name = "ollama",
@@ -106,7 +111,7 @@ inline constexpr std::array kProviders{
         .hostNote = "http://localhost:11434, or the server that OLLAMA_HOST names",
         .hostVariable = "OLLAMA_HOST",
         .readHost = readOllamaHost,
-        .modelsPath = providers::kOllamaModels,
+        .modelsPath = {"api", "tags"},
         .keyPlace = KeyPlace::None,
         .keyRefusals = {},
         .canCancel = false,  // the library keeps its requests out of the pool centre

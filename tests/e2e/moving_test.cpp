@@ -1,5 +1,6 @@
 // A conversation typed at a terminal that goes on at another service.
 #include "support/request_lines.h"
+#include "support/services.h"
 #include "workplace.h"
 
 #include <gmock/gmock.h>
@@ -29,16 +30,10 @@ class Moving : public Workplace {
   standin::Server ollama_;
 };
 
-struct FirstService {
-  const char* name;
-  const char* title;
-  const char* keyVariable;
-};
-
-class MovingFrom : public Moving, public testing::WithParamInterface<FirstService> {};
+class MovingFrom : public Moving, public testing::WithParamInterface<TestedService> {};
 
 TEST_P(MovingFrom, BringsTheHistoryAndNoKeyAndComesBack) {
-  TerminalChild chat(command(GetParam().name, GetParam().keyVariable));
+  TerminalChild chat(command(GetParam().provider, GetParam().keyVariables.front()));
   chat.waitFor("\n> ");
   enter(chat, "How many customers are there?");
   const std::size_t asked = first_.requests().size();
@@ -57,7 +52,7 @@ TEST_P(MovingFrom, BringsTheHistoryAndNoKeyAndComesBack) {
   }
   for (const standin::Request& request : ollama_.requests()) EXPECT_THAT(everything(request), Not(HasSubstr(kKey)));
 
-  EXPECT_THAT(enter(chat, std::string("/provider ") + GetParam().name), HasSubstr(GetParam().title));
+  EXPECT_THAT(enter(chat, std::string("/provider ") + GetParam().provider), HasSubstr(GetParam().title));
   enter(chat, "How many items are there?");
   EXPECT_EQ(ollama_.requests().size(), 2U);
   const standin::Request back = first_.requests().back();
@@ -67,18 +62,14 @@ TEST_P(MovingFrom, BringsTheHistoryAndNoKeyAndComesBack) {
   EXPECT_EQ(chat.finish(), 0);
 }
 
-INSTANTIATE_TEST_SUITE_P(Services, MovingFrom,
-                         testing::Values(FirstService{"openai", "OpenAI", "OPENAI_API_KEY"},
-                                         FirstService{"deepseek", "DeepSeek", "DEEPSEEK_API_KEY"},
-                                         FirstService{"gemini", "Gemini", "GEMINI_API_KEY"}),
+INSTANTIATE_TEST_SUITE_P(Services, MovingFrom, testing::ValuesIn(keyedServices()),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Moving, ThatFailsLeavesTheConversation) {
   TerminalChild chat(command("openai", "OPENAI_API_KEY"));
   chat.waitFor("\n> ");
   enter(chat, "How many customers are there?");
-  EXPECT_THAT(enter(chat, "/provider nobody"),
-              HasSubstr("'nobody' is not one of: openai, openai-assistants, deepseek, gemini, ollama"));
+  EXPECT_THAT(enter(chat, "/provider nobody"), HasSubstr("'nobody' is not one of: " + listProviderNames()));
   ollama_.script({.status = 500, .body = R"({"error":{"message":"no memory"}})", .headers = {}});
   EXPECT_THAT(enter(chat, "/provider ollama"),
               testing::AllOf(HasSubstr("qai-chat: no memory"), HasSubstr("The conversation stays with OpenAI.")));

@@ -1,11 +1,11 @@
 // What every provider has in common, each against its stand-in.
 #include "support/request_lines.h"
+#include "support/services.h"
 #include "workplace.h"
 
 #include <gmock/gmock.h>
 
 #include <algorithm>
-#include <array>
 #include <utility>
 
 namespace {
@@ -14,34 +14,43 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using testing::Not;
 
-struct ProviderCase {
-  const char* name;
-  const char* keyVariable;  // null: none
-  const char* notice;       // a part of it, about the stand-in inside
-  const char* modelsPath;
-  const char* requests;  // what follows that for one question, a line each
-  bool keyInQuery;
-};
+constexpr const char* kKeptQuestion =
+    "POST /v1/assistants\n"
+    "POST /v1/threads\n"
+    "POST /v1/threads/thread_standin_1/messages\n"
+    "POST /v1/threads/thread_standin_1/runs\n"
+    "GET /v1/threads/thread_standin_1/runs/run_standin_1\n"
+    "GET /v1/threads/thread_standin_1/messages\n"
+    "DELETE /v1/threads/thread_standin_1\n"
+    "DELETE /v1/assistants/asst_standin_1\n";
 
-class EveryProvider : public Workplace, public testing::WithParamInterface<ProviderCase> {
+class EveryProvider : public Workplace, public testing::WithParamInterface<TestedService> {
  protected:
   static std::vector<std::string> environment() {
-    if (GetParam().keyVariable == nullptr) return {};
-    return {std::string(GetParam().keyVariable) + "=" + kKey};
+    if (!GetParam().usesKey()) return {};
+    return {GetParam().keyVariables.back() + "=" + kKey};
   }
 
   static Command at(const std::string& address, std::vector<std::string> arguments, std::string input = "") {
-    arguments.insert(arguments.begin(), {"--provider", GetParam().name, "--host", address});
+    arguments.insert(arguments.begin(), {"--provider", GetParam().provider, "--host", address});
     return chat(std::move(arguments), environment(), std::move(input));
   }
 
   static std::string modelsLine() { return std::string("GET ") + GetParam().modelsPath + "\n"; }
 
+  /// What follows that for one question, a line each.
+  static std::string questionLines() {
+    if (GetParam().keepsConversations) return kKeptQuestion;
+    const std::string models = runCommand(at(standin::Server().address(), {"--list-models"})).out;
+    const std::string first = models.substr(0, models.find('\n'));
+    return "POST " + withModel(GetParam(), GetParam().chatPath, first) + "\n";
+  }
+
   static void expectKeyInItsPlace(const standin::Request& request) {
-    const bool keyed = GetParam().keyVariable != nullptr;
+    const KeyWay way = GetParam().key;
     const std::pair<std::string, std::string> inQuery{"key", kKey};
-    EXPECT_EQ(std::count(request.query.begin(), request.query.end(), inQuery), keyed && GetParam().keyInQuery ? 1 : 0);
-    EXPECT_EQ(request.header("Authorization"), keyed && !GetParam().keyInQuery ? std::string("Bearer ") + kKey : "");
+    EXPECT_EQ(std::count(request.query.begin(), request.query.end(), inQuery), way == KeyWay::Query ? 1 : 0);
+    EXPECT_EQ(request.header("Authorization"), way == KeyWay::Bearer ? std::string("Bearer ") + kKey : "");
     EXPECT_THAT(request.body, Not(HasSubstr(kKey)));
   }
 };
@@ -52,7 +61,7 @@ TEST_P(EveryProvider, AnswersAQuestion) {
                                                            "How many customers are there?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("customers"));
-  EXPECT_EQ(joinLines(requestLines(server)), modelsLine() + GetParam().requests);
+  EXPECT_EQ(joinLines(requestLines(server)), modelsLine() + questionLines());
   std::string sent;
   for (const standin::Request& request : server.requests()) {
     sent += request.body;
@@ -115,43 +124,24 @@ TEST_P(EveryProviderWithAKey, TellsThatItIsRefused) {
 }
 
 TEST_P(EveryProviderWithAKey, IsStoodInForWithoutIt) {
-  const Outcome outcome = runCommand(chat({"--provider", GetParam().name, shop_, "How many customers are there?"}));
+  const Outcome outcome = runCommand(chat({"--provider", GetParam().provider, shop_, "How many customers are there?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("customers"));
   EXPECT_THAT(outcome.err, HasSubstr("rule-based stand-in"));
-  EXPECT_THAT(outcome.err, HasSubstr(GetParam().notice));
+  EXPECT_THAT(outcome.err, HasSubstr("set " + GetParam().keyVariables.front()));
+  EXPECT_THAT(outcome.err, HasSubstr(std::string(" to ask ") + GetParam().title + "."));
 }
 
-constexpr std::array kWithKeys{
-    ProviderCase{"openai", "OPENAI_API_KEY", "set OPENAI_API_KEY to ask OpenAI.", "/v1/models",
-                 "POST /v1/chat/completions\n", false},
-    ProviderCase{"openai-assistants", "OPENAI_API_KEY",
-                 "set OPENAI_API_KEY and name a server with --host to ask OpenAI Assistants.", "/v1/models",
-                 "POST /v1/assistants\n"
-                 "POST /v1/threads\n"
-                 "POST /v1/threads/thread_standin_1/messages\n"
-                 "POST /v1/threads/thread_standin_1/runs\n"
-                 "GET /v1/threads/thread_standin_1/runs/run_standin_1\n"
-                 "GET /v1/threads/thread_standin_1/messages\n"
-                 "DELETE /v1/threads/thread_standin_1\n"
-                 "DELETE /v1/assistants/asst_standin_1\n",
-                 false},
-    ProviderCase{"deepseek", "DEEPSEEK_API_KEY", "set DEEPSEEK_API_KEY to ask DeepSeek.", "/models",
-                 "POST /chat/completions\n", false},
-    ProviderCase{"gemini", "GOOGLE_API_KEY", "set GEMINI_API_KEY to ask Gemini.", "/v1beta/models",
-                 "POST /v1beta/models/gemini-standin-pro:generateContent\n", true},
-};
-constexpr ProviderCase kWithoutKey{"ollama", nullptr, nullptr, "/api/tags", "POST /api/chat\n", false};
-
-std::string nameOf(const testing::TestParamInfo<ProviderCase>& row) {
-  std::string name = row.param.name;
-  std::replace(name.begin(), name.end(), '-', '_');
-  return name;
+std::vector<TestedService> allWithAKey() {
+  std::vector<TestedService> services = allServices();
+  std::erase_if(services, [](const TestedService& service) { return !service.usesKey(); });
+  return services;
 }
 
-INSTANTIATE_TEST_SUITE_P(Keyed, EveryProvider, testing::ValuesIn(kWithKeys), nameOf);
-INSTANTIATE_TEST_SUITE_P(Keyless, EveryProvider, testing::Values(kWithoutKey), nameOf);
-INSTANTIATE_TEST_SUITE_P(Keyed, EveryProviderWithAKey, testing::ValuesIn(kWithKeys), nameOf);
+std::string nameOf(const testing::TestParamInfo<TestedService>& row) { return row.param.name; }
+
+INSTANTIATE_TEST_SUITE_P(All, EveryProvider, testing::ValuesIn(allServices()), nameOf);
+INSTANTIATE_TEST_SUITE_P(Keyed, EveryProviderWithAKey, testing::ValuesIn(allWithAKey()), nameOf);
 
 class Ollama : public Workplace {};
 

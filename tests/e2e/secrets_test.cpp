@@ -1,6 +1,7 @@
 // Keys and passwords: in no output, no file, no command line, whatever the service does with them.
 #include "support/canary.h"
 #include "support/raw_server.h"
+#include "support/services.h"
 #include "workplace.h"
 
 #include <cf/json.h>
@@ -138,16 +139,15 @@ TEST_F(Secrets, AreInNoTextOfAnyFailure) {
       std::vector<raw::Script>{{raw::Send{"HTTP/1.1 200 OK\r\nContent-Length: 9\r\n\r\n{"}, raw::Close{}}});
   const RawServer redirect(raw::reply(307, "", "Location: http://127.0.0.1:1/\r\n"));
   const RawServer noJson(raw::reply(200, "no JSON"));
-  for (const auto& [provider, variable] :
-       {std::pair{"openai", "OPENAI_API_KEY"}, std::pair{"openai-assistants", "OPENAI_API_KEY"},
-        std::pair{"deepseek", "DEEPSEEK_API_KEY"}, std::pair{"gemini", "GEMINI_API_KEY"}}) {
+  for (const TestedService& service : allServices()) {
+    if (!service.usesKey()) continue;
     for (const std::string& host :
          {nobody.text(), noHTTP.getURL(), cut.getURL(), redirect.getURL(), noJson.getURL(),
           std::string("https://") + nobody.text().substr(7), std::string("http://u@127.0.0.1")}) {
       const Outcome outcome =
-          runCommand(chat({"--provider", provider, "--host", host, "--model", "m", "--allow-http", shop_, "q"},
-                          {std::string(variable) + "=" + canary::kKey}));
-      EXPECT_EQ(outcome.code, 69) << provider << ' ' << host;
+          runCommand(chat({"--provider", service.provider, "--host", host, "--model", "m", "--allow-http", shop_, "q"},
+                          {service.keyVariables.front() + "=" + canary::kKey}));
+      EXPECT_EQ(outcome.code, 69) << service.provider << ' ' << host;
       EXPECT_NE(outcome.err, "");
       expectClean(outcome);
     }

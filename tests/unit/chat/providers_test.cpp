@@ -1,8 +1,11 @@
 #include "providers.h"
 
+#include "support/services.h"
+
 #include <gtest/gtest.h>
 
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -33,11 +36,23 @@ TEST(Providers, WithoutAKeyHaveAnAddressInAnyCase) {
   }
 }
 
-TEST(Providers, AreTheseFive) { EXPECT_EQ(listProviders(), "openai, openai-assistants, deepseek, gemini, ollama"); }
+TEST(Providers, AreTheServicesOfTheTable) { EXPECT_EQ(listProviders(), listProviderNames()); }
 
-TEST(Providers, KeepConversationsWhereTheLibraryHasTheServiceDoSo) {
-  for (const Provider& provider : kProviders) {
-    EXPECT_EQ(provider.keepsConversations, provider.type == OPENAI) << provider.name;
+TEST(Providers, SayOfEachServiceWhatTheTableSays) {
+  for (const TestedService& service : allServices()) {
+    SCOPED_TRACE(service.name);
+    const Provider* provider = findProvider(service.provider);
+    ASSERT_NE(provider, nullptr);
+    EXPECT_EQ(provider->type, service.type);
+    EXPECT_STREQ(provider->title, service.title);
+    EXPECT_EQ(std::vector<std::string>(provider->keyVariables.begin(), provider->keyVariables.end()),
+              service.keyVariables);
+    EXPECT_EQ(static_cast<int>(provider->keyPlace), static_cast<int>(service.key));
+    EXPECT_EQ(provider->canCancel, service.usesPool);
+    EXPECT_EQ(provider->keepsConversations, service.keepsConversations);
+    std::string path;
+    for (const char* segment : provider->modelsPath) path.append("/").append(segment);
+    EXPECT_EQ(path, service.modelsPath);
   }
 }
 

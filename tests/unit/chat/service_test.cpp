@@ -1,6 +1,7 @@
 #include "service.h"
 
 #include "support/platform.h"
+#include "support/services.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -168,11 +169,12 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(ServiceChoice, TheStandInIsForThoseWithoutKeyAndHost) {
-  for (const char* name : {"openai", "openai-assistants", "deepseek", "gemini"}) {
+  for (const TestedService& row : allServices()) {
+    if (!row.usesKey()) continue;
     std::ostringstream err;
-    Service service = choose(name);
+    Service service = choose(row.provider);
     EXPECT_NE(startStandIn(service, err), nullptr);
-    EXPECT_THAT(err.str(), HasSubstr(std::string("set ") + provider(name).keyVariables.front() + " "));
+    EXPECT_THAT(err.str(), HasSubstr("set " + row.keyVariables.front() + " "));
     EXPECT_THAT(service.host, HasSubstr("127.0.0.1"));
   }
 }
@@ -233,26 +235,17 @@ INSTANTIATE_TEST_SUITE_P(Replies, RefusalOfAKey,
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(CheckOfAKey, CarriesTheKeyInItsPlaceOnly) {
-  struct Place {
-    const char* provider;
-    const char* path;
-    std::string authorization;
-    standin::Headers query;
-  };
-  for (const Place& place :
-       {Place{"openai", "/v1/models", "Bearer a key", {}}, Place{"openai-assistants", "/v1/models", "Bearer a key", {}},
-        Place{"deepseek", "/models", "Bearer a key", {}}, Place{"gemini", "/v1beta/models", "", {{"key", "a key"}}},
-        Place{"ollama", "/api/tags", "", {}}}) {
-    SCOPED_TRACE(place.provider);
+  for (const TestedService& row : allServices()) {
+    SCOPED_TRACE(row.name);
     const standin::Server server;
     const Service service{
-        .provider = &provider(place.provider), .host = "", .apiKey = "a key", .secrets = {}, .settings = {}};
+        .provider = &provider(row.provider), .host = "", .apiKey = "a key", .secrets = {}, .settings = {}};
     EXPECT_FALSE(isKeyRefused(service, server.address()));
     ASSERT_EQ(server.requests().size(), 1U);
     const standin::Request request = server.requests().front();
-    EXPECT_EQ(request.path, place.path);
-    EXPECT_EQ(request.header("Authorization"), place.authorization);
-    EXPECT_EQ(request.query, place.query);
+    EXPECT_EQ(request.path, row.modelsPath);
+    EXPECT_EQ(request.header("Authorization"), row.key == KeyWay::Bearer ? "Bearer a key" : "");
+    EXPECT_EQ(request.query, row.key == KeyWay::Query ? standin::Headers({{"key", "a key"}}) : standin::Headers());
   }
 }
 

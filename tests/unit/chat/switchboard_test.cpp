@@ -2,11 +2,11 @@
 #include "switchboard.h"
 
 #include "support/request_lines.h"
+#include "support/services.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <array>
 #include <cstddef>
 #include <functional>
 #include <map>
@@ -27,36 +27,20 @@ const Provider& provider(const char* name) { return *findProvider(name); }
 
 constexpr const char* kKeeper = "openai-assistants";  // keeps the conversations
 constexpr const char* kQuestions[] = {"first question", "second question", "third question"};
-
-struct Format {
-  const char* provider;
-  const char* path;
-  const char* reply;         // "noted", in the service's format
-  const char* instructions;  // where they stand in a request
-  const char* temperature;
-  const char* history;  // the first two turns, and the third question
-};
+constexpr const char* kReply = "two parts";  // the table's
 
 constexpr const char* kCompletion = R"({"choices":[{"message":{"role":"assistant","content":"noted"}}]})";
-constexpr const char* kHistory =
-    R"({"role":"user","content":"first question"},{"role":"assistant","content":"noted"},)"
-    R"({"role":"user","content":"second question"},{"role":"assistant","content":"noted"},)"
-    R"({"role":"user","content":"third question"}])";
+/// `part` up to the end of `mark`, which stands in it.
+std::string upTo(std::string_view mark, std::string_view part) {
+  return std::string(part.substr(0, part.find(mark) + mark.size()));
+}
 
-constexpr std::array kFormats{
-    Format{"openai", "/v1/chat/completions", kCompletion, R"({"role":"developer","content":"Be brief.)",
-           R"("temperature":0.5)", kHistory},
-    Format{"deepseek", "/chat/completions", kCompletion, R"({"role":"system","content":"Be brief.)",
-           R"("temperature":0.5)", kHistory},
-    Format{"gemini", "/v1beta/models/standin-large:generateContent",
-           R"({"candidates":[{"content":{"role":"model","parts":[{"text":"noted"}]}}]})",
-           R"("system_instruction":{"parts":[{"text":"Be brief.)", R"("generationConfig":{"temperature":0.5})",
-           R"({"role":"user","parts":[{"text":"first question"}]},{"role":"model","parts":[{"text":"noted"}]},)"
-           R"({"role":"user","parts":[{"text":"second question"}]},{"role":"model","parts":[{"text":"noted"}]},)"
-           R"({"role":"user","parts":[{"text":"third question"}]}])"},
-    Format{"ollama", "/api/chat", R"({"message":{"role":"assistant","content":"noted"}})",
-           R"({"role":"system","content":"Be brief.)", R"("options":{"temperature":0.5})", kHistory},
-};
+/// What a request holds that has the two first turns behind it, instructions and a temperature of 0.7.
+std::vector<std::string> partsOfTheThirdTurn(const TestedService& service) {
+  const std::string instructions = service.instructionsPart;
+  return {upTo("0.7", service.temperaturePart), instructions.substr(0, instructions.find("I\\n\\n")) + "Be brief.",
+          historyPart(service, {kQuestions[0], kReply, kQuestions[1], kReply, kQuestions[2]}) + "]"};
+}
 
 /// A service per provider, with a key of its own, which knows the models that are named here.
 class SwitchboardTest : public testing::Test {
@@ -74,7 +58,7 @@ class SwitchboardTest : public testing::Test {
 
   Switchboard open(const char* first) {
     const ::Setup setup{.model = "standin-small",
-                        .temperature = "0.5",
+                        .temperature = "0.7",
                         .instructions = "Be brief.",
                         .productName = "SQLite",
                         .structureJson = R"([{"schemas":[{"tables":[{"name":"orders","fields":[]}]}]}])"};
@@ -87,8 +71,8 @@ class SwitchboardTest : public testing::Test {
     return *(requests.end() - fromTheEnd);
   }
 
-  std::string ask(Switchboard& board, const Format& format, const char* question) {
-    server(format.provider).script({.status = 200, .body = format.reply, .headers = {}});
+  std::string ask(Switchboard& board, const TestedService& asked, const char* question) {
+    server(asked.provider).script({.status = 200, .body = asked.replyBody, .headers = {}});
     const Answer answer = board.ask(question);
     EXPECT_EQ(answer.error, "");
     return answer.text;
@@ -125,24 +109,25 @@ class SwitchboardTest : public testing::Test {
   }
 };
 
-class EveryMove : public SwitchboardTest, public testing::WithParamInterface<std::pair<Format, Format>> {};
+class EveryMove : public SwitchboardTest,
+                  public testing::WithParamInterface<std::pair<TestedService, TestedService>> {};
 
 TEST_P(EveryMove, BringsHistoryAndSettingsInTheNewServicesFormat) {
   const auto& [from, to] = GetParam();
   Switchboard board = open(from.provider);
   ASSERT_EQ(board.open(), "");
-  EXPECT_EQ(ask(board, from, kQuestions[0]), "noted");
-  EXPECT_EQ(ask(board, from, kQuestions[1]), "noted");
+  EXPECT_EQ(ask(board, from, kQuestions[0]), kReply);
+  EXPECT_EQ(ask(board, from, kQuestions[1]), kReply);
   ASSERT_EQ(board.moveTo(provider(to.provider), "standin-large"), "");
-  EXPECT_EQ(ask(board, to, kQuestions[2]), "noted");
+  EXPECT_EQ(ask(board, to, kQuestions[2]), kReply);
 
   EXPECT_EQ(server(from.provider).requests().size(), 2U) << "the old service is asked nothing more";
   ASSERT_EQ(server(to.provider).requests().size(), 1U);
   const standin::Request request = lastRequest(to.provider);
-  EXPECT_EQ(request.path, to.path);
-  for (const char* part : {to.instructions, to.temperature, to.history, "CREATE TABLE `orders`", "standin-large"}) {
-    EXPECT_THAT(request.path + request.body, HasSubstr(part));
-  }
+  EXPECT_EQ(request.path, withModel(to, to.chatPath, "standin-large"));
+  for (const std::string& part : partsOfTheThirdTurn(to)) EXPECT_THAT(request.body, HasSubstr(part));
+  EXPECT_THAT(request.body, HasSubstr("CREATE TABLE `orders`"));
+  EXPECT_THAT(request.path + request.body, HasSubstr("standin-large"));
   const std::string all = everything(request);
   EXPECT_THAT(all, Not(HasSubstr(keyOf(provider(from.provider)))));
   EXPECT_THAT(all, Not(HasSubstr("standin-small")));
@@ -150,10 +135,10 @@ TEST_P(EveryMove, BringsHistoryAndSettingsInTheNewServicesFormat) {
             provider(to.provider).keyPlace != KeyPlace::None);
 }
 
-std::vector<std::pair<Format, Format>> makePairs() {
-  std::vector<std::pair<Format, Format>> pairs;
-  for (const Format& from : kFormats) {
-    for (const Format& to : kFormats) {
+std::vector<std::pair<TestedService, TestedService>> makePairs() {
+  std::vector<std::pair<TestedService, TestedService>> pairs;
+  for (const TestedService& from : chatServices()) {
+    for (const TestedService& to : chatServices()) {
       if (&from != &to) pairs.emplace_back(from, to);
     }
   }
@@ -161,7 +146,7 @@ std::vector<std::pair<Format, Format>> makePairs() {
 }
 
 INSTANTIATE_TEST_SUITE_P(Pairs, EveryMove, testing::ValuesIn(makePairs()), [](const auto& row) {
-  return std::string(row.param.first.provider) + "_to_" + row.param.second.provider;
+  return std::string(row.param.first.name) + "_to_" + row.param.second.name;
 });
 
 class Move : public SwitchboardTest {
@@ -337,17 +322,17 @@ TEST_F(KeptMove, ToAnotherModelThatIsRefusedLeavesEverything) {
   EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
 }
 
-class KeptMoveAndBack : public SwitchboardTest, public testing::WithParamInterface<Format> {};
+class KeptMoveAndBack : public SwitchboardTest, public testing::WithParamInterface<TestedService> {};
 
 TEST_P(KeptMoveAndBack, BeginsAnewEachTimeAndLeavesNothingThere) {
-  const Format& other = GetParam();
+  const TestedService& other = GetParam();
   Switchboard board = open(other.provider);
   ASSERT_EQ(board.open(), "");
   ask(board, other, kQuestions[0]);
   ASSERT_EQ(board.moveTo(provider(kKeeper), "standin-large"), "");
   EXPECT_THAT(requestLines(server(kKeeper)), ElementsAre(kCreateAssistant, kCreateThread));
   const std::string assistant = lastRequest(kKeeper, 2).body;
-  for (const char* part : {"Be brief.", R"("temperature":0.5)", "CREATE TABLE `orders`", "standin-large"}) {
+  for (const char* part : {"Be brief.", R"("temperature":0.7)", "CREATE TABLE `orders`", "standin-large"}) {
     EXPECT_THAT(assistant, HasSubstr(part));
   }
   EXPECT_EQ(board.ask(kQuestions[1]).error, "");
@@ -366,7 +351,7 @@ TEST_P(KeptMoveAndBack, BeginsAnewEachTimeAndLeavesNothingThere) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Services, KeptMoveAndBack, testing::ValuesIn(kFormats),
-                         [](const auto& row) { return std::string(row.param.provider); });
+INSTANTIATE_TEST_SUITE_P(Services, KeptMoveAndBack, testing::ValuesIn(chatServices()),
+                         [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
