@@ -36,13 +36,13 @@ about their database.
 This package has the headers, and the files by which CMake and pkg-config
 find the libraries.")
 debian_package(qai_chat qai-chat utils qai_runtime "ask an AI service about a database, on the terminal"
-"qai-chat answers questions about an SQLite database through OpenAI,
-OpenAI Assistants, Gemini, DeepSeek or Ollama. Only the structure of the
-database goes to the service, never its rows.")
+"qai-chat answers questions about an SQLite database through any of the
+services that libqai talks to. Only the structure of the database goes to
+the service, never its rows.")
 debian_package(qai_standin qai-standin utils qai_runtime "stand-in for conversational AI services on the loopback"
-"qai-standin speaks the protocols of OpenAI, OpenAI Assistants, Gemini,
-DeepSeek and Ollama on a port of this machine, and answers from rules. It
-is meant for tests and for a first try without a key.")
+"qai-standin speaks the protocols of all services that libqai talks to, on
+a port of this machine, and answers from rules. It is meant for tests and
+for a first try without a key.")
 
 # What Debian wants in a package besides what is installed elsewhere too.
 file(READ ${PROJECT_SOURCE_DIR}/LICENSE license)

@@ -1,5 +1,5 @@
 // Asks one question about a database, on the plain header: minimal_host SERVICE ADDRESS MODEL QUESTION
-// SERVICE is a number from 0 to 4; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
+// SERVICE is a number of QAIAssistantType; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
 #include <qai.h>
 
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // Keeps a conversation in a file and goes on with it each time: restore_session SERVICE ADDRESS MODEL FILE QUESTION
-// SERVICE is a number from 0 to 4; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
+// SERVICE is a number of QAIAssistantType; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
 //
 // Run it twice with the same FILE: the second answer knows the first question. The file holds what was said and the
 // settings, never the key, unless the service quoted it: qai::redacted takes it out of what others may see.

@@ -1,5 +1,5 @@
 // Asks on a worker thread and gives up after a while: worker_thread SERVICE ADDRESS MODEL SECONDS QUESTION
-// SERVICE is a number from 0 to 4; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
+// SERVICE is a number of QAIAssistantType; an empty ADDRESS is the service's own; the key is in QAI_API_KEY.
 //
 // Every call of the library blocks until it is done, so a program with a window makes its calls on a thread like this
 // one, and its Cancel button does what the clock does here.

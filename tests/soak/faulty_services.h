@@ -1,4 +1,4 @@
-// The five services for a soak: replies that are always the same, and faults that a question asks for by name. Nothing
+// The services for a soak: replies that are always the same, and faults that a question asks for by name. Nothing
 // is kept but what a conversation of the Assistants service has still to meet, so the server never grows.
 #pragma once
 

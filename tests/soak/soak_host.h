@@ -1,4 +1,4 @@
-// A host of all five services that asks on and on, a fifth of the time in vain.
+// A host of all services that asks on and on, a fifth of the time in vain.
 #pragma once
 
 #include "../threads/cancel_desk.h"
