@@ -24,8 +24,8 @@ endmacro()
 
 debian_package(qai_runtime libqai0 libs "" "conversational AI services behind one binary interface"
 "libqai lets an application's users talk to conversational AI services
-about their database: OpenAI, OpenAI Assistants, Gemini, DeepSeek and
-Ollama. It turns a description of the database into DDL, sends it with the
+about their database, such as OpenAI, Gemini or a server of their own. It
+turns a description of the database into DDL, sends it with the
 conversation and hands back the replies.
 .
 This package has the libraries libqai and libcf, its foundation.")

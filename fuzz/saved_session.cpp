@@ -3,7 +3,9 @@
 #include "session_rules.h"
 #include "targets.h"
 
-void fuzzSession(QAIAssistantType type, std::string_view input) {
+namespace {
+
+void fuzzSessionOf(QAIAssistantType type, std::string_view input) {
   const Owned<IQAIAssistant> assistant = makeAssistant(type);
   const auto [made, error] = assistant->loadSession(std::string(input));
   const Owned<IQAISession> session(made);
@@ -27,4 +29,12 @@ void fuzzSession(QAIAssistantType type, std::string_view input) {
   expectErrorText(turnError);
   expectNoKey(turnError, input);
   expect(session->obtainSessionData() == saved, "a failed turn changes nothing", turnError);
+}
+
+}  // namespace
+
+void fuzzSession(bool isKept, std::string_view input) {
+  for (const TestedService& service : allServices()) {
+    if (service.keepsConversations == isKept) fuzzSessionOf(service.type, input);
+  }
 }

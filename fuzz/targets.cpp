@@ -1,24 +1,31 @@
 #include "targets.h"
 
-#include "support/services.h"
-
 #include <algorithm>
 
+namespace {
+
+Target turnTarget(const char* name, BodyForm form) {
+  return {name, [form](std::string_view input) { fuzzTurn(form, input); }};
+}
+
+Target sessionTarget(const char* name, bool isKept) {
+  return {name, [isKept](std::string_view input) { fuzzSession(isKept, input); }};
+}
+
+}  // namespace
+
 const std::vector<Target>& allTargets() {
-  static const std::vector<Target> kTargets = [] {
-    std::vector<Target> targets{{"failure", fuzzFailure},
-                                {"structure", fuzzStructure},
-                                {"address", fuzzAddress},
-                                {"json", fuzzJson},
-                                {"variant", fuzzVariant}};
-    for (const TestedService& service : allServices()) {
-      const QAIAssistantType type = service.type;
-      const std::string name = service.name;
-      targets.push_back({"turn_" + name, [type](std::string_view input) { fuzzTurn(type, input); }});
-      targets.push_back({"session_" + name, [type](std::string_view input) { fuzzSession(type, input); }});
-    }
-    return targets;
-  }();
+  static const std::vector<Target> kTargets{turnTarget("turn_completions", BodyForm::Completions),
+                                            turnTarget("turn_ollama", BodyForm::Ollama),
+                                            turnTarget("turn_gemini", BodyForm::Gemini),
+                                            turnTarget("turn_assistants", BodyForm::Assistants),
+                                            {"failure", fuzzFailure},
+                                            sessionTarget("session_chat", false),
+                                            sessionTarget("session_assistants", true),
+                                            {"structure", fuzzStructure},
+                                            {"address", fuzzAddress},
+                                            {"json", fuzzJson},
+                                            {"variant", fuzzVariant}};
   return kTargets;
 }
 

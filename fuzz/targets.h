@@ -1,7 +1,7 @@
 // What is fuzzed, by name. A target takes any bytes, and ends the process when a rule does not hold.
 #pragma once
 
-#include <qai.h>
+#include "support/services.h"
 
 #include <functional>
 #include <string>
@@ -13,12 +13,12 @@ struct Target {
   std::function<void(std::string_view input)> run;
 };
 
-/// A turn with the service, against the replies in the input.
-void fuzzTurn(QAIAssistantType type, std::string_view input);
+/// A turn with each service whose bodies have the form, against the replies in the input.
+void fuzzTurn(BodyForm form, std::string_view input);
 /// The same reply under the status of a failure, by all services.
 void fuzzFailure(std::string_view input);
-/// A saved session's text, for the service.
-void fuzzSession(QAIAssistantType type, std::string_view input);
+/// A saved session's text, for each service that keeps conversations, or for each that does not.
+void fuzzSession(bool isKept, std::string_view input);
 /// A database's description.
 void fuzzStructure(std::string_view input);
 /// API host, model and key, with all services.
@@ -28,7 +28,6 @@ void fuzzJson(std::string_view input);
 /// A variant, written and read.
 void fuzzVariant(std::string_view input);
 
-/// All targets; those of a turn and of a session are there for each service.
 const std::vector<Target>& allTargets();
 
 /// The target of this name; null when there is none.

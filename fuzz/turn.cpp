@@ -102,4 +102,8 @@ class Conversation {
 
 }  // namespace
 
-void fuzzTurn(QAIAssistantType type, std::string_view input) { Conversation(type, input).run(); }
+void fuzzTurn(BodyForm form, std::string_view input) {
+  for (const TestedService& service : allServices()) {
+    if (service.form == form) Conversation(service.type, input).run();
+  }
+}

@@ -57,27 +57,30 @@ std::string requestLine(const TestedService& service, const char* method, const 
   return std::string(method) + " " + withModel(service, path, kModel) + (service.key == KeyWay::Query ? "?key=" : " ");
 }
 
-Reading listReading(const TestedService& service) {
-  if (service.keepsConversations) return Reading::AssistantModels;
-  switch (service.form) {
+Reading listReading(BodyForm form) {
+  switch (form) {
     case BodyForm::Completions:
       return Reading::CompletionModels;
     case BodyForm::Ollama:
       return Reading::OllamaModels;
     case BodyForm::Gemini:
       return Reading::GoogleModels;
+    case BodyForm::Assistants:
+      return Reading::AssistantModels;
   }
   return Reading::Nothing;
 }
 
-Reading turnReading(const TestedService& service) {
-  switch (service.form) {
+Reading turnReading(BodyForm form) {
+  switch (form) {
     case BodyForm::Completions:
       return Reading::CompletionTurn;
     case BodyForm::Ollama:
       return Reading::OllamaTurn;
     case BodyForm::Gemini:
       return Reading::GoogleTurn;
+    case BodyForm::Assistants:
+      break;  // its turns are several requests
   }
   return Reading::Nothing;
 }
@@ -90,7 +93,7 @@ Operation listing(const TestedService& service) {
           .run = runModels,
           .before = request,
           .request = request,
-          .reading = listReading(service),
+          .reading = listReading(service.form),
           .noJsonError = service.modelsNoJsonError,
           .formatError = service.modelsFormatError,
           .healthyText = models};
@@ -101,7 +104,7 @@ Operation turn(const TestedService& service) {
           .run = runTurn,
           .before = requestLine(service, "GET", service.modelsPath),
           .request = requestLine(service, "POST", service.chatPath),
-          .reading = turnReading(service),
+          .reading = turnReading(service.form),
           .noJsonError = withModel(service, service.noJsonError, kModel),
           .formatError = withModel(service, service.formatError, kModel),
           .healthyText = kReply};

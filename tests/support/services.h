@@ -11,8 +11,8 @@
 /// How a request carries the key.
 enum class KeyWay { None, Bearer, Query };
 
-/// What the bodies of a chat service look like.
-enum class BodyForm { Completions, Ollama, Gemini };
+/// What the bodies of requests and replies look like.
+enum class BodyForm { Completions, Ollama, Gemini, Assistants };
 
 struct TestedService {
   const char* name;
@@ -25,7 +25,8 @@ struct TestedService {
   KeyWay key;
   std::vector<std::string> keyVariables;  // of the environment, where qai-chat looks for one
   bool usesPool;                          // its requests go through the assistant's pool centre
-  bool keepsConversations = false;        // else it is sent the whole of one on every turn
+  BodyForm form;
+  bool keepsConversations = false;  // else it is sent the whole of one on every turn
 
   const char* modelsPath;
   const char* modelsBody;               // a list of models as the service sends it …
@@ -34,7 +35,6 @@ struct TestedService {
   const char* modelsFormatError;
 
   // Of the chat services only. In paths and errors stands the row's model.
-  BodyForm form{};
   const char* chatPath{};
   const char* noModelError{};
   const char* noJsonError{};
