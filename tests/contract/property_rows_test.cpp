@@ -108,7 +108,7 @@ TEST_P(PropertyRows, AreSavedAndRestored) {
 
 TEST(PropertyTable, HasNoRowForAKeyThatNoServiceLists) {
   std::set<std::string> listed;
-  for (const Service& service : allServices()) {
+  for (const TestedService& service : allServices()) {
     const Owned<IQAIAssistant> assistant(QAICreateAssistant(service.type, nullptr, kKey, ""));
     assistant->setAssistantProperties([&](IQAIProperties* properties) {
       for (const auto& [key, description] : properties->obtainPropertyList()) listed.insert(key);
