@@ -72,20 +72,19 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessage(IQAISession* s
 }
 
 /// Asks the service; gives its reply's text and an error text.
-std::pair<std::string, std::string> QAIChatAssistant::exchange(const QAIChatSession& session, const std::string& text) {
+std::pair<std::string, std::string> QAIChatAssistant::exchange(QAIChatSession& session, const std::string& text) {
   const QAIAssistantProperties& settings = session.properties();
   if (settings.model.empty()) return {"", failure("Model is empty", dialect_.turn.noModelLabel)};
   if (std::string refusal = refuseKey(); !refusal.empty()) return {"", std::move(refusal)};
 
   const InstructionsJson instructions = settings.obtainInstructionsJson();
   COJson body;
-  dialect_.writeBody(body, {settings, dialect_.instructionsRole, instructions, session.history().requestText(text)});
-  const auto [response, error] = HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {});
-  const std::unique_ptr<CMRestResourceResponse> reply(response);
-  if (!error.empty()) return {"", obtainFailureText(reply.get(), error)};
-
-  if (reply->getJson() == nullptr) return {"", failure(kInvalidResponse, dialect_.turn.noJsonLabel)};
-  std::optional<std::string> answer = dialect_.readReply(*reply->getJson());
+  dialect_.writeBody(body,
+                     {settings, dialect_.instructionsRole, instructions, session.history().writeRequestText(text)});
+  Reply reply = readReply(HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {}),
+                          kInvalidResponse, dialect_.turn.noJsonLabel);
+  if (!reply.error.empty()) return {"", std::move(reply.error)};
+  std::optional<std::string> answer = dialect_.readReply(*reply.json);
   if (!answer) return {"", failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
   return {std::move(*answer), ""};
 }

@@ -35,7 +35,7 @@ class QAIChatAssistant : public QAIAssistantBase {
   virtual QAIChatSession* asSessionOfService(IQAISession* session) const = 0;
 
   void adopt(QAIAssistantProperties& filled);
-  std::pair<std::string, std::string> exchange(const QAIChatSession& session, const std::string& text);
+  std::pair<std::string, std::string> exchange(QAIChatSession& session, const std::string& text);
 
   const ChatDialect& dialect_;
   MessageClock clock_;

@@ -18,7 +18,7 @@ struct ChatTurn {
   const QAIAssistantProperties& settings;
   std::string_view instructionsRole;
   const InstructionsJson& instructions;
-  std::string_view messages;  // ChatHistory::requestText: the history and the new text
+  std::string_view messages;  // ChatHistory::writeRequestText: the history and the new text
 };
 
 /// Where turns go, and the labels behind "Model is empty", "Invalid response" and "Unsupported data format".

@@ -17,7 +17,7 @@ void ChatHistory::appendTurn(std::string question, std::string reply) {
   entries_.push_back(std::move(answered));
 }
 
-std::string_view ChatHistory::requestText(std::string_view question) const {
+std::string_view ChatHistory::writeRequestText(std::string_view question) {
   requestText_.resize(writtenSize_);
   makeRoom(question.size());
   for (; written_ < entries_.size(); ++written_) {
@@ -29,14 +29,14 @@ std::string_view ChatHistory::requestText(std::string_view question) const {
 }
 
 /// For what is still to be written, and a quarter more, so that the next turns need not move a long history.
-void ChatHistory::makeRoom(std::size_t questionSize) const {
+void ChatHistory::makeRoom(std::size_t questionSize) {
   const std::size_t formSize = form_.assistantStart.size() + form_.end.size() + 3;  // with quotation marks and a comma
   std::size_t size = requestText_.size() + questionSize + formSize;
   for (std::size_t i = written_; i < entries_.size(); ++i) size += entries_[i]->firstText().size() + formSize;
   if (size > requestText_.capacity()) requestText_.reserve(size + size / 4);
 }
 
-void ChatHistory::writeEntry(bool byAssistant, std::string_view text) const {
+void ChatHistory::writeEntry(bool byAssistant, std::string_view text) {
   if (!requestText_.empty()) requestText_ += ',';
   requestText_ += byAssistant ? form_.assistantStart : form_.userStart;
   cfAppendJsonString(requestText_, text);

@@ -29,8 +29,8 @@ class ChatHistory {
 
   /// The entries and then `question`, the user's, as a request has them: JSON values with commas between them. Each
   /// entry is written once, when it is first needed: to escape a long history anew for each request would take longer
-  /// than to send it. Lives until the next call. Used by one thread at a time, though it is const.
-  std::string_view requestText(std::string_view question) const;
+  /// than to send it. Changes what is kept of that, not the entries. Lives until the next call.
+  std::string_view writeRequestText(std::string_view question);
 
   /// When it throws, nothing is appended.
   void append(std::uint32_t role, std::string text);
@@ -38,12 +38,12 @@ class ChatHistory {
   void appendTurn(std::string question, std::string reply);
 
  private:
-  void makeRoom(std::size_t questionSize) const;
-  void writeEntry(bool byAssistant, std::string_view text) const;
+  void makeRoom(std::size_t questionSize);
+  void writeEntry(bool byAssistant, std::string_view text);
 
   const ChatEntryForm& form_;
   Entries entries_;
-  mutable std::string requestText_;
-  mutable std::size_t written_ = 0;      // the number of entries in it
-  mutable std::size_t writtenSize_ = 0;  // and their bytes; what follows is an earlier question
+  std::string requestText_;
+  std::size_t written_ = 0;      // the number of entries in it
+  std::size_t writtenSize_ = 0;  // and their bytes; what follows is an earlier question
 };

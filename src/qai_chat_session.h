@@ -30,7 +30,7 @@ class QAIChatSession : public IQAISession {
     history_.appendTurn(std::move(question), std::move(reply));
   }
 
-  const ChatHistory& history() const { return history_; }
+  ChatHistory& history() { return history_; }
   const QAIAssistantProperties& properties() const { return properties_; }
 
  private:

@@ -10,7 +10,7 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-std::vector<std::string> entries(const QAIChatSession& session) {
+std::vector<std::string> entries(QAIChatSession& session) {
   std::vector<std::string> list;
   for (const auto& entry : session.history().entries()) {
     list.push_back(std::to_string(entry->role) + ":" + std::string(entry->firstText()));
@@ -44,15 +44,15 @@ TEST(ChatSession, SavesInAFixedOrder) {
 TEST(ChatSession, RequestsHaveTheHistoryAndThenTheQuestionWhateverWasAskedBefore) {
   QAIAssistantProperties record;
   QAISession_OPENAI_v1 session(record);
-  EXPECT_EQ(session.history().requestText("x"), R"({"role":"user","content":"x"})");
-  EXPECT_EQ(session.history().requestText(""), R"({"role":"user","content":""})");
+  EXPECT_EQ(session.history().writeRequestText("x"), R"({"role":"user","content":"x"})");
+  EXPECT_EQ(session.history().writeRequestText(""), R"({"role":"user","content":""})");
   session.append(0, "q\n");
   session.append(7, "of no known role");
-  EXPECT_EQ(session.history().requestText("y"), R"({"role":"user","content":"q\n"},)"
-                                                R"({"role":"user","content":"of no known role"},)"
-                                                R"({"role":"user","content":"y"})");
+  EXPECT_EQ(session.history().writeRequestText("y"), R"({"role":"user","content":"q\n"},)"
+                                                     R"({"role":"user","content":"of no known role"},)"
+                                                     R"({"role":"user","content":"y"})");
   session.appendTurn("r", "a");
-  EXPECT_EQ(session.history().requestText("z\"\xff"),
+  EXPECT_EQ(session.history().writeRequestText("z\"\xff"),
             R"({"role":"user","content":"q\n"},{"role":"user","content":"of no known role"},)"
             R"({"role":"user","content":"r"},{"role":"assistant","content":"a"},)"
             "{\"role\":\"user\",\"content\":\"z\\\"\uFFFD\"}");

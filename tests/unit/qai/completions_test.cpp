@@ -38,7 +38,7 @@ TEST_P(Body, IsWrittenToTheByte) {
   for (const auto& [role, text] : GetParam().history) history.append(role, text);
   COJson body;
   const InstructionsJson instructions = instructionsOf(GetParam().instructions);
-  completions::writeBody(body, {settings, "developer", instructions, history.requestText(GetParam().text)});
+  completions::writeBody(body, {settings, "developer", instructions, history.writeRequestText(GetParam().text)});
   EXPECT_EQ(body.obtainJsonString(), GetParam().body);
 }
 
