@@ -107,7 +107,7 @@ build_failed() {
   fail "$1; the whole output is in $2"
 }
 
-run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libcpp-httplib-dev
+run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libssl-dev
   libcli11-dev libsqlite3-dev sqlite3)
 test_packages=(abigail-tools git libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind doxygen)
 # What tests/real runs, unpacked into build/servers; and the libraries of these programs, with what sets up networks.

@@ -1,14 +1,10 @@
 #include "connection.h"
 
-#include "socket.h"
-
 #include <openssl/err.h>
 
 #include <algorithm>
 #include <climits>
-#include <cstring>
 #include <stdexcept>
-#include <utility>
 
 namespace standin {
 namespace {
@@ -28,34 +24,47 @@ TlsContext makeTlsContext(const std::string& certificateFile, const std::string&
   return context;
 }
 
-Connection::Connection(socket_t socket, SSL_CTX* tls) : socket_(socket), ssl_(tls == nullptr ? nullptr : SSL_new(tls)) {
-  prepareSocket(socket_);
-  if (ssl_) SSL_set_fd(ssl_.get(), static_cast<int>(socket_));  // all of a socket's value, on Windows, too
-}
+Connection::Connection(Socket socket, SSL_CTX* tls) noexcept
+    : socket_(socket), ssl_(tls == nullptr ? nullptr : SSL_new(tls)), open_(tls == nullptr || ssl_ != nullptr) {}
 
 Connection::~Connection() {
   if (ssl_ && open_) SSL_shutdown(ssl_.get());
-  ssl_.reset();
-  closeSocket(socket_);
 }
 
-bool Connection::accept() {
-  if (ssl_ && SSL_accept(ssl_.get()) != 1) open_ = false;
+bool Connection::accept() noexcept {
+  if (!ssl_ || !open_) return open_;
+  SSL_set_fd(ssl_.get(), static_cast<int>(socket_.get()));  // all of a socket's value, on Windows, too
+  open_ = SSL_accept(ssl_.get()) == 1;
   ERR_clear_error();
   return open_;
 }
 
-void Connection::recordHead() {
-  head_.clear();
-  recording_ = true;
+bool Connection::receiveMore() {
+  if (!open_) return false;
+  const std::ptrdiff_t received = ssl_ ? SSL_read(ssl_.get(), buffer_.data(), withinInt(buffer_.size()))
+                                       : receiveBytes(socket_.get(), buffer_.data(), buffer_.size());
+  open_ = received > 0;
+  if (open_) unread_.append(buffer_.data(), static_cast<std::size_t>(received));
+  return open_;
 }
 
-std::string Connection::takeHead() {
-  recording_ = false;
-  return std::move(head_);
+bool Connection::send(std::string_view bytes) noexcept {
+  while (open_ && !bytes.empty()) {
+    const std::ptrdiff_t sent = ssl_ ? SSL_write(ssl_.get(), bytes.data(), withinInt(bytes.size()))
+                                     : sendBytes(socket_.get(), bytes.data(), bytes.size());
+    open_ = sent > 0;
+    if (open_) bytes.remove_prefix(static_cast<std::size_t>(sent));
+  }
+  return open_;
 }
 
-void Connection::shutDown() noexcept { shutDownSocket(socket_); }
+void Connection::shutDown() noexcept { shutDownSocket(socket_.get()); }
+
+void Connection::finish() noexcept {
+  if (ssl_ && open_) SSL_shutdown(ssl_.get());
+  endSending(socket_.get());
+  awaitEnd();
+}
 
 void Connection::hangUp() noexcept {
   open_ = false;
@@ -64,55 +73,13 @@ void Connection::hangUp() noexcept {
 
 void Connection::reset() noexcept {
   open_ = false;
-  resetAtClose(socket_);
+  resetAtClose(socket_.get());
 }
 
 void Connection::awaitEnd() noexcept {
   // Past TLS: nothing that still comes matters but the end.
-  while (receiveBytes(socket_, buffer_.data(), buffer_.size()) > 0) continue;
+  while (receiveBytes(socket_.get(), buffer_.data(), buffer_.size()) > 0) continue;
   open_ = false;
-}
-
-ssize_t Connection::read(char* ptr, std::size_t size) {
-  if (begin_ == end_) {
-    const ssize_t received = receive(buffer_.data(), buffer_.size());
-    if (received <= 0) return received;
-    begin_ = 0;
-    end_ = static_cast<std::size_t>(received);
-  }
-  const std::size_t taken = std::min(size, end_ - begin_);
-  std::memcpy(ptr, buffer_.data() + begin_, taken);
-  begin_ += taken;
-  if (recording_) head_.append(ptr, taken);
-  return static_cast<ssize_t>(taken);
-}
-
-ssize_t Connection::write(const char* ptr, std::size_t size) {
-  std::size_t sent = 0;
-  while (open_ && sent < size) {
-    const ssize_t step = send(ptr + sent, size - sent);
-    if (step > 0) {
-      sent += static_cast<std::size_t>(step);
-    } else {
-      open_ = false;
-    }
-  }
-  return open_ ? static_cast<ssize_t>(size) : -1;
-}
-
-// The log has no use for the addresses; the HTTP library would only add them to the headers.
-void Connection::get_remote_ip_and_port(std::string& /*ip*/, int& /*port*/) const {}
-void Connection::get_local_ip_and_port(std::string& /*ip*/, int& /*port*/) const {}
-
-ssize_t Connection::receive(char* ptr, std::size_t size) {
-  if (!open_) return -1;
-  if (ssl_) return SSL_read(ssl_.get(), ptr, withinInt(size));
-  return receiveBytes(socket_, ptr, size);
-}
-
-ssize_t Connection::send(const char* ptr, std::size_t size) {
-  if (ssl_) return SSL_write(ssl_.get(), ptr, withinInt(size));
-  return sendBytes(socket_, ptr, size);
 }
 
 }  // namespace standin

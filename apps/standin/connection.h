@@ -1,13 +1,15 @@
-// One accepted connection, as the HTTP library reads and writes it.
+// One accepted connection: its bytes, and the ends that can be put to it.
 #pragma once
 
-#include <httplib.h>
+#include "socket.h"
+
 #include <openssl/ssl.h>
 
 #include <array>
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace standin {
 
@@ -20,55 +22,47 @@ using TlsContext = std::unique_ptr<SSL_CTX, TlsContextDeleter>;
 TlsContext makeTlsContext(const std::string& certificateFile, const std::string& privateKeyFile);
 
 /// Owns a socket, with TLS on it when it was given a context. Used by one thread, but for shutDown.
-class Connection final : public httplib::Stream {
+class Connection {
  public:
-  Connection(socket_t socket, SSL_CTX* tls);
-  ~Connection() override;
+  Connection(Socket socket, SSL_CTX* tls) noexcept;
+  ~Connection();
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
 
   /// Does the TLS handshake, if there is one to do. @return false when it failed.
-  bool accept();
-  /// False once an end has been put to the connection from this side, or writing failed.
+  bool accept() noexcept;
+  /// False once the connection has ended, whichever side ended it.
   bool isOpen() const noexcept { return open_; }
 
-  /// Begins to record what is read; takeHead gives it and ends that.
-  void recordHead();
-  std::string takeHead();
+  /// What has come and is not used yet; who uses it takes it out.
+  std::string& unread() noexcept { return unread_; }
+  /// Waits for more of it. @return false when the connection ended instead
+  bool receiveMore();
+  /// @return false when the connection has ended
+  bool send(std::string_view bytes) noexcept;
 
   /// Ends all reading and writing at once, waiting calls included; from any thread.
   void shutDown() noexcept;
-  /// Ends the connection in order, but without TLS's own goodbye.
+  /// Ends the connection in order: says so, and waits until the client leaves or shutDown is called. To close under a
+  /// client that still sends would take what was sent last from it.
+  void finish() noexcept;
+  /// Ends the connection without TLS's own goodbye.
   void hangUp() noexcept;
   /// Ends the connection by a TCP reset.
   void reset() noexcept;
   /// Waits until the client leaves or shutDown is called.
   void awaitEnd() noexcept;
 
-  bool is_readable() const override { return open_; }
-  bool is_writable() const override { return open_; }
-  ssize_t read(char* ptr, std::size_t size) override;
-  ssize_t write(const char* ptr, std::size_t size) override;
-  void get_remote_ip_and_port(std::string& ip, int& port) const override;
-  void get_local_ip_and_port(std::string& ip, int& port) const override;
-  socket_t socket() const override { return socket_; }
-
  private:
   struct SslDeleter {
     void operator()(SSL* ssl) const noexcept { SSL_free(ssl); }
   };
 
-  ssize_t receive(char* ptr, std::size_t size);
-  ssize_t send(const char* ptr, std::size_t size);
-
-  socket_t socket_;
-  std::unique_ptr<SSL, SslDeleter> ssl_;
-  bool open_ = true;
-  bool recording_ = false;
-  std::string head_;
-  std::array<char, 4096> buffer_{};  // the HTTP library reads lines byte by byte
-  std::size_t begin_ = 0;
-  std::size_t end_ = 0;
+  const OwnedSocket socket_;
+  const std::unique_ptr<SSL, SslDeleter> ssl_;
+  bool open_;
+  std::string unread_;
+  std::array<char, 16384> buffer_{};
 };
 
 }  // namespace standin

@@ -132,18 +132,20 @@ std::string lastReply(std::string_view model, std::string_view text, const Answe
   return document.obtainJsonString();
 }
 
-/// One line of JSON for each word, and a last one without.
-Reply streamAnswer(std::string_view model, const Answer& answer) {
-  std::string lines;
-  std::string_view rest = answer.text;
-  while (!rest.empty()) {
-    const std::size_t end = std::min(rest.find(' ', 1), rest.size());
+/// One line of JSON for each word, and a last one without; each is sent as it is made.
+Reply streamAnswer(std::string_view model, Answer answer) {
+  const auto makeLine = [model = std::string(model), answer = std::move(answer), told = std::size_t{0},
+                         done = false]() mutable -> std::optional<Piece> {
+    if (done) return std::nullopt;
+    done = told == answer.text.size();
+    if (done) return Piece{.bytes = lastReply(model, "", answer) + "\n"};
+    const std::size_t begin = told;
+    told = std::min(answer.text.find(' ', begin + 1), answer.text.size());
     COJson document;
-    fillReply(document, model, rest.substr(0, end), false);
-    lines += document.obtainJsonString() + "\n";
-    rest.remove_prefix(end);
-  }
-  return {200, lines + lastReply(model, "", answer) + "\n", "application/x-ndjson"};
+    fillReply(document, model, std::string_view(answer.text).substr(begin, told - begin), false);
+    return Piece{.bytes = document.obtainJsonString() + "\n"};
+  };
+  return {.contentType = "application/x-ndjson", .pieces = makeLine};
 }
 
 Reply handleChat(const Call& call) {

@@ -1,6 +1,7 @@
 // What the services' protocols have in common: a call, the reply to it, and the table of routes that joins the two.
 #pragma once
 
+#include "reply.h"
 #include "standin.h"
 
 #include <optional>
@@ -12,12 +13,6 @@
 namespace standin {
 
 class AssistantsStore;
-
-struct Reply {
-  int status = 200;
-  std::string body;
-  std::string contentType = "application/json";
-};
 
 /// A request on its way to a handler.
 struct Call {

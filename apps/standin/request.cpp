@@ -1,6 +1,5 @@
 #include "request.h"
 
-#include <cf/text.h>
 #include <cf/url.h>
 
 #include <algorithm>
@@ -10,7 +9,14 @@
 namespace standin {
 namespace {
 
-/// The part of `rest` before `separator`, which is taken off `rest` together with the separator.
+std::string decodeQueryText(std::string_view text) {
+  std::string spaced(text);
+  std::replace(spaced.begin(), spaced.end(), '+', ' ');
+  return cfDecodePercent(spaced);
+}
+
+}  // namespace
+
 std::string_view takeUntil(std::string_view& rest, std::string_view separator) {
   const std::size_t end = rest.find(separator);
   const std::string_view part = rest.substr(0, end);
@@ -18,15 +24,9 @@ std::string_view takeUntil(std::string_view& rest, std::string_view separator) {
   return part;
 }
 
-bool sameName(std::string_view left, std::string_view right) {
+bool sameText(std::string_view left, std::string_view right) noexcept {
   return std::equal(left.begin(), left.end(), right.begin(), right.end(),
                     [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-}
-
-std::string decodeQueryText(std::string_view text) {
-  std::string spaced(text);
-  std::replace(spaced.begin(), spaced.end(), '+', ' ');
-  return cfDecodePercent(spaced);
 }
 
 Headers readQuery(std::string_view query) {
@@ -39,21 +39,12 @@ Headers readQuery(std::string_view query) {
   return pairs;
 }
 
-}  // namespace
-
-Request readHead(std::string_view head) {
-  Request request;
-  std::string_view line = takeUntil(head, "\r\n");
-  request.method = takeUntil(line, " ");
-  std::string_view target = takeUntil(line, " ");
-  request.path = takeUntil(target, "?");
-  request.query = readQuery(target);
-  while (!head.empty()) {
-    std::string_view value = takeUntil(head, "\r\n");
-    const std::string_view name = takeUntil(value, ":");
-    if (!name.empty()) request.headers.emplace_back(name, cfTrimAsString(value));
+std::vector<std::string_view> headerValues(const Request& request, std::string_view name) {
+  std::vector<std::string_view> values;
+  for (const auto& [given, value] : request.headers) {
+    if (sameText(given, name)) values.emplace_back(value);
   }
-  return request;
+  return values;
 }
 
 std::string queryValue(const Request& request, std::string_view name) {
@@ -72,9 +63,8 @@ std::optional<std::size_t> queryNumber(const Request& request, std::string_view 
 }
 
 std::string Request::header(const std::string& name) const {
-  const auto found =
-      std::find_if(headers.begin(), headers.end(), [&](const auto& pair) { return sameName(pair.first, name); });
-  return found == headers.end() ? std::string() : found->second;
+  const std::vector<std::string_view> values = headerValues(*this, name);
+  return values.empty() ? std::string() : std::string(values.front());
 }
 
 }  // namespace standin

@@ -1,5 +1,4 @@
-// The head of an HTTP request as the log keeps it: byte for byte what was sent, which the HTTP library's own reading
-// is not (it decodes header values and adds headers).
+// What is asked of a request's head by more than one.
 #pragma once
 
 #include "standin.h"
@@ -8,11 +7,21 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace standin {
 
-/// Reads a request line and header lines, up to the blank line. What is malformed is left out.
-Request readHead(std::string_view head);
+/// The part of `rest` before `separator`, which is taken off `rest` together with the separator.
+std::string_view takeUntil(std::string_view& rest, std::string_view separator);
+
+/// Whether two texts are the same but for the case of ASCII letters.
+bool sameText(std::string_view left, std::string_view right) noexcept;
+
+/// The decoded pairs of a query.
+Headers readQuery(std::string_view query);
+
+/// The values of all headers `name` (any case), in their order; they live as long as the request.
+std::vector<std::string_view> headerValues(const Request& request, std::string_view name);
 
 /// The value of the first query pair `name`; "" when there is none.
 std::string queryValue(const Request& request, std::string_view name);

@@ -3,9 +3,9 @@
 #include "assistants_store.h"
 #include "http_server.h"
 #include "protocol.h"
+#include "request.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <utility>
@@ -18,41 +18,77 @@ TlsContext makeTls(const Options& options) {
   return makeTlsContext(options.certificateFile, options.privateKeyFile);
 }
 
-/// What goes out: the service's answer with what the script puts in its place.
-struct Outcome {
-  int status;
-  std::string body;
-  std::string contentType;
-};
-
 /// A service that refuses does nothing, so a scripted refusal takes the usual answer from a copy of what is kept.
-Outcome decideOutcome(const Request& request, const std::string& apiKey, const Script& script, AssistantsStore& store) {
+Reply answerUsually(const Request& request, const std::string& apiKey, const Script& script, AssistantsStore& store) {
   constexpr int kFirstRefusal = 400;
   std::optional<AssistantsStore> copy;
   if (script.status.value_or(0) >= kFirstRefusal) copy.emplace(store);
-  Reply usual = answerRequest(request, apiKey, copy ? *copy : store);
-  return {.status = script.status.value_or(usual.status),
-          .body = script.body.value_or(usual.body),
-          .contentType = std::move(usual.contentType)};
+  return answerRequest(request, apiKey, copy ? *copy : store);
 }
 
-void setHeaders(const Headers& headers, Outcome& outcome, httplib::Response& reply) {
-  reply.headers.insert(headers.begin(), headers.end());
-  const auto given = reply.headers.find("Content-Type");
-  if (given == reply.headers.end()) return;
-  outcome.contentType = given->second;
-  reply.headers.erase(given);
+/// Puts what the script sets in the place of the usual answer.
+Reply followScript(Reply reply, const Script& script) {
+  if (script.status) reply.status = *script.status;
+  if (script.body) {
+    reply.body = *script.body;
+    reply.pieces = nullptr;
+  }
+  return reply;
 }
 
-void setHalfBody(Outcome outcome, Connection& connection, httplib::Response& reply) {
-  const std::size_t size = outcome.body.size();
-  const auto sendHalf = [&connection, body = std::move(outcome.body)](std::size_t, std::size_t,
-                                                                      httplib::DataSink& sink) {
-    sink.write(body.data(), body.size() / 2);
-    connection.hangUp();
-    return false;
+Headers chooseHeaders(const Headers& scripted, const std::string& contentType) {
+  Headers headers = scripted;
+  const bool typed = std::any_of(headers.begin(), headers.end(),
+                                 [](const auto& header) { return sameText(header.first, "Content-Type"); });
+  if (!typed) headers.emplace_back("Content-Type", contentType);
+  return headers;
+}
+
+/// `body` in about ten pieces.
+PieceSource splitBody(std::string body) {
+  constexpr std::size_t kPieces = 10;
+  return [body = std::move(body), sent = std::size_t{0}]() mutable -> std::optional<Piece> {
+    if (sent == body.size()) return std::nullopt;
+    const std::size_t begin = sent;
+    sent += std::min(std::max<std::size_t>(1, body.size() / kPieces), body.size() - begin);
+    return Piece{.bytes = body.substr(begin, sent - begin)};
   };
-  reply.set_content_provider(size, outcome.contentType, sendHalf);
+}
+
+PieceSource slowDown(PieceSource pieces, std::chrono::milliseconds pace) {
+  return [pieces = std::move(pieces), pace]() {
+    std::optional<Piece> piece = pieces();
+    if (piece) piece->pause += pace;
+    return piece;
+  };
+}
+
+PieceSource firstHalf(const Reply& reply) {
+  std::string body = reply.body;
+  while (reply.pieces) {
+    const std::optional<Piece> piece = reply.pieces();
+    if (!piece) break;
+    body += piece->bytes;
+  }
+  return wholeBody(body.substr(0, body.size() / 2));
+}
+
+HttpReply prepareReply(Reply reply, const Script& script) {
+  HttpReply prepared{.status = reply.status, .headers = chooseHeaders(script.headers, reply.contentType)};
+  if (reply.pieces) {
+    prepared.size = std::nullopt;
+  } else {
+    prepared.size = reply.body.size();
+  }
+  if (script.fault == Fault::CutBody) {
+    prepared.cut = true;
+    prepared.body = firstHalf(reply);
+  } else if (script.fault == Fault::SlowBody) {
+    prepared.body = slowDown(reply.pieces ? std::move(reply.pieces) : splitBody(std::move(reply.body)), script.pace);
+  } else {
+    prepared.body = reply.pieces ? std::move(reply.pieces) : wholeBody(std::move(reply.body));
+  }
+  return prepared;
 }
 
 }  // namespace
@@ -62,44 +98,31 @@ struct Server::Impl {
       : options(std::move(given)),
         assistants(options.idTail),
         http(options.host, options.port, makeTls(options),
-             [this](const Request& request, Connection& connection, httplib::Response& reply) {
-               exchange(request, connection, reply);
-             }) {}
+             [this](const Request& request, Connection& connection) { return exchange(request, connection); }) {}
 
-  ~Impl() {
-    {
-      const std::lock_guard lock(mutex);
-      stopping = true;
-    }
-    stopped.notify_all();
-  }
-
-  void exchange(const Request& request, Connection& connection, httplib::Response& reply);
+  std::optional<HttpReply> exchange(const Request& request, Connection& connection);
   Script logAndTakeScript(const Request& request);
-  bool pause(std::chrono::milliseconds time);
-  void setSlowBody(Outcome outcome, std::chrono::milliseconds pace, httplib::Response& reply);
 
   const Options options;
   mutable std::mutex mutex;
-  std::vector<Request> log;  // under the mutex, as are the next two
+  std::vector<Request> log;  // under the mutex, as are the scripts
   std::deque<Script> scripts;
-  bool stopping = false;
-  std::condition_variable stopped;
   AssistantsStore assistants;
   HttpServer http;  // last: its threads use all the others
 };
 
-void Server::Impl::exchange(const Request& request, Connection& connection, httplib::Response& reply) {
+std::optional<HttpReply> Server::Impl::exchange(const Request& request, Connection& connection) {
   const Script script = logAndTakeScript(request);
-  if (!pause(script.delay)) return connection.hangUp();
-  if (script.fault == Fault::Reset) return connection.reset();
-  if (script.fault == Fault::NoReply) return connection.awaitEnd();
-  Outcome outcome = decideOutcome(request, options.apiKey, script, assistants);
-  reply.status = outcome.status;
-  setHeaders(script.headers, outcome, reply);
-  if (script.fault == Fault::CutBody) return setHalfBody(std::move(outcome), connection, reply);
-  if (script.fault == Fault::SlowBody) return setSlowBody(std::move(outcome), script.pace, reply);
-  reply.set_content(outcome.body, outcome.contentType);
+  if (!http.pause(script.delay)) {
+    connection.hangUp();
+  } else if (script.fault == Fault::Reset) {
+    connection.reset();
+  } else if (script.fault == Fault::NoReply) {
+    connection.awaitEnd();
+  } else {
+    return prepareReply(followScript(answerUsually(request, options.apiKey, script, assistants), script), script);
+  }
+  return std::nullopt;
 }
 
 /// Both under one lock, so that scripts meet the requests in the order of the log.
@@ -110,23 +133,6 @@ Script Server::Impl::logAndTakeScript(const Request& request) {
   Script script = std::move(scripts.front());
   scripts.pop_front();
   return script;
-}
-
-/// @return false when the server stops meanwhile.
-bool Server::Impl::pause(std::chrono::milliseconds time) {
-  std::unique_lock lock(mutex);
-  return !stopped.wait_for(lock, time, [this] { return stopping; });
-}
-
-void Server::Impl::setSlowBody(Outcome outcome, std::chrono::milliseconds pace, httplib::Response& reply) {
-  constexpr std::size_t kPieces = 10;
-  const std::size_t size = outcome.body.size();
-  const auto sendPiece = [this, pace, pieceSize = std::max<std::size_t>(1, size / kPieces),
-                          body = std::move(outcome.body)](std::size_t offset, std::size_t left,
-                                                          httplib::DataSink& sink) {
-    return pause(pace) && sink.write(body.data() + offset, std::min(pieceSize, left));
-  };
-  reply.set_content_provider(size, outcome.contentType, sendPiece);
 }
 
 Server::Server(Options options) : impl_(std::make_unique<Impl>(std::move(options))) {}

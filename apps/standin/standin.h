@@ -19,7 +19,7 @@ struct Request {
   std::string method;
   std::string path;  // percent-encoded as sent, without the query
   Headers query;     // decoded pairs
-  Headers headers;   // in no particular order
+  Headers headers;   // as sent, but for white space around the values
   std::string body;
 
   /// The value of header `name` (any case); "" when it was not sent.
@@ -29,7 +29,7 @@ struct Request {
 /// How a scripted exchange goes wrong.
 enum class Fault {
   None,
-  SlowBody,  // the body in about ten pieces, each `pace` after the one before
+  SlowBody,  // the body in about ten pieces, or in those that the service makes, each `pace` after the one before
   CutBody,   // the connection ends in the middle of the body
   Reset,     // TCP reset instead of a reply
   NoReply    // the request is read, nothing is answered until the server stops or the client leaves

@@ -15,6 +15,8 @@ Handle listenOnLoopback();
 /// Takes a free port of the IPv4 loopback that refuses connections as long as the socket is open.
 /// @throw std::runtime_error when there can be none.
 Handle refuseOnLoopback();
+/// A connection to `port` of the IPv4 loopback, without delays for small writes; kNone when there is none to be had.
+Handle connectToLoopback(int port);
 /// The port of this end; 0 when `socket` is none.
 int getPort(Handle socket) noexcept;
 

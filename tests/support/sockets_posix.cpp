@@ -18,6 +18,20 @@ int toDescriptor(sockets::Handle socket) noexcept { return static_cast<int>(sock
 
 sockaddr* toSocketAddress(sockaddr_in& address) { return reinterpret_cast<sockaddr*>(&address); }
 
+sockaddr_in onLoopback(int port) noexcept {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  address.sin_port = htons(static_cast<in_port_t>(port));
+  return address;
+}
+
+// Else a second small write waits for the other end's delayed acknowledgement, 40 ms.
+void sendAtOnce(int socket) noexcept {
+  const int yes = 1;
+  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+}
+
 }  // namespace
 
 sockets::Handle sockets::listenOnLoopback() {
@@ -27,13 +41,23 @@ sockets::Handle sockets::listenOnLoopback() {
 }
 
 sockets::Handle sockets::refuseOnLoopback() {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  sockaddr_in address = onLoopback(0);
   const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
   if (socket < 0 || bind(socket, toSocketAddress(address), sizeof address) != 0) {
     throw std::runtime_error("The test server has no port");
   }
+  return socket;
+}
+
+sockets::Handle sockets::connectToLoopback(int port) {
+  sockaddr_in address = onLoopback(port);
+  const int socket = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  if (socket < 0) return kNone;
+  if (::connect(socket, toSocketAddress(address), sizeof address) != 0) {
+    ::close(socket);
+    return kNone;
+  }
+  sendAtOnce(socket);
   return socket;
 }
 
@@ -46,9 +70,7 @@ int sockets::getPort(Handle socket) noexcept {
 sockets::Handle sockets::accept(Handle listener) noexcept {
   const int socket = accept4(toDescriptor(listener), nullptr, nullptr, SOCK_CLOEXEC);
   if (socket < 0) return kNone;
-  // Else a second small write waits for the client's delayed acknowledgement, 40 ms.
-  const int yes = 1;
-  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
+  sendAtOnce(socket);
   return socket;
 }
 

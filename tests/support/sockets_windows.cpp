@@ -25,6 +25,11 @@ sockaddr_in onLoopback(int port) noexcept {
   return address;
 }
 
+void sendAtOnce(SOCKET socket) noexcept {
+  const BOOL yes = TRUE;
+  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&yes), sizeof yes);
+}
+
 // Never undone: the process uses sockets until its end.
 void startSockets() {
   static const bool started = [] {
@@ -53,6 +58,20 @@ sockets::Handle sockets::refuseOnLoopback() {
   return static_cast<Handle>(socket);
 }
 
+sockets::Handle sockets::connectToLoopback(int port) {
+  startSockets();
+  sockaddr_in address = onLoopback(port);
+  const SOCKET socket = ::socket(AF_INET, SOCK_STREAM, 0);
+  if (socket == INVALID_SOCKET) return kNone;
+  if (::connect(socket, toSocketAddress(address), sizeof address) != 0) {
+    closesocket(socket);
+    return kNone;
+  }
+  SetHandleInformation(toHandle(static_cast<Handle>(socket)), HANDLE_FLAG_INHERIT, 0);
+  sendAtOnce(socket);
+  return static_cast<Handle>(socket);
+}
+
 int sockets::getPort(Handle socket) noexcept {
   sockaddr_in address{};
   int size = sizeof address;
@@ -63,8 +82,7 @@ sockets::Handle sockets::accept(Handle listener) noexcept {
   const SOCKET socket = ::accept(toSocket(listener), nullptr, nullptr);
   if (socket == INVALID_SOCKET) return kNone;
   SetHandleInformation(toHandle(static_cast<Handle>(socket)), HANDLE_FLAG_INHERIT, 0);
-  const BOOL yes = TRUE;
-  setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, reinterpret_cast<const char*>(&yes), sizeof yes);
+  sendAtOnce(socket);
   return static_cast<Handle>(socket);
 }
 

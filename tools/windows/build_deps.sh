@@ -64,11 +64,6 @@ build_curl() {
 
 build_googletest() { build_with_cmake googletest -DCMAKE_CXX_STANDARD=20; }
 
-build_cpp-httplib() {
-  build_with_cmake cpp-httplib -DHTTPLIB_USE_OPENSSL_IF_AVAILABLE=OFF -DHTTPLIB_USE_ZLIB_IF_AVAILABLE=OFF \
-    -DHTTPLIB_USE_BROTLI_IF_AVAILABLE=OFF
-}
-
 build_sqlite3() {
   (
     cd "$work/sqlite3"
@@ -115,7 +110,7 @@ rm -rf "$prefix"
 mkdir -p "$prefix" "$work"
 prepare_apt
 build_headers
-for package in openssl curl googletest sqlite3 cpp-httplib; do
+for package in openssl curl googletest sqlite3; do
   fetch "$package"
   "build_$package"
 done
