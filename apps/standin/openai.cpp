@@ -74,12 +74,12 @@ constexpr std::array kRoutes{
 };
 
 Reply refuseUnknownPath(const Call& call) {
-  return refuse({404, "", "Invalid URL (" + call.request.method + " " + call.request.path + ")", ""});
+  return refuse({404, "", "Invalid URL (" + call.request.method + " " + std::string(call.path) + ")", ""});
 }
 
 Reply refuseWrongMethod(const Call& call) {
   return refuse({405, "",
-                 "Not allowed to " + call.request.method + " on " + call.request.path +
+                 "Not allowed to " + call.request.method + " on " + std::string(call.path) +
                      ". (HINT: Perhaps you meant to use a different HTTP method?)",
                  ""});
 }

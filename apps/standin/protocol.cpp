@@ -1,12 +1,8 @@
 #include "protocol.h"
 
-#include "request.h"
-#include "services.h"
-
 #include <cf/url.h>
 
 #include <algorithm>
-#include <array>
 #include <optional>
 #include <utility>
 
@@ -39,24 +35,46 @@ const Service& findHome(std::span<const Service> services, std::string_view path
   return found == services.end() ? services.front() : *found;
 }
 
-}  // namespace
-
-Reply answerRequest(const Request& request, const std::string& apiKey, AssistantsStore& assistants) {
-  const std::array services{openaiService(), assistantsService(), deepseekService(), ollamaService(), geminiService()};
-  Call call{.request = request, .apiKey = apiKey, .assistants = assistants, .captured = {}};
+Reply answerAt(const Site& site, Call& call) {
   const Service* known = nullptr;
-  for (const Service& service : services) {
+  for (const Service& service : site.services) {
     for (const Route& route : service.routes) {
-      auto captured = matchPath(route.pattern, request.path);
+      auto captured = matchPath(route.pattern, call.path);
       if (!captured) continue;
       known = &service;
-      if (route.method != request.method) continue;
+      if (route.method != call.request.method) continue;
       call.captured = std::move(*captured);
       if (auto refusal = service.admit(call)) return std::move(*refusal);
       return route.handler(call);
     }
   }
-  return known != nullptr ? known->wrongMethod(call) : findHome(services, request.path).unknownPath(call);
+  return known != nullptr ? known->wrongMethod(call) : findHome(site.services, call.path).unknownPath(call);
+}
+
+/// `path` without `prefix`; nothing when that is not what its segments begin with.
+std::optional<std::string_view> pathBelow(std::string_view prefix, std::string_view path) {
+  if (!path.starts_with(prefix)) return std::nullopt;
+  path.remove_prefix(prefix.size());
+  if (path.empty()) return "/";
+  if (!prefix.empty() && path.front() != '/') return std::nullopt;
+  return path;
+}
+
+}  // namespace
+
+Reply answerRequest(std::span<const Site> sites, const Request& request, const std::string& apiKey,
+                    AssistantsStore& assistants) {
+  const Site* nearest = nullptr;
+  std::string_view path;
+  for (const Site& site : sites) {
+    const auto below = pathBelow(site.prefix, request.path);
+    if (!below || (nearest != nullptr && nearest->prefix.size() > site.prefix.size())) continue;
+    nearest = &site;
+    path = *below;
+  }
+  if (nearest == nullptr) return {.status = 404, .contentType = "text/plain"};
+  Call call{.request = request, .path = path, .apiKey = apiKey, .assistants = assistants, .captured = {}};
+  return answerAt(*nearest, call);
 }
 
 }  // namespace standin

@@ -17,6 +17,7 @@ class AssistantsStore;
 /// A request on its way to a handler.
 struct Call {
   const Request& request;
+  std::string_view path;              // of the request, below the service's mount
   const std::string& apiKey;          // the only one that is accepted; empty: any
   AssistantsStore& assistants;        // what is kept between requests; the other protocols keep nothing
   std::vector<std::string> captured;  // decoded, for each '*' of the route's pattern
@@ -38,8 +39,15 @@ struct Service {
   Handler wrongMethod;
 };
 
-/// The usual answer to `request`: by the service that has a route for it, else by the one whose home holds its path,
-/// else by the first.
-Reply answerRequest(const Request& request, const std::string& apiKey, AssistantsStore& assistants);
+/// Services that stand at one place and are told apart by their paths.
+struct Site {
+  std::string prefix;  // of the paths; "": all others
+  std::vector<Service> services;
+};
+
+/// The usual answer to `request`, from the site with the longest prefix that holds its path: by the service that has a
+/// route for what is left of the path, else by the one whose home holds that, else by the first.
+Reply answerRequest(std::span<const Site> sites, const Request& request, const std::string& apiKey,
+                    AssistantsStore& assistants);
 
 }  // namespace standin

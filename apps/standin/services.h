@@ -3,6 +3,8 @@
 
 #include "protocol.h"
 
+#include <vector>
+
 namespace standin {
 
 /// OpenAI's chat completions, as far as a client without streams and tools meets them.
@@ -15,5 +17,9 @@ Service deepseekService();
 Service ollamaService();
 /// Google Gemini's content generation.
 Service geminiService();
+
+/// The services at the places that `mounts` names, or at their usual ones when it names none.
+/// @throw std::runtime_error when there is no such service or place.
+std::vector<Site> mountServices(const std::vector<Mount>& mounts);
 
 }  // namespace standin

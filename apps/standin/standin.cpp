@@ -2,12 +2,13 @@
 
 #include "assistants_store.h"
 #include "http_server.h"
-#include "protocol.h"
 #include "request.h"
+#include "services.h"
 
 #include <algorithm>
 #include <deque>
 #include <mutex>
+#include <span>
 #include <utility>
 
 namespace standin {
@@ -19,11 +20,12 @@ TlsContext makeTls(const Options& options) {
 }
 
 /// A service that refuses does nothing, so a scripted refusal takes the usual answer from a copy of what is kept.
-Reply answerUsually(const Request& request, const std::string& apiKey, const Script& script, AssistantsStore& store) {
+Reply answerUsually(std::span<const Site> sites, const Request& request, const std::string& apiKey,
+                    const Script& script, AssistantsStore& store) {
   constexpr int kFirstRefusal = 400;
   std::optional<AssistantsStore> copy;
   if (script.status.value_or(0) >= kFirstRefusal) copy.emplace(store);
-  return answerRequest(request, apiKey, copy ? *copy : store);
+  return answerRequest(sites, request, apiKey, copy ? *copy : store);
 }
 
 /// Puts what the script sets in the place of the usual answer.
@@ -96,6 +98,7 @@ HttpReply prepareReply(Reply reply, const Script& script) {
 struct Server::Impl {
   explicit Impl(Options given)
       : options(std::move(given)),
+        sites(mountServices(options.mounts)),
         assistants(options.idTail),
         http(options.host, options.port, makeTls(options),
              [this](const Request& request, Connection& connection) { return exchange(request, connection); }) {}
@@ -104,6 +107,7 @@ struct Server::Impl {
   Script logAndTakeScript(const Request& request);
 
   const Options options;
+  const std::vector<Site> sites;
   mutable std::mutex mutex;
   std::vector<Request> log;  // under the mutex, as are the scripts
   std::deque<Script> scripts;
@@ -120,7 +124,8 @@ std::optional<HttpReply> Server::Impl::exchange(const Request& request, Connecti
   } else if (script.fault == Fault::NoReply) {
     connection.awaitEnd();
   } else {
-    return prepareReply(followScript(answerUsually(request, options.apiKey, script, assistants), script), script);
+    return prepareReply(followScript(answerUsually(sites, request, options.apiKey, script, assistants), script),
+                        script);
   }
   return std::nullopt;
 }

@@ -54,6 +54,12 @@ struct RunScript {
   std::optional<std::vector<std::string>> contents = {};
 };
 
+/// A service and where it stands.
+struct Mount {
+  std::string prefix;   // of the paths, "/one" or "/one/two", which the service does not see; "": the root
+  std::string service;  // openai, assistants, deepseek, ollama or gemini
+};
+
 struct Options {
   std::string host = "127.0.0.1";
   int port = 0;                   // 0: any free one
@@ -61,13 +67,17 @@ struct Options {
   std::string certificateFile{};  // PEM; with privateKeyFile: TLS
   std::string privateKeyFile{};
   std::string idTail{};  // put behind every identifier of the Assistants protocol
+  /// The longest prefix that holds a request's path decides; services with the same prefix are told apart by their
+  /// paths, where the first one wins. Empty: all at the root, and each below its name (Assistants below /openai), so
+  /// that every service has a place where no other has its paths.
+  std::vector<Mount> mounts{};
 };
 
 /// A running stand-in. Serves from construction to destruction on threads of its own; every operation may be called
 /// from any thread.
 class Server {
  public:
-  /// Binds and starts. @throw std::runtime_error when the address or the certificate can't be used.
+  /// Binds and starts. @throw std::runtime_error when the address, the certificate or a mount can't be used.
   explicit Server(Options options = {});
   ~Server();
   Server(const Server&) = delete;
