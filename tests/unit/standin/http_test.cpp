@@ -53,9 +53,10 @@ TEST_P(RefusedRequest, EndsTheConnectionUnlogged) {
   const standin::Server server;
   RawClient client(server.port());
   client.send(GetParam().bytes);
-  const std::string reply = client.readToEnd();
-  EXPECT_THAT(reply, StartsWith("HTTP/1.1 " + GetParam().status + " "));
-  EXPECT_THAT(reply, HasSubstr("\r\nConnection: close\r\n"));
+  const std::string head = client.readHead();
+  ASSERT_THAT(head, StartsWith("HTTP/1.1 " + GetParam().status + " "));
+  EXPECT_THAT(head, HasSubstr("\r\nConnection: close\r\n"));
+  EXPECT_EQ(client.readToEnd(), "");
   EXPECT_THAT(server.requests(), IsEmpty());
 }
 
@@ -95,13 +96,14 @@ INSTANTIATE_TEST_SUITE_P(
                     RefusedCase{"chunks_before_their_time", "POST / HTTP/1.0\r\n" + kChunked + "\r\n", "400"},
                     RefusedCase{"chunk_without_size", kPost + kChunked + "\r\n\r\n", "400"},
                     RefusedCase{"chunk_size_in_words", kPost + kChunked + "\r\nsome\r\n", "400"},
-                    RefusedCase{"chunk_longer_than_told", kPost + kChunked + "\r\n2\r\nabcd\r\n", "400"},
+                    RefusedCase{"chunk_longer_than_told", kPost + kChunked + "\r\n2\r\nabcd0\r\n\r\n", "400"},
                     RefusedCase{"chunk_too_large", kPost + kChunked + "\r\n1\r\na\r\n40000000\r\n", "413"},
                     RefusedCase{"another_expectation", kPost + "Content-Length: 1\r\nExpect: more\r\n\r\n", "417"}),
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(Http, RefusalReachesAClientThatStillSends) {
-  client.send(kPost + "Content-Length: 1073741825\r\n\r\n" + std::string(1 << 20, 'x'));
+  // More than the system takes off its hands while nobody reads.
+  client.send(kPost + "Content-Length: 1073741825\r\n\r\n" + std::string(16 << 20, 'x'));
   EXPECT_THAT(client.readToEnd(), StartsWith("HTTP/1.1 413 "));
   EXPECT_FALSE(client.wasReset());
 }

@@ -20,10 +20,13 @@ class RawClient {
   RawClient(const RawClient&) = delete;
   RawClient& operator=(const RawClient&) = delete;
 
-  void send(std::string_view bytes) const {
+  void send(std::string_view bytes) {
     while (!bytes.empty()) {
       const long sent = sockets::send(socket_, bytes.data(), bytes.size());
-      if (sent <= 0) return;  // what is read then tells how the server saw it
+      if (sent <= 0) {  // what came before can still be read
+        reset_ = true;
+        return;
+      }
       bytes.remove_prefix(static_cast<std::size_t>(sent));
     }
   }
@@ -43,7 +46,7 @@ class RawClient {
     while (receiveMore()) continue;
     return std::exchange(unread_, {});
   }
-  /// Whether the end that was read to was none in order.
+  /// Whether the server has ended the connection otherwise than in order.
   bool wasReset() const noexcept { return reset_; }
 
  private:
@@ -51,7 +54,7 @@ class RawClient {
     std::array<char, 4096> buffer{};
     const long received = sockets::receive(socket_, buffer.data(), buffer.size());
     if (received > 0) unread_.append(buffer.data(), static_cast<std::size_t>(received));
-    reset_ = received < 0;
+    reset_ = reset_ || received < 0;
     return received > 0;
   }
 
