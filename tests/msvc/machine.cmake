@@ -5,7 +5,7 @@ set(CMAKE_HOST_WIN32 ON)
 function(find_package)
 endfunction()
 
-foreach(library IN ITEMS CLI11::CLI11 CURL::libcurl GTest::gmock GTest::gtest GTest::gtest_main httplib::httplib
+foreach(library IN ITEMS CLI11::CLI11 CURL::libcurl GTest::gmock GTest::gtest GTest::gtest_main
     OpenSSL::Crypto OpenSSL::SSL SQLite::SQLite3 Threads::Threads ZLIB::ZLIB)
   add_library(${library} SHARED IMPORTED)
   set_target_properties(${library} PROPERTIES IMPORTED_IMPLIB ${library}.lib)
