@@ -181,7 +181,7 @@ TEST_P(Host, HTTPSettingsReachTheRequests) {
 }
 
 TEST(HostOfNoService, IsEmpty) {
-  const qai::Assistant assistant(static_cast<QAIAssistantType>(5), kKey);
+  const qai::Assistant assistant(static_cast<QAIAssistantType>(100), kKey);
   EXPECT_FALSE(assistant);
 }
 

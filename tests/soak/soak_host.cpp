@@ -68,7 +68,7 @@ void SoakHost::prepare(Seat& seat) {
 void SoakHost::open(Seat& seat) {
   const bool isNew = seat.turns % kTurnsOfAnAssistant == 0;
   if (isNew) seat.assistant = qai::Assistant(seat.service.type, "sk-soak", address_);
-  if (isNew && seat.service.modelsBody != nullptr) expect(bool(seat.assistant.models()), seat, "no models");
+  if (isNew) expect(bool(seat.assistant.models()), seat, "no models");
   const auto filled = seat.assistant.configure([&](qai::Fill& fill) {
     fill.model(seat.service.model).temperature(0.5).userInstructions("Answer with SQL.");
     fill.databaseStructure(R"([{"schemas":[{"tables":[{"name":"glacier","fields":[{"name":"id","type":"INT"}]}]}]}])");
