@@ -75,11 +75,11 @@ void QAIAssistantBase::useDefaultHostForBlank(QAIAssistantProperties& properties
 }
 
 std::pair<std::vector<std::string>, std::string> QAIAssistantBase::obtainAvailableModels() {
-  if (std::string refusal = refuseKey(); !refusal.empty()) return {{}, std::move(refusal)};
+  if (const std::string refusal = refuseKey(); !refusal.empty()) return {{}, refusal};
   const ServiceModels& models = row_.models;
-  Reply reply = readReply(HTTP::Get(restSession_.get(), address(models.path), queryParams(), {}), models.noJsonText,
-                          models.label);
-  if (!reply.error.empty()) return {{}, std::move(reply.error)};
+  const Reply reply = readReply(HTTP::Get(restSession_.get(), address(models.path), queryParams(), {}),
+                                models.noJsonText, models.label);
+  if (!reply.error.empty()) return {{}, reply.error};
   if (const ICOJsonValue* message = models.mayBeAnError ? findErrorMessage(reply.json) : nullptr) {
     return {{}, std::string(message->obtainString())};
   }

@@ -36,7 +36,7 @@ constexpr milliseconds kFirstInterval{250};
 constexpr milliseconds kLongestInterval{1000};
 constexpr int kLastAttempt = 101;  // counted from 0
 
-constinit const ServiceRow kAssistantsService = [] {
+constexpr ServiceRow kAssistantsService = [] {
   ServiceRow row = kOpenAIService;
   row.models.mayBeAnError = true;
   row.header = {"OpenAI-Beta", "assistants=v2"};
