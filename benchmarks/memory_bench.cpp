@@ -1,15 +1,26 @@
 // The memory that a turn takes: how often it allocates, and how much at once.
 #include "conversation.h"
-#include "memory_count.h"
 #include "ratio.h"
 #include "server.h"
+#include "support/allocation_probe.h"
 
+#include <stdexcept>
 #include <string>
 
 namespace {
 
 // The first turns open the connection and fill what is kept.
 constexpr int kTurnsBefore = 3;
+
+struct MemoryCount {
+  std::size_t news;         // calls of operator new: the library's and its foundation's
+  std::size_t allocations;  // these and libcurl's
+  std::size_t peak;         // the most bytes that were live at once, above those at the beginning
+};
+
+MemoryCount countNow() {
+  return {allocationCount(), allocationCount() + curlAllocationCount(), static_cast<std::size_t>(allocatedBytes())};
+}
 
 template <class Talk>
 MemoryCount countTurn(Talk& talk) {
@@ -18,9 +29,12 @@ MemoryCount countTurn(Talk& talk) {
     talk.turn();
   }
   talk.keepLength();
-  beginMemoryCount();
+  mostAllocatedBytes();
+  const MemoryCount before = countNow();
   talk.turn();
-  return endMemoryCount();
+  const MemoryCount after = countNow();
+  const auto most = static_cast<std::size_t>(mostAllocatedBytes());
+  return {after.news - before.news, after.allocations - before.allocations, most - before.peak};
 }
 
 MemoryCount countOurs(const Length& length) {
@@ -66,6 +80,7 @@ struct MemoryRow {
 int main(int argc, char** argv) {
   using ratio::Bound;
   using ratio::Unit;
+  if (!extendProbeToCurl()) throw std::runtime_error("libcurl does not take its memory from here");
   ratio::Table table(argc, argv);
   for (const auto& [name, length, peak] :
        {MemoryRow{"0", ofEntries(0), 0}, MemoryRow{"10", ofEntries(10), 0}, MemoryRow{"100", ofEntries(100), 0},

@@ -1,6 +1,6 @@
 // qai.hpp takes no allocation that qai.h does not take: the same calls, counted through both.
-#include "../unit/cf/counted_allocation.h"
 #include "hpp_fixture.h"
+#include "support/allocation_probe.h"
 
 #include <functional>
 #include <vector>

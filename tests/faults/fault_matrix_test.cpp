@@ -1,7 +1,7 @@
 // Every fault of the table, at every service and in every operation that sends, on a new and on a kept connection, over
 // http and https: what the host is told, and that nothing is left behind.
 #include "expectations.h"
-#include "memory_meter.h"
+#include "support/allocation_probe.h"
 #include "support/assertion_log.h"
 #include "support/platform.h"
 #include "support/test_ca.h"
@@ -149,11 +149,12 @@ class Player {
   Outcome run() {
     QAISetHTTPSettings(settingsDuring(cell_));
     server_.beginFault([pool = pool_] { pool->cancel(); });
-    beginMemoryMeter();
+    mostAllocatedBytes();
+    const std::ptrdiff_t before = allocatedBytes();
     const auto start = steady_clock::now();
     Told told = cell_.operation.run(host_);
     const auto time = std::chrono::duration_cast<std::chrono::milliseconds>(steady_clock::now() - start);
-    const std::size_t memory = endMemoryMeter();
+    const auto memory = static_cast<std::size_t>(mostAllocatedBytes() - before);
     server_.endFault();
     QAISetHTTPSettings(settings());
     const std::vector<std::string> faulted = server_.getFaulted();
@@ -245,7 +246,7 @@ TEST(FaultTable, HasAtLeastEightyFaults) {
 /// Before the first request, and what was played at the end.
 class WholeRun : public testing::Environment {
  public:
-  void SetUp() override { meterCurl(); }
+  void SetUp() override { ASSERT_TRUE(extendProbeToCurl()) << "libcurl does not start"; }
   void TearDown() override { testing::Test::RecordProperty("cells", playedCells); }
 };
 const auto* const kWholeRun = testing::AddGlobalTestEnvironment(new WholeRun);

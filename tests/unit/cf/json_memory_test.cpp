@@ -1,5 +1,5 @@
 // How often documents allocate, and what they do when memory runs out.
-#include "counted_allocation.h"
+#include "support/allocation_probe.h"
 
 #include <cf/json.h>
 #include <cf/variant.h>

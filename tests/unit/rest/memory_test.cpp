@@ -1,15 +1,16 @@
 // Requests for which the memory runs out: none may crash, leak, or pass off half a reply as a whole one.
-#include "memory_shortage.h"
 #include "rest_caller.h"
+#include "support/allocation_probe.h"
 
 #include <future>
-#include <limits>
 #include <new>
 
 namespace {
 
 // Before anything uses libcurl.
-const bool kReachesCurl = extendMemoryShortageToCurl();
+const bool kReachesCurl = extendProbeToCurl();
+
+constexpr std::size_t kEnough = 1'000'000;
 
 class MemoryShortage : public testing::TestWithParam<Shortage> {
  protected:
@@ -18,18 +19,18 @@ class MemoryShortage : public testing::TestWithParam<Shortage> {
 
 // Runs the request with the memory ending after `granted` allocations.
 // @return whether it was run to the end without a failed allocation.
-bool runWith(Shortage kind, long granted, ICSRestClient& client, const CMRestPostRequest& request,
+bool runWith(Shortage kind, std::size_t granted, ICSRestClient& client, const CMRestPostRequest& request,
              const std::string& expected) {
   CMRestResourceResponse* response = nullptr;
   bool thrown = false;
   std::int32_t code = 0;
-  beginMemoryShortage(kind, granted);
+  allowAllocations(granted, kind);
   try {
     code = client.executePost(request, &response);
   } catch (const std::bad_alloc&) {
     thrown = true;
   }
-  const bool untouched = !endMemoryShortage();
+  const bool untouched = !allowAllAllocations();
   const std::unique_ptr<CMRestResourceResponse> owner(response);
   const bool complete = !thrown && code == 0;
   EXPECT_EQ(response != nullptr, complete) << granted;
@@ -58,9 +59,9 @@ TEST_P(MemoryShortage, AtAnyPointGivesAFailureOrTheWholeReply) {
   const std::unique_ptr<ICSRestClient> client(app->obtainRestClientFactory()->createRestClient(app, {}, &session));
   for (ICSHTTPPoolCenter* center : {static_cast<ICSHTTPPoolCenter*>(nullptr), pool.get()}) {
     session.httpPoolCenter = center;
-    long point = 0;
+    std::size_t point = 0;
     while (!runWith(GetParam(), point, *client, request, text)) ++point;
-    EXPECT_GT(point, 20);
+    EXPECT_GT(point, 20U);
     RecordProperty(center == nullptr ? "pointsAlone" : "pointsInAPool", static_cast<int>(point));
   }
 }
@@ -80,14 +81,14 @@ TEST_P(MemoryShortage, AtAnyPointOfARequestOnAKeptHandleHarmsNoLaterOne) {
   session.httpPoolCenter = pool.get();
   ICSAppFactory* app = CF::obtainAppFactory();
   const std::unique_ptr<ICSRestClient> client(app->obtainRestClientFactory()->createRestClient(app, {}, &session));
-  long point = 0;
+  std::size_t point = 0;
   do {
     for (int i = 0; i < 3; ++i) {
-      EXPECT_TRUE(runWith(Shortage::None, 0, *client, request, "{}"));
+      EXPECT_TRUE(runWith(GetParam(), kEnough, *client, request, "{}"));
       EXPECT_EQ(server.getRequests().back(), server.getRequests().front()) << point;
     }
   } while (!runWith(GetParam(), point++, *client, request, "{}"));
-  EXPECT_GT(point, 10);
+  EXPECT_GT(point, 10U);
 }
 
 /// A request that needs no more than the test gives it.
@@ -102,15 +103,15 @@ std::int32_t ask(ICSHTTPPoolCenter* pool, const std::string& url, std::string& b
 TEST_P(MemoryShortage, WhileAPoolIsMadeRefusesItOrLeavesOneThatWorks) {
   RawServer server(raw::reply(200, "{}"));
   bool untouched = false;
-  long point = 0;
+  std::size_t point = 0;
   for (; !untouched; ++point) {
     std::unique_ptr<ICSHTTPPoolCenter> pool;
-    beginMemoryShortage(GetParam(), point);
+    allowAllocations(point, GetParam());
     try {
       pool.reset(CF::createHTTPPoolCenter());
     } catch (const std::bad_alloc&) {  // refused
     }
-    untouched = !endMemoryShortage();
+    untouched = !allowAllAllocations();
     EXPECT_TRUE(pool != nullptr || !untouched);
     if (pool == nullptr) continue;
     const std::size_t before = server.getConnections();
@@ -120,13 +121,13 @@ TEST_P(MemoryShortage, WhileAPoolIsMadeRefusesItOrLeavesOneThatWorks) {
     }
     EXPECT_EQ(server.getConnections(), before + 1) << point;
   }
-  EXPECT_GT(point, 3);
+  EXPECT_GT(point, 3U);
 }
 
 // The pool looks at its connections before it uses them again; it must have all of them.
 TEST_P(MemoryShortage, WhileAConnectionIsMadeLeavesNoneThatIsNotLookedAt) {
   bool untouched = false;
-  for (long point = 0; !untouched; ++point) {
+  for (std::size_t point = 0; !untouched; ++point) {
     std::promise<void> read, sent;
     RawServer server({{raw::Send{raw::reply(200, "{}")}, raw::Call{[&] { read.get_future().wait(); }},
                        raw::Send{raw::reply(200, "unasked")}, raw::Call{[&] { sent.set_value(); }}},
@@ -135,12 +136,12 @@ TEST_P(MemoryShortage, WhileAConnectionIsMadeLeavesNoneThatIsNotLookedAt) {
     const std::string url = server.getURL();
     std::string body;
     std::int32_t code = -1;
-    beginMemoryShortage(GetParam(), point);
+    allowAllocations(point, GetParam());
     try {
       code = ask(pool.get(), url, body);
     } catch (const std::bad_alloc&) {  // told
     }
-    untouched = !endMemoryShortage();
+    untouched = !allowAllAllocations();
     read.set_value();
     if (code != 0) continue;
     sent.get_future().wait();
@@ -157,14 +158,14 @@ TEST_P(MemoryShortage, WhileAReplyIsKeptIsToldAsThat) {
   const std::string url = server.getURL();
   for (int i = 0; i < 3; ++i) EXPECT_EQ(caller.get(url).code, 0);
   bool untouched = false;
-  for (long point = 0; !untouched; ++point) {
+  for (std::size_t point = 0; !untouched; ++point) {
     Outcome outcome;
-    beginMemoryShortage(GetParam(), point);
+    allowAllocations(point, GetParam());
     try {
       outcome = caller.get(url);
     } catch (const std::bad_alloc&) {  // told
     }
-    untouched = !endMemoryShortage();
+    untouched = !allowAllAllocations();
     EXPECT_EQ(outcome.text.find("compressed"), std::string::npos) << outcome.text;
     EXPECT_EQ(outcome.text.find("larger"), std::string::npos) << outcome.text;
   }
@@ -175,15 +176,14 @@ TEST(KeptHandle, IsUsedAndSparesAThirdOfTheAllocations) {
   const std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
   const auto count = [&](const std::string& url) {
     std::string body;
-    beginMemoryShortage(Shortage::FromThenOn, std::numeric_limits<long>::max());
+    const std::size_t before = allocationCount() + curlAllocationCount();
     EXPECT_EQ(ask(pool.get(), url, body), 0);
-    endMemoryShortage();
-    return countGranted();
+    return allocationCount() + curlAllocationCount() - before;
   };
   const std::string url = server.getURL();
   count(url + "/v1");
-  const long ofANewOne = count(url + "/v1");  // on the connection that there is
-  const long ofAKeptOne = count(url + "/v1");
+  const std::size_t ofANewOne = count(url + "/v1");  // on the connection that there is
+  const std::size_t ofAKeptOne = count(url + "/v1");
   EXPECT_LT(3 * ofAKeptOne, 2 * ofANewOne);
   EXPECT_EQ(count(url + "/v1"), ofAKeptOne);
   EXPECT_LT(3 * ofAKeptOne, 2 * count(url + "/v2"));
