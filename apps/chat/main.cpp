@@ -1,10 +1,10 @@
 // qai-chat: asks an AI service about a database, from the terminal.
 #include "database.h"
+#include "endpoint.h"
 #include "options.h"
 #include "program.h"
 #include "rendering.h"
 #include "saved_conversation.h"
-#include "service.h"
 #include "standard_streams.h"
 #include "start.h"
 

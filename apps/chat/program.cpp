@@ -1,10 +1,10 @@
 #include "program.h"
 
-#include "assistant.h"
+#include "chat_partner.h"
+#include "endpoint.h"
 #include "interrupt.h"
 #include "rendering.h"
 #include "saved_conversation.h"
-#include "service.h"
 #include "sqlite_database.h"
 #include "standard_streams.h"
 #include "switchboard.h"
@@ -55,7 +55,7 @@ struct Beginning {
 };
 
 Switchboard makeSwitchboard(const Options& options, const Setup& setup, Streams streams) {
-  const auto choose = [&options](const Provider& provider) { return chooseService(options, provider); };
+  const auto choose = [&options](const Provider& provider) { return chooseEndpoint(options, provider); };
   return {*options.provider, choose, setup, streams.err};
 }
 
@@ -73,15 +73,15 @@ std::string readRestored(const Options& options, Streams streams) {
   const std::string saved = readSavedConversation(options.restoreFile);
   Consent consent;
   if (isInputTerminal()) consent = [&](const std::string& question) { return askToAgree(question, streams); };
-  return consentToSaved(saved, chooseService(options, *options.provider), consent);
+  return consentToSaved(saved, chooseEndpoint(options, *options.provider), consent);
 }
 
 ExitCode listModels(const Options& options, Streams streams) {
-  Service service = chooseService(options, *options.provider);
-  const auto standIn = startStandIn(service, streams.err);
-  Assistant assistant(std::move(service));
-  const auto [models, error] = assistant.listModels();
-  if (!error.empty()) return fail(assistant, error, streams.err);
+  Endpoint endpoint = chooseEndpoint(options, *options.provider);
+  const auto standIn = startStandIn(endpoint, streams.err);
+  ChatPartner partner(std::move(endpoint));
+  const auto [models, error] = partner.listModels();
+  if (!error.empty()) return fail(partner, error, streams.err);
   std::string text;
   for (const std::string& model : models) text += terminalSafeLine(model) + "\n";
   if (!text.empty()) printText(streams.out, text);
@@ -168,13 +168,13 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
 
 ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams) {
   // All services are told the same, and with the first of them nothing is sent; another may keep what it is told.
-  Assistant assistant(chooseService(options, kProviders.front()));
-  const std::string error = assistant.configure(setup);
+  ChatPartner partner(chooseEndpoint(options, kProviders.front()));
+  const std::string error = partner.configure(setup);
   if (!error.empty()) {
     complain(streams.err, error);
     return ExitCode::Internal;
   }
-  printText(streams.out, assistant.combinedInstructions());
+  printText(streams.out, partner.combinedInstructions());
   return ExitCode::Fine;
 }
 

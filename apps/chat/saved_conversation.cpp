@@ -44,11 +44,11 @@ class ValueCounter {
 
 RestoreError unfit(const std::string& sentence) { return {ExitCode::WrongUsage, sentence}; }
 
-std::string makeQuestion(const Service& service, const std::string& inUse, const std::string& saved) {
-  const bool hasKey = !service.apiKey.empty() && service.provider->keyPlace != KeyPlace::None;
+std::string makeQuestion(const Endpoint& endpoint, const std::string& inUse, const std::string& saved) {
+  const bool hasKey = !endpoint.apiKey.empty() && endpoint.provider->keyPlace != KeyPlace::None;
   return "The saved conversation goes on at another address than the one in use.\n  in use: " + inUse +
          "\n  saved: " + saved + "\nSend the conversation" +
-         (hasKey ? " and the key of " + std::string(service.provider->title) : "") + " to " + saved + "?";
+         (hasKey ? " and the key of " + std::string(endpoint.provider->title) : "") + " to " + saved + "?";
 }
 
 /// Of an address with a scheme; "" where it is "/".
@@ -99,25 +99,25 @@ std::string readSavedConversation(const std::string& path) {
   return readConversation(file, path);
 }
 
-std::string consentToSaved(const std::string& saved, const Service& service, const Consent& consent) {
-  const QAIAssistantType type = service.provider->type;
-  const std::optional<std::string> host = qai::savedHost(type, saved, service.host);
+std::string consentToSaved(const std::string& saved, const Endpoint& endpoint, const Consent& consent) {
+  const QAIAssistantType type = endpoint.provider->type;
+  const std::optional<std::string> host = qai::savedHost(type, saved, endpoint.host);
   if (!host) throw RestoreError(ExitCode::NotADatabase, "The file to restore holds no saved conversation");
-  if (isStoodIn(service)) return turnsWithoutSecrets(saved, {});
+  if (isStoodIn(endpoint)) return turnsWithoutSecrets(saved, {});
 
   const std::string inUse =
-      qai::savedHost(type, "{}", service.host).value_or(service.host);  // in the library's spelling
+      qai::savedHost(type, "{}", endpoint.host).value_or(endpoint.host);  // in the library's spelling
   if (isSamePlace(*host, inUse)) return saved;
   if (!qai::parseOrigin(*host))
     throw unfit("The saved conversation names a host that can't be told for sure: " + withoutAccount(*host));
-  if (!staysUnheard(*host, service.settings) && !service.allowsHttp) {
+  if (!staysUnheard(*host, endpoint.settings) && !endpoint.allowsHttp) {
     throw unfit("The saved conversation would go unencrypted to " + nameHost(*host) + "; --allow-http permits that");
   }
   if (!consent) {
     throw unfit("The saved conversation goes on at " + nameHost(*host) + ", not at " + nameHost(inUse) +
                 ", and nobody is here to agree; --host names the one that is meant");
   }
-  if (!consent(makeQuestion(service, nameHost(inUse), nameHost(*host))))
+  if (!consent(makeQuestion(endpoint, nameHost(inUse), nameHost(*host))))
     throw unfit("The conversation is not restored");
   return saved;
 }

@@ -1,8 +1,8 @@
 // Conversations in files, and whether one may be gone on with.
 #pragma once
 
+#include "endpoint.h"
 #include "exit_code.h"
-#include "service.h"
 
 #include <functional>
 #include <iosfwd>
@@ -27,8 +27,8 @@ std::string readSavedConversation(const std::string& path);
 /// As readSavedConversation, of a stream that is called `name`; reads hardly more of it than that.
 std::string readConversation(std::istream& in, const std::string& name);
 
-/// Makes sure that going on with `saved` at `service` sends nothing to a host that the user does not know of: the text
+/// Makes sure that going on with `saved` at `endpoint` sends nothing to a host that the user does not know of: the text
 /// names one, and the key goes there, too. Sends nothing itself. What was looked at must be what is restored.
 /// @return what to restore: `saved`, or its turns alone where the stand-in inside the program answers.
 /// @throw RestoreError
-std::string consentToSaved(const std::string& saved, const Service& service, const Consent& consent);
+std::string consentToSaved(const std::string& saved, const Endpoint& endpoint, const Consent& consent);

@@ -13,16 +13,16 @@ Switchboard::Switchboard(const Provider& first, Choose choose, Setup setup, std:
       setup_(std::move(setup)),
       err_(err),
       line_(connect(first)),
-      asked_(line_.assistant.get()) {}
+      asked_(line_.partner.get()) {}
 
 std::string Switchboard::open(const std::string& saved) {
-  if (!saved.empty()) return line_.assistant->restoreConversation(saved, setup_);
-  std::string error = line_.assistant->settle(setup_);
-  return error.empty() ? line_.assistant->startConversation() : error;
+  if (!saved.empty()) return line_.partner->restoreConversation(saved, setup_);
+  std::string error = line_.partner->settle(setup_);
+  return error.empty() ? line_.partner->startConversation() : error;
 }
 
 Answer Switchboard::ask(const std::string& question) {
-  Answer answer = line_.assistant->ask(question);
+  Answer answer = line_.partner->ask(question);
   if (answer.error.empty() && !saveFile_.empty()) save();
   return answer;
 }
@@ -33,8 +33,7 @@ void Switchboard::save() {
     reason = std::string(provider().title) + " keeps it itself";
   } else {
     // The address of the stand-in inside the program is nobody's when the program has ended.
-    const std::string text =
-        line_.standIn == nullptr ? line_.assistant->savedText() : line_.assistant->saveConversation();
+    const std::string text = line_.standIn == nullptr ? line_.partner->savedText() : line_.partner->saveConversation();
     reason = writePrivateFile(saveFile_, text);
   }
   if (!reason.empty() && !failedToSave_)
@@ -47,16 +46,16 @@ std::string Switchboard::moveTo(const Provider& provider, const std::string& mod
   setup.model = model;
   if (&provider == &this->provider() && provider.keepsConversations) return changeModel(setup);
   Line next = connect(provider);
-  const CODefer askTheRightOne([this] { setAsked(line_.assistant.get()); });
-  setAsked(next.assistant.get());
-  std::string error = goOn(*next.assistant, setup);
+  const CODefer askTheRightOne([this] { setAsked(line_.partner.get()); });
+  setAsked(next.partner.get());
+  std::string error = goOn(*next.partner, setup);
   if (error.empty()) {
     std::swap(line_, next);
     std::swap(setup_, setup);
   }
   // The one that is left behind, whichever it is, while it can still be cancelled.
-  setAsked(next.assistant.get());
-  next.assistant->close();
+  setAsked(next.partner.get());
+  next.partner->close();
   return error;
 } catch (const std::bad_alloc&) {
   return kNoMemory;
@@ -66,16 +65,16 @@ std::string Switchboard::moveTo(const Provider& provider, const std::string& mod
 
 /// The service has its assistant changed, and its conversation goes on.
 std::string Switchboard::changeModel(Setup& setup) {
-  std::string error = line_.assistant->settle(setup);
+  std::string error = line_.partner->settle(setup);
   if (error.empty()) std::swap(setup_, setup);
   return error;
 }
 
 /// Has `next` ready to answer in this one's place.
-std::string Switchboard::goOn(Assistant& next, Setup& setup) {
+std::string Switchboard::goOn(ChatPartner& next, Setup& setup) {
   if (std::string error = next.settle(setup); !error.empty()) return error;
   if (!carriesTurns(provider(), next.provider())) return next.startConversation();
-  return next.resumeConversation(line_.assistant->saveConversation());
+  return next.resumeConversation(line_.partner->saveConversation());
 }
 
 bool Switchboard::cancel() noexcept {
@@ -84,12 +83,12 @@ bool Switchboard::cancel() noexcept {
 }
 
 Switchboard::Line Switchboard::connect(const Provider& provider) {
-  Service service = choose_(provider);
-  auto standIn = startStandIn(service, err_);
-  return {.standIn = std::move(standIn), .assistant = std::make_unique<Assistant>(std::move(service))};
+  Endpoint endpoint = choose_(provider);
+  auto standIn = startStandIn(endpoint, err_);
+  return {.standIn = std::move(standIn), .partner = std::make_unique<ChatPartner>(std::move(endpoint))};
 }
 
-void Switchboard::setAsked(Assistant* assistant) {
+void Switchboard::setAsked(ChatPartner* partner) {
   const std::lock_guard lock(mutex_);
-  asked_ = assistant;
+  asked_ = partner;
 }

@@ -1,9 +1,9 @@
 // The conversation with whichever service answers it now, and its moves from one to another.
 #pragma once
 
-#include "assistant.h"
+#include "chat_partner.h"
 #include "conversation.h"
-#include "service.h"
+#include "endpoint.h"
 
 #include <functional>
 #include <iosfwd>
@@ -16,7 +16,7 @@
 class Switchboard final : public MovableAnswerer {
  public:
   /// Finds the service of a provider. @throw std::exception with a sentence for the user
-  using Choose = std::function<Service(const Provider& provider)>;
+  using Choose = std::function<Endpoint(const Provider& provider)>;
 
   /// Asks nothing yet. Notices for the user go to `err`.
   /// @throw what `choose` throws, and std::runtime_error when the service can't be had
@@ -31,29 +31,29 @@ class Switchboard final : public MovableAnswerer {
   /// Whether that failed; the user was told.
   bool failedToSave() const { return failedToSave_; }
 
-  const Provider& provider() const override { return line_.assistant->provider(); }
+  const Provider& provider() const override { return line_.partner->provider(); }
   const std::string& model() const override { return setup_.model; }
   std::string moveTo(const Provider& provider, const std::string& model) override;
 
-  std::string startConversation() override { return line_.assistant->startConversation(); }
+  std::string startConversation() override { return line_.partner->startConversation(); }
   Answer ask(const std::string& question) override;
-  ExitCode failureCode() override { return line_.assistant->failureCode(); }
+  ExitCode failureCode() override { return line_.partner->failureCode(); }
 
-  /// As with Assistant, for the one that is being asked; a move asks the one that it goes to.
+  /// As with ChatPartner, for the one that is being asked; a move asks the one that it goes to.
   bool cancel() noexcept;
-  void dropLateCancel() { line_.assistant->dropLateCancel(); }
-  void close() { line_.assistant->close(); }
+  void dropLateCancel() { line_.partner->dropLateCancel(); }
+  void close() { line_.partner->close(); }
 
  private:
   struct Line {
     std::unique_ptr<standin::Server> standIn;  // null when the service is elsewhere
-    std::unique_ptr<Assistant> assistant;
+    std::unique_ptr<ChatPartner> partner;
   };
 
   Line connect(const Provider& provider);
   std::string changeModel(Setup& setup);
-  std::string goOn(Assistant& next, Setup& setup);
-  void setAsked(Assistant* assistant);
+  std::string goOn(ChatPartner& next, Setup& setup);
+  void setAsked(ChatPartner* partner);
   void save();
 
   Choose choose_;
@@ -63,5 +63,5 @@ class Switchboard final : public MovableAnswerer {
   bool failedToSave_ = false;
   Line line_;
   std::mutex mutex_;  // guards asked_
-  Assistant* asked_;
+  ChatPartner* asked_;
 };

@@ -45,7 +45,7 @@ std::vector<std::string> partsOfTheThirdTurn(const TestedService& service) {
 /// A service per provider, with a key of its own, which knows the models that are named here.
 class SwitchboardTest : public testing::Test {
  protected:
-  Service choose(const Provider& wanted) const {
+  Endpoint choose(const Provider& wanted) const {
     if (refused_ == &wanted) throw HostError("no such place");
     return {.provider = &wanted,
             .host = servers_.at(&wanted).address(),

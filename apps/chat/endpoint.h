@@ -1,4 +1,4 @@
-// Which server an assistant asks, and with which key.
+// Which server a chat partner asks, and with which key.
 #pragma once
 
 #include "options.h"
@@ -18,8 +18,8 @@
 /// For requests that are made by the way, and for which nobody would wait long.
 inline constexpr std::chrono::seconds kShortPatience{5};
 
-/// Where an assistant's requests go.
-struct Service {
+/// Where a chat partner's requests go.
+struct Endpoint {
   const Provider* provider = nullptr;
   std::string host;  // empty: the provider's own
   std::string apiKey;
@@ -36,13 +36,13 @@ class HostError : public std::runtime_error {
 
 /// The service of `provider` by command line and environment; --host counts for the command line's own provider only.
 /// @throw HostError
-Service chooseService(const Options& options, const Provider& provider);
+Endpoint chooseEndpoint(const Options& options, const Provider& provider);
 
 /// `address` as it can be shown: "[redacted]" in place of a user name and password in it.
 std::string withoutAccount(const std::string& address);
 
-/// Whether the stand-in answers in the place of `service`: there is no key for it, and no host is named.
-bool isStoodIn(const Service& service);
+/// Whether the stand-in answers in the place of `endpoint`: there is no key for it, and no host is named.
+bool isStoodIn(const Endpoint& endpoint);
 
 /// Whether nobody on a network hears what is sent to `address` under `settings`: it is encrypted or stays on this
 /// machine.
@@ -50,11 +50,11 @@ bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settin
 
 /// The service inside the program, for whoever has no key and names no host; else null. Told on `err`.
 /// @throw std::runtime_error when it can't start
-std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err);
+std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& err);
 
-/// Whether `service`, which is at `address`, refuses the key: the library gives texts only, so it is asked for its
+/// Whether `endpoint`, which is at `address`, refuses the key: the library gives texts only, so it is asked for its
 /// models once more. Waits a few seconds at most.
-bool isKeyRefused(const Service& service, const std::string& address);
+bool isKeyRefused(const Endpoint& endpoint, const std::string& address);
 
 /// Whether `error`, a text of the library, tells that nothing listens at the address.
 bool tellsNoConnection(const std::string& error);

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "conversation.h"
-#include "service.h"
+#include "endpoint.h"
 
 #include <qai.h>
 
@@ -28,13 +28,13 @@ struct Setup {
 
 /// One assistant with one conversation at a time, of which nothing stays at the service. Used by one thread but for
 /// cancel().
-class Assistant final : public Answerer {
+class ChatPartner final : public Answerer {
  public:
-  explicit Assistant(Service service);
+  explicit ChatPartner(Endpoint endpoint);
   /// As close(), as far as there is memory for it.
-  ~Assistant() override;
+  ~ChatPartner() override;
 
-  const Provider& provider() const { return *service_.provider; }
+  const Provider& provider() const { return *endpoint_.provider; }
 
   /// The service's models and an error text. One HTTP exchange.
   std::pair<std::vector<std::string>, std::string> listModels();
@@ -76,7 +76,7 @@ class Assistant final : public Answerer {
   std::string beginWith(std::pair<IQAISession*, std::string> made);
   void destroyEnded();
 
-  Service service_;
+  Endpoint endpoint_;
   ICSHTTPPoolCenter* pool_ = nullptr;  // the assistant's
   QAIOwned<IQAIAssistant> assistant_;
   QAIOwned<IQAISession> session_;             // after the assistant, which it refers to

@@ -1,4 +1,4 @@
-#include "assistant.h"
+#include "chat_partner.h"
 
 #include "support/request_lines.h"
 
@@ -21,7 +21,7 @@ using testing::Not;
 
 constexpr const char* kModel = "standin-small";
 
-Service serviceAt(const standin::Server& server, const Provider& provider = kProviders.front()) {
+Endpoint endpointAt(const standin::Server& server, const Provider& provider = kProviders.front()) {
   return {.provider = &provider,
           .host = server.address(),
           .apiKey = "a key",
@@ -33,85 +33,85 @@ Setup setupWith(const std::string& model) {
   return {.model = model, .temperature = "", .instructions = "", .productName = "SQLite", .structureJson = "[]"};
 }
 
-class AssistantTest : public testing::Test {
+class ChatPartnerTest : public testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_EQ(assistant_.configure(setupWith(kModel)), "");
-    ASSERT_EQ(assistant_.startConversation(), "");
+    ASSERT_EQ(partner_.configure(setupWith(kModel)), "");
+    ASSERT_EQ(partner_.startConversation(), "");
   }
 
   standin::Server server_;
-  Assistant assistant_{serviceAt(server_)};
+  ChatPartner partner_{endpointAt(server_)};
 };
 
-TEST_F(AssistantTest, RemembersUntilTheConversationBeginsAnew) {
-  EXPECT_EQ(assistant_.ask("first question").error, "");
-  EXPECT_EQ(assistant_.ask("second question").error, "");
-  EXPECT_EQ(assistant_.startConversation(), "");
-  EXPECT_EQ(assistant_.ask("third question").error, "");
+TEST_F(ChatPartnerTest, RemembersUntilTheConversationBeginsAnew) {
+  EXPECT_EQ(partner_.ask("first question").error, "");
+  EXPECT_EQ(partner_.ask("second question").error, "");
+  EXPECT_EQ(partner_.startConversation(), "");
+  EXPECT_EQ(partner_.ask("third question").error, "");
   ASSERT_EQ(server_.requests().size(), 3U);
   EXPECT_THAT(server_.requests()[1].body, HasSubstr("first question"));
   EXPECT_THAT(server_.requests()[2].body, Not(HasSubstr("first question")));
 }
 
-TEST_F(AssistantTest, ACancelEndsTheNextTurn) {
-  assistant_.cancel();
-  EXPECT_NE(assistant_.ask("q").error, "");
+TEST_F(ChatPartnerTest, ACancelEndsTheNextTurn) {
+  partner_.cancel();
+  EXPECT_NE(partner_.ask("q").error, "");
   EXPECT_THAT(server_.requests(), IsEmpty());
-  EXPECT_EQ(assistant_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask("q").error, "");
 }
 
-TEST_F(AssistantTest, ACancelThatCameTooLateForItsTurnCanBeDropped) {
-  EXPECT_EQ(assistant_.ask("q").error, "");
-  assistant_.cancel();
-  assistant_.dropLateCancel();
-  EXPECT_EQ(assistant_.ask("q").error, "");
+TEST_F(ChatPartnerTest, ACancelThatCameTooLateForItsTurnCanBeDropped) {
+  EXPECT_EQ(partner_.ask("q").error, "");
+  partner_.cancel();
+  partner_.dropLateCancel();
+  EXPECT_EQ(partner_.ask("q").error, "");
   EXPECT_EQ(server_.requests().size(), 2U);
 }
 
-TEST_F(AssistantTest, ACancelThatCameTooLateForAFailedTurnCanBeDropped) {
+TEST_F(ChatPartnerTest, ACancelThatCameTooLateForAFailedTurnCanBeDropped) {
   server_.script({.status = 500, .body = "{}", .headers = {}});
-  EXPECT_NE(assistant_.ask("q").error, "");
-  assistant_.cancel();
-  assistant_.dropLateCancel();
-  EXPECT_EQ(assistant_.ask("q").error, "");
+  EXPECT_NE(partner_.ask("q").error, "");
+  partner_.cancel();
+  partner_.dropLateCancel();
+  EXPECT_EQ(partner_.ask("q").error, "");
 }
 
-TEST_F(AssistantTest, ACancelThatCameInTimeLeavesNothingToDrop) {
-  assistant_.dropLateCancel();
+TEST_F(ChatPartnerTest, ACancelThatCameInTimeLeavesNothingToDrop) {
+  partner_.dropLateCancel();
   EXPECT_THAT(server_.requests(), IsEmpty());
-  EXPECT_EQ(assistant_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask("q").error, "");
 }
 
-TEST_F(AssistantTest, SettingsThatTheLibraryRefusesAreNamed) {
+TEST_F(ChatPartnerTest, SettingsThatTheLibraryRefusesAreNamed) {
   auto setup = setupWith(kModel);
   setup.structureJson = "{";
-  EXPECT_THAT(assistant_.configure(setup), HasSubstr("db_structure"));
+  EXPECT_THAT(partner_.configure(setup), HasSubstr("db_structure"));
 }
 
-TEST_F(AssistantTest, ATextShowsNoSecretButIsNotMangledByShortOnes) {
+TEST_F(ChatPartnerTest, ATextShowsNoSecretButIsNotMangledByShortOnes) {
   server_.script({.status = 500, .body = R"({"error":{"message":"a secret key, in short"}})", .headers = {}});
-  EXPECT_EQ(assistant_.ask("q").error, "[redacted], in short");
+  EXPECT_EQ(partner_.ask("q").error, "[redacted], in short");
 }
 
-TEST_F(AssistantTest, ASavedConversationHoldsTheTurnsAndNoSettings) {
-  EXPECT_EQ(assistant_.saveConversation(), R"({"messages":[]})");
+TEST_F(ChatPartnerTest, ASavedConversationHoldsTheTurnsAndNoSettings) {
+  EXPECT_EQ(partner_.saveConversation(), R"({"messages":[]})");
   server_.script(
       {.status = 200, .body = R"({"choices":[{"message":{"role":"assistant","content":"a"}}]})", .headers = {}});
-  EXPECT_EQ(assistant_.ask("q").error, "");
-  EXPECT_EQ(assistant_.saveConversation(),
+  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.saveConversation(),
             R"({"messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
 }
 
-TEST_F(AssistantTest, ARefusedKeyIsToldFromOtherFailures) {
-  EXPECT_EQ(assistant_.failureCode(), ExitCode::ServiceFailed);
+TEST_F(ChatPartnerTest, ARefusedKeyIsToldFromOtherFailures) {
+  EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
   for (const int status : {401, 403}) {
     server_.script({.status = status, .body = "{}", .headers = {}});
-    EXPECT_EQ(assistant_.failureCode(), ExitCode::KeyRefused) << status;
+    EXPECT_EQ(partner_.failureCode(), ExitCode::KeyRefused) << status;
   }
-  EXPECT_EQ(assistant_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask("q").error, "");
   const std::size_t asked = server_.requests().size();
-  EXPECT_EQ(assistant_.failureCode(), ExitCode::ServiceFailed) << "a key that was good once";
+  EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed) << "a key that was good once";
   EXPECT_EQ(server_.requests().size(), asked);
 }
 
@@ -119,8 +119,8 @@ TEST_F(AssistantTest, ARefusedKeyIsToldFromOtherFailures) {
 class Keeper : public testing::Test {
  protected:
   void begin() {
-    ASSERT_EQ(assistant_->configure(setupWith(kModel)), "");
-    ASSERT_EQ(assistant_->startConversation(), "");
+    ASSERT_EQ(partner_->configure(setupWith(kModel)), "");
+    ASSERT_EQ(partner_->startConversation(), "");
     ASSERT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants", "POST /v1/threads"));
   }
 
@@ -136,7 +136,7 @@ class Keeper : public testing::Test {
     server_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
     std::thread user([&] {
       while (server_.requests().size() < before + number) std::this_thread::yield();
-      assistant_->cancel();
+      partner_->cancel();
     });
     act();
     user.join();
@@ -145,12 +145,12 @@ class Keeper : public testing::Test {
   /// What is sent when the assistant goes.
   std::vector<std::string> farewell() {
     const std::size_t before = server_.requests().size();
-    assistant_.reset();
+    partner_.reset();
     return requestLines(server_, before);
   }
 
   standin::Server server_;
-  std::optional<Assistant> assistant_{std::in_place, serviceAt(server_, *findProvider("openai-assistants"))};
+  std::optional<ChatPartner> partner_{std::in_place, endpointAt(server_, *findProvider("openai-assistants"))};
 };
 
 constexpr const char* kDeleteThread = "DELETE /v1/threads/thread_standin_1";
@@ -159,48 +159,48 @@ constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_standin_1";
 
 TEST_F(Keeper, IsLeftWithNothing) {
   begin();
-  EXPECT_EQ(assistant_->ask("q").error, "");
+  EXPECT_EQ(partner_->ask("q").error, "");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, IsLeftWithNothingAfterAFailedTurn) {
   begin();
   failNext();
-  EXPECT_EQ(assistant_->ask("q").error, "no");
+  EXPECT_EQ(partner_->ask("q").error, "no");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, IsLeftWithNothingAfterACancelledRun) {
   begin();
   server_.scriptRun({.statuses = {"in_progress"}});
-  cancelRequest(3, [this] { EXPECT_THAT(assistant_->ask("q").error, HasSubstr("cancelled")); });
-  assistant_->cancel();  // once more, too late
+  cancelRequest(3, [this] { EXPECT_THAT(partner_->ask("q").error, HasSubstr("cancelled")); });
+  partner_->cancel();  // once more, too late
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, IsLeftOnce) {
   begin();
-  assistant_->close();
+  partner_->close();
   EXPECT_THAT(farewell(), IsEmpty());
 }
 
 TEST_F(Keeper, ThatRefusedTheAssistantIsAskedNothingMore) {
   failNext();
-  EXPECT_EQ(assistant_->configure(setupWith(kModel)), "no");
+  EXPECT_EQ(partner_->configure(setupWith(kModel)), "no");
   EXPECT_THAT(farewell(), IsEmpty());
 }
 
 TEST_F(Keeper, ThatMadeAnAssistantButNoConversationIsLeftWithNothing) {
-  ASSERT_EQ(assistant_->configure(setupWith(kModel)), "");
-  cancelRequest(1, [this] { EXPECT_THAT(assistant_->startConversation(), HasSubstr("cancelled")); });
+  ASSERT_EQ(partner_->configure(setupWith(kModel)), "");
+  cancelRequest(1, [this] { EXPECT_THAT(partner_->startConversation(), HasSubstr("cancelled")); });
   EXPECT_THAT(farewell(), ElementsAre("POST /v1/threads", kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, BeginsAnewBeforeTheOldConversationEnds) {
   begin();
-  EXPECT_EQ(assistant_->startConversation(), "");
+  EXPECT_EQ(partner_->startConversation(), "");
   EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/threads", kDeleteThread));
-  EXPECT_EQ(assistant_->ask("q").error, "");
+  EXPECT_EQ(partner_->ask("q").error, "");
   EXPECT_EQ(requestLines(server_, 4).front(), "POST /v1/threads/thread_standin_2/messages");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteSecondThread, kDeleteAssistant));
 }
@@ -208,56 +208,56 @@ TEST_F(Keeper, BeginsAnewBeforeTheOldConversationEnds) {
 TEST_F(Keeper, ThatCannotBeginAnewGoesOnWithTheOldConversation) {
   begin();
   failNext();
-  EXPECT_EQ(assistant_->startConversation(), "no");
-  cancelRequest(1, [this] { EXPECT_THAT(assistant_->startConversation(), HasSubstr("cancelled")); });
-  EXPECT_EQ(assistant_->ask("q").error, "");
+  EXPECT_EQ(partner_->startConversation(), "no");
+  cancelRequest(1, [this] { EXPECT_THAT(partner_->startConversation(), HasSubstr("cancelled")); });
+  EXPECT_EQ(partner_->ask("q").error, "");
   EXPECT_EQ(requestLines(server_, 4).front(), "POST /v1/threads/thread_standin_1/messages");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, IsAskedAgainToForgetWhatItDidNotForgetAtOnce) {
   begin();
-  cancelRequest(2, [this] { EXPECT_EQ(assistant_->startConversation(), ""); });
+  cancelRequest(2, [this] { EXPECT_EQ(partner_->startConversation(), ""); });
   EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/threads", kDeleteThread));
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteSecondThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, ChangesItsAssistantForOtherSettings) {
   begin();
-  EXPECT_EQ(assistant_->configure(setupWith("standin-large")), "");
+  EXPECT_EQ(partner_->configure(setupWith("standin-large")), "");
   EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/assistants/asst_standin_1"));
   EXPECT_THAT(server_.requests().back().body, HasSubstr(R"("model":"standin-large")"));
 }
 
 TEST_F(Keeper, ThatRefusesTheKeyIsToldFromOneThatFails) {
   server_.script({.status = 401, .body = "{}", .headers = {}});
-  EXPECT_NE(assistant_->configure(setupWith(kModel)), "");
+  EXPECT_NE(partner_->configure(setupWith(kModel)), "");
   server_.script({.status = 401, .body = "{}", .headers = {}});
-  EXPECT_EQ(assistant_->failureCode(), ExitCode::KeyRefused);
+  EXPECT_EQ(partner_->failureCode(), ExitCode::KeyRefused);
   EXPECT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants", "GET /v1/models"));
-  EXPECT_EQ(assistant_->failureCode(), ExitCode::ServiceFailed);
+  EXPECT_EQ(partner_->failureCode(), ExitCode::ServiceFailed);
 }
 
-TEST(AssistantOfOllama, TellsHowToStartAServerThatIsNotThere) {
+TEST(ChatPartnerOfOllama, TellsHowToStartAServerThatIsNotThere) {
   std::string address;
   {
     const standin::Server server;
     address = server.address();
   }
-  Assistant assistant(
+  ChatPartner partner(
       {.provider = findProvider("ollama"), .host = address, .apiKey = "", .secrets = {}, .settings = {}});
-  const std::string error = assistant.listModels().second;
+  const std::string error = partner.listModels().second;
   EXPECT_THAT(error, HasSubstr("connection refused. Start Ollama with 'ollama serve'"));
   EXPECT_THAT(error, HasSubstr("OLLAMA_HOST"));
 }
 
-TEST(AssistantOfOllama, TellsNothingOfThatWhenTheServerFails) {
+TEST(ChatPartnerOfOllama, TellsNothingOfThatWhenTheServerFails) {
   standin::Server server;
   server.script({.status = 500, .body = R"({"error":{"message":"no memory"}})", .headers = {}});
-  Assistant assistant(
+  ChatPartner partner(
       {.provider = findProvider("ollama"), .host = server.address(), .apiKey = "", .secrets = {}, .settings = {}});
-  EXPECT_EQ(assistant.listModels().second, "no memory");
-  EXPECT_EQ(assistant.failureCode(), ExitCode::ServiceFailed);
+  EXPECT_EQ(partner.listModels().second, "no memory");
+  EXPECT_EQ(partner.failureCode(), ExitCode::ServiceFailed);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "service.h"
+#include "endpoint.h"
 
 #include "rendering.h"
 #include "start.h"
@@ -70,26 +70,26 @@ bool isRefusal(const Provider& provider, const CMRestResourceResponse& response)
 
 }  // namespace
 
-Service chooseService(const Options& options, const Provider& provider) {
-  Service service{.provider = &provider,
-                  .host = findHost(options, provider),
-                  .apiKey = findKey(provider),
-                  .secrets = {},
-                  .settings = {},
-                  .allowsHttp = options.allowHttp};
+Endpoint chooseEndpoint(const Options& options, const Provider& provider) {
+  Endpoint endpoint{.provider = &provider,
+                    .host = findHost(options, provider),
+                    .apiKey = findKey(provider),
+                    .secrets = {},
+                    .settings = {},
+                    .allowsHttp = options.allowHttp};
   for (const Provider& any : kProviders) {
-    for (const char* variable : any.keyVariables) service.secrets.push_back(readVariable(variable));
-    if (any.hostVariable != nullptr) addAccountSecrets(readVariable(any.hostVariable), service.secrets);
+    for (const char* variable : any.keyVariables) endpoint.secrets.push_back(readVariable(variable));
+    if (any.hostVariable != nullptr) addAccountSecrets(readVariable(any.hostVariable), endpoint.secrets);
   }
-  service.settings.caFile = options.caFile;
-  service.settings.proxyURL = options.proxyURL.empty() ? readVariable(kProxyVariable) : options.proxyURL;
-  addAccountSecrets(service.settings.proxyURL, service.secrets);
-  const bool sendsKey = provider.keyPlace != KeyPlace::None && !service.apiKey.empty();
-  if (sendsKey && !service.allowsHttp && !staysUnheard(service.host, service.settings)) {
+  endpoint.settings.caFile = options.caFile;
+  endpoint.settings.proxyURL = options.proxyURL.empty() ? readVariable(kProxyVariable) : options.proxyURL;
+  addAccountSecrets(endpoint.settings.proxyURL, endpoint.secrets);
+  const bool sendsKey = provider.keyPlace != KeyPlace::None && !endpoint.apiKey.empty();
+  if (sendsKey && !endpoint.allowsHttp && !staysUnheard(endpoint.host, endpoint.settings)) {
     throw HostError(
         "The key would go unencrypted to another machine; name an https address, or permit it with --allow-http");
   }
-  return service;
+  return endpoint;
 }
 
 std::string withoutAccount(const std::string& address) {
@@ -100,7 +100,7 @@ std::string withoutAccount(const std::string& address) {
   return scheme + std::string(qai::kRedacted) + address.substr(at);
 }
 
-bool isStoodIn(const Service& service) { return service.apiKey.empty() && service.host.empty(); }
+bool isStoodIn(const Endpoint& endpoint) { return endpoint.apiKey.empty() && endpoint.host.empty(); }
 
 bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settings) {
   // The library takes https for what has no scheme in lower case.
@@ -109,27 +109,27 @@ bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settin
          (settings.proxyURL.empty() || isOnThisMachine(splitAddress(settings.proxyURL).rest));
 }
 
-std::unique_ptr<standin::Server> startStandIn(Service& service, std::ostream& err) {
-  if (!isStoodIn(service)) return nullptr;
+std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& err) {
+  if (!isStoodIn(endpoint)) return nullptr;
   auto server = std::make_unique<standin::Server>();
-  service.host = server->address();
-  service.apiKey = "stand-in";
-  service.settings = {};  // no proxy on the way to this machine
+  endpoint.host = server->address();
+  endpoint.apiKey = "stand-in";
+  endpoint.settings = {};  // no proxy on the way to this machine
   complain(err, std::string("A rule-based stand-in answers, not a language model; set ") +
-                    service.provider->keyVariables.front() +
-                    (service.provider->needsHost ? " and name a server with --host" : "") + " to ask " +
-                    service.provider->title + ".");
+                    endpoint.provider->keyVariables.front() +
+                    (endpoint.provider->needsHost ? " and name a server with --host" : "") + " to ask " +
+                    endpoint.provider->title + ".");
   return server;
 }
 
-bool isKeyRefused(const Service& service, const std::string& address) {
-  CMRestGlobalSettings settings = service.settings;
+bool isKeyRefused(const Endpoint& endpoint, const std::string& address) {
+  CMRestGlobalSettings settings = endpoint.settings;
   settings.connectTimeout = settings.totalTimeout = kShortPatience;
-  const Provider& provider = *service.provider;
+  const Provider& provider = *endpoint.provider;
   CMRestSession session;
   CMRestGetRequest request;
-  if (provider.keyPlace == KeyPlace::Bearer) session.setAuthorizationHeaderValue("Bearer " + service.apiKey);
-  if (provider.keyPlace == KeyPlace::Query) request.addQueryParams({{"key", service.apiKey}});
+  if (provider.keyPlace == KeyPlace::Bearer) session.setAuthorizationHeaderValue("Bearer " + endpoint.apiKey);
+  if (provider.keyPlace == KeyPlace::Query) request.addQueryParams({{"key", endpoint.apiKey}});
   std::vector<std::string> parts{address};
   parts.insert(parts.end(), provider.modelsPath.begin(), provider.modelsPath.end());
   request.setURL(cfConcatURL(parts));

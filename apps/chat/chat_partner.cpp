@@ -1,4 +1,4 @@
-#include "assistant.h"
+#include "chat_partner.h"
 
 #include "session_text.h"
 
@@ -31,14 +31,14 @@ std::string withHint(std::string error, const std::string& hint) {
 
 }  // namespace
 
-Assistant::Assistant(Service service) : service_(std::move(service)) {
+ChatPartner::ChatPartner(Endpoint endpoint) : endpoint_(std::move(endpoint)) {
   std::unique_ptr<ICSHTTPPoolCenter> pool(CF::createHTTPPoolCenter());
-  assistant_.reset(QAICreateAssistant(service_.provider->type, pool.get(), service_.apiKey, service_.host));
+  assistant_.reset(QAICreateAssistant(endpoint_.provider->type, pool.get(), endpoint_.apiKey, endpoint_.host));
   if (assistant_ == nullptr) throw std::runtime_error("This library does not serve the provider");
   pool_ = pool.release();
 }
 
-Assistant::~Assistant() {
+ChatPartner::~ChatPartner() {
   try {
     close();
   } catch (const std::exception&) {
@@ -47,19 +47,19 @@ Assistant::~Assistant() {
 }
 
 /// The library has one set of HTTP settings for all assistants, so each puts its own in place before it asks.
-IQAIAssistant& Assistant::ready() {
-  QAISetHTTPSettings(service_.settings);
+IQAIAssistant& ChatPartner::ready() {
+  QAISetHTTPSettings(endpoint_.settings);
   return *assistant_;
 }
 
-std::pair<std::vector<std::string>, std::string> Assistant::listModels() {
+std::pair<std::vector<std::string>, std::string> ChatPartner::listModels() {
   auto [models, error] = ready().obtainAvailableModels();
   keyAccepted_ = keyAccepted_ || error.empty();
-  for (std::string& model : models) model = withoutSecrets(std::move(model), service_.secrets);
+  for (std::string& model : models) model = withoutSecrets(std::move(model), endpoint_.secrets);
   return {std::move(models), explain(std::move(error))};
 }
 
-std::string Assistant::configure(const Setup& setup) {
+std::string ChatPartner::configure(const Setup& setup) {
   std::string refused;
   const std::string error = ready().setAssistantProperties([&](IQAIProperties* properties) {
     for (const auto& [key, value] : propertiesOf(setup)) {
@@ -71,7 +71,7 @@ std::string Assistant::configure(const Setup& setup) {
   return refused.empty() ? "" : "The library refused these settings:" + refused;
 }
 
-std::string Assistant::settle(Setup& setup) {
+std::string ChatPartner::settle(Setup& setup) {
   if (setup.model.empty()) {
     auto [models, error] = listModels();
     if (!error.empty()) return error;
@@ -81,30 +81,30 @@ std::string Assistant::settle(Setup& setup) {
   return configure(setup);
 }
 
-std::string Assistant::combinedInstructions() {
-  return withoutSecrets(readProperty("combined_instructions"), service_.secrets);
+std::string ChatPartner::combinedInstructions() {
+  return withoutSecrets(readProperty("combined_instructions"), endpoint_.secrets);
 }
 
-std::string Assistant::startConversation() { return beginWith(ready().createSession()); }
+std::string ChatPartner::startConversation() { return beginWith(ready().createSession()); }
 
-std::string Assistant::savedText() const {
-  return session_ == nullptr ? "" : savedWithoutSecrets(session_->obtainSessionData(), service_.secrets);
+std::string ChatPartner::savedText() const {
+  return session_ == nullptr ? "" : savedWithoutSecrets(session_->obtainSessionData(), endpoint_.secrets);
 }
 
-std::string Assistant::restoreConversation(const std::string& saved, Setup& setup) {
+std::string ChatPartner::restoreConversation(const std::string& saved, Setup& setup) {
   if (std::string error = resumeConversation(saved); !error.empty()) return error;
   if (setup.model.empty()) setup.model = readProperty("model");
   return settle(setup);
 }
 
-std::string Assistant::saveConversation() const {
-  return turnsWithoutSecrets(session_ == nullptr ? "" : session_->obtainSessionData(), service_.secrets);
+std::string ChatPartner::saveConversation() const {
+  return turnsWithoutSecrets(session_ == nullptr ? "" : session_->obtainSessionData(), endpoint_.secrets);
 }
 
-std::string Assistant::resumeConversation(const std::string& saved) { return beginWith(ready().loadSession(saved)); }
+std::string ChatPartner::resumeConversation(const std::string& saved) { return beginWith(ready().loadSession(saved)); }
 
 /// The old conversation ends after the new one has begun: a service that keeps an assistant drops it with its last one.
-std::string Assistant::beginWith(std::pair<IQAISession*, std::string> made) {
+std::string ChatPartner::beginWith(std::pair<IQAISession*, std::string> made) {
   QAIOwned<IQAISession> session(made.first);
   if (!made.second.empty()) return explain(std::move(made.second));
   std::swap(session_, session);
@@ -113,54 +113,54 @@ std::string Assistant::beginWith(std::pair<IQAISession*, std::string> made) {
   return "";
 }
 
-Answer Assistant::ask(const std::string& question) {
+Answer ChatPartner::ask(const std::string& question) {
   auto [reply, error] = ready().addMessage(session_.get(), question);
   const QAIOwned<IQAIMessage> message(reply);
   if (!error.empty()) return {.text = "", .error = explain(std::move(error))};
   keyAccepted_ = true;
   Answer answer;
   for (const IQAIMessageSection* section : message->obtainSections()) answer.text += section->obtainText();
-  answer.text = withoutSecrets(std::move(answer.text), service_.secrets);
+  answer.text = withoutSecrets(std::move(answer.text), endpoint_.secrets);
   return answer;
 }
 
-ExitCode Assistant::failureCode() {
+ExitCode ChatPartner::failureCode() {
   const bool doubtful = !keyAccepted_ && provider().keyPlace != KeyPlace::None;
-  const bool refused = doubtful && isKeyRefused(service_, readProperty("api_host"));
+  const bool refused = doubtful && isKeyRefused(endpoint_, readProperty("api_host"));
   return refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
 }
 
-bool Assistant::cancel() noexcept {
+bool ChatPartner::cancel() noexcept {
   if (!provider().canCancel) return false;
   pool_->cancel();
   return true;
 }
 
-void Assistant::dropLateCancel() {
+void ChatPartner::dropLateCancel() {
   // A late cancel ends this request; without one it fails for want of an address. It is never sent.
   CMRestSession session;
   session.httpPoolCenter = pool_;
   ICSAppFactory* app = CF::obtainAppFactory();
   const std::unique_ptr<ICSRestClient> client(
-      app->obtainRestClientFactory()->createRestClient(app, service_.settings, &session));
+      app->obtainRestClientFactory()->createRestClient(app, endpoint_.settings, &session));
   CMRestResourceResponse* none = nullptr;
   client->executeGet(CMRestGetRequest(), &none);
 }
 
-std::string Assistant::explain(std::string error) const {
+std::string ChatPartner::explain(std::string error) const {
   const std::string hint = tellsNoConnection(error) ? provider().noConnectionHint : "";
-  return withoutSecrets(withHint(std::move(error), hint), service_.secrets);
+  return withoutSecrets(withHint(std::move(error), hint), endpoint_.secrets);
 }
 
-std::string Assistant::readProperty(const std::string& key) {
+std::string ChatPartner::readProperty(const std::string& key) {
   IQAIProperties* properties = assistant_->obtainAssistantProperties();
   // Where the service keeps the conversations the object is the assistant's own.
   const QAIOwned<IQAIProperties> copy(provider().keepsConversations ? nullptr : properties);
   return properties->obtainProperty(key).stringValue();
 }
 
-void Assistant::close() {
-  service_.settings.connectTimeout = service_.settings.totalTimeout = kShortPatience;
+void ChatPartner::close() {
+  endpoint_.settings.connectTimeout = endpoint_.settings.totalTimeout = kShortPatience;
   dropLateCancel();
   // The service drops the assistant with its last conversation, so one that has none yet gets one.
   if (isKept_ && session_ == nullptr && ended_.empty()) startConversation();
@@ -170,6 +170,6 @@ void Assistant::close() {
   isKept_ = false;
 }
 
-void Assistant::destroyEnded() {
+void ChatPartner::destroyEnded() {
   std::erase_if(ended_, [this](const auto& session) { return ready().destroySession(session.get()).empty(); });
 }
