@@ -1,21 +1,14 @@
-// The library's objects with their owners, and the conversation held through them.
+// An assistant of the library, and the conversation that is held with it.
 #pragma once
 
 #include "conversation.h"
 #include "endpoint.h"
 
-#include <qai.h>
+#include <qai.hpp>
 
-#include <memory>
 #include <string>
 #include <utility>
 #include <vector>
-
-struct QAIFree {
-  void operator()(IQAIObject* object) const { QAIFreeObject(object); }
-};
-template <class Interface>
-using QAIOwned = std::unique_ptr<Interface, QAIFree>;
 
 /// What an assistant is told. Empty texts stay unset.
 struct Setup {
@@ -30,6 +23,7 @@ struct Setup {
 /// cancel().
 class ChatPartner final : public Answerer {
  public:
+  /// @throw std::runtime_error when the library does not serve the provider
   explicit ChatPartner(Endpoint endpoint);
   /// As close(), as far as there is memory for it.
   ~ChatPartner() override;
@@ -56,31 +50,31 @@ class ChatPartner final : public Answerer {
   /// Begins a conversation with the turns of `saved`. @return an error text
   std::string resumeConversation(const std::string& saved);
   Answer ask(const std::string& question) override;
-  /// May send one request to the service to see whether it takes the key.
-  ExitCode failureCode() override;
+  ExitCode failureCode() const override { return failureCode_; }
 
   /// Ends the request in flight, or the next one; false when this service's requests can't be ended. May be called
   /// from any thread.
   bool cancel() noexcept;
   /// After a turn that was cancelled: takes back a cancel that came when the request was over and would end the next.
-  void dropLateCancel();
+  void dropLateCancel() noexcept { assistant_.dropCancel(); }
 
   /// Ends the conversation and has the service forget all that it kept for it. Waits a few seconds at most for each
   /// request; the last that is asked of this object.
   void close();
 
  private:
-  IQAIAssistant& ready();
-  std::string explain(std::string error) const;
-  std::string readProperty(const std::string& key);
-  std::string beginWith(std::pair<IQAISession*, std::string> made);
+  void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
+  void noteSuccess();
+  std::string fail(std::string error);
+  std::string beginWith(qai::Result<qai::Session> made);
   void destroyEnded();
 
   Endpoint endpoint_;
-  ICSHTTPPoolCenter* pool_ = nullptr;  // the assistant's
-  QAIOwned<IQAIAssistant> assistant_;
-  QAIOwned<IQAISession> session_;             // after the assistant, which it refers to
-  std::vector<QAIOwned<IQAISession>> ended_;  // which the service may still keep
-  bool isKept_ = false;                       // the service keeps the assistant
-  bool keyAccepted_ = false;                  // some request succeeded
+  qai::Assistant assistant_;
+  qai::Canceller canceller_;
+  qai::Session session_;
+  std::vector<qai::Session> ended_;  // which the service may still keep
+  bool isKept_ = false;              // the service keeps the assistant
+  bool keyAccepted_ = false;         // some request succeeded
+  ExitCode failureCode_ = ExitCode::ServiceFailed;
 };

@@ -23,7 +23,7 @@ class Answerer {
   virtual std::string startConversation() = 0;
   virtual Answer ask(const std::string& question) = 0;
   /// After a failed turn: what the program's end should tell of it.
-  virtual ExitCode failureCode() = 0;
+  virtual ExitCode failureCode() const = 0;
 };
 
 /// An answerer that can hand the conversation over to another service.

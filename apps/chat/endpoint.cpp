@@ -62,12 +62,6 @@ void addAccountSecrets(const std::string& url, std::vector<std::string>& secrets
   secrets.insert(secrets.end(), {account, cfDecodePercent(account), password, cfDecodePercent(password)});
 }
 
-bool isRefusal(const Provider& provider, const CMRestResourceResponse& response) {
-  return std::any_of(provider.keyRefusals.begin(), provider.keyRefusals.end(), [&](const KeyRefusal& refusal) {
-    return response.getStatus() == refusal.status && response.getBufferString().find(refusal.part) != std::string::npos;
-  });
-}
-
 }  // namespace
 
 Endpoint chooseEndpoint(const Options& options, const Provider& provider) {
@@ -84,7 +78,7 @@ Endpoint chooseEndpoint(const Options& options, const Provider& provider) {
   endpoint.settings.caFile = options.caFile;
   endpoint.settings.proxyURL = options.proxyURL.empty() ? readVariable(kProxyVariable) : options.proxyURL;
   addAccountSecrets(endpoint.settings.proxyURL, endpoint.secrets);
-  const bool sendsKey = provider.keyPlace != KeyPlace::None && !endpoint.apiKey.empty();
+  const bool sendsKey = provider.usesKey() && !endpoint.apiKey.empty();
   if (sendsKey && !endpoint.allowsHttp && !staysUnheard(endpoint.host, endpoint.settings)) {
     throw HostError(
         "The key would go unencrypted to another machine; name an https address, or permit it with --allow-http");
@@ -122,25 +116,13 @@ std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& 
   return server;
 }
 
-bool isKeyRefused(const Endpoint& endpoint, const std::string& address) {
-  CMRestGlobalSettings settings = endpoint.settings;
-  settings.connectTimeout = settings.totalTimeout = kShortPatience;
-  const Provider& provider = *endpoint.provider;
-  CMRestSession session;
-  CMRestGetRequest request;
-  if (provider.keyPlace == KeyPlace::Bearer) session.setAuthorizationHeaderValue("Bearer " + endpoint.apiKey);
-  if (provider.keyPlace == KeyPlace::Query) request.addQueryParams({{"key", endpoint.apiKey}});
-  std::vector<std::string> parts{address};
-  parts.insert(parts.end(), provider.modelsPath.begin(), provider.modelsPath.end());
-  request.setURL(cfConcatURL(parts));
-
-  ICSAppFactory* app = CF::obtainAppFactory();
-  const std::unique_ptr<ICSRestClient> client(
-      app->obtainRestClientFactory()->createRestClient(app, settings, &session));
-  CMRestResourceResponse* answer = nullptr;
-  client->executeGet(request, &answer);
-  const std::unique_ptr<CMRestResourceResponse> response(answer);
-  return response != nullptr && isRefusal(provider, *response);
+bool tellsRefusedKey(const Provider& provider, std::int32_t status, const std::string& error) {
+  constexpr std::int32_t kBadRequest = 400;
+  constexpr std::int32_t kUnauthorized = 401;
+  constexpr std::int32_t kForbidden = 403;
+  if (status != kBadRequest) return status == kUnauthorized || status == kForbidden;
+  return std::any_of(provider.keyErrors.begin(), provider.keyErrors.end(),
+                     [&error](const char* part) { return error.find(part) != std::string::npos; });
 }
 
 bool tellsNoConnection(const std::string& error) {

@@ -9,6 +9,7 @@
 #include <standin.h>
 
 #include <chrono>
+#include <cstdint>
 #include <iosfwd>
 #include <memory>
 #include <stdexcept>
@@ -52,9 +53,8 @@ bool staysUnheard(const std::string& address, const CMRestGlobalSettings& settin
 /// @throw std::runtime_error when it can't start
 std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& err);
 
-/// Whether `endpoint`, which is at `address`, refuses the key: the library gives texts only, so it is asked for its
-/// models once more. Waits a few seconds at most.
-bool isKeyRefused(const Endpoint& endpoint, const std::string& address);
+/// Whether a reply of `status`, of which the library made `error`, tells that `provider` refuses the key.
+bool tellsRefusedKey(const Provider& provider, std::int32_t status, const std::string& error);
 
 /// Whether `error`, a text of the library, tells that nothing listens at the address.
 bool tellsNoConnection(const std::string& error);

@@ -10,34 +10,22 @@
 #include <cstddef>
 #include <initializer_list>
 #include <optional>
-#include <span>
 #include <string>
 #include <string_view>
 
-/// How a key travels.
-enum class KeyPlace { None, Bearer, Query };
-
-/// A reply that tells of a refused key: the status and, unless empty, a part of the body.
-struct KeyRefusal {
-  int status;
-  std::string_view part;
-};
-
-inline constexpr std::array<KeyRefusal, 2> kUsualRefusals{{{401, ""}, {403, ""}}};
-
-/// A few names within a row.
-class Names {
+/// A few texts within a row.
+class Texts {
  public:
-  constexpr Names(std::initializer_list<const char*> names) : count_(names.size()) {
-    std::copy(names.begin(), names.end(), names_.begin());
+  constexpr Texts(std::initializer_list<const char*> texts) : count_(texts.size()) {
+    std::copy(texts.begin(), texts.end(), texts_.begin());
   }
-  constexpr const char* const* begin() const { return names_.data(); }
-  constexpr const char* const* end() const { return names_.data() + count_; }
+  constexpr const char* const* begin() const { return texts_.data(); }
+  constexpr const char* const* end() const { return texts_.data() + count_; }
   constexpr bool empty() const { return count_ == 0; }
-  constexpr const char* front() const { return names_.front(); }
+  constexpr const char* front() const { return texts_.front(); }
 
  private:
-  std::array<const char*, 3> names_{};
+  std::array<const char*, 4> texts_{};
   std::size_t count_;
 };
 
@@ -48,24 +36,22 @@ struct Provider {
   QAIAssistantType type;
   const char* hostNote;                // for --help
   bool needsHost = false;              // nobody is at the usual address any more
-  Names keyVariables = {};             // of the environment; the first that is set counts
+  Texts keyVariables = {};             // of the environment; the first that is set counts; none: there is no key
   const char* hostVariable = nullptr;  // of the environment, read when --host names none; may be null
   /// Makes an address of what the user calls the host, blank included; null: the library's way will do. A provider
   /// that has this one is never stood in for.
   std::optional<std::string> (*readHost)(std::string_view text) = nullptr;
-  Names modelsPath;  // a cheap address that tells whether a key is good
-  KeyPlace keyPlace = KeyPlace::Bearer;
-  std::span<const KeyRefusal> keyRefusals = kUsualRefusals;
+  /// Parts of the error texts that tell of a refused key at status 400. That stands for other things, too: a country
+  /// that is not served, for one.
+  Texts keyErrors = {};
   bool canCancel = true;  // a request in flight can be ended
   /// Assistant and conversations live at the service, until they are destroyed; no other service can take the turns.
   bool keepsConversations = false;
   const char* noConnectionHint = "";  // a sentence for the user; may be empty
   const char* noModelsHint = "";      // the same
-};
 
-// 400 stands for other things, too: a country that is not served, for one.
-inline constexpr std::array<KeyRefusal, 4> kGeminiRefusals{
-    {{400, "API_KEY_INVALID"}, {400, "API key not valid"}, {401, ""}, {403, ""}}};
+  constexpr bool usesKey() const { return !keyVariables.empty(); }
+};
 
 inline constexpr std::array kProviders{
     Provider{
@@ -74,7 +60,6 @@ inline constexpr std::array kProviders{
         .type = OPENAI_v1,
         .hostNote = "OpenAI's public address",
         .keyVariables = {"OPENAI_API_KEY"},
-        .modelsPath = {"v1", "models"},
     },
     Provider{
         .name = "openai-assistants",
@@ -83,7 +68,6 @@ inline constexpr std::array kProviders{
         .hostNote = "OpenAI's ended on 2026-08-26; --host names another",
         .needsHost = true,
         .keyVariables = {"OPENAI_API_KEY"},
-        .modelsPath = {"v1", "models"},
         .keepsConversations = true,
     },
     Provider{
@@ -92,7 +76,6 @@ inline constexpr std::array kProviders{
         .type = DEEPSEEK,
         .hostNote = "DeepSeek's public address",
         .keyVariables = {"DEEPSEEK_API_KEY"},
-        .modelsPath = {"models"},
     },
     Provider{
         .name = "gemini",
@@ -100,9 +83,7 @@ inline constexpr std::array kProviders{
         .type = GOOGLE,
         .hostNote = "Google's public address",
         .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"},
-        .modelsPath = {"v1beta", "models"},
-        .keyPlace = KeyPlace::Query,
-        .keyRefusals = kGeminiRefusals,
+        .keyErrors = {"API key not valid", "API key expired", "API Key not found", "API_KEY_INVALID"},
     },
     Provider{
         .name = "ollama",
@@ -111,9 +92,6 @@ inline constexpr std::array kProviders{
         .hostNote = "http://localhost:11434, or the server that OLLAMA_HOST names",
         .hostVariable = "OLLAMA_HOST",
         .readHost = readOllamaHost,
-        .modelsPath = {"api", "tags"},
-        .keyPlace = KeyPlace::None,
-        .keyRefusals = {},
         .canCancel = false,  // the library keeps its requests out of the pool centre
         .noConnectionHint = "Start Ollama with 'ollama serve', or name its server with --host or OLLAMA_HOST.",
         .noModelsHint = "'ollama pull NAME' fetches one.",

@@ -45,7 +45,7 @@ class ValueCounter {
 RestoreError unfit(const std::string& sentence) { return {ExitCode::WrongUsage, sentence}; }
 
 std::string makeQuestion(const Endpoint& endpoint, const std::string& inUse, const std::string& saved) {
-  const bool hasKey = !endpoint.apiKey.empty() && endpoint.provider->keyPlace != KeyPlace::None;
+  const bool hasKey = !endpoint.apiKey.empty() && endpoint.provider->usesKey();
   return "The saved conversation goes on at another address than the one in use.\n  in use: " + inUse +
          "\n  saved: " + saved + "\nSend the conversation" +
          (hasKey ? " and the key of " + std::string(endpoint.provider->title) : "") + " to " + saved + "?";

@@ -37,11 +37,11 @@ class Switchboard final : public MovableAnswerer {
 
   std::string startConversation() override { return line_.partner->startConversation(); }
   Answer ask(const std::string& question) override;
-  ExitCode failureCode() override { return line_.partner->failureCode(); }
+  ExitCode failureCode() const override { return line_.partner->failureCode(); }
 
   /// As with ChatPartner, for the one that is being asked; a move asks the one that it goes to.
   bool cancel() noexcept;
-  void dropLateCancel() { line_.partner->dropLateCancel(); }
+  void dropLateCancel() noexcept { line_.partner->dropLateCancel(); }
   void close() { line_.partner->close(); }
 
  private:

@@ -83,12 +83,18 @@ class [[nodiscard]] Filled : public Outcome {
  public:
   /// `error` is the assistant's, empty when it accepted.
   Filled(std::string error, std::vector<std::string> refused)
-      : Outcome(error.empty() ? describe(refused) : std::move(error)), refused_(std::move(refused)) {}
+      : Filled(error.empty(), std::move(error), std::move(refused)) {}
 
+  /// Whether the assistant accepted: what was not refused holds then, and the Assistants service keeps the assistant.
+  /// When not, the error is the assistant's.
+  bool accepted() const noexcept { return accepted_; }
   /// The keys whose values were refused, in the order of the calls: a mistake of the host's, not for the user.
   const std::vector<std::string>& refused() const noexcept { return refused_; }
 
  private:
+  Filled(bool accepted, std::string&& error, std::vector<std::string>&& refused)
+      : Outcome(accepted ? describe(refused) : std::move(error)), refused_(std::move(refused)), accepted_(accepted) {}
+
   static std::string describe(const std::vector<std::string>& refused) {
     std::string text;
     for (const std::string& key : refused) text.append(text.empty() ? "Refused: " : ", ").append(key);
@@ -96,6 +102,7 @@ class [[nodiscard]] Filled : public Outcome {
   }
 
   std::vector<std::string> refused_;
+  bool accepted_;
 };
 
 /// An assistant's settings, to be read: as they were when they were asked for with the chat services, as they are with

@@ -64,10 +64,25 @@ TEST_P(Filling, RefusedKeysAreToldInOrderAndTheOthersHold) {
     EXPECT_TRUE(fill.set("user_instructions", "be brief"));
   });
   EXPECT_FALSE(filled);
+  EXPECT_TRUE(filled.accepted());
   EXPECT_EQ(filled.error(), "Refused: db_structure, temperature, colour");
   EXPECT_THAT(filled.refused(), ElementsAre("db_structure", "temperature", "colour"));
   EXPECT_EQ(assistant.properties().model(), service_.model);
   EXPECT_EQ(assistant.properties().userInstructions(), "be brief");
+}
+
+class FillingAtTheService : public Filling {};
+INSTANTIATE_TEST_SUITE_P(Assistants, FillingAtTheService, testing::Values(assistantsService()), serviceName);
+
+TEST_P(FillingAtTheService, ThatItDoesNotAcceptIsToldFromRefusedKeys) {
+  auto assistant = bareHost();
+  answerNext(503, R"({"error":{"message":"closed for today"}})");
+  const auto filled =
+      assistant.configure([this](qai::Fill& fill) { fill.model(service_.model).databaseStructure("no JSON"); });
+  EXPECT_FALSE(filled);
+  EXPECT_FALSE(filled.accepted());
+  EXPECT_EQ(filled.error(), "closed for today");
+  EXPECT_THAT(filled.refused(), ElementsAre("db_structure"));
 }
 
 TEST_P(Filling, RefusedStructureTakesTheOldOneAwayAndIsTold) {

@@ -149,7 +149,7 @@ TEST_F(Restoring, AtThePathInUseGoesOnWithoutAWord) {
     const Outcome outcome = runCommand(chat({"--host", inUse_.address() + "/account", "--restore", file, shop_, "q"},
                                             {std::string("OPENAI_API_KEY=") + kKey}));
     EXPECT_EQ(outcome.code, 69) << "the stand-in serves no such path: " << outcome.err;
-    EXPECT_EQ(inUse_.requests().back().path, "/account/v1/models");
+    EXPECT_EQ(inUse_.requests().back().path, "/account/v1/chat/completions");
   }
 }
 

@@ -10,6 +10,7 @@
 #include <optional>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -86,7 +87,7 @@ TEST_F(ChatPartnerTest, ACancelThatCameInTimeLeavesNothingToDrop) {
 TEST_F(ChatPartnerTest, SettingsThatTheLibraryRefusesAreNamed) {
   auto setup = setupWith(kModel);
   setup.structureJson = "{";
-  EXPECT_THAT(partner_.configure(setup), HasSubstr("db_structure"));
+  EXPECT_EQ(partner_.configure(setup), "The library refused these settings: db_structure");
 }
 
 TEST_F(ChatPartnerTest, ATextShowsNoSecretButIsNotMangledByShortOnes) {
@@ -103,17 +104,78 @@ TEST_F(ChatPartnerTest, ASavedConversationHoldsTheTurnsAndNoSettings) {
             R"({"messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
 }
 
-TEST_F(ChatPartnerTest, ARefusedKeyIsToldFromOtherFailures) {
+TEST_F(ChatPartnerTest, ARefusedKeyIsToldFromOtherFailuresWithoutAFurtherRequest) {
   EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
-  for (const int status : {401, 403}) {
+  for (const auto& [status, code] :
+       {std::pair{401, ExitCode::KeyRefused}, {403, ExitCode::KeyRefused}, {500, ExitCode::ServiceFailed}}) {
     server_.script({.status = status, .body = "{}", .headers = {}});
-    EXPECT_EQ(partner_.failureCode(), ExitCode::KeyRefused) << status;
+    EXPECT_NE(partner_.ask("q").error, "");
+    EXPECT_EQ(partner_.failureCode(), code) << status;
   }
-  EXPECT_EQ(partner_.ask("q").error, "");
-  const std::size_t asked = server_.requests().size();
-  EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed) << "a key that was good once";
-  EXPECT_EQ(server_.requests().size(), asked);
+  EXPECT_EQ(server_.requests().size(), 3U);
 }
+
+TEST_F(ChatPartnerTest, AKeyThatWasGoodOnceIsNotRefused) {
+  EXPECT_EQ(partner_.ask("q").error, "");
+  server_.script({.status = 403, .body = "{}", .headers = {}});
+  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
+}
+
+TEST_F(ChatPartnerTest, AConversationThatBeginsAnewWithoutARequestSaysNothingOfTheKey) {
+  for (int turn = 0; turn < 2; ++turn) {
+    server_.script({.status = 401, .body = "{}", .headers = {}});
+    EXPECT_NE(partner_.ask("q").error, "");
+    EXPECT_EQ(partner_.failureCode(), ExitCode::KeyRefused);
+    EXPECT_EQ(partner_.startConversation(), "");
+  }
+}
+
+TEST_F(ChatPartnerTest, ACancelSaysNothingOfTheKey) {
+  partner_.cancel();
+  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
+}
+
+struct RefusalCase {
+  const char* name;
+  const char* provider;
+  int status;
+  const char* body;
+  bool refused;
+};
+
+class RefusalOfAKey : public testing::TestWithParam<RefusalCase> {};
+
+TEST_P(RefusalOfAKey, IsToldByTheReply) {
+  standin::Server server;
+  server.script({.status = GetParam().status, .body = GetParam().body, .headers = {}});
+  ChatPartner partner(endpointAt(server, *findProvider(GetParam().provider)));
+  EXPECT_NE(partner.listModels().second, "");
+  EXPECT_EQ(partner.failureCode(), GetParam().refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replies, RefusalOfAKey,
+    testing::Values(
+        RefusalCase{"openai_unauthorized", "openai", 401, "{}", true},
+        RefusalCase{"openai_unauthorized_without_a_body", "openai", 401, "", true},
+        RefusalCase{"openai_forbidden", "openai", 403, "{}", true},
+        RefusalCase{"openai_bad_request", "openai", 400, "{}", false},
+        RefusalCase{"openai_bad_request_in_geminis_words", "openai", 400, "API key not valid", false},
+        RefusalCase{"assistants_unauthorized", "openai-assistants", 401, "{}", true},
+        RefusalCase{"deepseek_unauthorized", "deepseek", 401, "{}", true},
+        RefusalCase{"deepseek_without_balance", "deepseek", 402, "{}", false},
+        RefusalCase{"gemini_bad_key", "gemini", 400, R"({"error":{"message":"API key not valid. Please …"}})", true},
+        RefusalCase{"gemini_old_key", "gemini", 400, R"({"error":{"message":"API key expired. Please …"}})", true},
+        RefusalCase{"gemini_unknown_key", "gemini", 400, R"({"error":{"message":"API Key not found. …"}})", true},
+        RefusalCase{"gemini_bad_key_without_a_message", "gemini", 400,
+                    R"({"error":{"code":400,"details":[{"reason":"API_KEY_INVALID"}]}})", true},
+        RefusalCase{"gemini_other_bad_request", "gemini", 400, "{}", false},
+        RefusalCase{"gemini_forbidden", "gemini", 403, "{}", true},
+        RefusalCase{"gemini_failure_in_these_words", "gemini", 500, "API key not valid", false},
+        RefusalCase{"ollama_unauthorized", "ollama", 401, "{}", false}),
+    [](const auto& row) { return std::string(row.param.name); });
 
 /// A service that keeps the conversations.
 class Keeper : public testing::Test {
@@ -230,12 +292,26 @@ TEST_F(Keeper, ChangesItsAssistantForOtherSettings) {
 }
 
 TEST_F(Keeper, ThatRefusesTheKeyIsToldFromOneThatFails) {
-  server_.script({.status = 401, .body = "{}", .headers = {}});
-  EXPECT_NE(partner_->configure(setupWith(kModel)), "");
-  server_.script({.status = 401, .body = "{}", .headers = {}});
-  EXPECT_EQ(partner_->failureCode(), ExitCode::KeyRefused);
-  EXPECT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants", "GET /v1/models"));
+  for (const auto& [status, code] : {std::pair{401, ExitCode::KeyRefused}, {500, ExitCode::ServiceFailed}}) {
+    server_.script({.status = status, .body = "{}", .headers = {}});
+    EXPECT_NE(partner_->configure(setupWith(kModel)), "");
+    EXPECT_EQ(partner_->failureCode(), code);
+  }
+  EXPECT_THAT(requestLines(server_), ElementsAre("POST /v1/assistants", "POST /v1/assistants"));
+}
+
+TEST_F(Keeper, ThatMadeTheAssistantHasTakenTheKey) {
+  ASSERT_EQ(partner_->configure(setupWith(kModel)), "");
+  server_.script({.status = 403, .body = "{}", .headers = {}});
+  EXPECT_NE(partner_->startConversation(), "");
   EXPECT_EQ(partner_->failureCode(), ExitCode::ServiceFailed);
+}
+
+TEST_F(Keeper, OfAnAssistantWithARefusedSettingIsLeftWithNothing) {
+  auto setup = setupWith(kModel);
+  setup.structureJson = "{";
+  EXPECT_THAT(partner_->configure(setup), HasSubstr("db_structure"));
+  EXPECT_THAT(farewell(), ElementsAre("POST /v1/threads", kDeleteThread, kDeleteAssistant));
 }
 
 TEST(ChatPartnerOfOllama, TellsHowToStartAServerThatIsNotThere) {

@@ -27,7 +27,7 @@ class FakeAnswerer : public MovableAnswerer {
     if (question.starts_with("bad")) return {.text = "", .error = "no answer to " + question};
     return {.text = "re: " + question, .error = ""};
   }
-  ExitCode failureCode() override { return code; }
+  ExitCode failureCode() const override { return code; }
   const Provider& provider() const override { return *provider_; }
   const std::string& model() const override { return model_; }
   std::string moveTo(const Provider& provider, const std::string& model) override {

@@ -13,24 +13,15 @@ TEST(Providers, AreFoundByNameAndServedByTheLibrary) {
   for (const Provider& provider : kProviders) {
     SCOPED_TRACE(provider.name);
     EXPECT_EQ(findProvider(provider.name), &provider);
-    EXPECT_FALSE(provider.modelsPath.empty());
     IQAIAssistant* assistant = QAICreateAssistant(provider.type, nullptr, "", "");
     EXPECT_NE(assistant, nullptr);
     QAIFreeObject(assistant);
   }
 }
 
-TEST(Providers, WithAKeyHaveVariablesForItAndTellItsRefusal) {
-  for (const Provider& provider : kProviders) {
-    const bool keyless = provider.keyPlace == KeyPlace::None;
-    EXPECT_EQ(provider.keyVariables.empty(), keyless) << provider.name;
-    EXPECT_EQ(provider.keyRefusals.empty(), keyless) << provider.name;
-  }
-}
-
 TEST(Providers, WithoutAKeyHaveAnAddressInAnyCase) {
   for (const Provider& provider : kProviders) {
-    if (provider.keyPlace != KeyPlace::None) continue;
+    if (provider.usesKey()) continue;
     ASSERT_NE(provider.readHost, nullptr) << provider.name;
     EXPECT_NE(provider.readHost("").value_or(""), "") << provider.name;
   }
@@ -47,12 +38,9 @@ TEST(Providers, SayOfEachServiceWhatTheTableSays) {
     EXPECT_STREQ(provider->title, service.title);
     EXPECT_EQ(std::vector<std::string>(provider->keyVariables.begin(), provider->keyVariables.end()),
               service.keyVariables);
-    EXPECT_EQ(static_cast<int>(provider->keyPlace), static_cast<int>(service.key));
+    EXPECT_EQ(provider->usesKey(), service.usesKey());
     EXPECT_EQ(provider->canCancel, service.usesPool);
     EXPECT_EQ(provider->keepsConversations, service.keepsConversations);
-    std::string path;
-    for (const char* segment : provider->modelsPath) path.append("/").append(segment);
-    EXPECT_EQ(path, service.modelsPath);
   }
 }
 

@@ -131,8 +131,7 @@ TEST_P(EveryMove, BringsHistoryAndSettingsInTheNewServicesFormat) {
   const std::string all = everything(request);
   EXPECT_THAT(all, Not(HasSubstr(keyOf(provider(from.provider)))));
   EXPECT_THAT(all, Not(HasSubstr("standin-small")));
-  EXPECT_EQ(all.find(keyOf(provider(to.provider))) != std::string::npos,
-            provider(to.provider).keyPlace != KeyPlace::None);
+  EXPECT_EQ(all.find(keyOf(provider(to.provider))) != std::string::npos, provider(to.provider).usesKey());
 }
 
 std::vector<std::pair<TestedService, TestedService>> makePairs() {
