@@ -19,29 +19,29 @@
 
 namespace {
 
-/// Which operation ran last.
+/// Which operation ran last, as the objects below tell.
 std::string called;
 
-struct Object final : IQAIObject {
-  ~Object() override { called = "~IQAIObject"; }
+struct TellingObject final : IQAIObject {
+  ~TellingObject() override { called = "~IQAIObject"; }
 };
 
-struct Section final : IQAIMessageSection {
-  ~Section() override { called = "~IQAIMessageSection"; }
+struct TellingSection final : IQAIMessageSection {
+  ~TellingSection() override { called = "~IQAIMessageSection"; }
   std::uint32_t obtainType() const override { return called = "obtainType", 0; }
   std::string_view obtainText() const override { return called = "obtainText", ""; }
 };
 
-struct Message final : IQAIMessage {
-  ~Message() override { called = "~IQAIMessage"; }
+struct TellingMessage final : IQAIMessage {
+  ~TellingMessage() override { called = "~IQAIMessage"; }
   std::int64_t obtainCreatedTime() const override { return called = "obtainCreatedTime", 0; }
   std::uint32_t obtainRole() const override { return called = "obtainRole", 0; }
   const std::vector<IQAIMessageSection*>& obtainSections() const override { return called = "obtainSections", none; }
   std::vector<IQAIMessageSection*> none;
 };
 
-struct Properties final : IQAIProperties {
-  ~Properties() override { called = "~IQAIProperties"; }
+struct TellingProperties final : IQAIProperties {
+  ~TellingProperties() override { called = "~IQAIProperties"; }
   std::vector<std::pair<std::string, std::string>> obtainPropertyList() const override {
     return called = "obtainPropertyList", std::vector<std::pair<std::string, std::string>>{};
   }
@@ -51,13 +51,13 @@ struct Properties final : IQAIProperties {
   }
 };
 
-struct Session final : IQAISession {
-  ~Session() override { called = "~IQAISession"; }
+struct TellingSession final : IQAISession {
+  ~TellingSession() override { called = "~IQAISession"; }
   std::string obtainSessionData() const override { return called = "obtainSessionData"; }
 };
 
-struct Assistant final : IQAIAssistant {
-  ~Assistant() override { called = "~IQAIAssistant"; }
+struct TellingAssistant final : IQAIAssistant {
+  ~TellingAssistant() override { called = "~IQAIAssistant"; }
   std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override {
     return called = "obtainAvailableModels", std::pair<std::vector<std::string>, std::string>{};
   }
@@ -149,23 +149,23 @@ class SlotCaller {
 
 using Named = std::pair<std::string, std::string>;
 
-TEST(Slots, OfTheObject) { const SlotCaller<IQAIObject, Object> object("IQAIObject"); }
+TEST(Slots, OfTheObject) { const SlotCaller<IQAIObject, TellingObject> object("IQAIObject"); }
 
 TEST(Slots, OfTheSection) {
-  SlotCaller<IQAIMessageSection, Section> section("IQAIMessageSection");
+  SlotCaller<IQAIMessageSection, TellingSection> section("IQAIMessageSection");
   section.call<std::uint32_t>();
   section.call<std::string_view>();
 }
 
 TEST(Slots, OfTheMessage) {
-  SlotCaller<IQAIMessage, Message> message("IQAIMessage");
+  SlotCaller<IQAIMessage, TellingMessage> message("IQAIMessage");
   message.call<std::int64_t>();
   message.call<std::uint32_t>();
   message.call<const std::vector<IQAIMessageSection*>&>();
 }
 
 TEST(Slots, OfTheProperties) {
-  SlotCaller<IQAIProperties, Properties> properties("IQAIProperties");
+  SlotCaller<IQAIProperties, TellingProperties> properties("IQAIProperties");
   const std::string key;
   const CMVariant value;
   properties.call<std::vector<Named>>();
@@ -174,12 +174,12 @@ TEST(Slots, OfTheProperties) {
 }
 
 TEST(Slots, OfTheSession) {
-  SlotCaller<IQAISession, Session> session("IQAISession");
+  SlotCaller<IQAISession, TellingSession> session("IQAISession");
   session.call<std::string>();
 }
 
 TEST(Slots, OfTheAssistant) {
-  SlotCaller<IQAIAssistant, Assistant> assistant("IQAIAssistant");
+  SlotCaller<IQAIAssistant, TellingAssistant> assistant("IQAIAssistant");
   assistant.call<std::pair<std::vector<std::string>, std::string>>();
   assistant.call<std::string, std::function<void(IQAIProperties*)>>({});
   assistant.call<IQAIProperties*>();

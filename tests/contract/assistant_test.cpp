@@ -15,15 +15,15 @@ using testing::Not;
 using testing::SizeIs;
 using testing::StartsWith;
 
-class Assistant : public EachService {
+class ChatAssistant : public EachService {
  protected:
   Owned<IQAIAssistant> create(const std::string& apiHost) {
     return Owned<IQAIAssistant>(QAICreateAssistant(service_.type, nullptr, kKey, apiHost));
   }
 };
-INSTANTIATE_TEST_SUITE_P(Chat, Assistant, testing::ValuesIn(chatServices()), serviceName);
+INSTANTIATE_TEST_SUITE_P(Chat, ChatAssistant, testing::ValuesIn(chatServices()), serviceName);
 
-class AnyAssistant : public Assistant {};
+class AnyAssistant : public ChatAssistant {};
 INSTANTIATE_TEST_SUITE_P(All, AnyAssistant, testing::ValuesIn(allServices()), serviceName);
 
 struct CountedPool final : ICSHTTPPoolCenter {
@@ -69,7 +69,7 @@ TEST_P(AnyAssistant, HostAtCreationIsNormalised) {
   EXPECT_EQ(property(*create("http://myhost"), "api_host").stringValue(), "http://myhost");
 }
 
-TEST_P(Assistant, BlankHostInTheSettingsIsTheServicesOwn) {
+TEST_P(ChatAssistant, BlankHostInTheSettingsIsTheServicesOwn) {
   const auto assistant = create("http://before");
   for (const char* blank : {"", "  ", "https://"}) {
     EXPECT_EQ(assign(*assistant, {{"api_host", blank}}), "");
@@ -77,7 +77,7 @@ TEST_P(Assistant, BlankHostInTheSettingsIsTheServicesOwn) {
   }
 }
 
-TEST_P(Assistant, BlankHostInARestoredSessionIsTheServicesOwn) {
+TEST_P(ChatAssistant, BlankHostInARestoredSessionIsTheServicesOwn) {
   const auto assistant = create("http://before");
   const Owned<IQAISession> session(assistant->loadSession(R"({"api_host":" "})").first);
   ASSERT_NE(session, nullptr);
@@ -109,7 +109,7 @@ struct TemperatureRow {
   double stored;
 };
 
-TEST_P(Assistant, TemperatureIsHeldBetweenZeroAndTwo) {
+TEST_P(ChatAssistant, TemperatureIsHeldBetweenZeroAndTwo) {
   const auto assistant = create("");
   const AssertionLog log;  // the record asserts a number and takes a text
   for (const TemperatureRow& row : {TemperatureRow{"3.5", 2.0}, {"-1", 0.0}, {"0.7", 0.7}, {"2", 2.0}, {"0", 0.0}}) {
@@ -118,7 +118,7 @@ TEST_P(Assistant, TemperatureIsHeldBetweenZeroAndTwo) {
   }
 }
 
-TEST_P(Assistant, TemperatureAsANumberIsRefusedYetCountsAsAssigned) {
+TEST_P(ChatAssistant, TemperatureAsANumberIsRefusedYetCountsAsAssigned) {
   const auto assistant = assistantWith();
   EXPECT_EQ(assign(*assistant, {{"temperature", 0.25}}), "");
   EXPECT_EQ(property(*assistant, "temperature").doubleValue(), 1.0);
@@ -126,7 +126,7 @@ TEST_P(Assistant, TemperatureAsANumberIsRefusedYetCountsAsAssigned) {
   EXPECT_THAT(lastBody(), HasSubstr("\"temperature\":1.0"));
 }
 
-TEST_P(Assistant, OnlyAssignedKeysAreAdopted) {
+TEST_P(ChatAssistant, OnlyAssignedKeysAreAdopted) {
   const auto assistant = create("http://h");
   assign(*assistant, {{"model", "m"}, {"user_instructions", "u"}, {"db_structure", "[]"}});
   assign(*assistant, {{"model", "n"}});
@@ -135,7 +135,7 @@ TEST_P(Assistant, OnlyAssignedKeysAreAdopted) {
   EXPECT_EQ(property(*assistant, "api_host").stringValue(), "http://h");
 }
 
-TEST_P(Assistant, SystemInstructionsAreTakenOverAsTheyStand) {
+TEST_P(ChatAssistant, SystemInstructionsAreTakenOverAsTheyStand) {
   const auto assistant = create("");
   assign(*assistant, {{"system_instructions", CMVariantMap{{"a", "1"}, {"b", "2"}}}});
   assign(*assistant, {{"system_instructions", CMVariantMap{{"b", "3"}}}});
@@ -144,7 +144,7 @@ TEST_P(Assistant, SystemInstructionsAreTakenOverAsTheyStand) {
   EXPECT_EQ(instructions.mapValue().at("b").stringValue(), "3");
 }
 
-TEST_P(Assistant, EachFillStartsFromAFreshRecord) {
+TEST_P(ChatAssistant, EachFillStartsFromAFreshRecord) {
   const auto assistant = create("http://h");
   assign(*assistant, {{"model", "m"}});
   std::string seen = "not called";
@@ -153,12 +153,12 @@ TEST_P(Assistant, EachFillStartsFromAFreshRecord) {
   EXPECT_EQ(seen, "");
 }
 
-TEST_P(Assistant, EmptyFillIsABadFunctionCall) {
+TEST_P(ChatAssistant, EmptyFillIsABadFunctionCall) {
   const auto assistant = create("");
   EXPECT_THROW(assistant->setAssistantProperties({}), std::bad_function_call);
 }
 
-TEST_P(Assistant, FillThatThrowsChangesNothing) {
+TEST_P(ChatAssistant, FillThatThrowsChangesNothing) {
   const auto assistant = create("http://h");
   EXPECT_THROW(assistant->setAssistantProperties([](IQAIProperties* fresh) {
     fresh->setProperty("model", "half");
@@ -168,7 +168,7 @@ TEST_P(Assistant, FillThatThrowsChangesNothing) {
   EXPECT_EQ(property(*assistant, "model").stringValue(), "");
 }
 
-TEST_P(Assistant, PropertiesAreACopyOfTheCallers) {
+TEST_P(ChatAssistant, PropertiesAreACopyOfTheCallers) {
   const auto assistant = create("http://h");
   const Owned<IQAIProperties> one(assistant->obtainAssistantProperties());
   const Owned<IQAIProperties> two(assistant->obtainAssistantProperties());
@@ -178,7 +178,7 @@ TEST_P(Assistant, PropertiesAreACopyOfTheCallers) {
   EXPECT_EQ(property(*assistant, "model").stringValue(), "");
 }
 
-TEST_P(Assistant, SettingPropertiesAndSessionsSendsNothing) {
+TEST_P(ChatAssistant, SettingPropertiesAndSessionsSendsNothing) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
   const Owned<IQAISession> restored(assistant->loadSession(session->obtainSessionData()).first);
@@ -186,7 +186,7 @@ TEST_P(Assistant, SettingPropertiesAndSessionsSendsNothing) {
   EXPECT_EQ(standin_.connectionCount(), 0U);
 }
 
-TEST_P(Assistant, DestroyedSessionStaysUsableUntilItIsFreed) {
+TEST_P(ChatAssistant, DestroyedSessionStaysUsableUntilItIsFreed) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
   EXPECT_EQ(assistant->destroySession(session.get()), "");
@@ -195,7 +195,7 @@ TEST_P(Assistant, DestroyedSessionStaysUsableUntilItIsFreed) {
   EXPECT_EQ(assistant->destroySession(nullptr), "");
 }
 
-TEST_P(Assistant, SavedConversationGoesOnInAnotherAssistant) {
+TEST_P(ChatAssistant, SavedConversationGoesOnInAnotherAssistant) {
   const auto first = assistantWith();
   assign(*first, {{"user_instructions", "I"}});
   const auto session = newSession(*first);
@@ -213,7 +213,7 @@ TEST_P(Assistant, SavedConversationGoesOnInAnotherAssistant) {
   EXPECT_THAT(lastBody(), HasSubstr(service_.instructionsPart));
 }
 
-TEST_P(Assistant, UnreadableSessionTextIsRefusedAndChangesNothing) {
+TEST_P(ChatAssistant, UnreadableSessionTextIsRefusedAndChangesNothing) {
   const auto assistant = create("http://h");
   for (const char* text : {"", "{", R"({"model":"m"} x)"}) {
     const auto [session, error] = assistant->loadSession(text);
@@ -223,7 +223,7 @@ TEST_P(Assistant, UnreadableSessionTextIsRefusedAndChangesNothing) {
   EXPECT_EQ(property(*assistant, "model").stringValue(), "");
 }
 
-TEST_P(Assistant, SavedTextHoldsNoKey) {
+TEST_P(ChatAssistant, SavedTextHoldsNoKey) {
   const auto assistant = assistantWith();
   const auto session = newSession(*assistant);
   ask(*assistant, session.get(), "question");

@@ -20,7 +20,7 @@ TEST_F(Connection, ToAServerOfAPrivateAuthorityNeedsItsFile) {
   const standin::Server server(options);
 
   if (!isWine()) {  // which trusts everyone as long as no authority is given
-    const Outcome refused = runCommand(chatWith(server, {"--list-models"}));
+    const ProgramRun refused = runCommand(chatWith(server, {"--list-models"}));
     EXPECT_EQ(refused.code, 69);
     EXPECT_THAT(refused.err, HasSubstr("ertificate"));
     EXPECT_TRUE(server.requests().empty());
@@ -29,7 +29,7 @@ TEST_F(Connection, ToAServerOfAPrivateAuthorityNeedsItsFile) {
   EXPECT_EQ(runCommand(chatWith(server, {"--ca-file", stranger.getFile(), "--list-models"})).code, 69);
   EXPECT_TRUE(server.requests().empty());
 
-  const Outcome trusted = runCommand(chatWith(server, {"--ca-file", authority.getFile(), "--list-models"}));
+  const ProgramRun trusted = runCommand(chatWith(server, {"--ca-file", authority.getFile(), "--list-models"}));
   EXPECT_EQ(trusted.code, 0) << trusted.err;
   EXPECT_THAT(trusted.out, HasSubstr(kModel));
 }
@@ -37,7 +37,7 @@ TEST_F(Connection, ToAServerOfAPrivateAuthorityNeedsItsFile) {
 TEST_F(Connection, GoesThroughTheProxyAndNoOtherWay) {
   const standin::Server server;
   const RefusingAddress proxy;
-  const Outcome outcome = runCommand(chatWith(server, {"--proxy", proxy.text(), "--list-models"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--proxy", proxy.text(), "--list-models"}));
   EXPECT_EQ(outcome.code, 69);
   EXPECT_EQ(server.connectionCount(), 0U);
 }

@@ -11,7 +11,7 @@ using testing::StartsWith;
 
 class ExitCodes : public Workplace {
  protected:
-  static void expectEnd(const Outcome& outcome, int code, const std::string& part) {
+  static void expectEnd(const ProgramRun& outcome, int code, const std::string& part) {
     EXPECT_EQ(outcome.code, code);
     EXPECT_EQ(outcome.out, "");
     EXPECT_THAT(outcome.err, StartsWith("qai-chat: "));
@@ -23,7 +23,7 @@ class ExitCodes : public Workplace {
 
 TEST_F(ExitCodes, HelpAndVersionAreFine) {
   for (const char* option : {"--help", "--version"}) {
-    const Outcome outcome = runCommand(chat({option}));
+    const ProgramRun outcome = runCommand(chat({option}));
     EXPECT_EQ(outcome.code, 0);
     EXPECT_THAT(outcome.out, HasSubstr("qai-chat"));
     EXPECT_EQ(outcome.err, "");
@@ -81,7 +81,7 @@ TEST_F(ExitCodes, AForbiddenTurnAfterAGoodOneIsNoRefusedKey) {
   standin::Server server;
   server.script({});
   server.script({.status = 403, .body = R"({"error":{"message":"not this"}})", .headers = {}});
-  const Outcome outcome =
+  const ProgramRun outcome =
       runCommand(chatWith(server, {"--model", kModel, shop_}, "How many customers are there?\nq\n"));
   EXPECT_EQ(outcome.code, 69);
   EXPECT_EQ(outcome.err, "qai-chat: not this\n");

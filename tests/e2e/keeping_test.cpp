@@ -43,7 +43,7 @@ class Keeping : public Workplace {
 
 TEST_F(Keeping, EndsWithTheInputAlsoAfterAFailedTurn) {
   server_.scriptRun({.statuses = {"failed"}, .lastError = R"({"code":"server_error","message":"out of order"})"});
-  const Outcome outcome = runCommand(command({}, "q\n"));
+  const ProgramRun outcome = runCommand(command({}, "q\n"));
   EXPECT_EQ(outcome.code, 69);
   EXPECT_EQ(outcome.err, "qai-chat: server_error: out of order\n");
   EXPECT_THAT(lastTwo(), ElementsAre(kDeleteThread, kDeleteAssistant));
@@ -61,7 +61,7 @@ TEST_F(Keeping, EndsWhenCtrlCEndsTheWaitForTheOneAnswer) {
   Child child(command({kQuestion}));
   ASSERT_TRUE(waitForRequests(server_, kPolled));
   child.interrupt();
-  const Outcome outcome = child.finish();
+  const ProgramRun outcome = child.finish();
   EXPECT_EQ(outcome.code, kEndedByCtrlC);
   EXPECT_EQ(outcome.err, "");
   EXPECT_THAT(lastTwo(), ElementsAre(kDeleteThread, kDeleteAssistant));

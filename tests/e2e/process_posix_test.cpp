@@ -47,7 +47,7 @@ TEST_F(ProcessState, KeepsWhatIsClosedFromBeingAConnection) {
     for (const std::vector<std::string>& arguments :
          {std::vector<std::string>{"--list-models"}, {shop_, "How many customers are there?"}}) {
       const standin::Server server;
-      const Outcome outcome = runCommand(after(row.closing, chatWith(server, arguments)));
+      const ProgramRun outcome = runCommand(after(row.closing, chatWith(server, arguments)));
       EXPECT_EQ(outcome.code, row.code) << row.closing;
       EXPECT_THAT(outcome.err, HasSubstr(row.complaint)) << row.closing;
       EXPECT_EQ(outcome.out.empty(), row.code != 0) << outcome.out;
@@ -58,7 +58,7 @@ TEST_F(ProcessState, KeepsWhatIsClosedFromBeingAConnection) {
 
 TEST_F(ProcessState, TakesAClosedInputForItsEnd) {
   const standin::Server server;
-  const Outcome outcome = runCommand(after("exec <&-", chatWith(server, {"--model", kModel, shop_})));
+  const ProgramRun outcome = runCommand(after("exec <&-", chatWith(server, {"--model", kModel, shop_})));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(server.connectionCount(), 0U);
 }

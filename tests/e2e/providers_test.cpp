@@ -57,8 +57,8 @@ class EveryProvider : public Workplace, public testing::WithParamInterface<Teste
 
 TEST_P(EveryProvider, AnswersAQuestion) {
   const standin::Server server;
-  const Outcome outcome = runCommand(at(server.address(), {"--temperature", "0.5", "--instructions", "Be brief.", shop_,
-                                                           "How many customers are there?"}));
+  const ProgramRun outcome = runCommand(at(server.address(), {"--temperature", "0.5", "--instructions", "Be brief.",
+                                                              shop_, "How many customers are there?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("customers"));
   EXPECT_EQ(joinLines(requestLines(server)), modelsLine() + questionLines());
@@ -74,7 +74,7 @@ TEST_P(EveryProvider, AnswersAQuestion) {
 
 TEST_P(EveryProvider, HoldsAPipedConversation) {
   const standin::Server server;
-  const Outcome outcome =
+  const ProgramRun outcome =
       runCommand(at(server.address(), {shop_}, "How many customers are there?\nWhat did I ask before?\n"));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr(R"(you asked before: "How many customers are there?")"));
@@ -82,7 +82,7 @@ TEST_P(EveryProvider, HoldsAPipedConversation) {
 
 TEST_P(EveryProvider, ListsModels) {
   const standin::Server server;
-  const Outcome outcome = runCommand(at(server.address(), {"--list-models"}));
+  const ProgramRun outcome = runCommand(at(server.address(), {"--list-models"}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.err, "");
   EXPECT_GE(countLines(outcome.out), 1U);
@@ -91,7 +91,7 @@ TEST_P(EveryProvider, ListsModels) {
 
 TEST_P(EveryProvider, ShowsThePromptWithoutTheKeyAndSendsNothing) {
   const standin::Server server;
-  const Outcome outcome = runCommand(at(server.address(), {"--show-prompt", shop_}));
+  const ProgramRun outcome = runCommand(at(server.address(), {"--show-prompt", shop_}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_THAT(outcome.out, HasSubstr("CREATE TABLE `customers`"));
   EXPECT_EQ(outcome.out, runCommand(chat({"--show-prompt", shop_})).out) << "all services are told the same";
@@ -102,7 +102,7 @@ TEST_P(EveryProvider, ShowsThePromptWithoutTheKeyAndSendsNothing) {
 
 TEST_P(EveryProvider, TellsThatItCannotBeReached) {
   const RefusingAddress nobody;
-  const Outcome outcome = runCommand(at(nobody.text(), {shop_, "q"}));
+  const ProgramRun outcome = runCommand(at(nobody.text(), {shop_, "q"}));
   EXPECT_EQ(outcome.code, 69);
   EXPECT_THAT(outcome.err, HasSubstr("connection refused"));
   EXPECT_THAT(outcome.err, Not(HasSubstr(kKey)));
@@ -117,14 +117,15 @@ TEST_P(EveryProviderWithAKey, TellsThatItIsRefused) {
   const standin::Server server(options);
   for (const std::vector<std::string>& arguments :
        {std::vector<std::string>{shop_, "q"}, std::vector<std::string>{"--model", kModel, shop_, "q"}}) {
-    const Outcome outcome = runCommand(at(server.address(), arguments));
+    const ProgramRun outcome = runCommand(at(server.address(), arguments));
     EXPECT_EQ(outcome.code, 77) << outcome.err;
     EXPECT_THAT(outcome.err, Not(HasSubstr(kKey)));
   }
 }
 
 TEST_P(EveryProviderWithAKey, IsStoodInForWithoutIt) {
-  const Outcome outcome = runCommand(chat({"--provider", GetParam().provider, shop_, "How many customers are there?"}));
+  const ProgramRun outcome =
+      runCommand(chat({"--provider", GetParam().provider, shop_, "How many customers are there?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("customers"));
   EXPECT_THAT(outcome.err, HasSubstr("rule-based stand-in"));
@@ -148,14 +149,15 @@ class Ollama : public Workplace {};
 TEST_F(Ollama, IsWhereItsVariableSays) {
   const standin::Server server;
   const std::string port = std::to_string(server.port());
-  const Outcome outcome = runCommand(chat({"--provider", "ollama", "--list-models"}, {"OLLAMA_HOST=0.0.0.0:" + port}));
+  const ProgramRun outcome =
+      runCommand(chat({"--provider", "ollama", "--list-models"}, {"OLLAMA_HOST=0.0.0.0:" + port}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(server.requests().size(), 1U);
 }
 
 TEST_F(Ollama, TakesAHostWithoutASchemeAsItsVariable) {
   const standin::Server server;
-  const Outcome outcome =
+  const ProgramRun outcome =
       runCommand(chat({"--provider", "ollama", "--host", ":" + std::to_string(server.port()), "--list-models"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(server.requests().size(), 1U);
@@ -163,7 +165,7 @@ TEST_F(Ollama, TakesAHostWithoutASchemeAsItsVariable) {
 
 TEST_F(Ollama, ThatIsNotThereIsToldWithWhatToDo) {
   const RefusingAddress nobody;
-  const Outcome outcome = runCommand(chat({"--provider", "ollama", shop_, "q"}, {"OLLAMA_HOST=" + nobody.text()}));
+  const ProgramRun outcome = runCommand(chat({"--provider", "ollama", shop_, "q"}, {"OLLAMA_HOST=" + nobody.text()}));
   EXPECT_EQ(outcome.code, 69);
   EXPECT_THAT(outcome.out, IsEmpty());
   for (const char* part : {"connection refused", "ollama serve", "--host", "OLLAMA_HOST"}) {
@@ -173,7 +175,7 @@ TEST_F(Ollama, ThatIsNotThereIsToldWithWhatToDo) {
 }
 
 TEST_F(Ollama, BehindAnotherSchemeIsWrongUsage) {
-  const Outcome outcome = runCommand(chat({"--provider", "ollama", "--list-models"}, {"OLLAMA_HOST=ftp://box"}));
+  const ProgramRun outcome = runCommand(chat({"--provider", "ollama", "--list-models"}, {"OLLAMA_HOST=ftp://box"}));
   EXPECT_EQ(outcome.code, 64);
   EXPECT_THAT(outcome.err, HasSubstr("'ftp://box'"));
 }

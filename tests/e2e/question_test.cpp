@@ -20,7 +20,7 @@ class Question : public Workplace {};
 
 TEST_F(Question, IsAnsweredByTheService) {
   const standin::Server server;
-  const Outcome outcome = runCommand(chatWith(server, {shop_, "How many customers are there?"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {shop_, "How many customers are there?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("customers"));
   EXPECT_THAT(outcome.out, testing::EndsWith("\n"));
@@ -55,7 +55,7 @@ TEST_F(Question, WithoutAModelGoesToTheFirstListed) {
 }
 
 TEST_F(Question, WithoutAKeyIsAnsweredByTheStandIn) {
-  const Outcome outcome = runCommand(chat({shop_, "How many customers are there?"}));
+  const ProgramRun outcome = runCommand(chat({shop_, "How many customers are there?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, Not(IsEmpty()));
   EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
@@ -64,14 +64,14 @@ TEST_F(Question, WithoutAKeyIsAnsweredByTheStandIn) {
 }
 
 TEST_F(Question, AnEmptyKeyIsNone) {
-  const Outcome outcome = runCommand(chat({shop_, "How many customers are there?"}, {"OPENAI_API_KEY= "}));
+  const ProgramRun outcome = runCommand(chat({shop_, "How many customers are there?"}, {"OPENAI_API_KEY= "}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.err, HasSubstr("stand-in"));
 }
 
 TEST_F(Question, PipedLinesAreOneConversation) {
   const standin::Server server;
-  const Outcome outcome = runCommand(
+  const ProgramRun outcome = runCommand(
       chatWith(server, {"--model", kModel, shop_}, "How many customers are there?\n\nHow many orders are there?\n"));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");
@@ -88,7 +88,7 @@ TEST_F(Question, APipedFailureIsToldAndTheRestAnswered) {
   server.script({.status = 500, .body = R"({"error":{"message":"out of order"}})", .headers = {}});
   server.script(
       {.status = {}, .body = R"({"choices":[{"message":{"role":"assistant","content":"three"}}]})", .headers = {}});
-  const Outcome outcome = runCommand(chatWith(server, {"--model", kModel, shop_}, "1\n2\n3\n"));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--model", kModel, shop_}, "1\n2\n3\n"));
   EXPECT_EQ(outcome.code, 69);
   EXPECT_EQ(outcome.out, "one\nthree\n");
   EXPECT_EQ(outcome.err, "qai-chat: out of order\n");
@@ -97,7 +97,7 @@ TEST_F(Question, APipedFailureIsToldAndTheRestAnswered) {
 TEST_F(Question, AnswersCannotSteerTheTerminal) {
   standin::Server server;
   server.script({.status = 200, .body = kEscapeReply, .headers = {}});
-  const Outcome outcome = runCommand(chatWith(server, {"--model", kModel, shop_, "q"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--model", kModel, shop_, "q"}));
   EXPECT_EQ(outcome.out, "a\uFFFD[2Jb\uFFFDc\n\u00fc\n");
 }
 
@@ -120,7 +120,7 @@ TEST_F(Question, NobodyReadingTheAnswerIsNoError) {
   standin::Server server;
   Child child(chatWith(server, {"--model", kModel, shop_, "How many customers are there?"}));
   child.closeOutput();
-  const Outcome outcome = child.finish();
+  const ProgramRun outcome = child.finish();
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.err, "");
 }
@@ -134,7 +134,7 @@ TEST_F(Question, TheKeyIsInNoTextAndNoCommandLine) {
   EXPECT_THAT(commandLine, HasSubstr("qai-chat"));
   EXPECT_THAT(commandLine, Not(HasSubstr(kKey)));
   child.interrupt();
-  const Outcome outcome = child.finish();
+  const ProgramRun outcome = child.finish();
   EXPECT_EQ(outcome.code, kEndedByCtrlC);
   EXPECT_THAT(outcome.out + outcome.err, Not(HasSubstr(kKey)));
 }
@@ -143,7 +143,7 @@ TEST_F(Question, AKeyThatTheServiceQuotesIsNotShown) {
   standin::Server server;
   server.script(
       {.status = 500, .body = std::string(R"({"error":{"message":"bad key )") + kKey + R"("}})", .headers = {}});
-  const Outcome outcome = runCommand(chatWith(server, {"--model", kModel, shop_, "q"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--model", kModel, shop_, "q"}));
   EXPECT_EQ(outcome.err, "qai-chat: bad key [redacted]\n");
 }
 
@@ -155,14 +155,14 @@ TEST_F(Models, AreListedOneALine) {
                  .body = R"({"data":[{"id":"a\nb\u001b","object":"model","created":2},)"
                          R"({"id":"c","object":"model","created":1}]})",
                  .headers = {}});
-  const Outcome outcome = runCommand(chatWith(server, {"--list-models"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--list-models"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(outcome.out, "a b\uFFFD\nc\n");
   EXPECT_EQ(outcome.err, "");
 }
 
 TEST_F(Models, OfTheStandInAreListedWithTheNotice) {
-  const Outcome outcome = runCommand(chat({"--list-models"}));
+  const ProgramRun outcome = runCommand(chat({"--list-models"}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_THAT(outcome.out, Not(IsEmpty()));
   EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
@@ -172,7 +172,7 @@ class Prompt : public Workplace {};
 
 TEST_F(Prompt, IsShownAndNothingSent) {
   const standin::Server server;
-  const Outcome outcome = runCommand(chatWith(server, {"--show-prompt", "--instructions", "Be brief.", shop_, "q"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--show-prompt", "--instructions", "Be brief.", shop_, "q"}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_THAT(outcome.out, StartsWith("Be brief.\n\n"));
   EXPECT_THAT(outcome.out, HasSubstr("CREATE TABLE `order_lines` ("));
@@ -182,7 +182,7 @@ TEST_F(Prompt, IsShownAndNothingSent) {
 }
 
 TEST_F(Prompt, NeedsNoKey) {
-  const Outcome outcome = runCommand(chat({"--show-prompt", shop_}));
+  const ProgramRun outcome = runCommand(chat({"--show-prompt", shop_}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.err, "");
 }

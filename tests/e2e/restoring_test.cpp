@@ -56,7 +56,7 @@ class Restoring : public Workplace {
 TEST_F(Restoring, AtTheHostInUseGoesOnWithoutAWord) {
   const std::string file = path("kept.json");
   EXPECT_EQ(runCommand(chatWith(inUse_, {"--model", "standin-large", "--save", file, shop_, kQuestion})).code, 0);
-  const Outcome outcome = runCommand(restore(file, {"--save", file, "And how many orders?"}));
+  const ProgramRun outcome = runCommand(restore(file, {"--save", file, "And how many orders?"}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(outcome.err, "");
   ASSERT_EQ(inUse_.requests().size(), 2U) << "the model is the saved one";
@@ -70,7 +70,7 @@ TEST_F(Restoring, AtAnotherHostSendsNothingWhenNobodyIsThereToAgree) {
     Command command =
         restore(savedAt(other_.address()), asks ? std::vector<std::string>{kQuestion} : std::vector<std::string>{});
     command.input = "y\ny\n";
-    const Outcome outcome = runCommand(command);
+    const ProgramRun outcome = runCommand(command);
     EXPECT_EQ(outcome.code, 64);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(countLines(outcome.err), 1U);
@@ -81,7 +81,7 @@ TEST_F(Restoring, AtAnotherHostSendsNothingWhenNobodyIsThereToAgree) {
 }
 
 TEST_F(Restoring, AtAnotherHostNamedByTheUserNeedsNobody) {
-  const Outcome outcome = runCommand(chatWith(other_, {"--restore", savedAt(other_.address()), shop_, kQuestion}));
+  const ProgramRun outcome = runCommand(chatWith(other_, {"--restore", savedAt(other_.address()), shop_, kQuestion}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(other_.requests().back().body, HasSubstr("earlier answer"));
 }
@@ -129,7 +129,7 @@ TEST_F(Restoring, AtAnotherHostSendsNothingAfterANo) {
 
 TEST_F(Restoring, AtAnotherPathOfTheHostInUseAsksToo) {
   const std::string saved = inUse_.address() + "/another-account";
-  const Outcome outcome = runCommand(restore(savedAt(saved)));
+  const ProgramRun outcome = runCommand(restore(savedAt(saved)));
   EXPECT_EQ(outcome.code, 64);
   EXPECT_THAT(outcome.err, AllOf(HasSubstr("goes on at " + saved + ", not at " + origin(inUse_) + ","),
                                  HasSubstr("nobody is here to agree")));
@@ -146,8 +146,8 @@ TEST_F(Restoring, AtAnotherPathOfTheHostInUseAsksToo) {
 TEST_F(Restoring, AtThePathInUseGoesOnWithoutAWord) {
   for (const char* slash : {"", "/"}) {
     const std::string file = savedAt(inUse_.address() + "/account" + slash);
-    const Outcome outcome = runCommand(chat({"--host", inUse_.address() + "/account", "--restore", file, shop_, "q"},
-                                            {std::string("OPENAI_API_KEY=") + kKey}));
+    const ProgramRun outcome = runCommand(chat({"--host", inUse_.address() + "/account", "--restore", file, shop_, "q"},
+                                               {std::string("OPENAI_API_KEY=") + kKey}));
     EXPECT_EQ(outcome.code, 69) << "the stand-in serves no such path: " << outcome.err;
     EXPECT_EQ(inUse_.requests().back().path, "/account/v1/chat/completions");
   }
@@ -191,7 +191,8 @@ TEST_F(Restoring, UnencryptedAtAnotherMachineIsRefusedUnlessToldAndAskedThen) {
 }
 
 TEST_F(Restoring, WithTheStandInInsideTakesTheTurnsAlone) {
-  const Outcome outcome = runCommand(chat({"--restore", savedAt(other_.address()), shop_, "What did I ask before?"}));
+  const ProgramRun outcome =
+      runCommand(chat({"--restore", savedAt(other_.address()), shop_, "What did I ask before?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("earlier question"));
   expectNothingSent();
@@ -199,7 +200,7 @@ TEST_F(Restoring, WithTheStandInInsideTakesTheTurnsAlone) {
 
 TEST_F(Restoring, OfAConversationWithTheStandInInsideGoesOnAnywhere) {
   EXPECT_EQ(runCommand(chat({"--save", path("kept.json"), shop_, kQuestion})).code, 0);
-  const Outcome outcome = runCommand(restore(path("kept.json")));
+  const ProgramRun outcome = runCommand(restore(path("kept.json")));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(inUse_.requests().back().body, HasSubstr(kQuestion));
 }
@@ -213,7 +214,7 @@ TEST_F(Restoring, OfWhatIsNoConversationHasItsExitCode) {
   for (const Row& row : {Row{path("none.json"), 66, "can't be read"}, Row{toText(folder_.path()), 66, "can't be read"},
                          Row{write("notes.txt", "nothing of that kind"), 65, "no saved conversation"},
                          Row{write("empty.json", ""), 65, "no saved conversation"}}) {
-    const Outcome outcome = runCommand(restore(row.file));
+    const ProgramRun outcome = runCommand(restore(row.file));
     EXPECT_EQ(outcome.code, row.code) << row.file;
     EXPECT_THAT(outcome.err, HasSubstr(row.part));
     EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
@@ -227,7 +228,7 @@ TEST_F(Restoring, OfMoreThanAConversationCanHoldIsRefusedAsItIsRead) {
   const std::string begin = R"({"api_host":")" + inUse_.address() + R"(","model":"standin-small","messages":[)";
   for (const std::string& text :
        {begin + values + "0]}", begin + R"(],"further":")" + std::string(65U << 20U, ',') + "\"}"}) {
-    const Outcome outcome = runCommand(restore(write("large.json", text)));
+    const ProgramRun outcome = runCommand(restore(write("large.json", text)));
     EXPECT_EQ(outcome.code, 65);
     EXPECT_THAT(outcome.err, HasSubstr("large.json is too large for a conversation"));
   }
@@ -237,13 +238,13 @@ TEST_F(Restoring, OfMoreThanAConversationCanHoldIsRefusedAsItIsRead) {
 TEST_F(Restoring, OfATextOfManyCommasTakesThemForText) {
   const std::string text = R"({"api_host":")" + inUse_.address() + R"(","model":"standin-small","messages":[)" +
                            R"({"role":"user","content":"\")" + std::string(2'000'000, ',') + "\"}]}";
-  const Outcome outcome = runCommand(restore(write("commas.json", text)));
+  const ProgramRun outcome = runCommand(restore(write("commas.json", text)));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
 }
 
 TEST_F(Restoring, IsNotForAServiceThatKeepsConversationsItself) {
   for (const char* option : {"--save", "--restore"}) {
-    const Outcome outcome =
+    const ProgramRun outcome =
         runCommand(chatWith(inUse_, {"--provider", "openai-assistants", option, path("kept.json"), shop_, kQuestion}));
     EXPECT_EQ(outcome.code, 64);
     EXPECT_THAT(outcome.err, HasSubstr("keeps conversations itself"));
@@ -254,8 +255,8 @@ TEST_F(Restoring, IsNotForAServiceThatKeepsConversationsItself) {
 class Saving : public Restoring {};
 
 TEST_F(Saving, ThatFailsIsToldOnceAndShowsInTheExitCode) {
-  const Outcome outcome = runCommand(chatWith(inUse_, {"--model", kModel, "--save", toText(folder_.path()), shop_},
-                                              std::string(kQuestion) + "\n" + kQuestion + "\n"));
+  const ProgramRun outcome = runCommand(chatWith(inUse_, {"--model", kModel, "--save", toText(folder_.path()), shop_},
+                                                 std::string(kQuestion) + "\n" + kQuestion + "\n"));
   EXPECT_EQ(outcome.code, 74);
   EXPECT_THAT(outcome.out, HasSubstr("customers")) << "the answers are there all the same";
   EXPECT_THAT(outcome.err, HasSubstr("The conversation is not saved in "));

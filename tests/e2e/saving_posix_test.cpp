@@ -12,7 +12,7 @@ namespace {
 
 class SavedFile : public Workplace {
  protected:
-  Outcome save(const std::string& file) const {
+  ProgramRun save(const std::string& file) const {
     return runCommand(chatWith(server_, {"--model", kModel, "--save", file, shop_, "How many customers are there?"}));
   }
 
@@ -69,7 +69,7 @@ TEST_F(SavedFile, DoesNotTakeThePlaceOfWhatIsNoFile) {
                          Row{path("none/target"), "No such file or directory"}}) {
     std::filesystem::remove(path("link"));
     std::filesystem::create_symlink(row.target, path("link"));
-    const Outcome outcome = save(path("link"));
+    const ProgramRun outcome = save(path("link"));
     EXPECT_EQ(outcome.code, 74) << row.target;
     EXPECT_THAT(outcome.err,
                 testing::HasSubstr("The conversation is not saved in " + path("link") + ": " + row.reason));
@@ -84,7 +84,7 @@ TEST_F(SavedFile, DoesNotTakeThePlaceOfWhatIsNoFile) {
 TEST_F(SavedFile, DoesNotTakeThePlaceOfTheOneThatTheAnswersGoTo) {
   Command command = chatWith(server_, {"--model", kModel, "--save", "/proc/self/fd/1", shop_, "How many customers?"});
   command.arguments.insert(command.arguments.begin(), {"/bin/sh", "-c", R"(exec "$@" >"$0")", path("answers")});
-  const Outcome outcome = runCommand(command);
+  const ProgramRun outcome = runCommand(command);
   EXPECT_EQ(outcome.code, 74);
   EXPECT_THAT(outcome.err, testing::HasSubstr("the answers go there"));
   EXPECT_THAT(read(path("answers")), testing::HasSubstr("SELECT"));

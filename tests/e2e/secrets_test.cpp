@@ -56,7 +56,7 @@ class Secrets : public Workplace {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
-  static void expectClean(const Outcome& outcome, const std::string& secret = canary::kKey) {
+  static void expectClean(const ProgramRun& outcome, const std::string& secret = canary::kKey) {
     EXPECT_EQ(appearsIn(outcome.out, secret), "") << outcome.out;
     EXPECT_EQ(appearsIn(outcome.err, secret), "") << outcome.err;
   }
@@ -66,7 +66,7 @@ class Secrets : public Workplace {
 
 TEST_F(Secrets, InAReplyAreNeitherShownNorKept) {
   quoteKeyNext();
-  const Outcome outcome =
+  const ProgramRun outcome =
       runCommand(chatWithCanary({"--model", kModel, "--save", path("kept.json"), shop_, "What is my key?"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_THAT(outcome.out, HasSubstr("your key: [redacted]\n"));
@@ -83,7 +83,7 @@ TEST_F(Secrets, InAReplyAreNeitherShownNorKept) {
 TEST_F(Secrets, InAnErrorTextAreNotShown) {
   for (const int status : {400, 429, 500}) {
     quoteKeyNext(status);
-    const Outcome outcome = runCommand(chatWithCanary({"--model", kModel, shop_, "q"}));
+    const ProgramRun outcome = runCommand(chatWithCanary({"--model", kModel, shop_, "q"}));
     EXPECT_EQ(outcome.code, 69);
     EXPECT_THAT(outcome.err, HasSubstr("your key: [redacted]"));
     expectClean(outcome);
@@ -92,7 +92,7 @@ TEST_F(Secrets, InAnErrorTextAreNotShown) {
 
 TEST_F(Secrets, InAnErrorBodyThatIsNoJsonAreNotShown) {
   server_.script({.status = 500, .body = "<p>" + allForms() + "</p>", .headers = {}});
-  const Outcome outcome = runCommand(chatWithCanary({"--model", kModel, shop_, "q"}));
+  const ProgramRun outcome = runCommand(chatWithCanary({"--model", kModel, shop_, "q"}));
   EXPECT_THAT(outcome.err, HasSubstr("[redacted]"));
   expectClean(outcome);
 }
@@ -101,14 +101,14 @@ TEST_F(Secrets, AmongTheModelsAreNotShown) {
   server_.script({.status = 200,
                   .body = R"({"data":[{"object":"model","created":1,"id":)" + json(allForms()) + "}]}",
                   .headers = {}});
-  const Outcome outcome = runCommand(chatWithCanary({"--list-models"}));
+  const ProgramRun outcome = runCommand(chatWithCanary({"--list-models"}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_THAT(outcome.out, HasSubstr("[redacted]"));
   expectClean(outcome);
 }
 
 TEST_F(Secrets, InTheInstructionsAreNotPrinted) {
-  const Outcome outcome =
+  const ProgramRun outcome =
       runCommand(chatWithCanary({"--instructions", "The key is " + canary::kKey + ".", "--show-prompt", shop_}));
   EXPECT_EQ(outcome.code, 0);
   EXPECT_THAT(outcome.out, HasSubstr("The key is [redacted]."));
@@ -144,7 +144,7 @@ TEST_F(Secrets, AreInNoTextOfAnyFailure) {
     for (const std::string& host :
          {nobody.text(), noHTTP.getURL(), cut.getURL(), redirect.getURL(), noJson.getURL(),
           std::string("https://") + nobody.text().substr(7), std::string("http://u@127.0.0.1")}) {
-      const Outcome outcome =
+      const ProgramRun outcome =
           runCommand(chat({"--provider", service.provider, "--host", host, "--model", "m", "--allow-http", shop_, "q"},
                           {service.keyVariables.front() + "=" + canary::kKey}));
       EXPECT_EQ(outcome.code, 69) << service.provider << ' ' << host;
@@ -155,7 +155,7 @@ TEST_F(Secrets, AreInNoTextOfAnyFailure) {
 }
 
 TEST_F(Secrets, GivenAsAnOptionThatThereIsNotAreNotRepeated) {
-  const Outcome outcome = runCommand(chat({shop_, "--api-key=" + canary::kKey, "q"}));
+  const ProgramRun outcome = runCommand(chat({shop_, "--api-key=" + canary::kKey, "q"}));
   EXPECT_EQ(outcome.code, 64);
   EXPECT_THAT(outcome.err, HasSubstr("There is no option --api-key "));
   expectClean(outcome);
@@ -165,7 +165,7 @@ TEST_F(Secrets, DoNotGoUnencryptedToAnotherMachineUnlessTold) {
   const RefusingAddress proxy;
   const std::vector<std::string> arguments{"--host", "http://192.0.2.1", "--model", kModel, shop_, "q"};
   const std::vector<std::string> key{std::string("OPENAI_API_KEY=") + kKey};
-  const Outcome refused = runCommand(chat(arguments, key));
+  const ProgramRun refused = runCommand(chat(arguments, key));
   EXPECT_EQ(refused.code, 64);
   EXPECT_THAT(refused.err, AllOf(HasSubstr("unencrypted"), HasSubstr("--allow-http")));
 
@@ -173,7 +173,7 @@ TEST_F(Secrets, DoNotGoUnencryptedToAnotherMachineUnlessTold) {
   told.insert(told.begin(), {"--allow-http", "--proxy", proxy.text()});
   EXPECT_EQ(runCommand(chat(told, key)).code, 69) << "it goes to the proxy, which is not there";
   std::vector<std::string> byProxy{"--proxy", "http://192.0.2.1:3128", "--model", kModel, shop_, "q"};
-  const Outcome heard = runCommand(chatWith(server_, byProxy));
+  const ProgramRun heard = runCommand(chatWith(server_, byProxy));
   EXPECT_EQ(heard.code, 64) << "a proxy elsewhere hears what is meant for this machine";
   EXPECT_EQ(server_.connectionCount(), 0U);
 }
@@ -191,7 +191,7 @@ TEST_F(Secrets, InAnAddressAreNotShown) {
                          Row{{"--restore", saved, shop_, "q"}, ""}, Row{{"--restore", other, shop_, "q"}, account}}) {
     std::vector<std::string> arguments = row.arguments;
     arguments.insert(arguments.begin(), {"--provider", "ollama"});
-    const Outcome outcome = runCommand(chat(arguments, {"OLLAMA_HOST=" + row.variable}));
+    const ProgramRun outcome = runCommand(chat(arguments, {"OLLAMA_HOST=" + row.variable}));
     EXPECT_NE(outcome.code, 0);
     EXPECT_THAT(outcome.err, AllOf(HasSubstr("qai-chat: "), Not(HasSubstr("pw"))));
   }
@@ -202,7 +202,7 @@ TEST_F(Secrets, OfAVariableThatGivesWayAreNotShown) {
   Command command = chatWithCanary({"--provider", "openai", "--model", kModel, shop_, "q"}, "", "GOOGLE_API_KEY");
   command.environment.insert(command.environment.end(),
                              {std::string("OPENAI_API_KEY=") + kKey, "GEMINI_API_KEY=another-key"});
-  const Outcome outcome = runCommand(command);
+  const ProgramRun outcome = runCommand(command);
   EXPECT_THAT(outcome.out, HasSubstr("[redacted]"));
   expectClean(outcome);
 }
@@ -216,7 +216,7 @@ class ProxyPassword : public Secrets {
 
 TEST_F(ProxyPassword, IsNotTakenFromTheCommandLineAndNotRepeated) {
   for (const std::string account : {kAccount, "token-0123456789"}) {
-    const Outcome outcome =
+    const ProgramRun outcome =
         runCommand(chatWithCanary({"--proxy", "http://" + account + "@127.0.0.1:1", "--list-models"}));
     EXPECT_EQ(outcome.code, 64);
     EXPECT_THAT(outcome.err, AllOf(HasSubstr("QAI_PROXY"), Not(HasSubstr(account)), Not(HasSubstr("127.0.0.1"))));
@@ -235,7 +235,7 @@ TEST_F(ProxyPassword, FromItsVariableReachesTheProxyAndNothingElse) {
   EXPECT_THAT(commandLine, HasSubstr("qai-chat"));
   EXPECT_EQ(appearsIn(commandLine, kPassword) + appearsIn(commandLine, canary::kKey), "");
   child.interrupt();
-  const Outcome outcome = child.finish();
+  const ProgramRun outcome = child.finish();
   expectClean(outcome, kPassword);
   expectClean(outcome);
   EXPECT_THAT(proxy.getRequests().front(),
@@ -251,7 +251,7 @@ TEST_F(ProxyPassword, ThatTheProxyQuotesIsNotShown) {
     const RawServer proxy(raw::reply(status, page));
     Command command = chatWithCanary({"--model", kModel, shop_, "q"});
     command.environment.push_back("QAI_PROXY=" + proxyAddress(proxy));
-    const Outcome outcome = runCommand(command);
+    const ProgramRun outcome = runCommand(command);
     EXPECT_EQ(outcome.code, 69) << status;
     expectClean(outcome, kPassword);
     EXPECT_THAT(outcome.err, Not(HasSubstr(kAccount)));

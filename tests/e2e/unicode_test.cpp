@@ -28,7 +28,7 @@ class Unicode : public Workplace {
 
 TEST_F(Unicode, ReachesTheServiceFromTheCommandLine) {
   const standin::Server server;
-  const Outcome outcome =
+  const ProgramRun outcome =
       runCommand(chatWith(server, {"--model", kModel, "--instructions", "Отвечай кратко 🐘", database_, kQuestion}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   ASSERT_EQ(server.requests().size(), 1U);
@@ -40,7 +40,8 @@ TEST_F(Unicode, ReachesTheServiceFromTheCommandLine) {
 
 TEST_F(Unicode, ReachesTheServiceFromAPipe) {
   const standin::Server server;
-  const Outcome outcome = runCommand(chatWith(server, {"--model", kModel, database_}, std::string(kQuestion) + "\r\n"));
+  const ProgramRun outcome =
+      runCommand(chatWith(server, {"--model", kModel, database_}, std::string(kQuestion) + "\r\n"));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
   ASSERT_EQ(server.requests().size(), 1U);
   EXPECT_THAT(server.requests().front().body, HasSubstr("\"content\":\"" + std::string(kQuestion) + "\""));
@@ -51,13 +52,13 @@ TEST_F(Unicode, ComesBackThroughAPipeWithoutPairsAtLineEnds) {
   server.script({.status = {},
                  .body = R"({"choices":[{"message":{"role":"assistant","content":"Клиенты\n🛒 größe\n"}}]})",
                  .headers = {}});
-  const Outcome outcome = runCommand(chatWith(server, {"--model", kModel, database_, "q"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--model", kModel, database_, "q"}));
   EXPECT_EQ(outcome.out, "Клиенты\n🛒 größe\n");
   EXPECT_EQ(outcome.err, "");
 }
 
 TEST_F(Unicode, IsInThePromptAsInTheDatabase) {
-  const Outcome outcome = runCommand(chat({"--show-prompt", database_}));
+  const ProgramRun outcome = runCommand(chat({"--show-prompt", database_}));
   EXPECT_THAT(outcome.out, HasSubstr("CREATE TABLE `Клиенты` (`имя 🙂` TEXT)"));
 }
 
@@ -82,7 +83,7 @@ TEST_F(Unicode, MayNameTheFileOfAuthorities) {
   options.certificateFile = certificate.certificateFile;
   options.privateKeyFile = certificate.keyFile;
   const standin::Server server(options);
-  const Outcome outcome = runCommand(chatWith(server, {"--ca-file", authority.getFile(), "--list-models"}));
+  const ProgramRun outcome = runCommand(chatWith(server, {"--ca-file", authority.getFile(), "--list-models"}));
   EXPECT_EQ(outcome.code, 0) << outcome.err;
 }
 

@@ -72,7 +72,7 @@ Expected expected(const Cell& cell) {
 }
 
 /// The sentences that are to be told; one that ends in "*" is only the beginning.
-std::vector<std::string> sentences(const Expected& expected, const Cell& cell, const Outcome& outcome) {
+std::vector<std::string> sentences(const Expected& expected, const Cell& cell, const CellRun& outcome) {
   switch (expected.verdict) {
     case Verdict::NoJson:
       return {cell.operation.noJsonError};
@@ -101,7 +101,7 @@ void expectSuccess(const Told& told, const std::string& reply) {
   EXPECT_EQ(told.text, reply);
 }
 
-void expectFailure(const Expected& expected, const Cell& cell, const Outcome& outcome) {
+void expectFailure(const Expected& expected, const Cell& cell, const CellRun& outcome) {
   const std::string& error = outcome.told.error;
   EXPECT_FALSE(outcome.told.gave);
   EXPECT_EQ(outcome.told.text, "");
@@ -136,7 +136,7 @@ Holdings settle(const Holdings& expected) {
   return holdings;
 }
 
-void expectVerdict(const Cell& cell, const Outcome& outcome) {
+void expectVerdict(const Cell& cell, const CellRun& outcome) {
   const Expected table = expected(cell);
   if (table.verdict == Verdict::Either) {
     EXPECT_EQ(outcome.told.gave, outcome.told.error.empty());
@@ -148,7 +148,7 @@ void expectVerdict(const Cell& cell, const Outcome& outcome) {
   }
 }
 
-void expectWithinLimits(const Cell& cell, const Outcome& outcome) {
+void expectWithinLimits(const Cell& cell, const CellRun& outcome) {
   EXPECT_LT(outcome.time, cell.fault.limit + cell.fault.wait + kSlack);
   EXPECT_LE(outcome.memory, 5 * kReplyLimit);
 }

@@ -20,7 +20,7 @@ Holdings settle(const Holdings& expected);
 Holdings currentHoldings();
 
 /// What one operation came to.
-struct Outcome {
+struct CellRun {
   Told told;
   std::chrono::milliseconds time;
   std::size_t memory;
@@ -29,8 +29,8 @@ struct Outcome {
 };
 
 /// Expects what the table says of the cell.
-void expectVerdict(const Cell& cell, const Outcome& outcome);
+void expectVerdict(const Cell& cell, const CellRun& outcome);
 /// Expects that the call kept its limits on time and memory.
-void expectWithinLimits(const Cell& cell, const Outcome& outcome);
+void expectWithinLimits(const Cell& cell, const CellRun& outcome);
 /// Expects no trace of the key in `text`: as it is, percent-encoded, escaped in JSON, or in base64.
 void expectNoKey(const std::string& text);

@@ -146,7 +146,7 @@ class Player {
     saved_ = save();
   }
 
-  Outcome run() {
+  CellRun run() {
     QAISetHTTPSettings(settingsDuring(cell_));
     server_.beginFault([pool = pool_] { pool->cancel(); });
     mostAllocatedBytes();
@@ -213,7 +213,7 @@ void Matrix::play(const Cell& cell) {
   {
     Player player(cell);
     ASSERT_NO_FATAL_FAILURE(player.prepare());
-    const Outcome outcome = player.run();
+    const CellRun outcome = player.run();
     expectVerdict(cell, outcome);
     expectWithinLimits(cell, outcome);
     player.expectFaultMet();

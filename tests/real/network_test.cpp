@@ -28,7 +28,7 @@ table inet filter {
 constexpr const char* kEnter =
     R"(ip link set lo up && ip route add default dev lo && "$0" -f "$1" && shift && exec "$@")";
 
-Outcome run(const std::vector<std::string>& first, const std::vector<std::string>& second) {
+ProgramRun run(const std::vector<std::string>& first, const std::vector<std::string>& second) {
   Command command{.arguments = first, .environment = {"PATH=/usr/sbin:/usr/bin:/sbin:/bin"}, .input = {}};
   command.arguments.insert(command.arguments.end(), second.begin(), second.end());
   return runCommand(command);
@@ -51,7 +51,7 @@ struct WayIn {
     std::string errors;
     for (const char* options : {"-n", "-rn"}) {
       const WayIn way{{"/usr/bin/unshare", options}, ""};
-      const Outcome outcome = run(way.arguments, {"/bin/true"});
+      const ProgramRun outcome = run(way.arguments, {"/bin/true"});
       if (outcome.code == 0) return way;
       errors = outcome.err;
     }
@@ -60,7 +60,7 @@ struct WayIn {
 };
 
 /// Runs `arguments` behind the filter.
-Outcome runInside(const std::vector<std::string>& arguments) {
+ProgramRun runInside(const std::vector<std::string>& arguments) {
   const TemporaryFolder folder("qai-network");
   const std::string filter = (folder.path() / "filter").string();
   std::ofstream(filter) << kFilter;
@@ -91,7 +91,7 @@ class FilteredNetwork : public testing::TestWithParam<NetworkCase> {
 
 TEST_P(FilteredNetwork, RequestFailsInTimeAndNamesWhoWasNotReached) {
   const NetworkCase& row = GetParam();
-  const Outcome outcome = runInside({LONE_REQUEST_PATH, row.host, row.connectLimit, row.totalLimit, row.proxy});
+  const ProgramRun outcome = runInside({LONE_REQUEST_PATH, row.host, row.connectLimit, row.totalLimit, row.proxy});
   ASSERT_EQ(outcome.code, 0) << outcome.err;
   EXPECT_EQ(outcome.err, "");
   std::istringstream lines(outcome.out);

@@ -107,19 +107,19 @@ TEST_F(StartedServer, ThatFallsSilentFailsWhoReads) {
 }
 
 TEST(FinishedProgram, IsEndedWhenItClosesItsOutputsAndStays) {
-  const Outcome outcome = runCommand({.arguments = {"/bin/sh", "-c", "echo said; exec sleep 3600 >&- 2>&-"},
-                                      .environment = {},
-                                      .input = {},
-                                      .patience = kPatience});
+  const ProgramRun outcome = runCommand({.arguments = {"/bin/sh", "-c", "echo said; exec sleep 3600 >&- 2>&-"},
+                                         .environment = {},
+                                         .input = {},
+                                         .patience = kPatience});
   EXPECT_EQ(outcome.out, "said\n");
   EXPECT_EQ(outcome.code, 128 + SIGKILL);
 }
 
 TEST(FinishedProgram, IsNotWaitedForWhenAChildKeepsItsOutputs) {
-  const Outcome outcome = runCommand({.arguments = {"/bin/sh", "-c", "echo said; sleep 3 & exit 7"},
-                                      .environment = {},
-                                      .input = {},
-                                      .patience = kNeverReached});
+  const ProgramRun outcome = runCommand({.arguments = {"/bin/sh", "-c", "echo said; sleep 3 & exit 7"},
+                                         .environment = {},
+                                         .input = {},
+                                         .patience = kNeverReached});
   EXPECT_EQ(outcome.out, "said\n");
   EXPECT_EQ(outcome.code, 7);
 }

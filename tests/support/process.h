@@ -9,7 +9,7 @@
 #include <vector>
 
 /// How a program ended. `code` is its exit code; where a signal ended it, 128 and the signal's number.
-struct Outcome {
+struct ProgramRun {
   int code = -1;
   std::string out;
   std::string err;
@@ -28,7 +28,7 @@ struct Command {
 };
 
 /// Runs `command` to its end; ends it when it says nothing for too long.
-Outcome runCommand(const Command& command);
+ProgramRun runCommand(const Command& command);
 
 /// A program that runs on pipes; ended, if need be, with the object.
 class Child {
@@ -48,7 +48,7 @@ class Child {
   /// @throw std::runtime_error when it does not come in time
   std::optional<std::string> readLine();
   /// Reads the rest and waits for the end, which it brings about when nothing is said for too long.
-  Outcome finish();
+  ProgramRun finish();
 
  private:
   struct Process;

@@ -220,9 +220,9 @@ std::optional<std::string> Child::readLine() {
   }
 }
 
-Outcome Child::finish() {
+ProgramRun Child::finish() {
   auto& [program, out, err, patience] = *process_;
-  Outcome outcome;
+  ProgramRun outcome;
   while (out.get() >= 0 || err.get() >= 0) {
     std::array<pollfd, 2> streams{pollfd{out.get(), POLLIN, 0}, pollfd{err.get(), POLLIN, 0}};
     if (!process_->awaitSomething(streams)) break;
@@ -234,7 +234,7 @@ Outcome Child::finish() {
   return outcome;
 }
 
-Outcome runCommand(const Command& command) { return Child(command).finish(); }
+ProgramRun runCommand(const Command& command) { return Child(command).finish(); }
 
 struct TerminalChild::Process {
   Running program;

@@ -258,7 +258,7 @@ namespace {
 /// A program on pipes.
 struct PipedProgram {
   void start(const Command& command, Seat seat);
-  Outcome finish();
+  ProgramRun finish();
 
   Running program{};
   Handle out{};
@@ -284,8 +284,8 @@ void PipedProgram::start(const Command& command, Seat seat) {
   err = std::move(errPipe.read);
 }
 
-Outcome PipedProgram::finish() {
-  Outcome outcome;
+ProgramRun PipedProgram::finish() {
+  ProgramRun outcome;
   {
     const auto drain = [](Handle& from, std::string& text) {
       while (from.get() != nullptr && readSome(from, text)) continue;
@@ -331,9 +331,9 @@ std::optional<std::string> Child::readLine() {
   }
 }
 
-Outcome Child::finish() { return process_->finish(); }
+ProgramRun Child::finish() { return process_->finish(); }
 
-Outcome runCommand(const Command& command) {
+ProgramRun runCommand(const Command& command) {
   PipedProgram program;
   program.start(command, Seat::WithoutConsole);
   return program.finish();

@@ -21,15 +21,15 @@ class Logged {
   const char* name_;
 };
 
-class Pool final : public ICSHTTPPoolCenter {
+class LoggedPool final : public ICSHTTPPoolCenter {
  public:
-  ~Pool() override { record("-pool"); }
+  ~LoggedPool() override { record("-pool"); }
   void cancel() noexcept override { record("call cancel"); }
 };
 
-class Section final : public IQAIMessageSection {
+class LoggedSection final : public IQAIMessageSection {
  public:
-  explicit Section(std::string text) : text_(std::move(text)) {}
+  explicit LoggedSection(std::string text) : text_(std::move(text)) {}
   std::uint32_t obtainType() const override { return 0; }
   std::string_view obtainText() const override { return text_; }
 
@@ -37,11 +37,11 @@ class Section final : public IQAIMessageSection {
   std::string text_;
 };
 
-class Message final : public IQAIMessage {
+class LoggedMessage final : public IQAIMessage {
  public:
-  Message() {
+  LoggedMessage() {
     for (const std::string& text : libraryScript().sections) {
-      owned_.push_back(std::make_unique<Section>(text));
+      owned_.push_back(std::make_unique<LoggedSection>(text));
       sections_.push_back(owned_.back().get());
     }
   }
@@ -51,11 +51,11 @@ class Message final : public IQAIMessage {
 
  private:
   Logged logged_{"message"};
-  std::vector<std::unique_ptr<Section>> owned_;
+  std::vector<std::unique_ptr<LoggedSection>> owned_;
   std::vector<IQAIMessageSection*> sections_;
 };
 
-class Properties final : public IQAIProperties {
+class LoggedProperties final : public IQAIProperties {
  public:
   std::vector<std::pair<std::string, std::string>> obtainPropertyList() const override { return {}; }
   CMVariant obtainProperty(const std::string& /*key*/) const override { return {}; }
@@ -65,7 +65,7 @@ class Properties final : public IQAIProperties {
   Logged logged_{"properties"};
 };
 
-class Session final : public IQAISession {
+class LoggedSession final : public IQAISession {
  public:
   std::string obtainSessionData() const override { return "saved"; }
 
@@ -73,9 +73,9 @@ class Session final : public IQAISession {
   Logged logged_{"session"};
 };
 
-class Assistant final : public IQAIAssistant {
+class LoggedAssistant final : public IQAIAssistant {
  public:
-  Assistant(ICSHTTPPoolCenter* pool, bool keepsProperties) : keepsProperties_(keepsProperties), pool_(pool) {}
+  LoggedAssistant(ICSHTTPPoolCenter* pool, bool keepsProperties) : keepsProperties_(keepsProperties), pool_(pool) {}
 
   std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override {
     return {{"model"}, libraryScript().error};
@@ -84,15 +84,17 @@ class Assistant final : public IQAIAssistant {
     fill(&properties_);
     return libraryScript().error;
   }
-  IQAIProperties* obtainAssistantProperties() override { return keepsProperties_ ? &properties_ : new Properties; }
-  std::pair<IQAISession*, std::string> createSession() override { return make<Session>(); }
-  std::pair<IQAISession*, std::string> loadSession(std::string /*data*/) override { return make<Session>(); }
+  IQAIProperties* obtainAssistantProperties() override {
+    return keepsProperties_ ? &properties_ : new LoggedProperties;
+  }
+  std::pair<IQAISession*, std::string> createSession() override { return make<LoggedSession>(); }
+  std::pair<IQAISession*, std::string> loadSession(std::string /*data*/) override { return make<LoggedSession>(); }
   std::string destroySession(IQAISession* /*session*/) override {
     record("call destroySession");
     return libraryScript().error;
   }
   std::pair<IQAIMessage*, std::string> addMessage(IQAISession* /*session*/, std::string /*text*/) override {
-    return make<Message>();
+    return make<LoggedMessage>();
   }
 
  private:
@@ -105,7 +107,7 @@ class Assistant final : public IQAIAssistant {
   Logged logged_{"assistant"};
   bool keepsProperties_;
   std::unique_ptr<ICSHTTPPoolCenter> pool_;
-  Properties properties_;
+  LoggedProperties properties_;
 };
 
 }  // namespace
@@ -125,14 +127,14 @@ void resetLibrary() {
   libraryLog().clear();
 }
 
-ICSHTTPPoolCenter* makeLoggedPool() { return new Pool; }
+ICSHTTPPoolCenter* makeLoggedPool() { return new LoggedPool; }
 
 QAICallback registeredCallback() { return callback; }
 
 IQAIAssistant* QAICreateAssistant(QAIAssistantType type, ICSHTTPPoolCenter* pool, const std::string& /*apiKey*/,
                                   const std::string& /*apiHost*/) {
   if (libraryScript().throwsOnCreation) throw std::runtime_error("no assistant today");
-  return type > OLLAMA ? nullptr : new Assistant(pool, type == OPENAI);
+  return type > OLLAMA ? nullptr : new LoggedAssistant(pool, type == OPENAI);
 }
 
 void QAIFreeObject(IQAIObject* object) { delete object; }

@@ -130,7 +130,7 @@ TEST(TimeLimit, OfTheConnectionHoldsWithoutATotalOne) {
 
 TEST(Reply, MayEndItsLinesWithLineFeedsAlone) {
   RawServer server({{Send{"HTTP/1.1 200 OK\nContent-Length: 2\n\n{}"}}});
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0) << outcome.text;
   EXPECT_EQ(bodyOf(outcome), "{}");
 }

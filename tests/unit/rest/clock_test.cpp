@@ -62,7 +62,7 @@ TEST_P(PatientReply, IsAwaitedForMinutes) {
   }
   script.emplace_back(raw::Send{GetParam().after});
   RawServer server({script});
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0) << outcome.text;
   ASSERT_NE(outcome.response, nullptr);
   EXPECT_NE(outcome.response->getJson(), nullptr);

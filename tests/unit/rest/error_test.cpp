@@ -30,7 +30,7 @@ INSTANTIATE_TEST_SUITE_P(Codes, ErrorCode,
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(ErrorDescription, OfATransportFailureIsTheClientsSentence) {
-  const Outcome outcome = RestCaller{}.get("no address");
+  const RestResult outcome = RestCaller{}.get("no address");
   EXPECT_EQ(outcome.title, "The request can't be sent");
   EXPECT_EQ(outcome.message, "The address must begin with http:// or https://");
 }

@@ -26,7 +26,7 @@ struct Ask {
   CMRestParams headers{};
   std::string text = "question";  // the body; none when empty
 
-  Outcome send(ICSHTTPPoolCenter* pool, const std::string& server) const {
+  RestResult send(ICSHTTPPoolCenter* pool, const std::string& server) const {
     RestCaller caller;
     caller.settings = settings;
     if (authorization) caller.session.setAuthorizationHeaderValue(*authorization);
@@ -172,7 +172,7 @@ TEST(KeptHandleOfAnIdleConnection, IsNeverUsedUp) {
   ask.settings.caFile = ca.getFile();
   for (std::size_t connection = 1; connection <= kConnections; ++connection) {
     for (int i = 0; i < 3; ++i) {
-      const Outcome outcome = ask.send(pool.get(), server.getURL());
+      const RestResult outcome = ask.send(pool.get(), server.getURL());
       EXPECT_EQ(outcome.code, 0) << outcome.text;
     }
     EXPECT_TRUE(server.waitForEnds(connection));
@@ -185,7 +185,7 @@ class BorrowedBody : public testing::Test {
  protected:
   BorrowedBody() { caller_.session.httpPoolCenter = pool_.get(); }
 
-  Outcome post(const std::string& server, const std::string& history) {
+  RestResult post(const std::string& server, const std::string& history) {
     COJson json;
     json.addKeyValue("before")->setString("b");
     json.addKeyValue("list")->addArrayItem()->setJsonReference(history);
@@ -223,7 +223,7 @@ TEST_F(BorrowedBody, IsSentOnAnotherConnectionWhenTheKeptOneWasClosed) {
   caller_.settings.caFile = ca.getFile();
   const std::string history = makeHistory(100'000);
   for (std::size_t i = 1; i <= 4; ++i) {
-    const Outcome outcome = post(server.getURL(), history);
+    const RestResult outcome = post(server.getURL(), history);
     EXPECT_EQ(outcome.code, 0) << outcome.text;
     EXPECT_TRUE(isSent(server.getRequests().back()));
     EXPECT_TRUE(server.waitForEnds(i));

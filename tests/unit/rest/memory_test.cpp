@@ -95,7 +95,7 @@ TEST_P(MemoryShortage, AtAnyPointOfARequestOnAKeptHandleHarmsNoLaterOne) {
 std::int32_t ask(ICSHTTPPoolCenter* pool, const std::string& url, std::string& body) {
   RestCaller caller;
   caller.session.httpPoolCenter = pool;
-  const Outcome outcome = caller.get(url);
+  const RestResult outcome = caller.get(url);
   body = bodyOf(outcome);
   return outcome.code;
 }
@@ -159,7 +159,7 @@ TEST_P(MemoryShortage, WhileAReplyIsKeptIsToldAsThat) {
   for (int i = 0; i < 3; ++i) EXPECT_EQ(caller.get(url).code, 0);
   bool untouched = false;
   for (std::size_t point = 0; !untouched; ++point) {
-    Outcome outcome;
+    RestResult outcome;
     allowAllocations(point, GetParam());
     try {
       outcome = caller.get(url);

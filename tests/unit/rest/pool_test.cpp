@@ -23,7 +23,7 @@ class Pool : public testing::Test {
  protected:
   Pool() { caller_.session.httpPoolCenter = pool_.get(); }
 
-  void expectCancelled(const Outcome& outcome) const {
+  void expectCancelled(const RestResult& outcome) const {
     expectFailure(outcome, CFRestError::Cancelled, "The request was cancelled");
   }
 
@@ -95,7 +95,7 @@ TEST_F(Pool, DoesNotReuseAConnectionThatAnotherAuthorityVouchedFor) {
 TEST_F(Pool, ReconnectsWhenTheServerClosedInBetween) {
   RawServer server({{Send{kOk}, Close{}}});
   for (std::size_t i = 1; i <= 3; ++i) {
-    const Outcome outcome = caller_.post(server.getURL(), nullptr);
+    const RestResult outcome = caller_.post(server.getURL(), nullptr);
     EXPECT_EQ(outcome.code, 0) << outcome.text;
     EXPECT_TRUE(server.waitForEnds(i));
   }
@@ -110,7 +110,7 @@ TEST_F(Pool, DoesNotTakeWhatCameUnaskedForTheNextReply) {
   EXPECT_EQ(caller_.get(server.getURL()).code, 0);
   answered.set_value();
   EXPECT_TRUE(server.waitForEnds(1));
-  const Outcome outcome = caller_.get(server.getURL());
+  const RestResult outcome = caller_.get(server.getURL());
   EXPECT_EQ(outcome.code, 0) << outcome.text;
   EXPECT_EQ(bodyOf(outcome), "[]");
   EXPECT_EQ(server.getRequests().size(), 2U);
@@ -161,7 +161,7 @@ TEST(Descriptors, AreBackAfterAHundredRequests) {
 
 TEST_F(Pool, CancelEndsARequestInFlightAtOnce) {
   RawServer server({{Stall{}}});
-  Outcome outcome;
+  RestResult outcome;
   std::thread thread([&] { outcome = caller_.get(server.getURL()); });
   EXPECT_TRUE(server.waitForRequests(1));
   const auto begin = std::chrono::steady_clock::now();
@@ -176,7 +176,7 @@ TEST_F(Pool, CancelEndsARequestInFlightAtOnce) {
 TEST_F(Pool, CancelEndsAReplyThatNeverEnds) {
   RawServer server({{Send{"HTTP/1.1 200 OK\r\n\r\n"}, raw::SendForever{"x"}}});
   caller_.settings.maxReplyBytes = std::size_t{1} << 40;
-  Outcome outcome;
+  RestResult outcome;
   std::thread thread([&] { outcome = caller_.get(server.getURL()); });
   EXPECT_TRUE(server.waitForRequests(1));
   pool_->cancel();
@@ -232,17 +232,17 @@ TEST_F(Pool, ServesTwoThreadsAtOnce) {
   RawServer server({{Call{[&] { bothAsked.arriveAndWait(); }}, Send{kOk}},
                     {Call{[&] { bothAsked.arriveAndWait(); }}, Send{kOk}},
                     {Send{kOk}}});
-  Outcome outcomes[2];
+  RestResult outcomes[2];
   std::thread threads[2];
   for (int i = 0; i < 2; ++i) threads[i] = std::thread([&, i] { outcomes[i] = caller_.get(server.getURL()); });
   for (std::thread& thread : threads) thread.join();
-  for (const Outcome& outcome : outcomes) EXPECT_EQ(outcome.code, 0) << outcome.text;
+  for (const RestResult& outcome : outcomes) EXPECT_EQ(outcome.code, 0) << outcome.text;
   EXPECT_EQ(server.getConnections(), 2U);
 }
 
 TEST_F(Pool, CancelReachesARequestBesideThePoolsOwn) {
   RawServer server({{Stall{}}});
-  Outcome outcomes[2];
+  RestResult outcomes[2];
   std::thread threads[2];
   for (int i = 0; i < 2; ++i) threads[i] = std::thread([&, i] { outcomes[i] = caller_.get(server.getURL()); });
   EXPECT_TRUE(server.waitForRequests(2));
@@ -250,7 +250,7 @@ TEST_F(Pool, CancelReachesARequestBesideThePoolsOwn) {
   EXPECT_TRUE(server.waitForEnds(1));
   pool_->cancel();
   for (std::thread& thread : threads) thread.join();
-  for (const Outcome& outcome : outcomes) expectCancelled(outcome);
+  for (const RestResult& outcome : outcomes) expectCancelled(outcome);
 }
 
 TEST_F(Pool, CancelMayComeAtAnyMoment) {
@@ -263,7 +263,7 @@ TEST_F(Pool, CancelMayComeAtAnyMoment) {
     }
   });
   for (int i = 0; i < 200; ++i) {
-    const Outcome outcome = caller_.get(server.getURL());
+    const RestResult outcome = caller_.get(server.getURL());
     EXPECT_TRUE(outcome.code == 0 || outcome.code == toCode(CFRestError::Cancelled)) << outcome.text;
   }
   over = true;

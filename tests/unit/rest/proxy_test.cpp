@@ -225,7 +225,7 @@ TEST(SecureProxy, ThatIsNotTrustedIsNamed) {
   RestCaller caller;
   caller.settings.proxyURL = proxy.getURL();
   caller.settings.caFile = ca.getFile();
-  const Outcome outcome = caller.get("http://api.example/");
+  const RestResult outcome = caller.get("http://api.example/");
   EXPECT_EQ(outcome.code, toCode(CFRestError::TLSFailed));
   EXPECT_TRUE(outcome.text.starts_with("The certificate of the proxy " + nameOf(proxy) + " can't be trusted: "))
       << outcome.text;

@@ -74,7 +74,7 @@ std::string compress(const std::string& text) {
 
 TEST(CompressedReply, IsDecoded) {
   RawServer server(raw::reply(200, compress(R"({"a":"b"})"), "Content-Encoding: gzip\r\n"));
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(bodyOf(outcome), R"({"a":"b"})");
 }

@@ -79,7 +79,7 @@ TEST(LimitedReply, MayHaveManyHeaderFields) {
   std::string fields;
   while (fields.size() < 250'000) fields += "X-Field: " + std::string(1000, 'y') + "\r\n";
   RawServer server(raw::reply(200, "{}", fields));
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0) << outcome.text;
 }
 

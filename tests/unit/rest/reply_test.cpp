@@ -26,7 +26,7 @@ class SuccessStatus : public testing::TestWithParam<int> {};
 
 TEST_P(SuccessStatus, GivesZeroAndTheResponse) {
   RawServer server(raw::reply(GetParam(), R"({"a":1})"));
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0);
   ASSERT_NE(outcome.response, nullptr);
   EXPECT_EQ(outcome.response->getStatus(), GetParam());
@@ -40,7 +40,7 @@ INSTANTIATE_TEST_SUITE_P(Statuses, SuccessStatus, testing::Values(200, 201, 206,
 
 TEST(Reply, WithoutContentIsASuccessWithAnEmptyBody) {
   RawServer server("HTTP/1.1 204 No Content\r\n\r\n");
-  const Outcome outcome = RestCaller{}.remove(server.getURL());
+  const RestResult outcome = RestCaller{}.remove(server.getURL());
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(bodyOf(outcome), "");
   ASSERT_NE(outcome.response, nullptr);
@@ -60,21 +60,21 @@ TEST(Reply, OfMoreThanHalfAMillionValuesIsNoJson) {
 
 TEST(Reply, MayFollowInterimReplies) {
   RawServer server("HTTP/1.1 100 Continue\r\n\r\nHTTP/1.1 103 Early Hints\r\nLink: x\r\n\r\n" + raw::reply(200, "[]"));
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(bodyOf(outcome), "[]");
 }
 
 TEST(Reply, MayEndWithTrailerFields) {
   RawServer server("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n2\r\n{}\r\n0\r\nX-Sum: 1\r\n\r\n");
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(bodyOf(outcome), "{}");
 }
 
 TEST(Reply, WithoutLengthEndsWithTheConnection) {
   RawServer server({{Send{"HTTP/1.0 200 OK\r\n\r\n{}"}, Close{}}});
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 0);
   EXPECT_EQ(bodyOf(outcome), "{}");
 }
@@ -87,7 +87,7 @@ class FailureStatus : public testing::TestWithParam<StatusCase> {};
 
 TEST_P(FailureStatus, IsTheErrorCodeAndKeepsTheBody) {
   RawServer server(raw::reply(GetParam().status, R"({"error":"no"})", "Location: /elsewhere\r\nRetry-After: 1\r\n"));
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, GetParam().status);
   ASSERT_NE(outcome.response, nullptr);
   EXPECT_EQ(outcome.response->getStatus(), GetParam().status);
@@ -113,7 +113,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(Reply, SwitchingProtocolsIsAFailure) {
   RawServer server({{Send{"HTTP/1.1 101 Switching Protocols\r\nUpgrade: other\r\n\r\nother"}, Close{}}});
-  const Outcome outcome = RestCaller{}.get(server.getURL());
+  const RestResult outcome = RestCaller{}.get(server.getURL());
   EXPECT_EQ(outcome.code, 101);
   EXPECT_EQ(outcome.title, "HTTP 101 Switching Protocols");
 }
@@ -204,7 +204,7 @@ TEST(Connection, ToAnUnknownHostNamesTheHost) {
 }
 
 TEST(Connection, NamesAnIPv6AddressInBrackets) {
-  const Outcome outcome = RestCaller{}.get("http://[::1]:1/");
+  const RestResult outcome = RestCaller{}.get("http://[::1]:1/");
   EXPECT_EQ(outcome.code, toCode(CFRestError::CouldNotConnect));
   EXPECT_TRUE(outcome.text.starts_with("Could not connect to [::1]:1: ")) << outcome.text;
 }
@@ -220,7 +220,7 @@ TEST_P(Key, IsInNoText) {
   caller.session.addHeaderParam("x-api-key", key);
   caller.settings.totalTimeout = 200ms;
   caller.settings.maxReplyBytes = 1000;
-  const Outcome outcome = caller.get(server.getURL() + "/models/" + key, {{"key", key}});
+  const RestResult outcome = caller.get(server.getURL() + "/models/" + key, {{"key", key}});
   EXPECT_NE(outcome.code, 0);
   for (const std::string& text : {outcome.text, outcome.title, outcome.message}) {
     EXPECT_EQ(text.find(key), std::string::npos) << text;

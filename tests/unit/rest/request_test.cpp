@@ -23,7 +23,8 @@ TEST(Request, GetIsSentWholeAndInOrder) {
   RestCaller caller;
   caller.session.setAuthorizationHeaderValue("Bearer abc");
   caller.session.addHeaderParams({{"X-Session", "1"}, {"X-Second", "two words"}});
-  const Outcome outcome = caller.get(server.getURL() + "/v1/models", {{"b", "2"}, {"a", "x y&z=/é"}}, {{"X-Own", "3"}});
+  const RestResult outcome =
+      caller.get(server.getURL() + "/v1/models", {{"b", "2"}, {"a", "x y&z=/é"}}, {{"X-Own", "3"}});
   EXPECT_EQ(outcome.code, 0);
   ASSERT_EQ(server.getRequests().size(), 1U);
   EXPECT_EQ(
@@ -50,7 +51,7 @@ TEST(Request, PostCarriesTheJsonTextAsItWasWhenTaken) {
   request.setURL(server.getURL() + "/v1/chat");
   request.updateJson(&json);
   json.setNull();
-  const Outcome outcome = RestCaller{}.run(request, &ICSRestClient::executePost);
+  const RestResult outcome = RestCaller{}.run(request, &ICSRestClient::executePost);
   EXPECT_EQ(outcome.code, 0);
   ASSERT_EQ(server.getRequests().size(), 1U);
   const std::string sent = server.getRequests()[0];

@@ -58,7 +58,7 @@ class Sending : public testing::TestWithParam<SendingCase> {
   }
   RawServer::Greeting greeting() const { return isTunnel() ? RawServer::Greeting::None : RawServer::Greeting::TLS; }
 
-  Outcome ask(const RawServer& server) {
+  RestResult ask(const RawServer& server) {
     caller_.settings.caFile = ca_.getFile();
     if (isProxied()) caller_.settings.proxyURL = server.getURL();
     const std::string url = isTunnel() ? "https://api.example" : isProxied() ? "http://api.example" : server.getURL();
@@ -105,7 +105,7 @@ TEST_P(Sending, TakesAnotherConnectionWhenTheKeptOneWasClosedBefore) {
       },
       makeTLS(), greeting());
   for (std::size_t i = 1; i <= 7; ++i) {  // libcurl gives up at the sixth dead connection of a handle
-    const Outcome outcome = ask(server);
+    const RestResult outcome = ask(server);
     EXPECT_EQ(outcome.code, 0) << outcome.text;
     EXPECT_TRUE(server.waitForEnds(i));
   }

@@ -11,7 +11,8 @@
 #include <memory>
 #include <string>
 
-struct Outcome {
+/// What a request came to.
+struct RestResult {
   std::int32_t code = 0;
   std::unique_ptr<CMRestResourceResponse> response;
   std::string text;   // the client's failure text
@@ -26,11 +27,11 @@ struct RestCaller {
   CMRestSession session;
 
   template <typename Request, typename Execute>
-  Outcome run(const Request& request, Execute execute) const {
+  RestResult run(const Request& request, Execute execute) const {
     ICSAppFactory* app = CF::obtainAppFactory();
     const std::unique_ptr<ICSRestClient> client(
         app->obtainRestClientFactory()->createRestClient(app, settings, &session));
-    Outcome outcome;
+    RestResult outcome;
     CMRestResourceResponse* response = nullptr;
     outcome.code = (client.get()->*execute)(request, &response);
     outcome.response.reset(response);
@@ -42,7 +43,7 @@ struct RestCaller {
     return outcome;
   }
 
-  Outcome get(const std::string& url, const CMRestParams& query = {}, const CMRestParams& headers = {}) const {
+  RestResult get(const std::string& url, const CMRestParams& query = {}, const CMRestParams& headers = {}) const {
     CMRestGetRequest request;
     request.setURL(url);
     request.addQueryParams(query);
@@ -50,8 +51,8 @@ struct RestCaller {
     return run(request, &ICSRestClient::executeGet);
   }
 
-  Outcome post(const std::string& url, const ICOJsonValue* json, const CMRestParams& query = {},
-               const CMRestParams& headers = {}) const {
+  RestResult post(const std::string& url, const ICOJsonValue* json, const CMRestParams& query = {},
+                  const CMRestParams& headers = {}) const {
     CMRestPostRequest request;
     request.setURL(url);
     request.addQueryParams(query);
@@ -60,7 +61,7 @@ struct RestCaller {
     return run(request, &ICSRestClient::executePost);
   }
 
-  Outcome remove(const std::string& url) const {
+  RestResult remove(const std::string& url) const {
     CMRestDeleteRequest request;
     request.setURL(url);
     return run(request, &ICSRestClient::executeDelete);
@@ -75,7 +76,7 @@ inline bool holdsLine(const std::string& request, const std::string& line) {
   return request.find("\r\n" + line + "\r\n") != std::string::npos;
 }
 
-inline std::string bodyOf(const Outcome& outcome) {
+inline std::string bodyOf(const RestResult& outcome) {
   return outcome.response == nullptr ? "(no response)" : outcome.response->getBufferString();
 }
 
@@ -89,7 +90,7 @@ inline std::string nameDiffersFrom(const std::string& host) {
 }
 
 // A failure of the transport: no response, and just this sentence.
-inline void expectFailure(const Outcome& outcome, CFRestError error, const std::string& text) {
+inline void expectFailure(const RestResult& outcome, CFRestError error, const std::string& text) {
   EXPECT_EQ(outcome.code, toCode(error)) << outcome.text;
   EXPECT_EQ(outcome.response, nullptr);
   EXPECT_EQ(outcome.text, text);

@@ -28,7 +28,7 @@ class TLS : public testing::Test {
 
 TEST_F(TLS, ServerOfATrustedAuthorityIsAnswered) {
   RawServer server(answer(), makeTLSContext(ca_.issue("localhost")));
-  const Outcome outcome = caller_.get(server.getURL());
+  const RestResult outcome = caller_.get(server.getURL());
   EXPECT_EQ(outcome.code, 0) << outcome.text;
   EXPECT_EQ(server.getRequests().size(), 1U);
 }
@@ -60,7 +60,7 @@ TEST_F(TLS, VersionsBefore12AreRefused) {
   if (isWine()) GTEST_SKIP() << "Wine's Schannel takes no heed of the versions that libcurl switches off";
   for (const int version : {TLS1_VERSION, TLS1_1_VERSION}) {
     RawServer server(answer(), makeTLSContext(ca_.issue("localhost"), version));
-    const Outcome outcome = caller_.get(server.getURL());
+    const RestResult outcome = caller_.get(server.getURL());
     EXPECT_EQ(outcome.code, toCode(CFRestError::TLSFailed));
     EXPECT_TRUE(outcome.text.starts_with("No secure connection to " + nameOf(server) + ": ")) << outcome.text;
     EXPECT_EQ(server.getHandshakes(), 0U);
@@ -75,7 +75,7 @@ TEST_F(TLS, Version12IsTaken) {
 TEST_F(TLS, ServerThatBreaksOffTheHandshakeIsNamed) {
   RawServer server({{raw::Close{}}});
   server.resetAfter(1);
-  const Outcome outcome = caller_.get("https://" + nameOf(server));
+  const RestResult outcome = caller_.get("https://" + nameOf(server));
   EXPECT_EQ(outcome.code, toCode(CFRestError::TLSFailed));
   EXPECT_TRUE(outcome.text.starts_with("No secure connection to " + nameOf(server) + ": ")) << outcome.text;
 }
@@ -83,7 +83,7 @@ TEST_F(TLS, ServerThatBreaksOffTheHandshakeIsNamed) {
 TEST_F(TLS, FileOfAuthoritiesThatCannotBeReadFails) {
   RawServer server(answer(), makeTLSContext(ca_.issue("localhost")));
   caller_.settings.caFile = "/nonexistent/authorities.pem";
-  const Outcome outcome = caller_.get(server.getURL());
+  const RestResult outcome = caller_.get(server.getURL());
   EXPECT_EQ(outcome.code, toCode(CFRestError::TLSFailed));
   EXPECT_TRUE(outcome.text.starts_with("No secure connection to " + nameOf(server) + ": problem with the SSL CA cert"))
       << outcome.text;
@@ -94,7 +94,7 @@ TEST_F(TLS, FileOfAuthoritiesMayHaveAnyName) {
   const TestCA ca("qai-ca-\u043a\u043b\u044e\u0447-\U0001F511");  // Cyrillic letters and a picture of a key
   RawServer server(answer(), makeTLSContext(ca.issue("localhost")));
   caller_.settings.caFile = ca.getFile();
-  const Outcome outcome = caller_.get(server.getURL());
+  const RestResult outcome = caller_.get(server.getURL());
   EXPECT_EQ(outcome.code, 0) << outcome.text;
 }
 

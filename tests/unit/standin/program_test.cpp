@@ -49,14 +49,14 @@ TEST(Program, TakesTheKeyFromTheEnvironment) {
 }
 
 TEST(Program, TellsItsVersion) {
-  const Outcome outcome = runCommand(standIn({"--version"}));
+  const ProgramRun outcome = runCommand(standIn({"--version"}));
   EXPECT_TRUE(outcome.out.starts_with("qai-standin "));
   EXPECT_TRUE(outcome.out.ends_with(STANDIN_VERSION "\n")) << outcome.out;
   EXPECT_EQ(outcome.code, 0);
 }
 
 TEST(Program, TellsItsOptions) {
-  const Outcome outcome = runCommand(standIn({"--help"}));
+  const ProgramRun outcome = runCommand(standIn({"--help"}));
   for (const std::string option : {"--host", "--port", "--cert", "--key-file", "--version", "QAI_STANDIN_KEY"}) {
     EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
   }
@@ -64,7 +64,7 @@ TEST(Program, TellsItsOptions) {
 }
 
 TEST(Program, RefusesAWrongAddress) {
-  const Outcome outcome = runCommand(standIn({"--host", "192.0.2.1"}));
+  const ProgramRun outcome = runCommand(standIn({"--host", "192.0.2.1"}));
   EXPECT_TRUE(outcome.err.starts_with("qai-standin: cannot listen on 192.0.2.1")) << outcome.err;
   EXPECT_EQ(outcome.code, 1);
 }
