@@ -47,7 +47,7 @@ std::pair<std::vector<std::string>, std::string> ChatPartner::listModels() {
   putSettingsInPlace();
   auto models = assistant_.models();
   if (!models) return {{}, fail(models.error())};
-  noteSuccess();
+  noteStatus();
   for (std::string& model : models.value()) model = withoutSecrets(std::move(model), endpoint_.secrets);
   return {std::move(models.value()), ""};
 }
@@ -56,7 +56,7 @@ std::string ChatPartner::configure(const Setup& setup) {
   putSettingsInPlace();
   const auto filled = assistant_.configure([&setup](qai::Fill& fill) { fillIn(fill, setup); });
   if (!filled.accepted()) return fail(filled.error());
-  noteSuccess();
+  noteStatus();
   isKept_ = provider().keepsConversations;
   if (filled) return "";
   std::string error = "The library refused these settings:";
@@ -102,7 +102,7 @@ std::string ChatPartner::resumeConversation(const std::string& saved) {
 /// The old conversation ends after the new one has begun: a service that keeps an assistant drops it with its last one.
 std::string ChatPartner::beginWith(qai::Result<qai::Session> made) {
   if (!made) return fail(made.error());
-  noteSuccess();
+  noteStatus();
   std::swap(session_, made.value());
   if (made.value()) ended_.push_back(std::move(made.value()));
   destroyEnded();
@@ -113,7 +113,7 @@ Answer ChatPartner::ask(const std::string& question) {
   putSettingsInPlace();
   const auto reply = session_.ask(question);
   if (!reply) return {.text = "", .error = fail(reply.error())};
-  noteSuccess();
+  noteStatus();
   return {.text = withoutSecrets(reply->text(), endpoint_.secrets), .error = ""};
 }
 
@@ -123,14 +123,15 @@ bool ChatPartner::cancel() noexcept {
   return true;
 }
 
-/// After what went well; not all of that was a request.
-void ChatPartner::noteSuccess() {
-  constexpr std::int32_t kHundred = 100;
-  keyAccepted_ = keyAccepted_ || assistant_.lastStatus() / kHundred == 2;
+/// Notes what the last request tells of the key: one that succeeded had a good one, whatever its reply was worth.
+void ChatPartner::noteStatus() {
+  const std::int32_t status = assistant_.lastStatus();
+  keyAccepted_ = keyAccepted_ || (status >= 200 && status <= 299);
 }
 
 /// Notes what a failure tells of the key. @return what the user is told of it
 std::string ChatPartner::fail(std::string error) {
+  noteStatus();
   const bool refused = !keyAccepted_ && tellsRefusedKey(provider(), assistant_.lastStatus(), error);
   failureCode_ = refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
   const std::string hint = tellsNoConnection(error) ? provider().noConnectionHint : "";

@@ -64,7 +64,7 @@ class ChatPartner final : public Answerer {
 
  private:
   void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
-  void noteSuccess();
+  void noteStatus();
   std::string fail(std::string error);
   std::string beginWith(qai::Result<qai::Session> made);
   void destroyEnded();
@@ -75,6 +75,6 @@ class ChatPartner final : public Answerer {
   qai::Session session_;
   std::vector<qai::Session> ended_;  // which the service may still keep
   bool isKept_ = false;              // the service keeps the assistant
-  bool keyAccepted_ = false;         // some request succeeded
+  bool keyAccepted_ = false;         // by a request that succeeded
   ExitCode failureCode_ = ExitCode::ServiceFailed;
 };

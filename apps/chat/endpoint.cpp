@@ -117,10 +117,7 @@ std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& 
 }
 
 bool tellsRefusedKey(const Provider& provider, std::int32_t status, const std::string& error) {
-  constexpr std::int32_t kBadRequest = 400;
-  constexpr std::int32_t kUnauthorized = 401;
-  constexpr std::int32_t kForbidden = 403;
-  if (status != kBadRequest) return status == kUnauthorized || status == kForbidden;
+  if (status != 400) return status == 401 || status == 403;
   return std::any_of(provider.keyErrors.begin(), provider.keyErrors.end(),
                      [&error](const char* part) { return error.find(part) != std::string::npos; });
 }

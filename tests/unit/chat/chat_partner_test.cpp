@@ -122,6 +122,14 @@ TEST_F(ChatPartnerTest, AKeyThatWasGoodOnceIsNotRefused) {
   EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
 }
 
+TEST_F(ChatPartnerTest, AKeyThatGotAReplyOfNoUseIsNotRefused) {
+  server_.script({.status = 200, .body = "no JSON", .headers = {}});
+  EXPECT_NE(partner_.ask("q").error, "");
+  server_.script({.status = 403, .body = "{}", .headers = {}});
+  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
+}
+
 TEST_F(ChatPartnerTest, AConversationThatBeginsAnewWithoutARequestSaysNothingOfTheKey) {
   for (int turn = 0; turn < 2; ++turn) {
     server_.script({.status = 401, .body = "{}", .headers = {}});
