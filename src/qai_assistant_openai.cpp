@@ -130,7 +130,8 @@ QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::post(const Path& path, ICOJsonVa
 std::string QAIAssistant_OPENAI::remove(const Path& path) const {
   const auto [response, httpError] = HTTP::Delete(restSession_.get(), address(path));
   const std::unique_ptr<CMRestResourceResponse> reply(response);
-  return httpError.empty() ? "" : obtainFailureText(reply.get(), httpError);
+  if (httpError.empty()) return "";
+  return obtainFailureText(reply.get(), httpError);
 }
 
 std::string QAIAssistant_OPENAI::setAssistantProperties(std::function<void(IQAIProperties*)> fill) {

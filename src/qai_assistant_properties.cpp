@@ -230,8 +230,8 @@ bool QAIAssistantProperties::setProperty(const std::string& name, const CMVarian
 void QAIAssistantProperties::setApiHost(const std::string& value, const std::string& fallback) {
   std::string host = cfTrimAsString(value);
   if (host.empty()) host = fallback;
-  const bool hasScheme = host.starts_with("http://") || host.starts_with(kScheme);
-  apiHost = hasScheme ? std::move(host) : std::string(kScheme) + host;
+  if (!host.starts_with("http://") && !host.starts_with(kScheme)) host.insert(0, kScheme);
+  apiHost = std::move(host);
 }
 
 bool QAIAssistantProperties::isApiHostBlank() const { return apiHost.empty() || apiHost == kScheme; }

@@ -20,7 +20,8 @@ std::string localizeString(const std::string& text) {
   info.text = text.c_str();
   registeredCallback("QAILocalizeString", &info);
   const std::size_t length = std::strlen(info.buffer);
-  return length > 0 ? std::string(info.buffer, length) : text;
+  if (length == 0) return text;
+  return std::string(info.buffer, length);
 }
 
 void QAIFreeObject(IQAIObject* object) { delete object; }

@@ -70,7 +70,8 @@ const ICOJsonValue* findErrorMessage(const ICOJsonValue* json) {
 
 std::string obtainResponseErrorText(const CMRestResourceResponse* response) {
   const ICOJsonValue* message = findErrorMessage(response->getJson());
-  return message == nullptr ? response->getBufferString() : std::string(message->obtainString());
+  if (message == nullptr) return response->getBufferString();
+  return std::string(message->obtainString());
 }
 
 std::string obtainFailureText(const CMRestResourceResponse* response, std::string httpError) {

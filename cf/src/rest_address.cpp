@@ -62,19 +62,22 @@ std::string readURL(const std::string& url, const std::string& what, unsigned in
   CURLUcode code = curl_url_set(handle.get(), CURLUPART_URL, url.c_str(), flags);
   if (code == CURLUE_OUT_OF_MEMORY) throw std::bad_alloc();
   if (code == CURLUE_USER_NOT_ALLOWED) return "The " + what + " must not hold a user name or password";
-  const std::string scheme = code == CURLUE_OK ? obtainPart(handle.get(), CURLUPART_SCHEME) : "";
+  std::string scheme;
+  if (code == CURLUE_OK) scheme = obtainPart(handle.get(), CURLUPART_SCHEME);
   if (code == CURLUE_BAD_SCHEME || code == CURLUE_UNSUPPORTED_SCHEME ||
       (code == CURLUE_OK && scheme != "http" && scheme != "https")) {
     return "The " + what + " must begin with http:// or https://";
   }
   if (code == CURLUE_OK && !holdsHost(url)) code = CURLUE_NO_HOST;
-  const std::string host = code == CURLUE_OK ? obtainPart(handle.get(), CURLUPART_HOST) : "";
+  std::string host;
+  if (code == CURLUE_OK) host = obtainPart(handle.get(), CURLUPART_HOST);
   const std::string unusable = "The " + what + " can't be used: ";
   // libcurl would read such a name in the encoding of the process's locale, and systems map some letters differently.
   // It is not quoted: a key that was given for a host stands there.
   if (!isASCII(host)) return unusable + "the host name must be in ASCII, in its xn-- form";
   if (!isHostName(host)) code = CURLUE_BAD_HOSTNAME;
-  return code == CURLUE_OK ? "" : unusable + plainTextWithin(curl_url_strerror(code));
+  if (code == CURLUE_OK) return "";
+  return unusable + plainTextWithin(curl_url_strerror(code));
 }
 
 // Appends the query to `url`.

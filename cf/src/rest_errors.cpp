@@ -105,7 +105,9 @@ const CodeText* findRow(std::span<const CodeText> rows, std::int32_t code) {
 
 std::string describeStatus(std::int32_t status) {
   const CodeText* reason = findRow(kReasons, status);
-  return "HTTP " + std::to_string(status) + (reason == nullptr ? "" : " " + std::string(reason->text));
+  std::string text = "HTTP " + std::to_string(status);
+  if (reason != nullptr) text.append(" ").append(reason->text);
+  return text;
 }
 
 class ErrorDescriptions final : public ICSErrorDescriptionService {
@@ -116,7 +118,11 @@ class ErrorDescriptions final : public ICSErrorDescriptionService {
       return;
     }
     const CodeText* title = findRow(kTitles, errorCode);
-    record.title = title == nullptr ? "Error " + std::to_string(errorCode) : std::string(title->text);
+    if (title == nullptr) {
+      record.title = "Error " + std::to_string(errorCode);
+    } else {
+      record.title = title->text;
+    }
     const bool told = errorCode != 0 && client != nullptr && !client->obtainFailureText().empty();
     record.message = told ? client->obtainFailureText() : record.title;
   }

@@ -92,29 +92,10 @@ std::string compose(std::string_view wording, CURL* easy, const RestPlan& plan) 
     const bool direct = plan.proxy.url.empty();
     return text.replace(place, 7, direct ? plan.address.peer.name : "the proxy " + plan.proxy.peer.name);
   }
-  const auto place = text.find("{}");
-  if (place == std::string::npos) return text;
-  text.replace(place, 2, namePeer(easy, plan, &RestPeer::name));
+  text.replace(text.find("{}"), 2, namePeer(easy, plan, &RestPeer::name));
   if (text.starts_with("the ")) text[0] = 'T';
   return text;
 }
-
-// libcurl tells of Schannel's verdicts in the names of Windows' constants and functions; other reasons are Windows'
-// own sentences.
-struct Verdict {
-  std::string_view told;
-  std::string_view words;
-};
-constexpr auto kVerdicts = std::to_array<Verdict>({
-    {"CERT_TRUST_IS_PARTIAL_CHAIN", "its authority is not known"},
-    {"CERT_TRUST_IS_UNTRUSTED_ROOT", "its authority is not trusted"},
-    {"CERT_TRUST_IS_NOT_TIME_VALID", "it is not valid today"},
-    {"CERT_TRUST_IS_REVOKED", "it was revoked"},
-    {"CERT_TRUST_REVOCATION_STATUS_UNKNOWN", "whether it was revoked can't be found out"},
-    {"SEC_E_UNTRUSTED_ROOT", "its authority is not trusted"},
-    {"failed to match connection hostname", "it is not for this host"},
-    {"SEC_E_WRONG_PRINCIPAL", "it is not for this host"},
-});
 
 // OpenSSL's reason without its codes and without the peer, who is named already:
 // "OpenSSL/3.0.19: error:0A000102:SSL routines::unsupported protocol",
@@ -132,10 +113,7 @@ std::string_view obtainOpenSSLReason(std::string_view text) {
 
 // libcurl's sentence about a certificate without its own introduction ("SSL certificate problem: ").
 std::string obtainCertificateDetail(std::string_view text) {
-  for (const Verdict& verdict : kVerdicts) {
-    if (text.starts_with("schannel: ") && text.find(verdict.told) != std::string_view::npos)
-      return std::string(verdict.words);
-  }
+  text = clarifyVerdict(text);
   for (const std::string_view introduction : {"SSL certificate problem: ", "SSL: ", "schannel: "}) {
     if (text.starts_with(introduction)) text.remove_prefix(introduction.size());
   }
@@ -148,7 +126,8 @@ std::string obtainDetail(const Wording& wording, CURLcode code, CURL* easy, cons
       return "";
     case Detail::System: {
       const long number = obtainNumber(easy, CURLINFO_OS_ERRNO);
-      return number == 0 ? "" : plainTextWithin(describeConnectError(static_cast<int>(number)));
+      if (number == 0) return "";
+      return plainTextWithin(describeConnectError(static_cast<int>(number)));
     }
     case Detail::Certificate:
       if (std::string detail = obtainCertificateDetail(reply.errorText.data()); !detail.empty()) return detail;
@@ -220,7 +199,8 @@ std::string toSize(std::size_t bytes) {
   constexpr std::size_t kKiB = std::size_t{1} << 10;
   constexpr std::size_t kMiB = std::size_t{1} << 20;
   if (bytes % kMiB == 0) return std::to_string(bytes / kMiB) + " MiB";
-  return bytes % kKiB == 0 ? std::to_string(bytes / kKiB) + " KiB" : std::to_string(bytes) + " bytes";
+  if (bytes % kKiB == 0) return std::to_string(bytes / kKiB) + " KiB";
+  return std::to_string(bytes) + " bytes";
 }
 
 // The status with which the proxy refused: to open a tunnel, or to pass a plain request on; else 0.

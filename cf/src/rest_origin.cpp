@@ -69,20 +69,14 @@ bool isSpelledAs(std::string_view spelled, std::string_view host) {
   return spelled == host && (isIPv4(host) || isName(host));
 }
 
-// The number after ':', as it is written without doubt; nothing for another.
-std::optional<std::uint16_t> readPort(std::string_view digits) {
-  std::uint16_t port = 0;
-  std::from_chars(digits.data(), digits.data() + digits.size(), port);
-  return port != 0 && digits == std::to_string(port) ? std::optional(port) : std::nullopt;
-}
-
 }  // namespace
 
 std::optional<CMOrigin> cfParseOrigin(std::string_view address) {
   CMRestGetRequest request;
   request.setURL(std::string(address));
   RestAddress read;
-  if (!readRestAddress(request, read).empty() || !address.starts_with(read.scheme + "://")) return std::nullopt;
+  if (!readRestAddress(request, read).empty()) return std::nullopt;
+  if (!address.starts_with(read.scheme + "://")) return std::nullopt;
 
   std::string_view rest = address.substr(read.scheme.size() + 3);
   const std::size_t slash = std::min(rest.find('/'), rest.size());
@@ -93,15 +87,16 @@ std::optional<CMOrigin> cfParseOrigin(std::string_view address) {
   if (!isSpelledAs(std::string_view(authority).substr(0, colon), origin.host)) return std::nullopt;
 
   const std::string understood = read.peer.name.substr(read.peer.host.size() + 1);
-  const std::optional<std::uint16_t> port = readPort(understood);
-  if (!port || (colon < authority.size() && authority.substr(colon + 1) != understood)) return std::nullopt;
-  origin.port = *port;
+  if (colon < authority.size() && authority.substr(colon + 1) != understood) return std::nullopt;
+  std::from_chars(understood.data(), understood.data() + understood.size(), origin.port);
+  if (origin.port == 0) return std::nullopt;
   return origin;
 }
 
 bool cfIsSameOrigin(std::string_view one, std::string_view other) {
   const std::optional<CMOrigin> origin = cfParseOrigin(one);
-  return origin && origin == cfParseOrigin(other);
+  if (!origin) return false;
+  return origin == cfParseOrigin(other);
 }
 
 bool cfIsLoopback(const CMOrigin& origin) {

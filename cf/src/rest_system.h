@@ -4,6 +4,7 @@
 #include <curl/curl.h>
 
 #include <string>
+#include <string_view>
 
 /// The system's folder of certificate authorities, one file for each under the hash of its name, as libcurl was built
 /// to look for it; null when the system has none.
@@ -23,6 +24,9 @@ int closeRestSocket(curl_socket_t socket) noexcept;
 
 /// Why a connection could not be made, from the system's error number: "connection refused".
 std::string describeConnectError(int number);
+
+/// libcurl's sentence about a certificate, in words where the system's TLS has names of constants and functions.
+std::string_view clarifyVerdict(std::string_view text) noexcept;
 
 /// Keeps this shared library in the process for good. A name look-up that outlives its request runs code of libcurl's
 /// on a thread of its own, which must not be unloaded under it.

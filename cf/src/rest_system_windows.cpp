@@ -25,6 +25,23 @@ constexpr auto kReasons = std::to_array<Reason>({
     {WSAETIMEDOUT, "connection timed out"},
 });
 
+// libcurl tells of Schannel's verdicts in the names of Windows' constants and functions; other reasons are Windows'
+// own sentences.
+struct Verdict {
+  std::string_view told;
+  std::string_view words;
+};
+constexpr auto kVerdicts = std::to_array<Verdict>({
+    {"CERT_TRUST_IS_PARTIAL_CHAIN", "its authority is not known"},
+    {"CERT_TRUST_IS_UNTRUSTED_ROOT", "its authority is not trusted"},
+    {"CERT_TRUST_IS_NOT_TIME_VALID", "it is not valid today"},
+    {"CERT_TRUST_IS_REVOKED", "it was revoked"},
+    {"CERT_TRUST_REVOCATION_STATUS_UNKNOWN", "whether it was revoked can't be found out"},
+    {"SEC_E_UNTRUSTED_ROOT", "its authority is not trusted"},
+    {"failed to match connection hostname", "it is not for this host"},
+    {"SEC_E_WRONG_PRINCIPAL", "it is not for this host"},
+});
+
 }  // namespace
 
 // Schannel looks its authorities up in the system's store.
@@ -53,6 +70,13 @@ std::string describeConnectError(int number) {
     if (row.number == number) return std::string(row.text);
   }
   return "error " + std::to_string(number);
+}
+
+std::string_view clarifyVerdict(std::string_view text) noexcept {
+  for (const Verdict& verdict : kVerdicts) {
+    if (text.starts_with("schannel: ") && text.find(verdict.told) != std::string_view::npos) return verdict.words;
+  }
+  return text;
 }
 
 void stayLoaded() noexcept {

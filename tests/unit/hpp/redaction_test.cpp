@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
+#include <ctime>
 #include <initializer_list>
 #include <string>
 
@@ -51,8 +51,16 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"base64", "key " + canary::base64("s/cr\"t") + ".", "key [redacted]."},
                     Row{"base64_of_user_and_password", "Basic " + canary::base64("me:s/cr\"t"), "Basic [redacted]"},
                     Row{"base64_behind_one", "Basic " + canary::base64("u:s/cr\"t!") + ",", "Basic [redacted],"},
+                    Row{"base64_first", canary::base64("s/cr\"t") + ".", "[redacted]."},
+                    Row{"base64_in_braces", "{" + canary::base64("s/cr\"t") + "}", "{[redacted]}"},
+                    Row{"base64_between_colons", ":" + canary::base64("s/cr\"t") + ":", ":[redacted]:"},
+                    Row{"base64_among_all_signs", "[+/-_z0" + canary::base64("s/cr\"t") + "9AZa_-/+]", "[[redacted]]"},
                     Row{"percent_that_is_none", "100%, s%2", "100%, s%2"},
-                    Row{"escape_that_is_none", "a\\q\\u12", "a\\q\\u12"}),
+                    Row{"escape_that_is_none", "a\\q\\u12", "a\\q\\u12"},
+                    Row{"escape_without_its_end", "s/cr\"t\\", "[redacted]\\"},
+                    Row{"half_a_pair_before", R"(\ud83ds/cr\"t)", R"(\ud83d[redacted])"},
+                    Row{"half_a_pair_before_an_escape", R"(\ud83d\u0073/cr\"t)", R"(\ud83d[redacted])"},
+                    Row{"half_a_pair_before_no_escape", R"(\ud83d\u00,s/cr\"t)", R"(\ud83d\u00,[redacted])"}),
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST(Redaction, FindsASecretThatIsItselfAnEncodedText) {
@@ -62,6 +70,7 @@ TEST(Redaction, FindsASecretThatIsItselfAnEncodedText) {
 
 TEST(Redaction, FindsCharactersBeyondASCIIInTheirEscapes) {
   EXPECT_EQ(redacted(R"(key: \u043a\u043b\u044e\u0447\ud83d\udd11!)", "ключ\U0001F511"), "key: [redacted]!");
+  EXPECT_EQ(redacted(R"(key: \u20ac\u20ac\u20ac!)", "€€€"), "key: [redacted]!");
   EXPECT_EQ(redacted("key=%D0%BA%D0%BB%D1%8E%D1%87", "ключ"), "key=[redacted]");
 }
 
@@ -86,14 +95,14 @@ TEST(Redaction, LeavesASecretThatIsTooShortToBeTold) {
   EXPECT_EQ(redacted("a longer text", "longer"), "a [redacted] text");
 }
 
-// Time in proportion to the text, also where every place looks like the secret's beginning: a search that begins again
-// at each place takes minutes.
+// Processor time in proportion to the text, also where every place looks like the secret's beginning: a search that
+// begins again at each place takes minutes.
 TEST(Redaction, TakesLinearTime) {
   const std::string secret = std::string(20'000, 'a') + "b";
   const std::string text(std::size_t{4} << 20, 'a');
-  const auto begin = std::chrono::steady_clock::now();
+  const std::clock_t begin = std::clock();
   EXPECT_EQ(redacted(text, secret), text);
-  EXPECT_LT(std::chrono::steady_clock::now() - begin, std::chrono::seconds(20));
+  EXPECT_LT(std::clock() - begin, 20 * CLOCKS_PER_SEC);
 }
 
 }  // namespace
