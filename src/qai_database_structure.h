@@ -38,9 +38,10 @@ struct DatabaseText {
 class DatabaseDescription {
  public:
   DatabaseDescription() = default;
-  DatabaseDescription(std::string json)
-      : json_(std::move(json)) {}                         // NOLINT(google-explicit-constructor): is that text
-  DatabaseDescription(const char* json) : json_(json) {}  // NOLINT(google-explicit-constructor)
+  // NOLINTBEGIN(google-explicit-constructor): a description is its text
+  DatabaseDescription(std::string json) : json_(std::move(json)) {}
+  DatabaseDescription(const char* json) : json_(json) {}
+  // NOLINTEND(google-explicit-constructor)
 
   const std::string& json() const { return json_; }
   const DatabaseText& text() const;
