@@ -25,6 +25,9 @@ answers 2 'takes no arguments, not x' ./test --documents x
 answers 2 'TURNS is a number from 1 on, not "0"' ./test --threads 0
 answers 2 'TURNS is a number from 1 on, not "many"' ./test --soak many
 answers 2 'TURNS is a number from 1 on, not "1 2"' ./test --soak 1 2
+answers 2 'COUNT is a number from 1 on, not "all"' ./test --mutants all
+answers 2 'SEED is a number from 1 on, not "0"' ./test --mutants 150 0
+answers 2 'takes COUNT and SEED, not 1 2 3' ./test --mutants 1 2 3
 answers 2 'usage: ./test --fuzz MINUTES' ./test --fuzz
 answers 2 'usage: ./test --fuzz MINUTES' ./test --fuzz 0
 answers 2 'QAI_FUZZ_JOBS must be a number' env QAI_FUZZ_JOBS=all ./test --fuzz 1
