@@ -1,4 +1,4 @@
-// How slow a reply may come once it has begun.
+// How slow a reply may come once it has begun, and the limits when none are set.
 #include "rest_pace.h"
 
 #include <gtest/gtest.h>
@@ -40,6 +40,16 @@ TEST(Pace, IsNotLookedAtWithoutALimit) {
   settings = {};
   settings.lowSpeedTime = 0s;
   EXPECT_EQ(givenUpAfter(settings, 0), 1000s);
+}
+
+// A host that sets nothing relies on them.
+TEST(Limits, AreThoseOfTheHeaderUnlessTheyAreSet) {
+  const CMRestGlobalSettings settings;
+  EXPECT_EQ(settings.connectTimeout, 10s);
+  EXPECT_EQ(settings.totalTimeout, 600s);
+  EXPECT_EQ(settings.lowSpeedBytes, 1U);
+  EXPECT_EQ(settings.lowSpeedTime, 300s);
+  EXPECT_EQ(settings.maxReplyBytes, 16U << 20U);
 }
 
 TEST(Pace, IsMeasuredAnewAfterEachMinuteAndAfterEachWait) {
