@@ -255,18 +255,16 @@ COJson::COJson() : COJson(kFirstTexts) {}
 
 COJson::COJson(std::size_t firstTexts) : arena_(std::make_unique<Arena>(firstTexts)) { node_.flags = kDocument; }
 
-COJson::COJson(std::string_view text) : COJson(roomForCopy(text)) { read(text, false, 0, {}); }
+COJson::COJson(std::string_view text) : COJson(roomForCopy(text)) { read(text, false); }
 
-COJson COJson::readReference(const std::string& text) { return readReduced(text, 0, {}); }
-
-COJson COJson::readReduced(const std::string& text, unsigned depth, const Reduce& reduce) {
+COJson COJson::readReference(const std::string& text) {
   COJson document(kFirstTexts);
-  document.read(text, true, depth, reduce);
+  document.read(text, true);
   return document;
 }
 
-void COJson::read(std::string_view text, bool isKept, unsigned depth, const Reduce& reduce) {
-  if (COJsonAccess::parse(*this, text, isKept, depth, reduce)) return;
+void COJson::read(std::string_view text, bool isKept) {
+  if (COJsonAccess::parse(*this, text, isKept)) return;
   // A text that is not valid leaves nothing behind; what is built in its place starts afresh.
   arena_->release();
   node_.flags |= kInvalid;

@@ -87,16 +87,6 @@ struct COJsonValue::Arena {
     return first;
   }
 
-  /// A state to which rewindValues returns: the values that were allocated since are given up.
-  struct Mark {
-    JsonPage* chunk;
-    JsonPage* page;
-    std::size_t used;
-    std::size_t pagesLeft;
-  };
-  Mark markValues() const noexcept { return {chunk_, page_, used_, pagesLeft_}; }
-  void rewindValues(const Mark& mark) noexcept;
-
   /// Gives everything back; no value may be in use any more.
   void release() noexcept;
 
@@ -135,15 +125,11 @@ struct COJsonAccess {
 
   /// Gives `top`, an empty document's value, the content that `text` describes.
   /// @param isKept whether `text` lives as long as the document, with a NUL behind it
-  /// @param reduce see COJson::readReduced; may be empty
   /// @return false, with `top` as it was, when `text` is not valid.
-  static bool parse(COJson& top, std::string_view text, bool isKept, unsigned depth, const COJson::Reduce& reduce);
+  static bool parse(COJson& top, std::string_view text, bool isKept);
 
   /// How many values `text` holds at most, if it is JSON.
   static std::size_t boundValues(std::string_view text) noexcept;
-
-  /// What `reduce` makes of a value that has no place yet.
-  static double reduced(const Node& node, const COJson::Reduce& reduce) { return reduce(COJsonValue(node)); }
 
   /// Writes `value`. Pieces of references that have at least `shortestBorrowed` bytes are borrowed.
   static JsonText write(const COJsonValue& value, std::size_t shortestBorrowed);

@@ -46,18 +46,6 @@ void COJsonValue::Arena::openNextPage() noexcept {
   --pagesLeft_;
 }
 
-void COJsonValue::Arena::rewindValues(const Mark& mark) noexcept {
-  if (mark.chunk == chunk_) {
-    page_ = mark.page;
-    used_ = mark.used;
-    pagesLeft_ = mark.pagesLeft;
-  } else {  // A larger chunk has come; all of it is free, and what was left of the one before is forgotten.
-    pagesLeft_ += static_cast<std::size_t>(page_ - chunk_);
-    page_ = chunk_;
-    used_ = 0;
-  }
-}
-
 void COJsonValue::Arena::release() noexcept {
   memory.release();
   while (chunk_ != nullptr) ::operator delete(std::exchange(chunk_, chunk_->chunkBefore), kPageAlignment);

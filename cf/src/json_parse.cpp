@@ -127,19 +127,16 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
  public:
   using Node = COJsonAccess::Node;
 
-  TreeBuilder(COJsonAccess::Arena& arena, unsigned depth, const COJson::Reduce& reduce)
-      : arena_(arena), reduce_(reduce), reducedDepth_(reduce ? depth : kNoDepth) {
-    use(few_, 0);
-  }
+  explicit TreeBuilder(COJsonAccess::Arena& arena) : arena_(arena) { use(few_, 0); }
 
   bool Null() {
     add(JsonType::Null);
-    return finish();
+    return true;
   }
 
   bool Bool(bool value) {
     add(JsonType::Bool).content.boolean = value;
-    return finish();
+    return true;
   }
 
   bool RawNumber(const char* text, SizeType size, bool /*copy*/) {
@@ -147,14 +144,14 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
     Node& value = add(JsonType::Number);
     value.content.number = cfTextToNumber(number).value_or(0.0);
     value.flags = isIntegerText(number) ? COJsonAccess::kInteger : 0;
-    return finish();
+    return true;
   }
 
   bool String(const char* text, SizeType size, bool /*copy*/) {
     Node& value = add(JsonType::String);
     value.content.text = text;
     value.size = size;
-    return finish();
+    return true;
   }
 
   bool Key(const char* text, SizeType size, bool /*copy*/) {
@@ -172,7 +169,6 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
 
  private:
   static constexpr std::size_t kFew = 32;
-  static constexpr unsigned kNoDepth = kMaxJsonDepth + 1;
 
   /// An item of an array gets the key that was read last; nobody looks at it. Inline by force, since a call would take
   /// as long as what is done.
@@ -207,7 +203,6 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
     Node& container = add(type);
     container.size = static_cast<std::uint32_t>(open_);
     open_ = static_cast<std::size_t>(&container - begin_);
-    if (depth_ == reducedDepth_) mark_ = arena_.markValues();
     return ++depth_ <= kMaxJsonDepth;
   }
 
@@ -221,7 +216,6 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
     } else if (count != 0) {
       container.content.children = moveToRun(&container + 1);
     }
-    finish();
     if (static_cast<std::size_t>(next_ - begin_) > kManyJsonChildren) moveMany();
     return true;
   }
@@ -259,25 +253,7 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
     if (gathered >= kManyJsonChildren && gathered >= inBlocks(container) / 8) moveToBlock(container);
   }
 
-  /// The newest value is whole.
-  bool finish() {
-    if (depth_ == reducedDepth_) reduceNewest();
-    return true;
-  }
-
-  void reduceNewest() {
-    Node& value = next_[-1];
-    const double number = COJsonAccess::reduced(value, reduce_);
-    if (value.type == JsonType::Object || value.type == JsonType::Array) arena_.rewindValues(mark_);
-    value.type = JsonType::Number;
-    value.flags = 0;
-    value.content.number = number;
-  }
-
   COJsonAccess::Arena& arena_;
-  const COJson::Reduce& reduce_;
-  unsigned reducedDepth_;
-  COJsonAccess::Arena::Mark mark_ = {};
   std::array<Node, kFew> few_;  // the stack, until it grows
   std::vector<Node> many_;      // and after that
   Node* begin_ = nullptr;
@@ -331,13 +307,12 @@ std::string_view withoutByteOrderMark(std::string_view text) noexcept {
 
 }  // namespace
 
-bool COJsonAccess::parse(COJson& top, std::string_view text, bool isKept, unsigned depth,
-                         const COJson::Reduce& reduce) {
+bool COJsonAccess::parse(COJson& top, std::string_view text, bool isKept) {
   if (!hasTextSize(text)) return false;
   text = withoutByteOrderMark(text);
   Arena& arena = *top.arena_;
   const auto read = [&](std::string_view source, bool isInPlace) {
-    TreeBuilder builder(arena, depth, reduce);
+    TreeBuilder builder(arena);
     if (!isInPlace) source = {arena.copyText(source), source.size()};
     const Verdict verdict = isInPlace ? parseWith<false>(builder, source) : parseWith<true>(builder, source);
     if (verdict == Verdict::Valid) {

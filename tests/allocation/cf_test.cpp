@@ -89,10 +89,6 @@ TEST(JSON, IsRead) {
     const auto told = [](const COJson& json) { return json.getIsValidJson() ? json.obtainJsonString() : "invalid"; };
     EXPECT_GT(sweepOf("reading " + name, [&] { return told(COJson(row.text)); }), 3U);
     EXPECT_GT(sweepOf("reading in place " + name, [&] { return told(COJson::readReference(row.text)); }), 3U);
-    const COJson::Reduce reduce = [](const COJsonValue& value) {
-      return static_cast<double>(value.obtainJsonString().size());
-    };
-    EXPECT_GT(sweepOf("reading reduced " + name, [&] { return told(COJson::readReduced(row.text, 3, reduce)); }), 3U);
     sweepOf("checking " + name, [&] { return std::string(cfIsJson(row.text) ? "valid" : "invalid"); });
   }
 }

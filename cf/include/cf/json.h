@@ -6,7 +6,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <span>
 #include <string>
@@ -184,14 +183,6 @@ class COJson : public COJsonValue {
   CF_API static COJson readReference(const std::string& text);
   static COJson readReference(std::string&& text) = delete;
 
-  /// Gives the number that stands for a value.
-  using Reduce = std::function<double(const COJsonValue&)>;
-  /// As readReference(text), keeping less: each value with `depth` containers around it is given to `reduce` as soon
-  /// as it has been read, and becomes the number that this returns. Called before it is known whether `text` is valid,
-  /// and again for the same values when a number is beyond the range of a double.
-  CF_API static COJson readReduced(const std::string& text, unsigned depth, const Reduce& reduce);
-  static COJson readReduced(std::string&& text, unsigned depth, const Reduce& reduce) = delete;
-
   /// Takes the document over; `other` may then only be destroyed or assigned to.
   CF_API COJson(COJson&& other) noexcept;
   /// As the constructor.
@@ -201,7 +192,7 @@ class COJson : public COJsonValue {
  private:
   friend struct COJsonAccess;
   explicit COJson(std::size_t firstTexts);
-  void read(std::string_view text, bool isKept, unsigned depth, const Reduce& reduce);
+  void read(std::string_view text, bool isKept);
 
   std::unique_ptr<Arena> arena_;  // never null but in a moved-from document
 };

@@ -69,39 +69,6 @@ TEST(JsonReference, CanBeAddedTo) {
   EXPECT_EQ(document.obtainJsonString(), R"({"a":[1],"b":"x"})");
 }
 
-TEST(JsonReduced, GivesEachValueOfTheDepthAndKeepsItsNumber) {
-  const std::string text = R"([{"a":[1,"two",{"three":[3]}],"b":4},[],[5,[6]]])";
-  std::vector<std::string> seen;
-  const COJson document = COJson::readReduced(text, 2, [&seen](const COJsonValue& value) {
-    seen.push_back(value.obtainJsonString());
-    return static_cast<double>(seen.size());
-  });
-  EXPECT_EQ(seen, (std::vector<std::string>{R"([1,"two",{"three":[3]}])", "4", "5", "[6]"}));
-  EXPECT_EQ(document.obtainJsonString(), R"([{"a":1.0,"b":2.0},[],[3.0,4.0]])");
-}
-
-TEST(JsonReduced, ReadsLikeAReferenceWhenNothingIsAsDeep) {
-  for (const std::string& text : kTexts) {
-    const COJson document = COJson::readReduced(text, 300, [](const COJsonValue&) { return 0.0; });
-    EXPECT_EQ(document.obtainJsonString(), COJson(text).obtainJsonString()) << text;
-  }
-}
-
-TEST(JsonReduced, KeepsValuesAroundLargeReducedOnes) {
-  std::string text = "[[0]";
-  std::string written = "[[0.0]";
-  for (int index = 1; index < 200; ++index) {
-    text.append(",[[7");
-    for (int more = 0; more < index * 10; ++more) text.append(",{\"k\":[]}");
-    text.append("],8]");
-    written.append(",[").append(std::to_string(index * 10 + 1)).append(".0,0.0]");
-  }
-  text += "]";
-  const COJson document = COJson::readReduced(
-      text, 2, [](const COJsonValue& value) { return static_cast<double>(value.obtainArraySize()); });
-  EXPECT_EQ(document.obtainJsonString(), written + "]");
-}
-
 TEST(JsonMembers, AreFoundInOnePassAsOneByOne) {
   constexpr std::array kKeys{"name"sv, "type"sv, "none"sv, ""sv, "a longer key"sv};
   for (const std::string_view text : {R"({"name":1,"type":2})", R"({"type":1,"x":2,"name":3,"type":4})",

@@ -96,29 +96,4 @@ TEST(LargeJson, WithANumberBeyondADoubleIsReadWhole) {
   EXPECT_TRUE(document.obtainArrayItem(0)->obtainJsonString() == text);
 }
 
-// Large are: what is reduced, what is around it, and both.
-TEST(LargeJson, IsReducedAtAnyDepth) {
-  const std::string text =
-      "[" + textOf("[]", kMany, pairText) + "," + textOf("[]", 3, [](std::size_t) { return "[[1],2]"; }) + "]";
-  for (const unsigned depth : {0U, 1U, 2U, 3U}) {
-    std::size_t count = 0;
-    double sizes = 0;
-    const COJson document = COJson::readReduced(text, depth, [&](const COJsonValue& value) {
-      ++count;
-      sizes += static_cast<double>(value.obtainArraySize());
-      return static_cast<double>(value.obtainArraySize());
-    });
-    std::size_t seen = 0;
-    double kept = 0;
-    const std::function<void(const COJsonValue&, unsigned)> add = [&](const COJsonValue& value, unsigned at) {
-      seen += at == depth ? 1 : 0;
-      kept += at == depth ? value.obtainNumber() : 0;
-      for (std::size_t item = 0; item < value.obtainArraySize(); ++item) add(*value.obtainArrayItem(item), at + 1);
-    };
-    add(document, 0);
-    EXPECT_EQ(seen, count) << depth;
-    EXPECT_EQ(kept, sizes) << depth;
-  }
-}
-
 }  // namespace

@@ -117,29 +117,6 @@ TEST(JsonMemory, OfATextThatIsReadTwiceIsThatOfTheSecondTime) {
   EXPECT_LT(bytesOf("1e400"), bytesOf("1e300") + 1000);
 }
 
-// What is inside the values that are reduced takes room while one of them is read, and no longer.
-TEST(JsonMemory, OfAReducedReadIsThatOfItsLargestValue) {
-  const auto bytesOf = [](std::size_t insideEach) {
-    const std::string text = arrayOf(500, arrayOf(insideEach, "[1]"));
-    return mostBytesOf([&text] {
-      std::size_t seen = 0;
-      const COJson document =
-          COJson::readReduced(text, 1, [&seen](const COJsonValue& value) { return seen += value.obtainArraySize(); });
-      EXPECT_EQ(document.obtainArrayItem(499)->obtainNumber(), static_cast<double>(seen));
-    });
-  };
-  const std::ptrdiff_t ofFew = bytesOf(1);
-  constexpr std::ptrdiff_t kValues = 2 * 1000;
-  EXPECT_LT(bytesOf(1000) - ofFew, kValues * 24 * 5);
-}
-
-TEST(JsonMemory, OfAReducedReadIsNotThatOfAllThatWasReduced) {
-  constexpr std::ptrdiff_t kValues = 20'000 * 21;
-  const std::string text = arrayOf(20'000, arrayOf(20, "1"));
-  EXPECT_LT(mostBytesOf([&text] { COJson::readReduced(text, 1, [](const COJsonValue&) { return 0.0; }); }),
-            kValues * 24 / 3);
-}
-
 TEST(JsonMemory, IsAllocatedOnceForAllMembers) {
   COJson document;
   for (int index = 0; index < 1000; ++index) document.addKeyValue(std::to_string(index));
