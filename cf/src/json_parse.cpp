@@ -5,10 +5,10 @@
 #include <cf/text.h>
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <cstring>
-#include <utility>
+#include <type_traits>
+#include <vector>
 
 namespace {
 
@@ -120,14 +120,14 @@ struct StrictUTF8 : cf_rapidjson::UTF8<> {
 
 using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8>;
 
-/// Receives the parser's events. A container's children gather behind it on a stack and move into one run, whose size
-/// is known then, when the container ends. So that a long text has no room twice, many of them move into a run before
-/// that.
+/// Receives the parser's events. What has been read waits on a stack until the container around it ends, and the
+/// members' keys on another.
 class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
  public:
-  using Node = COJsonAccess::Node;
-
-  explicit TreeBuilder(COJsonAccess::Arena& arena) : arena_(arena) { use(few_, 0); }
+  explicit TreeBuilder(JsonDocument& document) : document_(document) {
+    values_.reserve(kFew);
+    keys_.reserve(kFew);
+  }
 
   bool Null() {
     add(JsonType::Null);
@@ -135,133 +135,80 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   }
 
   bool Bool(bool value) {
-    add(JsonType::Bool).content.boolean = value;
+    add(JsonType::Bool).boolean = value;
     return true;
   }
 
   bool RawNumber(const char* text, SizeType size, bool /*copy*/) {
     const std::string_view number(text, size);
-    Node& value = add(JsonType::Number);
-    value.content.number = cfTextToNumber(number).value_or(0.0);
-    value.flags = isIntegerText(number) ? COJsonAccess::kInteger : 0;
+    JsonContent& content = add(JsonType::Number);
+    content.number = cfTextToNumber(number).value_or(0.0);
+    content.isInteger = isIntegerText(number);
     return true;
   }
 
   bool String(const char* text, SizeType size, bool /*copy*/) {
-    Node& value = add(JsonType::String);
-    value.content.text = text;
-    value.size = size;
+    JsonContent& content = add(JsonType::String);
+    content.text = text;
+    content.size = size;
     return true;
   }
 
   bool Key(const char* text, SizeType size, bool /*copy*/) {
-    key_ = COJsonAccess::makeKey({text, size}, arena_);
+    keys_.emplace_back(text, size);
     return true;
   }
 
   bool StartObject() { return start(JsonType::Object); }
   bool StartArray() { return start(JsonType::Array); }
-  bool EndObject(SizeType count) { return end(count); }
-  bool EndArray(SizeType count) { return end(count); }
+
+  bool EndObject(SizeType count) {
+    auto* const members = document_.lists.allocate<JsonMember>(count);
+    const auto values = values_.end() - count;
+    std::transform(keys_.end() - count, keys_.end(), values, members, [](std::string_view key, JsonNode* value) {
+      return JsonMember{key, value};
+    });
+    keys_.erase(keys_.end() - count, keys_.end());
+    end(count).members = members;
+    return true;
+  }
+
+  bool EndArray(SizeType count) {
+    auto* const items = document_.lists.allocate<JsonNode*>(count);
+    std::copy(values_.end() - count, values_.end(), items);
+    end(count).items = items;
+    return true;
+  }
 
   /// The value that was read.
-  const Node& result() const { return *begin_; }
+  const JsonContent& result() const { return values_.front()->content; }
 
  private:
   static constexpr std::size_t kFew = 32;
 
-  /// An item of an array gets the key that was read last; nobody looks at it. Inline by force, since a call would take
-  /// as long as what is done.
-  CF_FORCE_INLINE Node& add(JsonType type) {
-    if (next_ == end_) makeRoom();
-    Node& value = *next_++;
-    value.key = key_.text;
-    value.size = 0;
-    value.keySize = key_.size;
-    value.type = type;
-    value.flags = 0;
-    return value;
-  }
-
-  void makeRoom() {
-    moveMany();
-    if (next_ != end_) return;
-    const auto size = static_cast<std::size_t>(next_ - begin_);
-    if (many_.empty()) many_.assign(begin_, next_);
-    many_.resize(2 * size);
-    use(many_, size);
-  }
-
-  template <typename Nodes>
-  void use(Nodes& nodes, std::size_t size) {
-    begin_ = nodes.data();
-    next_ = begin_ + size;
-    end_ = begin_ + nodes.size();
+  JsonContent& add(JsonType type) {
+    JsonContent& content = values_.emplace_back(document_.create())->content;
+    content.type = type;
+    return content;
   }
 
   bool start(JsonType type) {
-    Node& container = add(type);
-    container.size = static_cast<std::uint32_t>(open_);
-    open_ = static_cast<std::size_t>(&container - begin_);
+    add(type);
     return ++depth_ <= kMaxJsonDepth;
   }
 
-  bool end(SizeType count) {
+  /// Takes a container's children off the stack.
+  JsonContent& end(SizeType count) {
     --depth_;
-    Node& container = begin_[open_];
-    open_ = container.size;
+    values_.erase(values_.end() - count, values_.end());
+    JsonContent& container = values_.back()->content;
     container.size = count;
-    if (COJsonAccess::hasFlag(container, COJsonAccess::kInBlocks)) {
-      if (next_ != &container + 1) moveToBlock(container);
-    } else if (count != 0) {
-      container.content.children = moveToRun(&container + 1);
-    }
-    if (static_cast<std::size_t>(next_ - begin_) > kManyJsonChildren) moveMany();
-    return true;
+    return container;
   }
 
-  /// Takes what is on the stack from `first` on off it.
-  COJsonValue* moveToRun(Node* first) {
-    COJsonValue* const run = arena_.allocateValues(static_cast<std::size_t>(next_ - first));
-    COJsonValue* place = run;
-    for (const Node* child = first; child != next_; ++child) {
-      COJsonAccess::construct(place, *child);
-      place = JsonPage::next(place);
-    }
-    next_ = first;
-    return run;
-  }
-
-  void moveToBlock(Node& container) {
-    Node* const first = &container + 1;
-    const auto count = static_cast<std::size_t>(next_ - first);
-    COJsonAccess::addBlock(container, moveToRun(first), count, inBlocks(container), arena_);
-  }
-
-  /// The number of children that are no longer on the stack.
-  static std::size_t inBlocks(const Node& container) {
-    if (!COJsonAccess::hasFlag(container, COJsonAccess::kInBlocks)) return 0;
-    const COJsonAccess::Block& last = *container.content.blocks->last;
-    return last.before + last.capacity;
-  }
-
-  /// Moves the newest container's children off the stack when they are many, also beside those that have left it: then
-  /// runs grow, and are few.
-  void moveMany() {
-    Node& container = begin_[open_];
-    const auto gathered = static_cast<std::size_t>(next_ - &container) - 1;
-    if (gathered >= kManyJsonChildren && gathered >= inBlocks(container) / 8) moveToBlock(container);
-  }
-
-  COJsonAccess::Arena& arena_;
-  std::array<Node, kFew> few_;  // the stack, until it grows
-  std::vector<Node> many_;      // and after that
-  Node* begin_ = nullptr;
-  Node* next_ = nullptr;  // where the next value goes
-  Node* end_ = nullptr;
-  // Where the container is that is being read. While it is, its size tells the place of the one around it.
-  std::size_t open_ = 0;
-  COJsonAccess::Key key_ = {};
+  JsonDocument& document_;
+  std::vector<JsonNode*> values_;
+  std::vector<std::string_view> keys_;
   unsigned depth_ = 0;
 };
 
@@ -307,31 +254,31 @@ std::string_view withoutByteOrderMark(std::string_view text) noexcept {
 
 }  // namespace
 
-bool COJsonAccess::parse(COJson& top, std::string_view text, bool isKept) {
-  if (!hasTextSize(text)) return false;
-  text = withoutByteOrderMark(text);
-  Arena& arena = *top.arena_;
-  const auto read = [&](std::string_view source, bool isInPlace) {
-    TreeBuilder builder(arena);
-    if (!isInPlace) source = {arena.copyText(source), source.size()};
-    const Verdict verdict = isInPlace ? parseWith<false>(builder, source) : parseWith<true>(builder, source);
+void JsonDocument::read(std::string_view text, bool isKept) {
+  const auto parse = [this](std::string_view json, bool isInPlace) {
+    TreeBuilder builder(*this);
+    if (!isInPlace) json = source = std::string(json);
+    const Verdict verdict = isInPlace ? parseWith<false>(builder, json) : parseWith<true>(builder, json);
     if (verdict == Verdict::Valid) {
-      top.node_ = builder.result();
-      top.node_.flags |= kDocument;
+      top.content = builder.result();
+      jsonSize = json.size();
+      return verdict;
     }
+    values.release();
+    lists.release();
     return verdict;
   };
 
+  text = withoutByteOrderMark(text);
+  Verdict verdict = Verdict::Invalid;
   // What a string with escapes holds must be written somewhere.
-  Verdict verdict = read(text, isKept && text.find('\\') == std::string_view::npos);
+  if (hasTextSize(text)) verdict = parse(text, isKept && text.find('\\') == std::string_view::npos);
   if (verdict == Verdict::NumberTooBig) {
-    arena.release();
     const std::string inRange = withNumbersInRange(text);
-    verdict = hasTextSize(inRange) ? read(inRange, false) : Verdict::Invalid;
+    verdict = hasTextSize(inRange) ? parse(inRange, false) : Verdict::Invalid;
   }
-  if (verdict != Verdict::Valid) return false;
-  arena.jsonSize = text.size();
-  return true;
+  isValid = verdict == Verdict::Valid;
+  if (!isValid) std::string().swap(source);
 }
 
 bool cfIsJson(const std::string& text) {

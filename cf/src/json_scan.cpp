@@ -56,7 +56,7 @@ std::string withNumbersInRange(std::string_view text) {
   return result;
 }
 
-std::size_t COJsonAccess::boundValues(std::string_view text) noexcept {
+std::size_t boundJsonValues(std::string_view text) noexcept {
   std::size_t values = 1;
   for (std::size_t place = 0; place < text.size();) {
     const char character = text[place];

@@ -85,14 +85,10 @@ void appendVariant(std::string& result, const CMVariant& value, unsigned depth) 
   }
 }
 
-bool isContainer(const COJsonValue& value) noexcept {
-  return value.obtainType() == JsonType::Object || value.obtainType() == JsonType::Array;
-}
-
 /// @param documentSize about how much else will be written.
-void appendReference(JsonText& written, const COJsonValue& value, std::size_t shortestBorrowed,
+void appendReference(JsonText& written, std::span<const std::string_view> pieces, std::size_t shortestBorrowed,
                      std::size_t documentSize) {
-  for (const std::string_view piece : COJsonAccess::jsonReference(value)) {
+  for (const std::string_view piece : pieces) {
     if (piece.size() >= shortestBorrowed) {
       written.gaps.push_back({written.text.size(), piece});
       continue;
@@ -102,16 +98,16 @@ void appendReference(JsonText& written, const COJsonValue& value, std::size_t sh
   }
 }
 
-void appendScalar(std::string& result, const COJsonValue& value) {
-  switch (value.obtainType()) {
+void appendScalar(std::string& result, const JsonContent& value) {
+  switch (value.type) {
     case JsonType::String:
-      cfAppendJsonString(result, value.obtainString());
+      cfAppendJsonString(result, {value.text, value.size});
       break;
     case JsonType::Number:
-      appendJsonNumber(result, value.obtainNumber(), COJsonAccess::isInteger(value));
+      appendJsonNumber(result, value.number, value.isInteger);
       break;
     case JsonType::Bool:
-      result += value.obtainBool() ? "true" : "false";
+      result += value.boolean ? "true" : "false";
       break;
     default:
       result += "null";
@@ -121,14 +117,10 @@ void appendScalar(std::string& result, const COJsonValue& value) {
 
 constexpr std::size_t kUsualDepth = 8;
 
-/// A container that is being written.
+/// A container that is being written, and the child that is next.
 struct OpenContainer {
-  explicit OpenContainer(const COJsonValue& value)
-      : children(value), isObject(value.obtainType() == JsonType::Object) {}
-
-  JsonChildren children;
-  bool isObject;
-  bool isEmpty = true;
+  const JsonContent& container;
+  std::uint32_t next;
 };
 
 }  // namespace
@@ -157,38 +149,40 @@ void appendJsonNumber(std::string& result, double value, bool integer) {
   if (!integer && text.find_first_of(".e") == std::string_view::npos) result += ".0";
 }
 
-std::string COJsonValue::obtainJsonString() const {
-  return std::move(COJsonAccess::write(*this, std::string::npos).text);
-}
+std::string COJsonValue::obtainJsonString() const { return std::move(writeJson(*this, std::string::npos).text); }
 
-JsonText COJsonAccess::write(const COJsonValue& value, std::size_t shortestBorrowed) {
+JsonText writeJson(const COJsonValue& value, std::size_t shortestBorrowed) {
   JsonText written;
   std::string& result = written.text;
-  const Arena* const arena = ownedArena(value);
-  const std::size_t documentSize = arena != nullptr ? arena->jsonSize : 0;
+  const JsonNode& top = JsonNode::of(value);
+  const std::size_t documentSize = JsonNode::isDocument(value) ? top.getDocument().jsonSize : 0;
   result.reserve(documentSize);
   std::vector<OpenContainer> open;
   open.reserve(kUsualDepth);
   // Writes a value that has no children, or the start of one that may have some.
-  const auto begin = [&](const COJsonValue& next) {
-    if (isReference(next)) return appendReference(written, next, shortestBorrowed, documentSize);
-    if (!isContainer(next)) return appendScalar(result, next);
-    result += open.emplace_back(next).isObject ? '{' : '[';
+  const auto begin = [&](const JsonContent& next) {
+    if (next.isReference) return appendReference(written, {next.pieces, next.size}, shortestBorrowed, documentSize);
+    if (next.type != JsonType::Object && next.type != JsonType::Array) return appendScalar(result, next);
+    result += next.type == JsonType::Object ? '{' : '[';
+    open.push_back({next, 0});
   };
-  for (begin(value); !open.empty();) {
-    OpenContainer& container = open.back();
-    const COJsonValue* const child = container.children.next();
-    if (child == nullptr) {
-      result += container.isObject ? '}' : ']';
+  for (begin(top.content); !open.empty();) {
+    const JsonContent& container = open.back().container;
+    const std::uint32_t index = open.back().next++;
+    if (index == container.size) {
+      result += container.type == JsonType::Object ? '}' : ']';
       open.pop_back();
       continue;
     }
-    if (!std::exchange(container.isEmpty, false)) result += ',';
-    if (container.isObject) {
-      cfAppendJsonString(result, COJsonAccess::key(*child));
+    if (index != 0) result += ',';
+    if (container.type == JsonType::Object) {
+      const JsonMember& member = container.members[index];
+      cfAppendJsonString(result, member.key);
       result += ':';
+      begin(member.value->content);
+    } else {
+      begin(container.items[index]->content);
     }
-    begin(*child);
   }
   return written;
 }

@@ -6,13 +6,13 @@ namespace {
 // What is shorter is copied: libcurl sends a body of up to 64 KiB in one piece with the header, if it lies in one.
 constexpr std::size_t kShortestBorrowed = std::size_t{64} << 10;
 
-// A value of two bytes ("0,") takes more than fifty when it is read, so a reply of nothing else would take hundreds of
-// mebibytes. No service sends one of that many values; they take some thirty mebibytes at most.
+// A value of two bytes ("0,") takes forty when it is read, so a reply of nothing else would take hundreds of mebibytes. No
+// service sends one of that many values; they take forty mebibytes at most.
 constexpr std::size_t kMostReplyValues = std::size_t{512} << 10;
 
 /// Looks into no reply that is too short for that many.
 bool hasTooManyValues(std::string_view reply) noexcept {
-  return reply.size() > kMostReplyValues && COJsonAccess::boundValues(reply) > kMostReplyValues;
+  return reply.size() > kMostReplyValues && boundJsonValues(reply) > kMostReplyValues;
 }
 
 void append(CMRestParams& list, const CMRestParams& more) { list.insert(list.end(), more.begin(), more.end()); }
@@ -79,7 +79,7 @@ CMRestPostRequest::CMRestPostRequest() = default;
 CMRestPostRequest::~CMRestPostRequest() = default;
 
 void CMRestPostRequest::updateJson(const ICOJsonValue* json) {
-  body_ = json == nullptr ? nullptr : std::make_unique<Body>(COJsonAccess::write(*json, kShortestBorrowed));
+  body_ = json == nullptr ? nullptr : std::make_unique<Body>(writeJson(*json, kShortestBorrowed));
 }
 
 std::string CMRestPostRequest::getBody() const {

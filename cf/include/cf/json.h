@@ -18,6 +18,7 @@ class CMVariant;
 enum class JsonType : std::uint8_t { Null = 0, Object = 1, Array = 2, String = 3, Number = 4, Bool = 5 };
 
 class COJsonValue;
+struct JsonDocument;  // in cf/src, as all that a value is
 
 /// A member of an object. Lives as long as the document.
 struct COJsonMember {
@@ -35,13 +36,12 @@ class COJsonValue {
   /// False only for a document whose text was not valid JSON; such a document reads as Null.
   CF_API bool getIsValidJson() const noexcept;
   /// Its kind.
-  JsonType obtainType() const noexcept { return node_.type; }
+  CF_API JsonType obtainType() const noexcept;
 
   /// The member `key` of an object, the last one when the key occurs more than once; null when there is none or this
   /// is no object. Looks at every member, so what is for all of them goes through obtainJsonMembers.
   CF_API const COJsonValue* obtainJsonValue(std::string_view key) const noexcept;
-  /// As obtainJsonValue for each of a few `keys`, in one pass over the members when they all differ; `values` has as
-  /// many elements.
+  /// As obtainJsonValue for each of a few `keys`; `values` has as many elements.
   CF_API void obtainJsonValues(std::span<const std::string_view> keys,
                                std::span<const COJsonValue*> values) const noexcept;
   /// The members of an object in their order, those with repeated keys included; else none. Takes one pass.
@@ -50,18 +50,12 @@ class COJsonValue {
   CF_API std::vector<std::string> obtainJsonKeys() const;
 
   /// The number of items of an array; else 0.
-  std::size_t obtainArraySize() const noexcept { return node_.type == JsonType::Array ? node_.size : 0; }
-  /// Item `index` of an array, in constant time for one of fewer than 65536 items that was read from text, and else in
-  /// one that grows with the logarithm of their number; null when there is none.
-  const COJsonValue* obtainArrayItem(std::size_t index) const noexcept {
-    if (index >= obtainArraySize()) return nullptr;
-    return (node_.flags & kInBlocks) == 0 ? valueOfRun(node_.content.children, index) : findArrayItem(index);
-  }
+  CF_API std::size_t obtainArraySize() const noexcept;
+  /// Item `index` of an array, in constant time; null when there is none.
+  CF_API const COJsonValue* obtainArrayItem(std::size_t index) const noexcept;
 
   /// The text of a string (UTF-8; may hold NUL), valid as long as the document; else "".
-  std::string_view obtainString() const noexcept {
-    return node_.type == JsonType::String ? std::string_view(node_.content.text, node_.size) : std::string_view();
-  }
+  CF_API std::string_view obtainString() const noexcept;
   /// The value of a number; else 0.0. A number beyond the range of a double reads as the largest finite one.
   CF_API double obtainNumber() const noexcept;
   /// The value of a boolean; else false.
@@ -102,53 +96,14 @@ class COJsonValue {
   /// exponent ("0.7", "1.0", "1e+22"; "1" only for an integer set or read as such). Does not recurse.
   CF_API std::string obtainJsonString() const;
 
- protected:
+ private:
   /// @cond for cf itself
-  struct Arena;
-  struct Block;
-  /// What a value is, in 24 bytes; the document is found from where the value lies.
-  struct Node {
-    union Content {
-      double number = 0.0;
-      const char* text;
-      COJsonValue* children;  // as they were read: one behind the other
-      Block* blocks;  // as they were added: a chain of runs of growing size, so that values keep their addresses
-      const std::string_view* pieces;  // of a reference
-      bool boolean;
-    };
-    Content content;
-    const char* key = nullptr;
-    std::uint32_t size = 0;  // bytes of the text, or number of children or pieces
-    std::uint16_t keySize = 0;
-    JsonType type = JsonType::Null;
-    std::uint8_t flags = 0;
-  };
-  // Flags of a node.
-  static constexpr std::uint8_t kInteger = 1;     // a number that is written without a point
-  static constexpr std::uint8_t kInBlocks = 2;    // how the children lie
-  static constexpr std::uint8_t kInvalid = 4;     // a document whose text was not valid
-  static constexpr std::uint8_t kDocument = 8;    // a COJson's own value
-  static constexpr std::uint8_t kReference = 16;  // a null in whose place JSON text stands
-  friend struct JsonPage;
-  friend struct COJsonAccess;  // the parser and the writer, in cf/src
-
-  // A run of values lies on pages that follow each other, each with a header: see cf/src/json_internal.h.
-  static constexpr std::size_t kPageSize = 1024;
-  static constexpr std::size_t kPageHeaderSize = 16;
-  static COJsonValue* valueOfRun(COJsonValue* first, std::size_t index) noexcept {
-    const auto start = reinterpret_cast<std::uintptr_t>(first);
-    const std::size_t offset = index * sizeof(COJsonValue);
-    const std::size_t headers = (start % kPageSize - kPageHeaderSize + offset) / (kPageSize - kPageHeaderSize);
-    auto* const place = reinterpret_cast<std::byte*>(first) + offset + headers * kPageHeaderSize;
-    return reinterpret_cast<COJsonValue*>(place);
-  }
-  CF_API const COJsonValue* findArrayItem(std::size_t index) const noexcept;
-
-  COJsonValue() noexcept = default;  // cppcheck-suppress uninitMemberVar ; a node's members have their initialisers
-  explicit COJsonValue(const Node& node) noexcept : node_(node) {}
+  friend class COJson;
+  friend struct JsonNode;
+  explicit COJsonValue(JsonDocument* document) noexcept : document_(document) {}
   ~COJsonValue() = default;
 
-  Node node_;
+  JsonDocument* const document_;  // null in a COJson, which is found as one by that
   /// @endcond
 };
 
@@ -190,11 +145,8 @@ class COJson : public COJsonValue {
   CF_API ~COJson();
 
  private:
-  friend struct COJsonAccess;
-  explicit COJson(std::size_t firstTexts);
-  void read(std::string_view text, bool isKept);
-
-  std::unique_ptr<Arena> arena_;  // never null but in a moved-from document
+  friend struct JsonNode;
+  std::unique_ptr<JsonDocument> own_;  // never null but in a moved-from document
 };
 
 /// Whether COJson(text) would be valid; nothing is kept of what is read.

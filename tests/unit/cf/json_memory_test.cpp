@@ -46,7 +46,7 @@ TEST(JsonMemory, OfASmallReplyIsAFewAllocations) {
       R"({"id":"chat-1","object":"completion","created":1717000000,"model":"m","choices":[{"index":0,)"
       R"("message":{"role":"assistant","content":"SELECT count(*) FROM orders"},"finish_reason":"stop"}],)"
       R"("usage":{"prompt_tokens":9,"completion_tokens":12,"total_tokens":21}})";
-  EXPECT_LE(allocationsOf([kReply] { EXPECT_TRUE(COJson(kReply).getIsValidJson()); }), 5U);
+  EXPECT_LE(allocationsOf([kReply] { EXPECT_TRUE(COJson(kReply).getIsValidJson()); }), 6U);
 }
 
 /// What is allocated at most while `action` runs.
@@ -66,8 +66,8 @@ std::string arrayOf(std::size_t count, std::string_view item) {
 }
 
 constexpr std::size_t kManyValues = 2'000'000;
-/// Half as much again as they are themselves, since memory is allocated in chunks.
-constexpr std::ptrdiff_t kBytesOfManyValues = kManyValues * 24 * 3 / 2;
+/// Each with its place in a list. Half as much again, since lists grow and memory is allocated in chunks.
+constexpr std::ptrdiff_t kBytesOfManyValues = kManyValues * (24 + 8) * 3 / 2;
 
 TEST(JsonMemory, OfManyValuesThatAreReadIsLittleMoreThanTheirs) {
   for (const auto& [values, item] : {std::pair{std::size_t{1}, "1"}, {std::size_t{2}, "[1]"}}) {
