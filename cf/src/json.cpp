@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::size_t kShortChildSize = 12;  // a short value as text, with the punctuation around it and its key
 constexpr std::uint32_t kFewestChildren = 4;
+constexpr std::size_t kManyMembers = 32;  // to look at each of fewer takes less time than to keep an index
 
 // What a document allocates at first for its values, and again for their lists.
 constexpr std::size_t kFirstChunk = std::size_t{1} << 9;
@@ -23,7 +24,6 @@ constexpr std::size_t kLargestFirstChunk = std::size_t{64} << 10;
 std::size_t firstChunkFor(std::string_view text) noexcept {
   return std::clamp(text.size(), kFirstChunk, kLargestFirstChunk);
 }
-
 
 /// The last member `key` of a value; null when there is none.
 JsonNode* findMember(const JsonContent& object, std::string_view key) noexcept {
@@ -55,9 +55,32 @@ void append(JsonNode& container, Child*& children, const Child& child) {
   container.getDocument().jsonSize += kShortChildSize;
 }
 
+/// As findMember, in constant time in the long run.
+JsonNode* findMemberToAdd(JsonNode& object, std::string_view key) {
+  const auto members = object.content.getMembers();
+  if (members.size() < kManyMembers) return findMember(object.content, key);
+  JsonMemberIndex& index = object.getDocument().indexes[&object];
+  for (; index.covered != members.size(); ++index.covered) {
+    index.values.insert_or_assign(members[index.covered].key, members[index.covered].value);
+  }
+  const auto found = index.values.find(key);
+  return found == index.values.end() ? nullptr : found->second;
+}
+
+JsonNode* addMember(JsonNode& object, std::string_view key) {
+  JsonDocument& document = object.getDocument();
+  const JsonMember member{document.copy(key), document.create()};
+  if (object.content.type != JsonType::Object) object.setObject();
+  append(object, object.content.members, member);
+  document.jsonSize += key.size();
+  return member.value;
+}
+
 /// Makes a value an empty one of a type.
 JsonContent& reset(COJsonValue& value, JsonType type) noexcept {
-  JsonContent& content = JsonNode::of(value).content;
+  JsonNode& node = JsonNode::of(value);
+  JsonContent& content = node.content;
+  if (content.getMembers().size() >= kManyMembers) node.getDocument().indexes.erase(&node);
   content = JsonContent();
   content.type = type;
   return content;
@@ -76,7 +99,8 @@ void fill(COJsonValue& target, const CMVariant& value, unsigned depth) {
   }
   if (type == ValueType::Map) {
     target.setObject();
-    for (const auto& [key, member] : value.mapValue()) fill(*target.addKeyValue(key), member, depth + 1);
+    JsonNode& object = JsonNode::of(target);
+    for (const auto& [key, member] : value.mapValue()) fill(*addMember(object, key), member, depth + 1);
   }
 }
 
@@ -145,12 +169,8 @@ bool COJsonValue::obtainBool() const noexcept {
 
 COJsonValue* COJsonValue::addKeyValue(std::string_view key) {
   JsonNode& object = JsonNode::of(*this);
-  JsonDocument& document = object.getDocument();
-  const JsonMember member{document.copy(key), document.create()};
-  if (object.content.type != JsonType::Object) setObject();
-  append(object, object.content.members, member);
-  document.jsonSize += key.size();
-  return member.value;
+  JsonNode* const found = findMemberToAdd(object, key);
+  return found != nullptr ? found : addMember(object, key);
 }
 
 COJsonValue* COJsonValue::addArrayItem() {

@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 /// How deep arrays and objects may be nested in a text, and in what becomes one.
@@ -67,6 +68,12 @@ struct JsonNode : COJsonValue {
   JsonContent content;
 };
 
+/// The members of an object with many, by their keys.
+struct JsonMemberIndex {
+  std::unordered_map<std::string_view, JsonNode*> values;  // of repeated keys the last
+  std::size_t covered = 0;                                 // how many members have been entered; the others are new
+};
+
 /// A document. Nothing is given back before it goes.
 struct JsonDocument {
   explicit JsonDocument(std::size_t firstChunk) : values(firstChunk), lists(firstChunk), top(*this) {}
@@ -89,6 +96,7 @@ struct JsonDocument {
   JsonArena values;
   JsonArena lists;  // of children; and the keys and texts that were added
   JsonNode top;
+  std::unordered_map<const JsonNode*, JsonMemberIndex> indexes;  // of objects that were added to
   bool isValid = true;
   std::size_t jsonSize = 0;  // about how much the document takes when written
 };

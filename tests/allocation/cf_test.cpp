@@ -107,6 +107,7 @@ TEST(JSON, IsBuiltAndWritten) {
                         item->addKeyValue("list of what is there")->addArrayItem()->setNumber(i);
                       }
                       json.addKeyValue(std::string(70'000, 'k'))->setInteger(1);
+                      for (int i = 0; i < 80; ++i) json.addKeyValue("k" + std::to_string(i % 50))->addArrayItem();
                       return json.obtainJsonString();
                     }),
             5U);

@@ -61,8 +61,9 @@ class COJsonValue {
   /// The value of a boolean; else false.
   CF_API bool obtainBool() const noexcept;
 
-  /// Adds a member with the value null and returns it to be filled. A value that is no object becomes an empty one
-  /// first. The key is copied.
+  /// The member `key`, the last one when the key occurs more than once. When there is none, adds one with the value
+  /// null to be filled. A value that is no object becomes an empty one first. The key is copied. Takes constant time in
+  /// the long run, however many members there are.
   CF_API COJsonValue* addKeyValue(std::string_view key);
   /// Adds an item with the value null and returns it to be filled. A value that is no array becomes an empty one
   /// first.
