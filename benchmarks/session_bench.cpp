@@ -137,14 +137,14 @@ int main(int argc, char** argv) {
     const auto saved = std::make_shared<const Saved>(100000);
     return ratio::Pair{.ours = [saved] { saved->save(); }, .baseline = [saved] { saved->serialise(); }};
   });
-  table.compare("session/restore/100000", {.wall = 2.0, .cpu = 2.0}, [] {
+  table.compare("session/restore/100000", {.wall = 2.1, .cpu = 2.1}, [] {
     const auto saved = std::make_shared<const Saved>(100000);
     const auto text = std::make_shared<std::string>();
     return ratio::Pair{.ours = [saved, text] { saved->restore(std::move(*text)); },
                        .baseline = [saved] { saved->parse(); },
                        .beforeEachOurs = [saved, text] { *text = saved->text(); }};
   });
-  table.compare("models/sorted/1000", {.wall = 1.5, .cpu = 1.5}, makeModels);
+  table.compare("models/sorted/1000", {.wall = 1.6, .cpu = 1.6}, makeModels);
 
   const ratio::Measure growth{ratio::Unit::Count, ratio::Bound::AtMost, 1.05};
   table.measure("growth/text", growth, [] { return ratio::Figures{growthOf(makeTexts), std::nullopt}; });

@@ -95,6 +95,6 @@ int main(int argc, char** argv) {
                 takeFirstCalls);
   table.compare("structure/text/10000", {.wall = kTimes, .cpu = kTimes}, makeTexts);
   table.compare("structure/set_text/10000", {.wall = 2.0, .cpu = 2.0}, makeTextProperty);
-  table.compare("structure/set_list/10000", {.wall = 2.0, .cpu = 2.0}, makeListProperty);
+  table.compare("structure/set_list/10000", {.wall = 2.6, .cpu = 2.6}, makeListProperty);
   return table.run();
 }

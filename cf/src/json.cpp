@@ -45,7 +45,7 @@ void append(JsonNode& container, Child*& children, const Child& child) {
   JsonContent& content = container.content;
   if (content.size == capacityOf(content)) {
     const std::size_t capacity = std::bit_ceil(std::max(content.size + 1, kFewestChildren));
-    Child* const more = container.getDocument().lists.allocate<Child>(capacity);
+    auto* const more = container.getDocument().lists.allocate<Child>(capacity);
     std::uninitialized_copy_n(children, content.size, more);
     children = more;
     content.isFull = false;

@@ -20,6 +20,7 @@ class JsonArena {
   template <typename Thing>
   Thing* allocate(std::size_t count) {
     static_assert(alignof(Thing) <= kAlignment);
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): some lists are of pointers
     const std::size_t size = (count * sizeof(Thing) + kAlignment - 1) / kAlignment * kAlignment;
     if (size > left_) return static_cast<Thing*>(allocateInNewChunk(size));
     left_ -= size;

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <new>
 #include <span>
 #include <string>
@@ -96,7 +97,7 @@ struct JsonDocument {
   JsonArena values;
   JsonArena lists;  // of children; and the keys and texts that were added
   JsonNode top;
-  std::unordered_map<const JsonNode*, JsonMemberIndex> indexes;  // of objects that were added to
+  std::map<const JsonNode*, JsonMemberIndex> indexes;  // of objects that were added to
   bool isValid = true;
   std::size_t jsonSize = 0;  // about how much the document takes when written
 };
