@@ -99,4 +99,5 @@ say "Building and testing the copy as it is …"
 build_copy || build_failed "the copy could not be built" build/mutants.log
 test_copy || fail "a test fails without a mutant; see build/mutants.log"
 say "Testing ${1:-150} mutants …"
-try_mutants "${1:-150}" < <(list_mutants "${2:-1}")
+list_mutants "${2:-1}" >build/mutants/list
+try_mutants "${1:-150}" <build/mutants/list
