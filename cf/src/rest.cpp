@@ -6,8 +6,8 @@ namespace {
 // What is shorter is copied: libcurl sends a body of up to 64 KiB in one piece with the header, if it lies in one.
 constexpr std::size_t kShortestBorrowed = std::size_t{64} << 10;
 
-// A value of two bytes ("0,") takes forty when it is read, so a reply of nothing else would take hundreds of mebibytes. No
-// service sends one of that many values; they take forty mebibytes at most.
+// A value of two bytes ("0,") takes forty when it is read, so a reply of nothing else would take hundreds of mebibytes.
+// No service sends one of that many values; they take forty mebibytes at most.
 constexpr std::size_t kMostReplyValues = std::size_t{512} << 10;
 
 /// Looks into no reply that is too short for that many.
