@@ -57,7 +57,7 @@ struct JsonContent {
 
 /// A value.
 struct JsonNode : COJsonValue {
-  explicit JsonNode(JsonDocument& document) noexcept : COJsonValue(&document) {}
+  explicit JsonNode(JsonDocument& document) noexcept : COJsonValue(&document), content{} {}
 
   /// What a value that a caller holds is: itself, or the top of the document that it owns.
   static JsonNode& of(COJsonValue& value) noexcept;
