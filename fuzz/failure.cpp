@@ -5,7 +5,7 @@
 #include "targets.h"
 
 #include <cf/app.h>
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 namespace {
 

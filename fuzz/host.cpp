@@ -2,6 +2,8 @@
 
 #include "qai_assistant_openai.h"
 
+#include <cf/json_shortcuts.h>
+
 namespace {
 
 Owned<IQAIAssistant> createAssistant(QAIAssistantType type, const std::string& apiHost, const std::string& key) {

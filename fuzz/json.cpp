@@ -2,7 +2,7 @@
 #include "expect.h"
 #include "targets.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <cf/text.h>
 
 #include <algorithm>

@@ -6,6 +6,7 @@
 #include "rest_services.h"
 
 #include <cf/app.h>
+#include <cf/json_shortcuts.h>
 
 #include <charconv>
 #include <cstddef>

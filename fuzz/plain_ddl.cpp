@@ -1,5 +1,7 @@
 #include "plain_ddl.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <cstddef>
 #include <optional>
 #include <string_view>

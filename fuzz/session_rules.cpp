@@ -2,7 +2,7 @@
 
 #include "expect.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 void expectRestorable(QAIAssistantType type, const IQAISession& session, std::string_view input) {
   const std::string saved = session.obtainSessionData();

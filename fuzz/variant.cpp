@@ -3,6 +3,7 @@
 #include "targets.h"
 #include "variants.h"
 
+#include <cf/json_shortcuts.h>
 #include <cf/text.h>
 
 #include <cmath>

@@ -2,6 +2,7 @@
 
 #include "qai_exports.h"
 
+#include <cf/json_shortcuts.h>
 #include <cf/url.h>
 
 #include <algorithm>

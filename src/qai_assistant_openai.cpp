@@ -6,6 +6,7 @@
 #include "qai_session_openai_v1.h"
 
 #include <cf/assert.h>
+#include <cf/json_shortcuts.h>
 #include <cf/url.h>
 
 #include <algorithm>

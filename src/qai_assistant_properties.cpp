@@ -3,6 +3,7 @@
 #include "qai_property_key.h"
 
 #include <cf/assert.h>
+#include <cf/json_shortcuts.h>
 #include <cf/text.h>
 
 #include <algorithm>

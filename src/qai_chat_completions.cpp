@@ -2,8 +2,9 @@
 
 #include "qai_assistant_properties.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -11,14 +12,10 @@ namespace {
 
 /// The members of a model that matter here.
 struct Model {
-  explicit Model(const ICOJsonValue& entry) {
-    constexpr std::array<std::string_view, 3> kKeys{"id", "object", "created"};
-    std::array<const ICOJsonValue*, kKeys.size()> members{};
-    entry.obtainJsonValues(kKeys, members);
-    id = members[0];
-    object = members[1];
-    created = members[2];
-  }
+  explicit Model(const ICOJsonValue& entry)
+      : id(entry.obtainJsonValue("id")),
+        object(entry.obtainJsonValue("object")),
+        created(entry.obtainJsonValue("created")) {}
 
   bool isOne() const {
     return cfHasJsonType(id, JsonType::String) && cfHasJsonType(object, JsonType::String) &&

@@ -1,6 +1,6 @@
 #include "qai_chat_history.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <utility>
 

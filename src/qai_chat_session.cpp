@@ -1,6 +1,7 @@
 #include "qai_chat_session.h"
 
 #include <cf/assert.h>
+#include <cf/json_shortcuts.h>
 
 namespace {
 

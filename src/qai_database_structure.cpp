@@ -1,5 +1,7 @@
 #include "qai_database_structure.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <algorithm>
 #include <array>
 #include <string_view>
@@ -28,7 +30,7 @@ template <std::size_t count>
 std::array<const ICOJsonValue*, count> membersOf(const ICOJsonValue& object,
                                                  const std::array<std::string_view, count>& keys) {
   std::array<const ICOJsonValue*, count> members;
-  object.obtainJsonValues(keys, members);
+  std::transform(keys.begin(), keys.end(), members.begin(), [&](auto key) { return object.obtainJsonValue(key); });
   return members;
 }
 

@@ -3,6 +3,7 @@
 #include "qai_exports.h"
 
 #include <cf/defer.h>
+#include <cf/json_shortcuts.h>
 
 namespace {
 

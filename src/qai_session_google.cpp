@@ -2,6 +2,8 @@
 
 #include "qai_assistant_properties.h"
 
+#include <cf/json_shortcuts.h>
+
 namespace {
 
 constexpr std::string_view kModelPrefix = "models/";

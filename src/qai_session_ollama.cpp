@@ -3,6 +3,8 @@
 #include "qai_assistant_properties.h"
 #include "qai_chat_completions.h"
 
+#include <cf/json_shortcuts.h>
+
 namespace {
 
 std::vector<std::string> readModels(const ICOJsonValue& list) {

@@ -1,6 +1,6 @@
 #include "session_text.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <qai/redaction.hpp>
 
 namespace {

@@ -3,6 +3,8 @@
 #include "checks.h"
 #include "openai.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <algorithm>
 #include <array>
 

@@ -1,6 +1,6 @@
 #include "completions.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <cf/text.h>
 
 #include <algorithm>

@@ -2,7 +2,7 @@
 #include "conversation.h"
 #include "services.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <algorithm>
 #include <array>

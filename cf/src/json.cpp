@@ -123,12 +123,6 @@ const COJsonValue* COJsonValue::obtainJsonValue(std::string_view key) const noex
   return findMember(JsonNode::of(*this).content, key);
 }
 
-void COJsonValue::obtainJsonValues(std::span<const std::string_view> keys,
-                                   std::span<const COJsonValue*> values) const noexcept {
-  const JsonContent& object = JsonNode::of(*this).content;
-  std::transform(keys.begin(), keys.end(), values.begin(), [&object](auto key) { return findMember(object, key); });
-}
-
 std::vector<COJsonMember> COJsonValue::obtainJsonMembers() const {
   const auto members = JsonNode::of(*this).content.getMembers();
   std::vector<COJsonMember> result;

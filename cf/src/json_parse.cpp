@@ -2,6 +2,7 @@
 #include "json_internal.h"
 #include "json_text.h"
 
+#include <cf/json_shortcuts.h>
 #include <cf/text.h>
 
 #include <algorithm>

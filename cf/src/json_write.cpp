@@ -3,6 +3,7 @@
 #include "json_text.h"
 #include "text_internal.h"
 
+#include <cf/json_shortcuts.h>
 #include <cf/variant.h>
 
 #include <array>

@@ -11,7 +11,7 @@
 /// @endcode
 #pragma once
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <cf/origin.h>
 #include <qai.h>
 #include <qai/owners.hpp>

@@ -3,7 +3,7 @@
 #include "sweep.h"
 
 #include <cf/app.h>
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <cf/rest.h>
 #include <cf/text.h>
 #include <cf/url.h>

@@ -1,6 +1,6 @@
 #include "host_scene.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <algorithm>
 #include <array>

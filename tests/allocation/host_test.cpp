@@ -1,6 +1,8 @@
 // Every operation of qai.h, with memory running out at each of its allocations.
 #include "host_scene.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <string>
 #include <utility>
 #include <vector>

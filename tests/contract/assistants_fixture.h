@@ -3,7 +3,7 @@
 
 #include "fixture.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <gmock/gmock.h>
 

@@ -6,6 +6,8 @@
 #include "support/assertion_log.h"
 #include "support/raw_server.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <gmock/gmock.h>
 
 #include <string>

@@ -3,7 +3,7 @@
 #include "fixture.h"
 #include "support/assertion_log.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <algorithm>
 #include <set>

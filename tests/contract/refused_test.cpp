@@ -3,6 +3,8 @@
 #include "assistants_fixture.h"
 #include "support/assertion_log.h"
 
+#include <cf/json_shortcuts.h>
+
 namespace {
 
 using testing::HasSubstr;

@@ -3,6 +3,7 @@
 #include "fixture.h"
 #include "support/raw_server.h"
 
+#include <cf/json_shortcuts.h>
 #include <qai/saved_host.hpp>
 
 #include <gmock/gmock.h>

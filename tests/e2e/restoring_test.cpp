@@ -1,7 +1,7 @@
 // Conversations that are kept in a file and gone on with; above all, where.
 #include "workplace.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <gmock/gmock.h>
 

@@ -4,7 +4,7 @@
 #include "support/services.h"
 #include "workplace.h"
 
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <gmock/gmock.h>
 

@@ -1,5 +1,5 @@
 // A host with no part in the library's build: asks the service at the address that it is given which tables there are.
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <qai.h>
 
 #include <iostream>

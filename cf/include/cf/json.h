@@ -41,9 +41,6 @@ class COJsonValue {
   /// The member `key` of an object, the last one when the key occurs more than once; null when there is none or this
   /// is no object. Looks at every member, so what is for all of them goes through obtainJsonMembers.
   CF_API const COJsonValue* obtainJsonValue(std::string_view key) const noexcept;
-  /// As obtainJsonValue for each of a few `keys`; `values` has as many elements.
-  CF_API void obtainJsonValues(std::span<const std::string_view> keys,
-                               std::span<const COJsonValue*> values) const noexcept;
   /// The members of an object in their order, those with repeated keys included; else none. Takes one pass.
   CF_API std::vector<COJsonMember> obtainJsonMembers() const;
   /// Their keys.
@@ -111,17 +108,6 @@ class COJsonValue {
 /// The name under which operations take a value that they only borrow.
 using ICOJsonValue = COJsonValue;
 
-/// True when there is a `value`, and it is of `type`: for what obtainJsonValue gives.
-inline bool cfHasJsonType(const COJsonValue* value, JsonType type) noexcept {
-  return value != nullptr && value->obtainType() == type;
-}
-
-/// The member `key` of `object` when it is of `type`; else null. `object` may be null or anything.
-inline const COJsonValue* cfFindJsonMember(const COJsonValue* object, std::string_view key, JsonType type) noexcept {
-  const COJsonValue* member = object == nullptr ? nullptr : object->obtainJsonValue(key);
-  return cfHasJsonType(member, type) ? member : nullptr;
-}
-
 /// A document: its top-level value, and the owner of everything under it. Used by one thread at a time while it
 /// changes.
 class COJson : public COJsonValue {
@@ -150,15 +136,6 @@ class COJson : public COJsonValue {
   std::unique_ptr<JsonDocument> own_;  // never null but in a moved-from document
 };
 
-/// Whether COJson(text) would be valid; nothing is kept of what is read.
-CF_API bool cfIsJson(const std::string& text);
-
 /// A document with the content of `value`: String, Double, List and Map become string, number, array and object (in
 /// the order of the map's keys); Null, and what is nested deeper than 256, becomes null.
 CF_API COJson cfCreateCOJsonFromCMVariant(const CMVariant& value);
-
-/// Appends `text` to `json` as a JSON string, written as obtainJsonString writes one.
-CF_API void cfAppendJsonString(std::string& json, std::string_view text);
-
-/// What cfCreateCOJsonFromCMVariant(value).obtainJsonString() gives, without the document in between.
-CF_API std::string cfWriteJson(const CMVariant& value);

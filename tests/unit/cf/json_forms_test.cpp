@@ -1,16 +1,12 @@
 // The quicker forms of reading and writing: each does what the plain one does.
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 #include <cf/variant.h>
 
 #include <gtest/gtest.h>
 
-#include <array>
-
 namespace {
 
 using namespace std::string_literals;
-using namespace std::string_view_literals;
-
 const std::vector<std::string> kTexts = {
     "null",
     "12",
@@ -67,34 +63,6 @@ TEST(JsonReference, CanBeAddedTo) {
   COJson document = COJson::readReference(text);
   document.addKeyValue("b")->setString("x");
   EXPECT_EQ(document.obtainJsonString(), R"({"a":[1],"b":"x"})");
-}
-
-TEST(JsonMembers, AreFoundInOnePassAsOneByOne) {
-  constexpr std::array kKeys{"name"sv, "type"sv, "none"sv, ""sv, "a longer key"sv};
-  for (const std::string_view text : {R"({"name":1,"type":2})", R"({"type":1,"x":2,"name":3,"type":4})",
-                                      R"({"":1,"a longer key":2,"a longer kez":3})",
-                                      R"({"nbme":1,"namf":2,"name":3,"names":4,"nam":5})", "{}", "[1]", "null"}) {
-    const COJson document(text);
-    std::array<const COJsonValue*, kKeys.size()> values{};
-    values.fill(&document);
-    document.obtainJsonValues(kKeys, values);
-    for (std::size_t index = 0; index < kKeys.size(); ++index) {
-      EXPECT_EQ(values[index], document.obtainJsonValue(kKeys[index])) << text << ' ' << kKeys[index];
-    }
-  }
-}
-
-TEST(JsonMembers, AreFoundForEachOfEqualKeys) {
-  constexpr std::array kKeys{"a"sv, "b"sv, "a"sv, "none"sv, "none"sv, "a"sv};
-  for (const std::string_view text : {R"({"a":1,"b":2})", R"({"a":1,"b":2,"a":3,"a":4})", R"({"b":1})", "{}", "[]"}) {
-    const COJson document(text);
-    std::array<const COJsonValue*, kKeys.size()> values{};
-    values.fill(&document);
-    document.obtainJsonValues(kKeys, values);
-    for (std::size_t index = 0; index < kKeys.size(); ++index) {
-      EXPECT_EQ(values[index], document.obtainJsonValue(kKeys[index])) << text << ' ' << index;
-    }
-  }
 }
 
 TEST(JsonKey, MayBeLong) {

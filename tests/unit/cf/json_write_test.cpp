@@ -1,4 +1,4 @@
-#include <cf/json.h>
+#include <cf/json_shortcuts.h>
 
 #include <gtest/gtest.h>
 

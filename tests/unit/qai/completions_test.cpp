@@ -2,6 +2,8 @@
 #include "qai_assistant_properties.h"
 #include "qai_chat_completions.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 

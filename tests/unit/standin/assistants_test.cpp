@@ -2,6 +2,8 @@
 #include "assistants_client.h"
 #include "shop.h"
 
+#include <cf/json_shortcuts.h>
+
 #include <gmock/gmock.h>
 
 #include <chrono>

@@ -1,0 +1,32 @@
+/// @file
+/// What libqai asks of cf's JSON beyond the documents that it shares with hosts (cf/json.h): shorter ways through a
+/// tree, and texts that are checked and written without one.
+#pragma once
+
+#include <cf/export.h>
+#include <cf/json.h>
+
+#include <string>
+#include <string_view>
+
+class CMVariant;
+
+/// True when there is a `value`, and it is of `type`: for what obtainJsonValue gives.
+inline bool cfHasJsonType(const COJsonValue* value, JsonType type) noexcept {
+  return value != nullptr && value->obtainType() == type;
+}
+
+/// The member `key` of `object` when it is of `type`; else null. `object` may be null or anything.
+inline const COJsonValue* cfFindJsonMember(const COJsonValue* object, std::string_view key, JsonType type) noexcept {
+  const COJsonValue* member = object == nullptr ? nullptr : object->obtainJsonValue(key);
+  return cfHasJsonType(member, type) ? member : nullptr;
+}
+
+/// Whether COJson(text) would be valid; nothing is kept of what is read.
+CF_API bool cfIsJson(const std::string& text);
+
+/// Appends `text` to `json` as a JSON string, written as obtainJsonString writes one.
+CF_API void cfAppendJsonString(std::string& json, std::string_view text);
+
+/// What cfCreateCOJsonFromCMVariant(value).obtainJsonString() gives, without the document in between.
+CF_API std::string cfWriteJson(const CMVariant& value);
