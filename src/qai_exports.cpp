@@ -21,7 +21,7 @@ std::string localizeString(const std::string& text) {
   registeredCallback("QAILocalizeString", &info);
   const std::size_t length = std::strlen(info.buffer);
   if (length == 0) return text;
-  return std::string(info.buffer, length);
+  return {info.buffer, length};
 }
 
 void QAIFreeObject(IQAIObject* object) { delete object; }

@@ -270,10 +270,12 @@ void JsonDocument::read(std::string_view text, bool isKept) {
     return verdict;
   };
 
-  text = withoutByteOrderMark(text);
   Verdict verdict = Verdict::Invalid;
-  // What a string with escapes holds must be written somewhere.
-  if (hasTextSize(text)) verdict = parse(text, isKept && text.find('\\') == std::string_view::npos);
+  if (hasTextSize(text)) {
+    text = withoutByteOrderMark(text);
+    // What a string with escapes holds must be written somewhere.
+    verdict = parse(text, isKept && text.find('\\') == std::string_view::npos);
+  }
   if (verdict == Verdict::NumberTooBig) {
     const std::string inRange = withNumbersInRange(text);
     verdict = hasTextSize(inRange) ? parse(inRange, false) : Verdict::Invalid;
