@@ -50,7 +50,8 @@ class PropertyRows : public EachService {
     create()->setAssistantProperties([&](IQAIProperties* properties) {
       for (const auto& [key, description] : properties->obtainPropertyList()) {
         const std::vector<PropertyRow> all = rowsFor(host(), service_.model);
-        const auto row = std::find_if(all.begin(), all.end(), [&](const auto& each) { return each.key == key; });
+        const auto row =
+            std::find_if(all.begin(), all.end(), [&name = key](const auto& each) { return each.key == name; });
         if (row == all.end()) {
           unknown += " " + key;
         } else {
