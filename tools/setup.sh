@@ -109,7 +109,9 @@ build_failed() {
 
 run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libssl-dev
   libcli11-dev libsqlite3-dev sqlite3)
-test_packages=(abigail-tools git libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind doxygen)
+# The builds that are tested hold the benches, too.
+test_packages=(abigail-tools git libbenchmark-dev libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind
+  doxygen)
 # What tests/real runs, unpacked into build/servers; and the libraries of these programs, with what sets up networks.
 server_packages=(squid squid-common squid-langpack nginx nftables)
 server_libraries=(libecap3 libedit2 libgssapi-krb5-2 libltdl7 libnetfilter-conntrack3 libnftables1 libpcre2-8-0 iproute2)
