@@ -1,11 +1,28 @@
 #include "nginx.h"
 
+#include <chrono>
 #include <fstream>
+#include <stdexcept>
 #include <string_view>
+#include <thread>
 
 namespace {
+
 constexpr std::string_view kExchange = "exchange ";
+
+/// Whether this machine has a connection to `port` that neither side has ended: proc(5), /proc/net/tcp.
+bool isConnectedTo(int port) {
+  std::ifstream table("/proc/net/tcp");
+  std::string line;
+  std::getline(table, line);
+  std::string number, local, remote, state;
+  while (table >> number >> local >> remote >> state && std::getline(table, line)) {
+    if (std::stoi(remote.substr(remote.find(':') + 1), nullptr, 16) == port && state == "01") return true;
+  }
+  return false;
 }
+
+}  // namespace
 
 Nginx::Nginx(const TestCA& authority, const std::string& service, const std::string& further) {
   const TestCA::Names certificate = authority.issue("localhost");
@@ -37,4 +54,12 @@ std::string Nginx::readExchange() {
   line->erase(0, kExchange.size());
   connection_ = line->substr(0, line->find(' '));
   return line->substr(connection_.size() + 1);
+}
+
+void Nginx::awaitEndOfConnections() const {
+  const auto latest = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+  while (isConnectedTo(port())) {
+    if (std::chrono::steady_clock::now() > latest) throw std::runtime_error("nginx ended no connection");
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+  }
 }

@@ -23,6 +23,9 @@ class Nginx {
   std::string readExchange();
   /// The number of the connection that the last exchange was on.
   std::string connection() const { return connection_; }
+  /// Returns when nginx has ended each connection to it, and the ends have arrived here.
+  /// @throw std::runtime_error when one stays for a minute
+  void awaitEndOfConnections() const;
 
  private:
   std::array<ReservedPort, 1> ports_;
