@@ -1,4 +1,5 @@
 #include "json_internal.h"
+#include "rest_text.h"
 
 #include <cf/rest.h>
 
@@ -97,8 +98,8 @@ bool CMRestPostRequest::hasBody() const noexcept { return body_ != nullptr; }
 CMRestDeleteRequest::CMRestDeleteRequest() = default;
 CMRestDeleteRequest::~CMRestDeleteRequest() = default;
 
-CMRestResourceResponse::CMRestResourceResponse(std::int32_t status, std::string body)
-    : status_(status), body_(std::move(body)) {
+CMRestResourceResponse::CMRestResourceResponse(std::int32_t status, std::string body, std::string head)
+    : status_(status), body_(std::move(body)), head_(std::move(head)) {
   if (hasTooManyValues(body_)) return;
   json_ = std::make_unique<COJson>(std::string_view(body_));
   if (!json_->getIsValidJson()) json_.reset();
@@ -111,3 +112,7 @@ std::int32_t CMRestResourceResponse::getStatus() const noexcept { return status_
 const ICOJsonValue* CMRestResourceResponse::getJson() const noexcept { return json_.get(); }
 
 const std::string& CMRestResourceResponse::getBufferString() const noexcept { return body_; }
+
+std::string_view CMRestResourceResponse::findHeader(std::string_view name) const noexcept {
+  return findHeaderField(head_, name);
+}

@@ -96,6 +96,7 @@ constexpr auto kTitles = std::to_array<CodeText>({
     toRow(CFRestError::ProxyRefused, "Proxy refused the connection"),
     toRow(CFRestError::Cancelled, "Cancelled"),
     toRow(CFRestError::Failed, "Request failed"),
+    toRow(CFRestError::Stopped, "Stopped"),
 });
 
 const CodeText* findRow(std::span<const CodeText> rows, std::int32_t code) {

@@ -181,8 +181,10 @@ RestFailure tellTimeout(CURL* easy, const RestPlan& plan, const CMRestGlobalSett
   const bool totalOver =
       settings.totalTimeout.count() > 0 && obtainTime(easy, CURLINFO_TOTAL_TIME_T) + kRounding >= settings.totalTimeout;
   if (reply.tooSlow) {
-    const auto window = RestPace(settings).getWindow();
-    return {CFRestError::TimedOut, compose("The connection to {} was too slow for ", easy, plan) + toSeconds(window)};
+    const auto window = RestPace(settings, plan.isStreaming).getWindow();
+    const std::string_view wording =
+        plan.isStreaming ? "Nothing came from {} for " : "The connection to {} was too slow for ";
+    return {CFRestError::TimedOut, compose(wording, easy, plan) + toSeconds(window)};
   }
   if (!wasConnected(easy)) {
     const auto limit = totalOver ? settings.totalTimeout : settings.connectTimeout;
@@ -217,7 +219,8 @@ long obtainProxyRefusal(CURL* easy, const RestPlan& plan) {
 
 RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings,
                           const RestReply& reply) {
-  if (reply.outOfMemory) throw std::bad_alloc();
+  if (reply.thrown != nullptr) std::rethrow_exception(reply.thrown);
+  if (reply.isRefused) return {CFRestError::Stopped, "Stopped"};
   if (reply.tooLarge || code == CURLE_FILESIZE_EXCEEDED) {
     return {CFRestError::ReplyTooLarge,
             compose("The reply from {} is larger than ", easy, plan) + toSize(settings.maxReplyBytes)};

@@ -15,8 +15,8 @@ struct RestFailure {
   std::string text;
 };
 
-/// Judges a finished transfer: what libcurl says of it and what it passes over in silence. Throws std::bad_alloc when
-/// the reply found no memory.
+/// Judges a finished transfer: what libcurl says of it and what it passes over in silence. Throws what was thrown while
+/// the reply was taken.
 RestFailure judgeTransfer(CURLcode code, CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings,
                           const RestReply& reply);
 

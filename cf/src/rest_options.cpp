@@ -39,36 +39,11 @@ class Options {
 };
 
 std::size_t takeBody(char* data, std::size_t /*one*/, std::size_t size, void* context) {
-  auto& reply = *static_cast<RestReply*>(context);
-  // Services send blank lines while they make one wait.
-  reply.isComing = reply.isComing || std::string_view(data, size).find_first_not_of(" \t\r\n") != std::string::npos;
-  if (size > reply.limit - reply.body.size()) {
-    reply.tooLarge = true;
-    return CURL_WRITEFUNC_ERROR;
-  }
-  try {
-    reply.body.append(data, size);
-  } catch (...) {
-    reply.outOfMemory = true;
-    return CURL_WRITEFUNC_ERROR;
-  }
-  return size;
+  return static_cast<RestReply*>(context)->takeBody({data, size}) ? size : CURL_WRITEFUNC_ERROR;
 }
 
-// Called for each line, those after a chunked body included. An interim reply (1xx) is followed by another status line.
 std::size_t takeHeader(char* data, std::size_t /*one*/, std::size_t size, void* context) {
-  auto& reply = *static_cast<RestReply*>(context);
-  reply.headerBytes += size;
-  if (reply.headerBytes > kMostHeaderBytes) {
-    reply.headerTooLarge = true;
-    return 0;  // fewer than came: the end
-  }
-  const std::string_view line(data, size);
-  if (line.starts_with("HTTP/")) reply.headersEnded = false;
-  const bool isBlank = line == "\r\n" || line == "\n";
-  if (isBlank) reply.headersEnded = true;
-  reply.isComing = !isBlank;
-  return size;
+  return static_cast<RestReply*>(context)->takeHeaderLine({data, size}) ? size : 0;
 }
 
 std::size_t giveBody(char* buffer, std::size_t one, std::size_t count, void* context) {
@@ -119,17 +94,20 @@ void setSecurity(Options& options, const CMRestGlobalSettings& settings) {
   }
 }
 
-void setLimits(Options& options, const CMRestGlobalSettings& settings) {
+void setLimits(Options& options, const CMRestGlobalSettings& settings, bool isStreaming) {
   options.set(CURLOPT_NOSIGNAL, 1L);
   options.set(CURLOPT_MAXAGE_CONN, kLongestIdleSeconds);
   options.set(CURLOPT_QUICK_EXIT, 1L);  // a name look-up that hangs must not hold up the end of the request
   options.set(CURLOPT_TIMEOUT_MS, toLimit(settings.totalTimeout));
   options.set(CURLOPT_CONNECTTIMEOUT_MS, toLimit(settings.connectTimeout));
-  options.set(CURLOPT_LOW_SPEED_LIMIT, toLong(settings.lowSpeedBytes));
+  // Not for what is received as it comes: RestPace looks after that.
+  options.set(CURLOPT_LOW_SPEED_LIMIT, isStreaming ? 0L : toLong(settings.lowSpeedBytes));
   options.set(CURLOPT_LOW_SPEED_TIME, toLong(static_cast<std::uint64_t>(std::max(settings.lowSpeedTime, 0s).count())));
-  // Only for a length that the server announces; takeBody limits what comes.
-  options.set(CURLOPT_MAXFILESIZE_LARGE, static_cast<curl_off_t>(std::min<std::uint64_t>(
-                                             settings.maxReplyBytes, std::numeric_limits<curl_off_t>::max())));
+  // Only for a length that the server announces; RestReply limits what is collected.
+  if (isStreaming) return;
+  constexpr std::uint64_t kMost = std::numeric_limits<curl_off_t>::max();
+  options.set(CURLOPT_MAXFILESIZE_LARGE,
+              static_cast<curl_off_t>(std::min<std::uint64_t>(settings.maxReplyBytes, kMost)));
 }
 
 // An empty proxy, set as such, keeps libcurl from looking into the environment.
@@ -151,7 +129,7 @@ void setRequest(Options& options, const RestPlan& plan, const CMRestGlobalSettin
     options.set(CURLOPT_REQUEST_TARGET, plan.address.target.c_str());
   }
   options.set(CURLOPT_PATH_AS_IS, 1L);
-  options.set(CURLOPT_ACCEPT_ENCODING, "");
+  if (!plan.isStreaming) options.set(CURLOPT_ACCEPT_ENCODING, "");  // all that libcurl can decode
   options.set(CURLOPT_USERAGENT, settings.userAgent.c_str());
   options.set(CURLOPT_HTTPHEADER, plan.headers.get());
   if (plan.method == RestMethod::Post) options.set(CURLOPT_POST, 1L);
@@ -213,7 +191,8 @@ std::string planHeaders(const RestOrder& order, RestPlan& plan) {
   fields.insert(fields.end(), order.request.getHeaderParams().begin(), order.request.getHeaderParams().end());
   if (plan.hasBody) {
     fields.emplace_back("Content-Type", "application/json");
-    fields.emplace_back("Accept", "application/json");
+    const auto isAccept = [](const auto& field) { return isSameHeaderName(field.first, "Accept"); };
+    if (std::none_of(fields.begin(), fields.end(), isAccept)) fields.emplace_back("Accept", "application/json");
   }
   if (std::string refusal = appendHeaders(plan.headers, fields); !refusal.empty()) return refusal;
   appendLine(plan.headers, "Expect:");  // a wait for "100 Continue" would cost a second with servers that send none
@@ -229,6 +208,7 @@ std::string planRequest(const RestOrder& order, RestPlan& plan) {
   if (holdsControlCharacter(settings.caFile)) return "The name of the file of authorities holds a control character";
   plan.method = order.method;
   plan.hasBody = order.body != nullptr;
+  plan.isStreaming = order.receiver != nullptr;
   if (std::string refusal = readRestAddress(order.request, plan.address); !refusal.empty()) return refusal;
   if (std::string refusal = readRestProxy(settings.proxyURL, plan.proxy); !refusal.empty()) return refusal;
   return planHeaders(order, plan);
@@ -237,7 +217,7 @@ std::string planRequest(const RestOrder& order, RestPlan& plan) {
 CURLcode applyPlan(CURL* easy, const RestPlan& plan, const CMRestGlobalSettings& settings) {
   Options options(easy);
   setSecurity(options, settings);
-  setLimits(options, settings);
+  setLimits(options, settings, plan.isStreaming);
   setProxy(options, plan.proxy);
   setRequest(options, plan, settings);
   setCallbacks(options);

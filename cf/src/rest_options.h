@@ -2,14 +2,13 @@
 #pragma once
 
 #include "rest_address.h"
+#include "rest_reply.h"
 #include "rest_upload.h"
 
 #include <cf/rest.h>
 
 #include <curl/curl.h>
 
-#include <array>
-#include <cstddef>
 #include <memory>
 #include <string>
 
@@ -27,34 +26,17 @@ struct RestOrder {
   RestUpload* body;  // null: none
   const CMRestSession& session;
   const CMRestGlobalSettings& settings;
+  ICSRestReceiver* receiver;  // null: the reply is collected
 };
 
 /// An order that was checked, without its body.
 struct RestPlan {
   RestMethod method;
   bool hasBody;
+  bool isStreaming;  // the reply goes to a receiver
   RestAddress address;
   RestProxy proxy;
   HeaderList headers;
-};
-
-/// The header fields of a reply with those of interim replies and those behind its body. Less than where libcurl gives
-/// up those before the body.
-inline constexpr std::size_t kMostHeaderBytes = std::size_t{256} << 10;
-
-/// What a transfer brings back.
-struct RestReply {
-  std::size_t limit = 0;
-  std::string body;
-  std::size_t headerBytes = 0;
-  bool isComing = false;      // a part of it is under way: header fields, or a body of more than blanks
-  bool stopped = false;       // the connection was lost before a reply, and the request not sent again
-  bool headersEnded = false;  // the empty line after the header fields came
-  bool headerTooLarge = false;
-  bool tooLarge = false;
-  bool tooSlow = false;
-  bool outOfMemory = false;
-  std::array<char, CURL_ERROR_SIZE> errorText{};  // never a verdict: libcurl may fill it in success
 };
 
 /// @return "" or a sentence that says why the request can't be sent.

@@ -10,23 +10,26 @@ using std::chrono::seconds;
 constexpr std::uint64_t kLeastBytesASecond = 64;
 constexpr seconds kNone{0};
 constexpr seconds kLongestWindow{60};
+constexpr seconds kLongestSilence = std::chrono::hours(24);
 
-seconds obtainWindow(const CMRestGlobalSettings& settings) noexcept {
-  return settings.lowSpeedBytes == 0 ? kNone : std::clamp(settings.lowSpeedTime, kNone, kLongestWindow);
+seconds obtainWindow(const CMRestGlobalSettings& settings, bool isStreaming) noexcept {
+  if (settings.lowSpeedBytes == 0) return kNone;
+  return std::clamp(settings.lowSpeedTime, kNone, isStreaming ? kLongestSilence : kLongestWindow);
 }
 
 }  // namespace
 
-RestPace::RestPace(const CMRestGlobalSettings& settings) noexcept
-    : window_(obtainWindow(settings)),
-      least_(std::max<std::uint64_t>(settings.lowSpeedBytes, kLeastBytesASecond) *
-             static_cast<std::uint64_t>(window_.count())) {}
+RestPace::RestPace(const CMRestGlobalSettings& settings, bool isStreaming) noexcept
+    : isStreaming_(isStreaming),
+      window_(obtainWindow(settings, isStreaming)),
+      least_(isStreaming ? 1
+                         : std::max<std::uint64_t>(settings.lowSpeedBytes, kLeastBytesASecond) *
+                               static_cast<std::uint64_t>(window_.count())) {}
 
 bool RestPace::isTooSlow(bool isComing, std::uint64_t bytes, Time now) noexcept {
-  if (!isComing || window_ == kNone) {
-    isMeasuring_ = false;
-    return false;
-  }
+  const bool isWaited = !isStreaming_ && !isComing;
+  if (isWaited || (isStreaming_ && bytes != before_)) isMeasuring_ = false;
+  if (isWaited || window_ == kNone) return false;
   if (isMeasuring_ && now - begin_ < window_) return false;
   const bool tooSlow = isMeasuring_ && bytes - before_ < least_;
   isMeasuring_ = true;

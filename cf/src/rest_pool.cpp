@@ -12,7 +12,8 @@ namespace {
 
 using std::chrono::steady_clock;
 
-// cancel() wakes the wait up; this is for the request that runs beside the pool's own, which no wake-up reaches.
+// cancel() wakes the wait up; this is for the request that runs beside the pool's own, which no wake-up reaches, and
+// for a receiver that stops.
 constexpr int kLongestWaitMilliseconds = 500;
 
 // More than libcurl and what it calls take when they are made ready. OpenSSL tries that once: where memory runs out
@@ -49,6 +50,11 @@ bool isComing(CURL* easy, const RestReply& reply) {
 
 std::uint64_t countReceived(CURL* easy, const RestReply& reply) {
   return reply.headerBytes + static_cast<std::uint64_t>(obtainNumber(easy, CURLINFO_SIZE_DOWNLOAD_T));
+}
+
+// A request that is still being sent is not silent.
+std::uint64_t countMoved(CURL* easy, const RestReply& reply) {
+  return countReceived(easy, reply) + static_cast<std::uint64_t>(obtainNumber(easy, CURLINFO_SIZE_UPLOAD_T));
 }
 
 CURLcode toCode(CURLMcode code) { return code == CURLM_OUT_OF_MEMORY ? CURLE_OUT_OF_MEMORY : CURLE_FAILED_INIT; }
@@ -163,17 +169,20 @@ void RestTransfer::keep() noexcept {
   if (forgetTransfer(getEasy(), getPlan()) == CURLE_OK) transport_->keep(std::move(setup_));
 }
 
-std::optional<CURLcode> RestTransfer::run(RestPace pace, RestReply& reply) {
+std::optional<CURLcode> RestTransfer::run(RestPace pace, RestReply& reply, ICSRestReceiver* receiver) {
   CURLM* multi = transport_->getMulti();
   transport_->avoidEnded(getEasy());
   transport_->getSending().begin(getEasy());
   CURLMcode code = curl_multi_add_handle(multi, getEasy());
   for (int running = 1; code == CURLM_OK;) {
     if (pool_ != nullptr && pool_->takeCancel()) return std::nullopt;
+    reply.isRefused = receiver != nullptr && receiver->isStopped();
+    if (reply.isRefused) return CURLE_ABORTED_BY_CALLBACK;
     code = curl_multi_perform(multi, &running);
     reply.stopped = transport_->getSending().isStopped();
     if (code == CURLM_OK && running == 0) return obtainVerdict(multi);
-    reply.tooSlow = pace.isTooSlow(isComing(getEasy(), reply), countReceived(getEasy(), reply), steady_clock::now());
+    const std::uint64_t bytes = receiver == nullptr ? countReceived(getEasy(), reply) : countMoved(getEasy(), reply);
+    reply.tooSlow = pace.isTooSlow(isComing(getEasy(), reply), bytes, steady_clock::now());
     if (reply.tooSlow) return CURLE_OPERATION_TIMEDOUT;
     if (code == CURLM_OK) code = curl_multi_poll(multi, nullptr, 0, kLongestWaitMilliseconds, nullptr);
   }

@@ -97,7 +97,7 @@ class RestTransfer {
   /// Sets the handle up. `reply` and the order's body outlive the transfer.
   CURLcode apply(const RestOrder& order, RestReply& reply);
   /// @return libcurl's verdict; nothing when cancel() ended the request. What else ended it, `reply` tells.
-  std::optional<CURLcode> run(RestPace pace, RestReply& reply);
+  std::optional<CURLcode> run(RestPace pace, RestReply& reply, ICSRestReceiver* receiver);
   /// What the request was, and what it tells afterwards.
   const RestPlan& getPlan() const noexcept { return setup_->plan; }
   CURL* getEasy() const noexcept { return setup_->easy.get(); }

@@ -25,6 +25,7 @@ class RestRecipe {
  private:
   RestMethod method_;
   bool hasBody_;
+  bool isStreaming_;
   CMRestGlobalSettings settings_;
   std::string url_;
   CMRestParams query_;

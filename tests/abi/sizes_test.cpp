@@ -48,7 +48,7 @@ TEST(Sizes, TransportFailuresHaveFixedCodes) {
   constexpr CFRestError kInOrder[] = {CFRestError::BadRequest, CFRestError::HostNotFound,  CFRestError::CouldNotConnect,
                                       CFRestError::TLSFailed,  CFRestError::TimedOut,      CFRestError::ConnectionLost,
                                       CFRestError::NotHTTP,    CFRestError::ReplyTooLarge, CFRestError::ProxyRefused,
-                                      CFRestError::Cancelled,  CFRestError::Failed};
+                                      CFRestError::Cancelled,  CFRestError::Failed,     CFRestError::Stopped};
   EXPECT_EQ(sizeof(CFRestError), 4U);
   EXPECT_EQ(static_cast<int>(CFRestError::None), 0);
   int code = 10'001;

@@ -22,7 +22,8 @@ enum class CFRestError : std::int32_t {
   ReplyTooLarge = 10'008,
   ProxyRefused = 10'009,
   Cancelled = 10'010,
-  Failed = 10'011  ///< anything else
+  Failed = 10'011,  ///< anything else
+  Stopped = 10'012  ///< by who received the reply as it came
 };
 
 /// What an error code means, in texts for the user: plain UTF-8 without query strings, header values or passwords.
@@ -33,7 +34,7 @@ struct CSErrorRecord {
 
 /// Runs requests, one at a time, in the calling thread. An execute operation returns 0 or the error code, and sets
 /// `*response` to what the server answered (owned by the caller) or to null when there was no complete answer. It
-/// throws nothing but std::bad_alloc.
+/// throws nothing but std::bad_alloc and what a receiver throws.
 class CF_TYPE ICSRestClient {
  public:
   virtual ~ICSRestClient() = default;
@@ -45,6 +46,10 @@ class CF_TYPE ICSRestClient {
   virtual std::int32_t executeDelete(const CMRestDeleteRequest& request, CMRestResourceResponse** response) = 0;
   /// The sentence about the last request that failed in the transport ("" when none did): names host and port.
   virtual const std::string& obtainFailureText() const noexcept = 0;
+  /// Runs a POST whose reply goes to `receiver` while it comes, if that wants it: the response has no body then. The
+  /// reply is asked for uncompressed, since what compresses holds text back.
+  virtual std::int32_t executePostStreaming(const CMRestPostRequest& request, ICSRestReceiver& receiver,
+                                            CMRestResourceResponse** response) = 0;
 };
 
 class ICSAppFactory;

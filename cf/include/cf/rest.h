@@ -32,10 +32,11 @@ struct CMRestGlobalSettings {
   /// for minutes before the first byte, so the default time is long. A part of a reply that is under way (the header
   /// fields; the body, but for blanks that it begins with) is waited for less: it is given up when it brings fewer than
   /// 64 bytes a second, or `lowSpeedBytes` where they are more, for a minute, or `lowSpeedTime` where it is less.
-  /// 0 bytes, or no time, switches both limits off.
+  /// 0 bytes, or no time, switches both limits off. A reply that is received as it comes may be as slow as it likes,
+  /// but not silent: it is given up when no byte of it comes for `lowSpeedTime`.
   std::size_t lowSpeedBytes = 1;
   std::chrono::seconds lowSpeedTime{300};             ///< see lowSpeedBytes
-  std::size_t maxReplyBytes = std::size_t{16} << 20;  ///< of the body after decompression
+  std::size_t maxReplyBytes = std::size_t{16} << 20;  ///< of a collected body after decompression
   /// A PEM file with further certificate authorities, beside the system's hashed CA folder; where the system has no
   /// such folder, the file stands in for the system's authorities. Empty means none.
   std::string caFile;
@@ -136,7 +137,7 @@ class CF_TYPE CMRestPostRequest : public CMRestRequest {
   CF_API ~CMRestPostRequest() override;
   /// As with CMRestGetRequest.
   CF_API void addQueryParams(const CMRestParams& params);
-  /// As with CMRestGetRequest.
+  /// As with CMRestGetRequest. A request with a body accepts JSON, unless "Accept" is among them.
   CF_API virtual void addHeaderParams(const CMRestParams& params);
   /// Takes `json` as it is now as the body, serialised here and once; null leaves the request without a body. What
   /// setJsonReference put into it may be borrowed until the request goes.
@@ -163,8 +164,9 @@ class CF_TYPE CMRestDeleteRequest : public CMRestRequest {
 /// What a server answered.
 class CF_TYPE CMRestResourceResponse {
  public:
-  /// `status` is the HTTP status; `body` the decoded body, which is parsed here.
-  CF_API CMRestResourceResponse(std::int32_t status, std::string body);
+  /// `status` is the HTTP status; `body` the decoded body, which is parsed here; `head` the lines of the header fields
+  /// as they arrived.
+  CF_API CMRestResourceResponse(std::int32_t status, std::string body, std::string head = {});
   CF_API virtual ~CMRestResourceResponse();
   CMRestResourceResponse(const CMRestResourceResponse&) = delete;
   CMRestResourceResponse& operator=(const CMRestResourceResponse&) = delete;
@@ -175,9 +177,31 @@ class CF_TYPE CMRestResourceResponse {
   CF_API const ICOJsonValue* getJson() const noexcept;
   /// The body as it arrived (after decompression); any bytes.
   CF_API const std::string& getBufferString() const noexcept;
+  /// The value of the header field `name`, in any case of ASCII letters, without the blanks around it; the first where
+  /// there are several, "" where there is none. Any bytes. Lives as long as the response.
+  CF_API std::string_view findHeader(std::string_view name) const noexcept;
 
  private:
   std::int32_t status_;
   std::string body_;
+  std::string head_;
   std::unique_ptr<COJson> json_;
+};
+
+/// Takes the body of a reply while it comes, in the thread that runs the request. What its operations throw ends the
+/// request and leaves the client's operation. Within them nothing of the client, its session or its pool centre may be
+/// called but the pool centre's cancel().
+class CF_TYPE ICSRestReceiver {
+ public:
+  virtual ~ICSRestReceiver() = default;
+  /// Asked once, as soon as a byte of the body has come that is no blank: `beginning` is what has come from there on.
+  /// `contentType` is the header field "Content-Type".
+  /// @return whether the body goes to receive(); if not, the response collects it.
+  virtual bool begin(std::int32_t status, std::string_view contentType, std::string_view beginning) = 0;
+  /// Gets the next bytes of the body, cut wherever the network cut them.
+  /// @return false to end the request: CFRestError::Stopped.
+  virtual bool receive(std::string_view part) = 0;
+  /// Asked before the request is sent and about twice a second until it ends.
+  /// @return true to end it: CFRestError::Stopped.
+  virtual bool isStopped() noexcept = 0;
 };

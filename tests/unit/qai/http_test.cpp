@@ -50,6 +50,10 @@ class FakeClient final : public ICSRestClient {
     return execute("DELETE", request, response);
   }
   const std::string& obtainFailureText() const noexcept override { return failure_; }
+  std::int32_t executePostStreaming(const CMRestPostRequest& request, ICSRestReceiver& /*receiver*/,
+                                    CMRestResourceResponse** response) override {
+    return execute("POST", request, response);
+  }
 
  private:
   std::int32_t execute(const char* method, const CMRestRequest& request, CMRestResourceResponse** response) {

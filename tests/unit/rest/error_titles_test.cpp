@@ -107,6 +107,7 @@ TEST(TransportFailure, IsDescribedByItsTitle) {
       {CFRestError::ProxyRefused, "Proxy refused the connection"},
       {CFRestError::Cancelled, "Cancelled"},
       {CFRestError::Failed, "Request failed"},
+      {CFRestError::Stopped, "Stopped"},
   };
   for (const auto& [error, title] : titles) {
     EXPECT_EQ(describe(static_cast<std::int32_t>(error)).title, title);
@@ -114,7 +115,7 @@ TEST(TransportFailure, IsDescribedByItsTitle) {
   }
   // The numbers behind one another are all of them.
   const auto first = static_cast<std::int32_t>(CFRestError::BadRequest);
-  const auto last = static_cast<std::int32_t>(CFRestError::Failed);
+  const auto last = static_cast<std::int32_t>(CFRestError::Stopped);
   EXPECT_EQ(titles.size(), static_cast<std::size_t>(last - first + 1) + 1) << "and None";
   EXPECT_EQ(describe(last + 1).title, "Error " + std::to_string(last + 1));
   EXPECT_EQ(describe(first - 1).title, "Error " + std::to_string(first - 1));

@@ -64,4 +64,29 @@ TEST(Pace, IsMeasuredAnewAfterEachMinuteAndAfterEachWait) {
   EXPECT_TRUE(pace.isTooSlow(true, 100'004, begin + 370s));
 }
 
+TEST(Pace, OfAStreamMayBeAsSlowAsItLikesButNotSilent) {
+  CMRestGlobalSettings settings;
+  settings.lowSpeedTime = 100s;
+  RestPace pace(settings, true);
+  const RestPace::Time begin{};
+  EXPECT_FALSE(pace.isTooSlow(false, 0, begin));
+  EXPECT_FALSE(pace.isTooSlow(false, 0, begin + 99s));
+  EXPECT_FALSE(pace.isTooSlow(true, 1, begin + 100s)) << "a byte in time";
+  EXPECT_FALSE(pace.isTooSlow(false, 2, begin + 199s)) << "between two chunks";
+  EXPECT_FALSE(pace.isTooSlow(false, 2, begin + 298s));
+  EXPECT_TRUE(pace.isTooSlow(false, 2, begin + 299s));
+}
+
+TEST(Pace, OfAStreamIsNotLookedAtWithoutALimit) {
+  for (const std::size_t leastBytes : {0U, 1U}) {
+    CMRestGlobalSettings settings;
+    settings.lowSpeedBytes = leastBytes;
+    settings.lowSpeedTime = leastBytes == 0 ? 1s : 0s;
+    RestPace pace(settings, true);
+    const RestPace::Time begin{};
+    EXPECT_FALSE(pace.isTooSlow(true, 0, begin));
+    EXPECT_FALSE(pace.isTooSlow(true, 0, begin + 1000s)) << leastBytes;
+  }
+}
+
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -33,7 +34,7 @@ struct RestCaller {
         app->obtainRestClientFactory()->createRestClient(app, settings, &session));
     RestResult outcome;
     CMRestResourceResponse* response = nullptr;
-    outcome.code = (client.get()->*execute)(request, &response);
+    outcome.code = std::invoke(execute, *client, request, &response);
     outcome.response.reset(response);
     outcome.text = client->obtainFailureText();
     CSErrorRecord record;

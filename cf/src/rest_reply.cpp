@@ -1,0 +1,76 @@
+#include "rest_reply.h"
+
+#include "rest_text.h"
+
+#include <charconv>
+#include <utility>
+
+namespace {
+
+constexpr std::string_view kBlanks = " \t\r\n";
+
+// "HTTP/1.1 200 OK"; 0 where there is no number.
+std::int32_t readStatus(std::string_view head) noexcept {
+  head.remove_prefix(std::min(head.find(' ') + 1, head.size()));
+  std::int32_t status = 0;
+  std::from_chars(head.data(), head.data() + head.size(), status);
+  return status;
+}
+
+}  // namespace
+
+bool RestReply::takeHeaderLine(std::string_view line) noexcept {
+  headerBytes += line.size();
+  headerTooLarge = headerBytes > kMostHeaderBytes;
+  if (headerTooLarge) return false;
+  const bool isBlank = line == "\r\n" || line == "\n";
+  isComing = !isBlank;
+  try {
+    keepHeaderLine(line);
+  } catch (...) {
+    thrown = std::current_exception();
+    return false;
+  }
+  headersEnded = headersEnded || isBlank;
+  return true;
+}
+
+// An interim reply (1xx) is followed by another status line.
+void RestReply::keepHeaderLine(std::string_view line) {
+  if (line.starts_with("HTTP/")) {
+    headersEnded = false;
+    head.clear();
+  }
+  if (!headersEnded) head += line;
+}
+
+bool RestReply::takeBody(std::string_view part) noexcept {
+  try {
+    const std::size_t beginning = part.find_first_not_of(kBlanks);
+    isComing = isComing || beginning != std::string_view::npos;
+    if (receiver != nullptr && !isReceiving && isComing) beginReceiving(part.substr(beginning));
+    keepBody(part);
+  } catch (...) {
+    thrown = std::current_exception();
+  }
+  return !tooLarge && !isRefused && thrown == nullptr;
+}
+
+// What was kept so far are the blanks that services send while they make one wait.
+void RestReply::beginReceiving(std::string_view beginning) {
+  ICSRestReceiver& asked = *std::exchange(receiver, nullptr);
+  if (!asked.begin(readStatus(head), findHeaderField(head, "Content-Type"), beginning)) return;
+  receiver = &asked;
+  isReceiving = true;
+  isRefused = !body.empty() && !receiver->receive(body);
+  body.clear();
+}
+
+void RestReply::keepBody(std::string_view part) {
+  if (isReceiving) {
+    isRefused = isRefused || !receiver->receive(part);
+    return;
+  }
+  tooLarge = part.size() > limit - body.size();
+  if (!tooLarge) body.append(part);
+}
