@@ -1,14 +1,20 @@
 #include "completions.h"
 
+#include "streams.h"
+
 #include <cf/json_shortcuts.h>
 #include <cf/text.h>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <utility>
+#include <vector>
 
 namespace standin {
 namespace {
+
+constexpr std::string_view kReasoning = "I look for a rule that fits.";
 
 Reply refuse(const Flaw& flaw, const CompletionsDialect& dialect) {
   return dialect.refuse(wordFlaw(flaw, dialect.wordings));
@@ -27,6 +33,15 @@ std::optional<Flaw> checkMessage(const COJsonValue& message, const std::string& 
   return checkMember(message.obtainJsonValue("content"), JsonType::String, path + ".content");
 }
 
+std::optional<Flaw> checkStreamOptions(const COJson& body) {
+  constexpr const char* kPath = "stream_options";
+  if (auto flaw = checkOptional(body.obtainJsonValue("stream"), JsonType::Bool, "stream")) return flaw;
+  const COJsonValue* options = body.obtainJsonValue(kPath);
+  if (auto flaw = checkOptional(options, JsonType::Object, kPath)) return flaw;
+  if (!cfHasJsonType(options, JsonType::Object) || flagOf(body, "stream")) return std::nullopt;
+  return Flaw{&Wordings::optionsWithoutStream, kPath};
+}
+
 std::optional<Flaw> checkChat(const COJson& body, const CompletionsDialect& dialect) {
   if (body.obtainType() != JsonType::Object) return Flaw{&Wordings::notJson};
   const COJsonValue* id = body.obtainJsonValue("model");
@@ -36,6 +51,7 @@ std::optional<Flaw> checkChat(const COJson& body, const CompletionsDialect& dial
     return checkMessage(message, path, dialect);
   };
   if (auto flaw = checkSomeItems(body.obtainJsonValue("messages"), "messages", check)) return flaw;
+  if (auto flaw = checkStreamOptions(body)) return flaw;
   const CompletionModel* model = findModel(id->obtainString(), dialect);
   if (model == nullptr) return unknownModel(id->obtainString());
   return checkTemperatureOf(*model, body.obtainJsonValue("temperature"));
@@ -54,21 +70,115 @@ void fillChoice(COJsonValue* choice, const CompletionModel& model, const std::st
   message->addKeyValue("role")->setString("assistant");
   message->addKeyValue("content")->setString(text);
   if (tellsRefusal) message->addKeyValue("refusal");
-  if (model.tellsReasoning) message->addKeyValue("reasoning_content")->setString("I look for a rule that fits.");
+  if (model.tellsReasoning) message->addKeyValue("reasoning_content")->setString(kReasoning);
   choice->addKeyValue("logprobs");
   choice->addKeyValue("finish_reason")->setString("stop");
 }
 
-Reply sendCompletion(const CompletionModel& model, const Answer& answer, const CompletionsDialect& dialect) {
+void fillDetailedUsage(COJsonValue* usage, const Answer& answer, const CompletionsDialect& dialect) {
+  fillUsage(usage, answer);
+  usage->addKeyValue("prompt_tokens_details")->addKeyValue("cached_tokens")->setInteger(answer.wordsCached);
+  if (!dialect.tellsCacheMisses) return;
+  usage->addKeyValue("prompt_cache_hit_tokens")->setInteger(answer.wordsCached);
+  usage->addKeyValue("prompt_cache_miss_tokens")->setInteger(answer.wordsAsked - answer.wordsCached);
+}
+
+/// What a completion and each event of a stream begin with.
+struct CompletionHead {
+  std::string id;
+  std::int64_t created;
+  const CompletionModel& model;
+};
+
+CompletionHead beginCompletion(const CompletionModel& model, const CompletionsDialect& dialect) {
   static std::atomic<std::int64_t> lastNumber{0};
+  return {.id = std::string(dialect.idPrefix) + std::to_string(++lastNumber), .created = currentTime(), .model = model};
+}
+
+void fillHead(COJson& document, const CompletionHead& head, std::string_view object) {
+  document.addKeyValue("id")->setString(head.id);
+  document.addKeyValue("object")->setString(object);
+  document.addKeyValue("created")->setInteger(head.created);
+  document.addKeyValue("model")->setString(head.model.id);
+}
+
+Reply sendCompletion(const CompletionHead& head, const Answer& answer, const CompletionsDialect& dialect) {
   COJson document;
-  document.addKeyValue("id")->setString(std::string(dialect.idPrefix) + std::to_string(++lastNumber));
-  document.addKeyValue("object")->setString("chat.completion");
-  document.addKeyValue("created")->setInteger(currentTime());
-  document.addKeyValue("model")->setString(model.id);
-  fillChoice(document.addKeyValue("choices")->addArrayItem(), model, answer.text, dialect.tellsRefusal);
-  fillUsage(document.addKeyValue("usage"), answer);
+  fillHead(document, head, "chat.completion");
+  fillChoice(document.addKeyValue("choices")->addArrayItem(), head.model, answer.text, dialect.tellsRefusal);
+  fillDetailedUsage(document.addKeyValue("usage"), answer, dialect);
   return {.body = std::string(dialect.opening) + document.obtainJsonString()};
+}
+
+/// A completion on its way.
+struct CompletionStream {
+  CompletionHead head;
+  Answer answer;
+  const CompletionsDialect& dialect;
+  bool asksForUsage;
+};
+
+/// What the events of a stream differ in.
+struct Chunk {
+  std::vector<std::pair<std::string_view, std::optional<std::string_view>>> delta = {};  // nothing: null
+  bool isEnd = false;                                                                    // of the answer
+  bool hasChoice = true;  // the answer's; usage may come without
+  bool hasUsage = false;
+};
+
+void fillChunkChoice(COJsonValue* choice, const Chunk& chunk) {
+  choice->addKeyValue("index")->setInteger(0);
+  COJsonValue* delta = choice->addKeyValue("delta");
+  delta->setObject();
+  for (const auto& [name, text] : chunk.delta) {
+    COJsonValue* value = delta->addKeyValue(name);
+    if (text) value->setString(*text);
+  }
+  choice->addKeyValue("logprobs");
+  COJsonValue* reason = choice->addKeyValue("finish_reason");
+  if (chunk.isEnd) reason->setString("stop");
+}
+
+std::string writeChunk(const CompletionStream& stream, const Chunk& chunk) {
+  COJson document;
+  fillHead(document, stream.head, "chat.completion.chunk");
+  COJsonValue* choices = document.addKeyValue("choices");
+  choices->setArray();
+  if (chunk.hasChoice) fillChunkChoice(choices->addArrayItem(), chunk);
+  if (stream.asksForUsage || stream.dialect.tellsCacheMisses) {
+    COJsonValue* usage = document.addKeyValue("usage");
+    if (chunk.hasUsage) fillDetailedUsage(usage, stream.answer, stream.dialect);
+  }
+  return writeEvent(document.obtainJsonString());
+}
+
+std::vector<std::string> openCompletion(const CompletionStream& stream) {
+  Chunk role{.delta = {{"role", "assistant"}, {"content", ""}}};
+  if (stream.dialect.tellsRefusal) role.delta.emplace_back("refusal", std::nullopt);
+  std::vector<std::string> events{std::string(stream.dialect.streamOpening), writeChunk(stream, role)};
+  if (!stream.head.model.tellsReasoning) return events;
+  for (const std::string& piece : cutText(kReasoning)) {
+    events.push_back(writeChunk(stream, {.delta = {{"content", std::nullopt}, {"reasoning_content", piece}}}));
+  }
+  return events;
+}
+
+std::vector<std::string> closeCompletion(const CompletionStream& stream) {
+  std::vector<std::string> events{writeChunk(stream, {.isEnd = true, .hasUsage = stream.dialect.tellsCacheMisses})};
+  if (stream.asksForUsage) events.push_back(writeChunk(stream, {.hasChoice = false, .hasUsage = true}));
+  events.push_back(writeEvent("[DONE]"));
+  return events;
+}
+
+Reply streamCompletion(const CompletionStream& stream) {
+  return streamText({.contentType = "text/event-stream; charset=utf-8",
+                     .opening = openCompletion(stream),
+                     .text = stream.answer.text,
+                     .write =
+                         [stream](std::string_view piece, bool /*isLast*/) {
+                           return writeChunk(stream, {.delta = {{"content", piece}}});
+                         },
+                     .close = [stream] { return closeCompletion(stream); }});
 }
 
 }  // namespace
@@ -139,7 +249,12 @@ Reply completeChat(const Call& call, const CompletionsDialect& dialect) {
   if (const auto flaw = checkChat(body, dialect)) return refuse(*flaw, dialect);
   const Conversation conversation = readMessages(*body.obtainJsonValue("messages"), dialect.roles);
   const CompletionModel* model = findModel(body.obtainJsonValue("model")->obtainString(), dialect);
-  return sendCompletion(*model, answerConversation(conversation), dialect);
+  const CompletionHead head = beginCompletion(*model, dialect);
+  const Answer answer = answerConversation(conversation);
+  if (!call.mayStream || !flagOf(body, "stream")) return sendCompletion(head, answer, dialect);
+  const COJsonValue* options = body.obtainJsonValue("stream_options");
+  const bool asksForUsage = options != nullptr && flagOf(*options, "include_usage");
+  return streamCompletion({.head = head, .answer = answer, .dialect = dialect, .asksForUsage = asksForUsage});
 }
 
 }  // namespace standin

@@ -25,9 +25,12 @@ struct CompletionsDialect {
   std::span<const CompletionModel> models;
   std::string_view owner;  // of the models
   std::span<const Role> roles;
-  std::string_view idPrefix;  // of completions
-  std::string_view opening;   // sent ahead of a completion
-  bool tellsRefusal;          // messages have a member for it
+  std::string_view idPrefix;       // of completions
+  std::string_view opening;        // sent ahead of a completion
+  std::string_view streamOpening;  // and ahead of the events of one
+  bool tellsRefusal;               // messages have a member for it
+  bool tellsCacheMisses;           // the usage has members for what was cached and what was not, and streams tell it
+                                   // with the end of the answer, asked for or not
   KeyMask keyMask;
   Wordings wordings;
   Reply (*refuse)(const Refusal& refusal);

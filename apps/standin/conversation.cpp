@@ -28,8 +28,13 @@ std::int64_t countWords(const std::string& text) {
 }
 
 Answer answerConversation(const Conversation& conversation) {
+  constexpr std::size_t kNewTurns = 2;  // the last answer and the question
   std::int64_t wordsAsked = countWords(conversation.instructions);
-  for (const Turn& turn : conversation.turns) wordsAsked += countWords(turn.text);
+  std::int64_t wordsCached = 0;
+  for (std::size_t i = 0; i < conversation.turns.size(); ++i) {
+    wordsAsked += countWords(conversation.turns[i].text);
+    if (i + kNewTurns < conversation.turns.size()) wordsCached = wordsAsked;
+  }
   std::vector<Turn> history = conversation.turns;
   std::string question;
   if (!history.empty() && history.back().fromUser) {
@@ -38,12 +43,17 @@ Answer answerConversation(const Conversation& conversation) {
   }
   std::string text = answerQuestion(conversation.instructions, history, question);
   const std::int64_t wordsAnswered = countWords(text);
-  return {std::move(text), wordsAsked, wordsAnswered};
+  return {std::move(text), wordsAsked, wordsCached, wordsAnswered};
 }
 
 std::string_view textOf(const COJsonValue& object, std::string_view key) {
   const COJsonValue* value = object.obtainJsonValue(key);
   return value == nullptr ? std::string_view() : value->obtainString();
+}
+
+bool flagOf(const COJsonValue& object, std::string_view key) {
+  const COJsonValue* value = object.obtainJsonValue(key);
+  return value != nullptr && value->obtainBool();
 }
 
 Conversation readMessages(const COJsonValue& messages, std::span<const Role> roles) {

@@ -35,6 +35,7 @@ struct Conversation {
 struct Answer {
   std::string text;
   std::int64_t wordsAsked = 0;
+  std::int64_t wordsCached = 0;  // of those asked: what the turn before was asked, too
   std::int64_t wordsAnswered = 0;
 };
 
@@ -44,6 +45,9 @@ Answer answerConversation(const Conversation& conversation);
 
 /// The text of member `key`; "" when there is none.
 std::string_view textOf(const COJsonValue& object, std::string_view key);
+
+/// Whether member `key` is there and true.
+bool flagOf(const COJsonValue& object, std::string_view key);
 
 /// Reads objects with "role" and "content"; those of roles that are not in `roles` are passed over.
 Conversation readMessages(const COJsonValue& messages, std::span<const Role> roles);

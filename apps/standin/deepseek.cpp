@@ -38,6 +38,7 @@ constexpr Wordings kWordings{
     .unknownModel = {400, kInvalid, "Model Not Exist"},
     .tooLow = {400, kInvalid, "Invalid temperature value, the valid range of temperature is [0, 2]"},
     .tooHigh = {400, kInvalid, "Invalid temperature value, the valid range of temperature is [0, 2]"},
+    .optionsWithoutStream = {400, kInvalid, "{path} should be set along with stream = true"},
     .expected = {"unit value", "a map", "a sequence", "a string", "f32", "a boolean"},
     .found = {"null", "map", "sequence", "string", "number", "boolean"},
 };
@@ -51,8 +52,10 @@ constexpr CompletionsDialect kDialect{
     .owner = "deepseek",
     .roles = kRoles,
     .idPrefix = "standin-",
-    .opening = "\n\n",  // the real service sends blank lines while one waits
+    .opening = "\n\n",  // the real service sends blank lines while one waits, or comments
+    .streamOpening = ": keep-alive\n\n",
     .tellsRefusal = false,
+    .tellsCacheMisses = true,
     .keyMask = {.head = 0, .stars = "****", .tail = 4},
     .wordings = kWordings,
     .refuse = refuse,

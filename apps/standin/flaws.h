@@ -41,10 +41,12 @@ struct Wordings {
   Wording unknownRun = {};
   Wording busyForMessage = {};
   Wording busyForRun = {};
+  Wording runHasEnded = {};
   Wording tooLow = {};
   Wording tooHigh = {};
   Wording fixedTemperature = {};
   Wording wrongOption = {};
+  Wording optionsWithoutStream = {};
   Wording wrongPageSize = {};
   Wording wrongPageToken = {};
   TypeNames expected = {};

@@ -2,12 +2,15 @@
 #include "conversation.h"
 #include "request.h"
 #include "services.h"
+#include "streams.h"
 
 #include <cf/json.h>
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cctype>
+#include <variant>
 
 namespace standin {
 namespace {
@@ -165,24 +168,69 @@ Conversation readContents(const COJson& body) {
   return conversation;
 }
 
-Reply handleGenerate(const Call& call) {
+/// An answer to one request, whole or on its way.
+struct Generation {
+  std::string model;
+  std::string id;
+  Answer answer;
+};
+
+/// @return a refusal when the request can't be answered
+std::variant<Generation, Reply> generate(const Call& call) {
+  static std::atomic<int> lastNumber{0};
   const COJson body(call.request.body);
-  const std::string& id = call.captured.front();
-  if (const auto flaw = checkGenerate(body, id)) return refuse(*flaw);
-  const Answer answer = answerConversation(readContents(body));
+  const std::string& model = call.captured.front();
+  if (const auto flaw = checkGenerate(body, model)) return refuse(*flaw);
+  return Generation{.model = model,
+                    .id = "standin-" + std::to_string(++lastNumber),
+                    .answer = answerConversation(readContents(body))};
+}
+
+void fillUsage(COJsonValue* usage, const Answer& answer, std::int64_t wordsAnswered) {
+  usage->addKeyValue("promptTokenCount")->setInteger(answer.wordsAsked);
+  if (answer.wordsCached > 0) usage->addKeyValue("cachedContentTokenCount")->setInteger(answer.wordsCached);
+  if (wordsAnswered > 0) usage->addKeyValue("candidatesTokenCount")->setInteger(wordsAnswered);
+  usage->addKeyValue("totalTokenCount")->setInteger(answer.wordsAsked + wordsAnswered);
+}
+
+/// @param text the answer, or a part of it
+std::string writeGeneration(const Generation& generation, std::string_view text, bool isLast) {
   COJson document;
   COJsonValue* candidate = document.addKeyValue("candidates")->addArrayItem();
   COJsonValue* content = candidate->addKeyValue("content");
-  content->addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setString(answer.text);
+  content->addKeyValue("parts")->addArrayItem()->addKeyValue("text")->setString(text);
   content->addKeyValue("role")->setString("model");
-  candidate->addKeyValue("finishReason")->setString("STOP");
+  if (isLast) candidate->addKeyValue("finishReason")->setString("STOP");
   candidate->addKeyValue("index")->setInteger(0);
-  COJsonValue* usage = document.addKeyValue("usageMetadata");
-  usage->addKeyValue("promptTokenCount")->setInteger(answer.wordsAsked);
-  usage->addKeyValue("candidatesTokenCount")->setInteger(answer.wordsAnswered);
-  usage->addKeyValue("totalTokenCount")->setInteger(answer.wordsAsked + answer.wordsAnswered);
-  document.addKeyValue("modelVersion")->setString(id);
-  return {.body = document.obtainJsonString()};
+  const Answer& answer = generation.answer;
+  fillUsage(document.addKeyValue("usageMetadata"), answer, isLast ? answer.wordsAnswered : 0);
+  document.addKeyValue("modelVersion")->setString(generation.model);
+  document.addKeyValue("responseId")->setString(generation.id);
+  return document.obtainJsonString();
+}
+
+Reply handleGenerate(const Call& call) {
+  const auto generation = generate(call);
+  if (const Reply* refusal = std::get_if<Reply>(&generation)) return *refusal;
+  const auto& whole = std::get<Generation>(generation);
+  return {.body = writeGeneration(whole, whole.answer.text, true)};
+}
+
+/// Unless events are asked for, what they would hold comes as an array; here of one.
+Reply handleStream(const Call& call) {
+  if (!call.mayStream) return handleGenerate(call);
+  const auto generation = generate(call);
+  if (const Reply* refusal = std::get_if<Reply>(&generation)) return *refusal;
+  const auto& whole = std::get<Generation>(generation);
+  if (queryValue(call.request, "alt") != "sse") {
+    return {.body = "[" + writeGeneration(whole, whole.answer.text, true) + "]"};
+  }
+  // The service's lines end so.
+  const auto write = [whole](std::string_view piece, bool isLast) {
+    return "data: " + writeGeneration(whole, piece, isLast) + "\r\n\r\n";
+  };
+  return streamText(
+      {.contentType = "text/event-stream", .opening = {}, .text = whole.answer.text, .write = write, .close = {}});
 }
 
 void fillModel(COJsonValue* value, const Model& model) {
@@ -214,6 +262,7 @@ Reply handleModels(const Call& call) {
 constexpr std::array kRoutes{
     Route{"GET", "/v1beta/models", handleModels},
     Route{"POST", "/v1beta/models/*:generateContent", handleGenerate},
+    Route{"POST", "/v1beta/models/*:streamGenerateContent", handleStream},
 };
 
 /// What stands ahead of the service does not know its form of errors; a wrong method is no different to it.

@@ -1,6 +1,7 @@
 #include "checks.h"
 #include "conversation.h"
 #include "services.h"
+#include "streams.h"
 
 #include <cf/json_shortcuts.h>
 
@@ -132,20 +133,16 @@ std::string lastReply(std::string_view model, std::string_view text, const Answe
   return document.obtainJsonString();
 }
 
-/// One line of JSON for each word, and a last one without; each is sent as it is made.
-Reply streamAnswer(std::string_view model, Answer answer) {
-  const auto makeLine = [model = std::string(model), answer = std::move(answer), told = std::size_t{0},
-                         done = false]() mutable -> std::optional<Piece> {
-    if (done) return std::nullopt;
-    done = told == answer.text.size();
-    if (done) return Piece{.bytes = lastReply(model, "", answer) + "\n"};
-    const std::size_t begin = told;
-    told = std::min(answer.text.find(' ', begin + 1), answer.text.size());
+/// A line of JSON for each piece, and a last one without text.
+Reply streamAnswer(const std::string& model, const Answer& answer) {
+  const auto write = [model](std::string_view piece, bool /*isLast*/) {
     COJson document;
-    fillReply(document, model, std::string_view(answer.text).substr(begin, told - begin), false);
-    return Piece{.bytes = document.obtainJsonString() + "\n"};
+    fillReply(document, model, piece, false);
+    return document.obtainJsonString() + "\n";
   };
-  return {.contentType = "application/x-ndjson", .pieces = makeLine};
+  const auto close = [model, answer] { return std::vector{lastReply(model, "", answer) + "\n"}; };
+  return streamText(
+      {.contentType = "application/x-ndjson", .opening = {}, .text = answer.text, .write = write, .close = close});
 }
 
 Reply handleChat(const Call& call) {
@@ -155,7 +152,8 @@ Reply handleChat(const Call& call) {
   const Answer answer = answerConversation(messages == nullptr ? Conversation() : readMessages(*messages, kRoles));
   const std::string_view model = textOf(body, "model");
   const COJsonValue* stream = body.obtainJsonValue("stream");
-  if (!cfHasJsonType(stream, JsonType::Bool) || stream->obtainBool()) return streamAnswer(model, answer);
+  const bool asksForStream = !cfHasJsonType(stream, JsonType::Bool) || stream->obtainBool();
+  if (call.mayStream && asksForStream) return streamAnswer(std::string(model), answer);
   return {200, lastReply(model, answer.text, answer), std::string(kJsonType)};
 }
 

@@ -47,6 +47,7 @@ constexpr Wordings kWordings{
     .fixedTemperature = {400, "unsupported_value",
                          "Unsupported value: '{path}' does not support {value} with this model. Only the default (1) "
                          "value is supported."},
+    .optionsWithoutStream = {.text = "The '{path}' parameter is only allowed when 'stream' is enabled."},
     .expected = {"null", "an object", "an array of objects", "a string", "a decimal", "a boolean"},
     .found = {"null", "an object", "an array", "a string", "a number", "a boolean"},
 };
@@ -61,7 +62,9 @@ constexpr CompletionsDialect kDialect{
     .roles = kRoles,
     .idPrefix = "chatcmpl-standin-",
     .opening = "",
+    .streamOpening = "",
     .tellsRefusal = true,
+    .tellsCacheMisses = false,
     .keyMask = {.head = 5, .stars = "***", .tail = 2},
     .wordings = kWordings,
     .refuse = refuse,

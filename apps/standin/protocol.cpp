@@ -62,18 +62,15 @@ std::optional<std::string_view> pathBelow(std::string_view prefix, std::string_v
 
 }  // namespace
 
-Reply answerRequest(std::span<const Site> sites, const Request& request, const std::string& apiKey,
-                    AssistantsStore& assistants) {
+Reply answerRequest(std::span<const Site> sites, Call call) {
   const Site* nearest = nullptr;
-  std::string_view path;
   for (const Site& site : sites) {
-    const auto below = pathBelow(site.prefix, request.path);
+    const auto below = pathBelow(site.prefix, call.request.path);
     if (!below || (nearest != nullptr && nearest->prefix.size() > site.prefix.size())) continue;
     nearest = &site;
-    path = *below;
+    call.path = *below;
   }
   if (nearest == nullptr) return {.status = 404, .contentType = "text/plain"};
-  Call call{.request = request, .path = path, .apiKey = apiKey, .assistants = assistants, .captured = {}};
   return answerAt(*nearest, call);
 }
 

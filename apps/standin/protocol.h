@@ -17,10 +17,12 @@ class AssistantsStore;
 /// A request on its way to a handler.
 struct Call {
   const Request& request;
-  std::string_view path;              // of the request, below the service's mount
-  const std::string& apiKey;          // the only one that is accepted; empty: any
-  AssistantsStore& assistants;        // what is kept between requests; the other protocols keep nothing
-  std::vector<std::string> captured;  // decoded, for each '*' of the route's pattern
+  const std::string& apiKey;    // the only one that is accepted; empty: any
+  AssistantsStore& assistants;  // what is kept between requests; the other protocols keep nothing
+  bool mayStream = true;        // false: the answer is whole, even where a stream is asked for
+  // The route's:
+  std::string_view path = {};              // of the request, below the service's mount
+  std::vector<std::string> captured = {};  // decoded, for each '*' of its pattern
 };
 
 using Handler = Reply (*)(const Call&);
@@ -45,9 +47,8 @@ struct Site {
   std::vector<Service> services;
 };
 
-/// The usual answer to `request`, from the site with the longest prefix that holds its path: by the service that has a
-/// route for what is left of the path, else by the one whose home holds that, else by the first.
-Reply answerRequest(std::span<const Site> sites, const Request& request, const std::string& apiKey,
-                    AssistantsStore& assistants);
+/// The usual answer to a call that has no route yet, from the site with the longest prefix that holds its path: by the
+/// service that has a route for what is left of the path, else by the one whose home holds that, else by the first.
+Reply answerRequest(std::span<const Site> sites, Call call);
 
 }  // namespace standin

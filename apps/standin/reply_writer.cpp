@@ -99,7 +99,7 @@ void sendReply(const HttpReply& reply, const Arrival& arrival, const Pause& paus
   std::string head = writeHead(reply, framing, arrival);
   const bool bodiless = framing == Framing::None || arrival.request.method == "HEAD";
   const bool whole = bodiless ? connection.send(head) : sendBody(std::move(head), reply, framing, pause, connection);
-  if (!whole) return connection.hangUp();
+  if (!whole) return reply.reset ? connection.reset() : connection.hangUp();
   if (arrival.isLast || framing == Framing::End) connection.finish();
 }
 

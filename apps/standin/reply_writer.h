@@ -20,6 +20,7 @@ struct HttpReply {
   PieceSource body = {};
   std::optional<std::size_t> size = 0;  // of the body; not set: nobody knows, and it is sent in chunks
   bool cut = false;                     // the connection ends behind the last piece as if more were to come
+  bool reset = false;                   // by a TCP reset, where it ends so
 };
 
 /// One piece, without a pause.

@@ -7,7 +7,7 @@
 
 namespace standin {
 
-/// OpenAI's chat completions, as far as a client without streams and tools meets them.
+/// OpenAI's chat completions, as far as a client without tools meets them.
 Service openaiService();
 /// OpenAI's Assistants, version 2: a conversation that the service keeps.
 Service assistantsService();

@@ -20,29 +20,41 @@ TlsContext makeTls(const Options& options) {
 }
 
 /// A service that refuses does nothing, so a scripted refusal takes the usual answer from a copy of what is kept.
+/// Streams outlive the copy, but no refusal is one.
 Reply answerUsually(std::span<const Site> sites, const Request& request, const std::string& apiKey,
                     const Script& script, AssistantsStore& store) {
   constexpr int kFirstRefusal = 400;
   std::optional<AssistantsStore> copy;
   if (script.status.value_or(0) >= kFirstRefusal) copy.emplace(store);
-  return answerRequest(sites, request, apiKey, copy ? *copy : store);
+  const bool mayStream = !copy && !script.body && script.pieces.empty();
+  return answerRequest(
+      sites, {.request = request, .apiKey = apiKey, .assistants = copy ? *copy : store, .mayStream = mayStream});
+}
+
+PieceSource listPieces(std::vector<Piece> pieces) {
+  return [pieces = std::move(pieces), sent = std::size_t{0}]() mutable -> std::optional<Piece> {
+    if (sent == pieces.size()) return std::nullopt;
+    return std::move(pieces[sent++]);
+  };
 }
 
 /// Puts what the script sets in the place of the usual answer.
 Reply followScript(Reply reply, const Script& script) {
   if (script.status) reply.status = *script.status;
-  if (script.body) {
-    reply.body = *script.body;
-    reply.pieces = nullptr;
-  }
+  if (script.body) reply.body = *script.body;
+  if (!script.pieces.empty()) reply.pieces = listPieces(script.pieces);
+  if (!script.contentType.empty()) reply.contentType = script.contentType;
   return reply;
 }
 
-Headers chooseHeaders(const Headers& scripted, const std::string& contentType) {
+/// The scripted headers, and those of `usual` that they do not replace.
+Headers chooseHeaders(const Headers& scripted, const Headers& usual) {
   Headers headers = scripted;
-  const bool typed = std::any_of(headers.begin(), headers.end(),
-                                 [](const auto& header) { return sameText(header.first, "Content-Type"); });
-  if (!typed) headers.emplace_back("Content-Type", contentType);
+  for (const auto& header : usual) {
+    const bool replaced = std::any_of(scripted.begin(), scripted.end(),
+                                      [&](const auto& other) { return sameText(other.first, header.first); });
+    if (!replaced) headers.push_back(header);
+  }
   return headers;
 }
 
@@ -65,33 +77,57 @@ PieceSource slowDown(PieceSource pieces, std::chrono::milliseconds pace) {
   };
 }
 
-PieceSource firstHalf(const Reply& reply) {
-  std::string body = reply.body;
-  while (reply.pieces) {
-    const std::optional<Piece> piece = reply.pieces();
-    if (!piece) break;
-    body += piece->bytes;
-  }
-  return wholeBody(body.substr(0, body.size() / 2));
+/// The pieces of `body` as far as they make up `size` bytes; no further one is made.
+PieceSource firstBytes(PieceSource body, std::size_t size) {
+  return [body = std::move(body), size]() mutable -> std::optional<Piece> {
+    if (size == 0) return std::nullopt;
+    std::optional<Piece> piece = body();
+    if (!piece) return std::nullopt;
+    piece->bytes.resize(std::min(size, piece->bytes.size()));
+    size -= piece->bytes.size();
+    return piece;
+  };
 }
 
-HttpReply prepareReply(Reply reply, const Script& script) {
-  HttpReply prepared{.status = reply.status, .headers = chooseHeaders(script.headers, reply.contentType)};
+PieceSource firstHalf(const PieceSource& body) {
+  std::vector<Piece> pieces;
+  std::size_t size = 0;
+  while (auto piece = body()) {
+    size += piece->bytes.size();
+    pieces.push_back(std::move(*piece));
+  }
+  return firstBytes(listPieces(std::move(pieces)), size / 2);
+}
+
+HttpReply prepareReply(Reply reply, const Script& script, std::size_t number) {
+  HttpReply prepared{
+      .status = reply.status,
+      .headers = chooseHeaders(script.headers, {{"Content-Type", reply.contentType},
+                                                {"x-request-id", "req_standin_" + std::to_string(number)}}),
+      .reset = script.fault == Fault::ResetBody};
   if (reply.pieces) {
     prepared.size = std::nullopt;
   } else {
     prepared.size = reply.body.size();
+    reply.pieces =
+        script.fault == Fault::SlowBody ? splitBody(std::move(reply.body)) : wholeBody(std::move(reply.body));
   }
-  if (script.fault == Fault::CutBody) {
-    prepared.cut = true;
-    prepared.body = firstHalf(reply);
+  prepared.cut = prepared.reset || script.fault == Fault::CutBody;
+  if (prepared.cut) {
+    prepared.body = script.cutAfter ? firstBytes(std::move(reply.pieces), *script.cutAfter) : firstHalf(reply.pieces);
   } else if (script.fault == Fault::SlowBody) {
-    prepared.body = slowDown(reply.pieces ? std::move(reply.pieces) : splitBody(std::move(reply.body)), script.pace);
+    prepared.body = slowDown(std::move(reply.pieces), script.pace);
   } else {
-    prepared.body = reply.pieces ? std::move(reply.pieces) : wholeBody(std::move(reply.body));
+    prepared.body = std::move(reply.pieces);
   }
   return prepared;
 }
+
+/// A request that is in the log.
+struct Logged {
+  Script script;
+  std::size_t number;  // from 1
+};
 
 }  // namespace
 
@@ -104,7 +140,7 @@ struct Server::Impl {
              [this](const Request& request, Connection& connection) { return exchange(request, connection); }) {}
 
   std::optional<HttpReply> exchange(const Request& request, Connection& connection);
-  Script logAndTakeScript(const Request& request);
+  Logged logAndTakeScript(const Request& request);
 
   const Options options;
   const std::vector<Site> sites;
@@ -116,7 +152,7 @@ struct Server::Impl {
 };
 
 std::optional<HttpReply> Server::Impl::exchange(const Request& request, Connection& connection) {
-  const Script script = logAndTakeScript(request);
+  const auto [script, number] = logAndTakeScript(request);
   if (!http.pause(script.delay)) {
     connection.hangUp();
   } else if (script.fault == Fault::Reset) {
@@ -124,20 +160,21 @@ std::optional<HttpReply> Server::Impl::exchange(const Request& request, Connecti
   } else if (script.fault == Fault::NoReply) {
     connection.awaitEnd();
   } else {
-    return prepareReply(followScript(answerUsually(sites, request, options.apiKey, script, assistants), script),
-                        script);
+    return prepareReply(followScript(answerUsually(sites, request, options.apiKey, script, assistants), script), script,
+                        number);
   }
   return std::nullopt;
 }
 
 /// Both under one lock, so that scripts meet the requests in the order of the log.
-Script Server::Impl::logAndTakeScript(const Request& request) {
+Logged Server::Impl::logAndTakeScript(const Request& request) {
   const std::lock_guard lock(mutex);
   log.push_back(request);
-  if (scripts.empty()) return {};
-  Script script = std::move(scripts.front());
+  Logged logged{.script = {}, .number = log.size()};
+  if (scripts.empty()) return logged;
+  logged.script = std::move(scripts.front());
   scripts.pop_front();
-  return script;
+  return logged;
 }
 
 Server::Server(Options options) : impl_(std::make_unique<Impl>(std::move(options))) {}

@@ -7,6 +7,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -26,30 +27,46 @@ struct Request {
   std::string header(const std::string& name) const;
 };
 
+/// A part of a body that is sent on its own.
+struct Piece {
+  std::string bytes;
+  std::chrono::milliseconds pause{0};  // before it is sent
+};
+
+/// `bytes` in the pieces in which the services send their streams: of sizes that vary, cut anywhere.
+std::vector<Piece> cutBytes(std::string_view bytes);
+
 /// How a scripted exchange goes wrong.
 enum class Fault {
   None,
-  SlowBody,  // the body in about ten pieces, or in those that the service makes, each `pace` after the one before
-  CutBody,   // the connection ends in the middle of the body
-  Reset,     // TCP reset instead of a reply
-  NoReply    // the request is read, nothing is answered until the server stops or the client leaves
+  SlowBody,   // the body in about ten pieces, or in those that it has anyway, each `pace` after the one before
+  CutBody,    // the connection ends in the middle of the body
+  ResetBody,  // TCP reset in the middle of the body
+  Reset,      // TCP reset instead of a reply
+  NoReply     // the request is read, nothing is answered until the server stops or the client leaves
 };
 
 /// What happens to one request in place of the usual answer; what is not set stays as the service would answer. The
-/// service acts on the request unless the status is 400 or more or there is no reply at all.
+/// service acts on the request unless the status is 400 or more or there is no reply at all. A request for a stream
+/// gets one unless a body or a status of 400 or more is set: then it is answered as one without a stream.
 struct Script {
   std::optional<int> status = {};
   std::optional<std::string> body = {};  // sent as it stands
-  Headers headers = {};                  // added to the reply; a Content-Type replaces the usual one
+  Headers headers = {};                  // added to the reply; a header of the service's by the same name is left out
   std::chrono::milliseconds delay{0};
   Fault fault = Fault::None;
   std::chrono::milliseconds pace{20};
+  std::vector<Piece> pieces = {};            // when there are any: the body, in chunks, each sent on its own
+  std::string contentType = {};              // "": the usual one
+  std::optional<std::size_t> cutAfter = {};  // how many bytes CutBody and ResetBody let through; not set: half of them
 };
 
 /// What becomes of one run of an assistant, in place of the usual end.
 struct RunScript {
-  std::vector<std::string> statuses = {"completed"};  // told one for each request for the run; the last one stays
-  std::optional<std::string> lastError = {};          // the JSON of the member "last_error"; not set: null
+  /// Told one for each request for the run; the last one stays. A stream tells that the run is queued and in progress,
+  /// then the others one by one, up to the first one that ends it or the last one.
+  std::vector<std::string> statuses = {"completed"};
+  std::optional<std::string> lastError = {};  // the JSON of the member "last_error"; not set: null
   /// The JSON of "content" of each message that the run writes, oldest first; not set: one with the usual answer.
   std::optional<std::vector<std::string>> contents = {};
 };
@@ -90,9 +107,10 @@ class Server {
   /// Queues `script` for the next request that has none yet; scripts are used up in order.
   void script(Script script);
   /// Queues `script` for the next run of an assistant that has none yet. Until a request has been told that such a run
-  /// has ended, its thread takes no new message and no new run.
+  /// has ended, its thread takes no new message and no new run; so it is with every run whose events are streamed.
   void scriptRun(RunScript script);
-  /// All requests so far, oldest first.
+  /// All requests so far, oldest first. The reply to the one at `i` has the header "x-request-id: req_standin_N", with
+  /// i + 1 for N, unless a script sets another.
   std::vector<Request> requests() const;
   /// The connections accepted so far.
   std::size_t connectionCount() const noexcept;

@@ -54,7 +54,9 @@ TEST_P(Place, TellsServicesWithTheSamePathsApart) {
       {"/a", {makeTwin<'a'>()}}, {"/a/deep", {makeTwin<'d'>()}}, {"/b", {makeTwin<'b'>(), makeTwin<'x'>()}}};
   standin::AssistantsStore store("");
   const standin::Request request{.method = "GET", .path = GetParam().path, .query = {}, .headers = {}, .body = {}};
-  EXPECT_EQ(standin::answerRequest(sites, request, "", store).body, GetParam().answer);
+  const std::string anyKey;
+  EXPECT_EQ(standin::answerRequest(sites, {.request = request, .apiKey = anyKey, .assistants = store}).body,
+            GetParam().answer);
 }
 
 INSTANTIATE_TEST_SUITE_P(

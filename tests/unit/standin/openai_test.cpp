@@ -1,4 +1,5 @@
 #include "openai_error.h"
+#include "stream_events.h"
 
 #include <set>
 #include <string>
@@ -220,6 +221,34 @@ INSTANTIATE_TEST_SUITE_P(Values, OpenaiTemperature,
                                          TemperatureCase{"highest", "standin-small", "2.0"},
                                          TemperatureCase{"null", "standin-small", "null"},
                                          TemperatureCase{"default_of_a_fixed_one", "standin-reasoner", "1"}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+struct CachedCase {
+  const char* name;
+  std::string messages;
+  std::string asked;
+  std::string cached;
+};
+class Cached : public testing::TestWithParam<CachedCase> {};
+
+TEST_P(Cached, IsWhatTheTurnBeforeWasAsked) {
+  const standin::Server server;
+  Client client(server.address());
+  const auto answer =
+      client.post("/v1/chat/completions", R"({"model":"standin-small","messages":[)" + GetParam().messages + "]}");
+  EXPECT_EQ(jsonAt(answer.body, "usage/prompt_tokens"), GetParam().asked);
+  EXPECT_EQ(jsonAt(answer.body, "usage/prompt_tokens_details/cached_tokens"), GetParam().cached);
+}
+
+constexpr const char* kRules = R"({"role":"system","content":"a b c"})";
+constexpr const char* kFirst = R"(,{"role":"user","content":"d e"})";
+constexpr const char* kSecond = R"(,{"role":"assistant","content":"f"},{"role":"user","content":"g h"})";
+
+INSTANTIATE_TEST_SUITE_P(Turns, Cached,
+                         testing::Values(CachedCase{"first", std::string(kRules) + kFirst, "5", "0"},
+                                         CachedCase{"second", std::string(kRules) + kFirst + kSecond, "8", "5"},
+                                         CachedCase{"third", std::string(kRules) + kFirst + kSecond + kSecond, "11",
+                                                    "8"}),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

@@ -17,13 +17,11 @@
 
 namespace {
 
-using standin::Fault;
 using standin::HttpReply;
 using standin::Piece;
 using standin::PieceSource;
 using std::chrono::milliseconds;
 using testing::HasSubstr;
-using testing::Not;
 
 const std::string kGet = "GET / HTTP/1.1\r\nHost: x\r\n\r\n";
 
@@ -108,57 +106,6 @@ TEST(Pieces, ComeAfterTheirPauses) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(client.get("/").body, "onetwothree");
   EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(60));
-}
-
-/// A service's own pieces, as Ollama sends a line for each word.
-class StreamedAnswer : public testing::Test {
- protected:
-  Client::Answer ask() {
-    return client.post("/api/chat", R"({"model":"standin","messages":[{"role":"user","content":"What can you do?"}]})");
-  }
-
-  standin::Server server;
-  Client client{server.address()};
-};
-
-TEST_F(StreamedAnswer, IsAChunkForEachLine) {
-  const std::string body = R"({"model":"standin"})";
-  RawClient raw(server.port());
-  raw.send("POST /api/chat HTTP/1.1\r\nHost: x\r\nContent-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body);
-  EXPECT_THAT(raw.readHead(), HasSubstr("\r\nTransfer-Encoding: chunked\r\n"));
-  std::string line;
-  do {
-    std::size_t size = 0;
-    ASSERT_NO_THROW(size = std::stoul(raw.readTo("\r\n"), nullptr, 16));
-    line = raw.readTo("\n\r\n");
-    ASSERT_EQ(line.size(), size + 2);
-  } while (line.find(R"("done":true)") == std::string::npos);
-  EXPECT_EQ(raw.readTo("\r\n\r\n"), "0\r\n\r\n");
-}
-
-TEST_F(StreamedAnswer, IsSlowWhereScripted) {
-  server.script({.fault = Fault::SlowBody, .pace = milliseconds(1)});
-  const auto slow = ask();
-  EXPECT_EQ(slow.result, CURLE_OK);
-  EXPECT_EQ(std::count(slow.body.begin(), slow.body.end(), '\n'), [&] {
-    const auto usual = ask();
-    return std::count(usual.body.begin(), usual.body.end(), '\n');
-  }());
-}
-
-TEST_F(StreamedAnswer, IsCutWhereScripted) {
-  server.script({.fault = Fault::CutBody});
-  const auto cut = ask();
-  EXPECT_EQ(cut.result, CURLE_PARTIAL_FILE);
-  EXPECT_THAT(cut.body, testing::StartsWith(R"({"model":"standin")"));
-  EXPECT_THAT(cut.body, Not(HasSubstr(R"("done":true)")));
-}
-
-TEST_F(StreamedAnswer, GivesWayToAScriptedBody) {
-  server.script({.body = "scripted"});
-  const auto answer = ask();
-  EXPECT_EQ(answer.body, "scripted");
-  EXPECT_THAT(answer.head, HasSubstr("\r\nContent-Length: 8\r\n"));
 }
 
 }  // namespace
