@@ -1,5 +1,6 @@
 #include "assistants_checks.h"
 #include "assistants_store.h"
+#include "assistants_stream.h"
 #include "openai.h"
 #include "request.h"
 #include "services.h"
@@ -94,13 +95,23 @@ Reply listMessages(const Call& call) {
                                                                    .limit = *limit}));
 }
 
+Reply streamRun(const Call& call, const COJson& body) {
+  const std::string& threadId = call.captured.front();
+  auto opening = call.assistants.openRun(threadId, readMembers(body, kRunRules));
+  if (const Flaw* flaw = std::get_if<Flaw>(&opening)) return refuse(*flaw);
+  return streamEvents("text/event-stream", runEvents(call.assistants, threadId, std::get<RunOpening>(opening)));
+}
+
 Reply startRun(const Call& call) {
   const COJson body(call.request.body);
   if (const auto flaw = checkRun(body)) return refuse(*flaw);
+  if (call.mayStream && flagOf(body, "stream")) return streamRun(call, body);
   return send(call.assistants.startRun(call.captured.front(), readMembers(body, kRunRules)));
 }
 
 Reply tellRun(const Call& call) { return send(call.assistants.tellRun(call.captured[0], call.captured[1])); }
+
+Reply cancelRun(const Call& call) { return send(call.assistants.cancelRun(call.captured[0], call.captured[1])); }
 
 constexpr std::array kRoutes{
     Route{"POST", "/v1/assistants", createAssistant},     Route{"GET", "/v1/assistants/*", tellAssistant},
@@ -108,7 +119,7 @@ constexpr std::array kRoutes{
     Route{"POST", "/v1/threads", createThread},           Route{"GET", "/v1/threads/*", tellThread},
     Route{"DELETE", "/v1/threads/*", deleteThread},       Route{"POST", "/v1/threads/*/messages", addMessage},
     Route{"GET", "/v1/threads/*/messages", listMessages}, Route{"POST", "/v1/threads/*/runs", startRun},
-    Route{"GET", "/v1/threads/*/runs/*", tellRun},
+    Route{"GET", "/v1/threads/*/runs/*", tellRun},        Route{"POST", "/v1/threads/*/runs/*/cancel", cancelRun},
 };
 
 }  // namespace

@@ -37,6 +37,7 @@ Wordings adaptWordings() {
   wordings.unknownRun = {.status = 404, .text = "No run found with id '{value}'."};
   wordings.busyForMessage = {.text = "Can't add messages to {value} while a run {detail} is active."};
   wordings.busyForRun = {.text = "Thread {value} already has an active run {detail}."};
+  wordings.runHasEnded = {.text = "Cannot cancel run with status '{value}'."};
   wordings.wrongPageSize = {400, "invalid_value",
                             "Invalid '{path}': expected an integer from 1 to {detail}, but got '{value}' instead."};
   return wordings;

@@ -12,21 +12,21 @@ std::string writeDeleted(const std::string& id, const std::string& object) {
 }
 
 /// What `use` makes of the object `id`; the flaw `unknown` when there is none.
-template <class Objects, class Use>
-ObjectOrFlaw withObject(Objects& objects, const std::string& id, Wording Wordings::*unknown, const Use& use) {
+template <class Result, class Objects, class Use>
+Result withObject(Objects& objects, const std::string& id, Wording Wordings::*unknown, const Use& use) {
   const auto found = objects.find(id);
   if (found == objects.end()) return Flaw{.kind = unknown, .value = id};
   return use(found->second);
 }
 
-template <class Assistants, class Use>
-ObjectOrFlaw withAssistant(Assistants& assistants, const std::string& id, const Use& use) {
-  return withObject(assistants, id, &Wordings::unknownAssistant, use);
+template <class Result = ObjectOrFlaw, class Assistants, class Use>
+Result withAssistant(Assistants& assistants, const std::string& id, const Use& use) {
+  return withObject<Result>(assistants, id, &Wordings::unknownAssistant, use);
 }
 
-template <class Threads, class Use>
-ObjectOrFlaw withThread(Threads& threads, const std::string& id, const Use& use) {
-  return withObject(threads, id, &Wordings::unknownThread, use);
+template <class Result = ObjectOrFlaw, class Threads, class Use>
+Result withThread(Threads& threads, const std::string& id, const Use& use) {
+  return withObject<Result>(threads, id, &Wordings::unknownThread, use);
 }
 
 }  // namespace
@@ -121,6 +121,34 @@ ObjectOrFlaw AssistantsStore::startRun(const std::string& threadId, const Member
 ObjectOrFlaw AssistantsStore::tellRun(const std::string& threadId, const std::string& runId) {
   const std::lock_guard lock(mutex_);
   return withThread(state_.threads, threadId, [&](AssistantsThread& thread) { return thread.tellRun(runId); });
+}
+
+ObjectOrFlaw AssistantsStore::cancelRun(const std::string& threadId, const std::string& runId) {
+  const std::lock_guard lock(mutex_);
+  return withThread(state_.threads, threadId, [&](AssistantsThread& thread) { return thread.cancelRun(runId); });
+}
+
+OpeningOrFlaw AssistantsStore::openRun(const std::string& threadId, const Members& sent) {
+  const std::lock_guard lock(mutex_);
+  return withThread<OpeningOrFlaw>(state_.threads, threadId, [&](AssistantsThread& thread) {
+    const std::string assistantId = unquote(memberOf(sent, "assistant_id"));
+    return withAssistant<OpeningOrFlaw>(state_.assistants, assistantId, [&](const Members& assistant) {
+      return thread.openRun(assistant, sent, state_.scripts, state_.identifiers);
+    });
+  });
+}
+
+bool AssistantsStore::holdsRun(const std::string& threadId, const std::string& runId) const {
+  const std::lock_guard lock(mutex_);
+  const auto thread = state_.threads.find(threadId);
+  return thread != state_.threads.end() && thread->second.holdsRun(runId);
+}
+
+std::optional<RunStep> AssistantsStore::stepRun(const std::string& threadId, const std::string& runId) {
+  const std::lock_guard lock(mutex_);
+  const auto thread = state_.threads.find(threadId);
+  if (thread == state_.threads.end()) return std::nullopt;
+  return thread->second.stepRun(runId);
 }
 
 }  // namespace standin

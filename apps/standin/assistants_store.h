@@ -6,6 +6,7 @@
 #include <deque>
 #include <map>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,14 @@ class AssistantsStore {
   ObjectOrFlaw startRun(const std::string& threadId, const Members& sent);
   /// Goes on to the run's next status.
   ObjectOrFlaw tellRun(const std::string& threadId, const std::string& runId);
+  ObjectOrFlaw cancelRun(const std::string& threadId, const std::string& runId);
+
+  /// The same as startRun, for a stream that tells what becomes of the run; see AssistantsThread.
+  OpeningOrFlaw openRun(const std::string& threadId, const Members& sent);
+  /// False when it has ended, or its thread is no more.
+  bool holdsRun(const std::string& threadId, const std::string& runId) const;
+  /// Nothing when the thread is no more.
+  std::optional<RunStep> stepRun(const std::string& threadId, const std::string& runId);
 
  private:
   struct State {

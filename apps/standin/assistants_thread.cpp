@@ -71,7 +71,7 @@ const std::string* AssistantsThread::activeRun() const {
   return found == runs_.end() ? nullptr : &found->first;
 }
 
-const std::string& AssistantsThread::appendMessage(const Members& sent, Identifiers& identifiers) {
+const AssistantsThread::Message& AssistantsThread::appendMessage(const Members& sent, Identifiers& identifiers) {
   const std::string id = identifiers.next("msg");
   Members members = newObject(id, "thread.message");
   members.emplace_back("assistant_id", memberOf(sent, "assistant_id"));
@@ -82,15 +82,15 @@ const std::string& AssistantsThread::appendMessage(const Members& sent, Identifi
                        .runId = unquote(memberOf(members, "run_id")),
                        .turn = {.fromUser = memberOf(members, "role") == quote("user"),
                                 .text = readContent(memberOf(members, "content"))},
-                       .json = writeObject(members)});
-  return messages_.back().json;
+                       .members = members});
+  return messages_.back();
 }
 
 ObjectOrFlaw AssistantsThread::addMessage(const Members& sent, Identifiers& identifiers) {
   if (const std::string* run = activeRun()) {
     return Flaw{.kind = &Wordings::busyForMessage, .value = id_, .detail = *run};
   }
-  return appendMessage(sent, identifiers);
+  return writeObject(appendMessage(sent, identifiers).members);
 }
 
 ObjectOrFlaw AssistantsThread::listMessages(const MessageFilter& filter) const {
@@ -108,7 +108,7 @@ ObjectOrFlaw AssistantsThread::listMessages(const MessageFilter& filter) const {
   const bool hasMore = listed.size() > filter.limit;
   if (hasMore) listed.resize(filter.limit);
   std::string data;
-  for (const Message* message : listed) data += (data.empty() ? "" : ",") + message->json;
+  for (const Message* message : listed) data += (data.empty() ? "" : ",") + writeObject(message->members);
   return writeObject({{"object", quote("list")},
                       {"data", "[" + data + "]"},
                       {"first_id", listed.empty() ? "null" : quote(listed.front()->id)},
@@ -116,8 +116,9 @@ ObjectOrFlaw AssistantsThread::listMessages(const MessageFilter& filter) const {
                       {"has_more", hasMore ? "true" : "false"}});
 }
 
-ObjectOrFlaw AssistantsThread::startRun(const Members& assistant, const Members& sent, std::deque<RunScript>& scripts,
-                                        Identifiers& identifiers) {
+std::variant<AssistantsThread::Run*, Flaw> AssistantsThread::beginRun(const Members& assistant, const Members& sent,
+                                                                      std::deque<RunScript>& scripts,
+                                                                      Identifiers& identifiers) {
   if (const std::string* run = activeRun()) {
     return Flaw{.kind = &Wordings::busyForRun, .value = id_, .detail = *run};
   }
@@ -138,7 +139,32 @@ ObjectOrFlaw AssistantsThread::startRun(const Members& assistant, const Members&
          .active = scripted};
   if (run.statuses.empty()) run.statuses.emplace_back("queued");
   writeAnswers(id, run, script, identifiers);
-  return writeObject(run.members);
+  return &run;
+}
+
+ObjectOrFlaw AssistantsThread::startRun(const Members& assistant, const Members& sent, std::deque<RunScript>& scripts,
+                                        Identifiers& identifiers) {
+  auto begun = beginRun(assistant, sent, scripts, identifiers);
+  if (Flaw* flaw = std::get_if<Flaw>(&begun)) return std::move(*flaw);
+  return writeObject(std::get<Run*>(begun)->members);
+}
+
+OpeningOrFlaw AssistantsThread::openRun(const Members& assistant, const Members& sent, std::deque<RunScript>& scripts,
+                                        Identifiers& identifiers) {
+  auto begun = beginRun(assistant, sent, scripts, identifiers);
+  if (Flaw* flaw = std::get_if<Flaw>(&begun)) return std::move(*flaw);
+  Run& run = *std::get<Run*>(begun);
+  run.active = true;
+  RunOpening opening{
+      .id = unquote(memberOf(run.members, "id")), .queued = writeObject(run.members), .inProgress = {}, .messages = {}};
+  const auto isTold = [](const std::string& status) { return status == "queued" || status == "in_progress"; };
+  while (run.statuses.size() > 1 && isTold(run.statuses.front())) run.statuses.pop_front();
+  enter(run, "in_progress");
+  opening.inProgress = writeObject(run.members);
+  for (const Message& message : messages_) {
+    if (message.runId == opening.id) opening.messages.push_back(message.members);
+  }
+  return opening;
 }
 
 void AssistantsThread::writeAnswers(const std::string& runId, Run& run, const RunScript& script,
@@ -165,6 +191,10 @@ void AssistantsThread::writeAnswers(const std::string& runId, Run& run, const Ru
 void AssistantsThread::advance(Run& run) {
   const std::string status = run.statuses.front();
   if (run.statuses.size() > 1) run.statuses.pop_front();
+  enter(run, status);
+}
+
+void AssistantsThread::enter(Run& run, const std::string& status) {
   setMember(run.members, "status", quote(status));
   setMember(run.members, "last_error", run.lastError);
   if (status != "queued") setTime(run.members, "started_at");
@@ -181,6 +211,28 @@ ObjectOrFlaw AssistantsThread::tellRun(const std::string& id) {
   if (found == runs_.end()) return Flaw{.kind = &Wordings::unknownRun, .value = id};
   advance(found->second);
   return writeObject(found->second.members);
+}
+
+ObjectOrFlaw AssistantsThread::cancelRun(const std::string& id) {
+  const auto found = runs_.find(id);
+  if (found == runs_.end()) return Flaw{.kind = &Wordings::unknownRun, .value = id};
+  Run& run = found->second;
+  const std::string status = unquote(memberOf(run.members, "status"));
+  if (!isActive(status)) return Flaw{.kind = &Wordings::runHasEnded, .value = status};
+  run.statuses = {"cancelled"};
+  advance(run);
+  return writeObject(run.members);
+}
+
+bool AssistantsThread::holdsRun(const std::string& id) const { return runs_.at(id).active; }
+
+RunStep AssistantsThread::stepRun(const std::string& id) {
+  Run& run = runs_.at(id);
+  const bool isLastScripted = run.statuses.size() == 1;
+  advance(run);
+  return {.status = unquote(memberOf(run.members, "status")),
+          .run = writeObject(run.members),
+          .isLast = isLastScripted || !run.active};
 }
 
 }  // namespace standin

@@ -41,6 +41,22 @@ struct MessageFilter {
   std::size_t limit;
 };
 
+/// A run as its stream begins to tell it.
+struct RunOpening {
+  std::string id;
+  std::string queued;  // the run's JSON, as is the next
+  std::string inProgress;
+  std::vector<Members> messages;  // that it writes, oldest first
+};
+using OpeningOrFlaw = std::variant<RunOpening, Flaw>;
+
+/// What a stream tells next of its run.
+struct RunStep {
+  std::string status;
+  std::string run;  // its JSON
+  bool isLast;      // nothing follows
+};
+
 /// Every operation is done wholly or, with a flaw, not at all.
 class AssistantsThread {
  public:
@@ -56,13 +72,22 @@ class AssistantsThread {
                         Identifiers& identifiers);
   /// Goes on to the run's next status.
   ObjectOrFlaw tellRun(const std::string& id);
+  /// @return a flaw when it has ended
+  ObjectOrFlaw cancelRun(const std::string& id);
+
+  /// The same as startRun, with a run that is in progress at once and holds the thread until it has ended.
+  OpeningOrFlaw openRun(const Members& assistant, const Members& sent, std::deque<RunScript>& scripts,
+                        Identifiers& identifiers);
+  bool holdsRun(const std::string& id) const;
+  /// Goes on to the next status of a run that openRun gave.
+  RunStep stepRun(const std::string& id);
 
  private:
   struct Message {
     std::string id;
     std::string runId;  // "": the client wrote it
     Turn turn;
-    std::string json;
+    Members members;
   };
   struct Run {
     Members members;
@@ -72,9 +97,12 @@ class AssistantsThread {
     bool active;  // holds the thread
   };
 
+  static void enter(Run& run, const std::string& status);
   static void advance(Run& run);
   const std::string* activeRun() const;
-  const std::string& appendMessage(const Members& sent, Identifiers& identifiers);
+  const Message& appendMessage(const Members& sent, Identifiers& identifiers);
+  std::variant<Run*, Flaw> beginRun(const Members& assistant, const Members& sent, std::deque<RunScript>& scripts,
+                                    Identifiers& identifiers);
   void writeAnswers(const std::string& runId, Run& run, const RunScript& script, Identifiers& identifiers);
 
   std::string id_;

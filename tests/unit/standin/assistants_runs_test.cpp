@@ -327,6 +327,7 @@ INSTANTIATE_TEST_SUITE_P(
                                  R"({"role":"user","content":"y"})"},
                     MutationCase{"start_run", "POST", "/v1/threads/thread_standin_2/runs",
                                  R"({"assistant_id":"asst_standin_1"})"},
+                    MutationCase{"cancel_run", "POST", "/v1/threads/thread_standin_1/runs/run_standin_1/cancel", ""},
                     MutationCase{"tell_run", "GET", "/v1/threads/thread_standin_1/runs/run_standin_1", ""}),
     [](const auto& row) { return std::string(row.param.name); });
 
