@@ -25,7 +25,9 @@ const std::vector<Target>& allTargets() {
                                             {"structure", fuzzStructure},
                                             {"address", fuzzAddress},
                                             {"json", fuzzJson},
-                                            {"variant", fuzzVariant}};
+                                            {"variant", fuzzVariant},
+                                            {"event_stream", fuzzEventStream},
+                                            {"line_stream", fuzzLineStream}};
   return kTargets;
 }
 

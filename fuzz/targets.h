@@ -27,6 +27,9 @@ void fuzzAddress(std::string_view input);
 void fuzzJson(std::string_view input);
 /// A variant, written and read.
 void fuzzVariant(std::string_view input);
+/// A streamed reply, of events or of lines, cut into parts.
+void fuzzEventStream(std::string_view input);
+void fuzzLineStream(std::string_view input);
 
 const std::vector<Target>& allTargets();
 
