@@ -45,6 +45,29 @@ QAIAssistantBase::Reply QAIAssistantBase::readReply(const HTTPResult& result, st
   return reply;
 }
 
+std::string QAIAssistantBase::streamError(QAIReplyStream& stream, const HTTPResult& result,
+                                          std::string_view noJsonLabel, std::string_view formatLabel) const {
+  using Failure = QAIReplyStream::Failure;
+  if (result.second.empty()) stream.finish();
+  switch (stream.failure()) {
+    case Failure::None:
+      return result.second;
+    case Failure::Stopped:
+      return localizeString("Stopped");
+    case Failure::NotJson:
+      return failure(kInvalidResponse, noJsonLabel);
+    case Failure::NotInFormat:
+      return failure(kUnsupportedFormat, formatLabel);
+    case Failure::Incomplete:
+      return failure("The reply ended before it was complete", formatLabel);
+    case Failure::TooLong:
+      return failure("The reply is too long", formatLabel);
+    case Failure::Told:
+      return stream.reply().error;
+  }
+  return result.second;
+}
+
 std::string QAIAssistantBase::failure(std::string_view text, std::string_view label) const {
   return localizeString(std::string(text)) + withModel(label, properties_->model);
 }
@@ -69,6 +92,10 @@ std::string QAIAssistantBase::refuseKey() const {
 
 CMRestParams QAIAssistantBase::queryParams() const {
   return row_.key == ServiceKey::Query ? CMRestParams{{"key", apiKey_}} : CMRestParams{};
+}
+
+void* QAIAssistantBase::obtainExtension(const char* id) noexcept {
+  return id == std::string_view(IQAIStreaming::kId) ? static_cast<IQAIStreaming*>(this) : nullptr;
 }
 
 void QAIAssistantBase::useDefaultHostForBlank(QAIAssistantProperties& properties) const {

@@ -3,6 +3,7 @@
 
 #include "qai_assistant_properties.h"
 #include "qai_http.h"
+#include "qai_reply_stream.h"
 #include "qai_service_row.h"
 
 #include <cf/rest.h>
@@ -14,12 +15,13 @@
 #include <utility>
 #include <vector>
 
-class QAIAssistantBase : public IQAIAssistant {
+class QAIAssistantBase : public IQAIAssistant, public IQAIExtensible, public IQAIStreaming {
  public:
   QAIAssistantBase(const QAIAssistantBase&) = delete;
   QAIAssistantBase& operator=(const QAIAssistantBase&) = delete;
 
   std::pair<std::vector<std::string>, std::string> obtainAvailableModels() override;
+  void* obtainExtension(const char* id) noexcept override;
 
  protected:
   /// Takes `pool` over, unless it throws. What a derived constructor does behind this one must not throw, since the
@@ -36,6 +38,11 @@ class QAIAssistantBase : public IQAIAssistant {
 
   /// Takes `result`'s response over. `noJsonText` and `label` make the error of one that is no JSON.
   Reply readReply(const HTTPResult& result, std::string_view noJsonText, std::string_view label) const;
+
+  /// What a user is told of a stream; "" when nothing is wrong with it. `result` is how its request ended. The labels
+  /// are those of a reply that is no JSON, and of one that is not in the service's format.
+  std::string streamError(QAIReplyStream& stream, const HTTPResult& result, std::string_view noJsonLabel,
+                          std::string_view formatLabel) const;
 
   /// One of the library's own texts, translated, and the label behind it.
   std::string failure(std::string_view text, std::string_view label) const;

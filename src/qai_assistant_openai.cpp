@@ -2,7 +2,6 @@
 
 #include "qai_chat_completions.h"
 #include "qai_exports.h"
-#include "qai_message.h"
 #include "qai_session_openai_v1.h"
 
 #include <cf/assert.h>
@@ -15,27 +14,14 @@
 
 namespace {
 
-using std::chrono::milliseconds;
-
 // https://platform.openai.com/docs/api-reference/assistants, …/threads, …/messages and …/runs
 constexpr const char* kVersion = "v1";
 constexpr const char* kAssistants = "assistants";
-constexpr const char* kThreads = "threads";
-constexpr const char* kMessages = "messages";
-constexpr const char* kRuns = "runs";
 
 // Labels follow the library's own texts as they stand.
 constexpr std::string_view kCreateLabel = ": p/v1/assistants";
 constexpr std::string_view kModifyLabel = ": p/v1/assistants/id";
 constexpr std::string_view kThreadLabel = ": p/v1/threads";
-constexpr std::string_view kMessageLabel = ": p/v1/threads/id/messages";
-constexpr std::string_view kStartLabel = ": p/v1/threads/id/runs";
-constexpr std::string_view kRunLabel = ": p/v1/threads/id/runs/id";  // the other method's label, as hosts know it
-constexpr std::string_view kReplyLabel = ": g/v1/threads/id/messages";
-
-constexpr milliseconds kFirstInterval{250};
-constexpr milliseconds kLongestInterval{1000};
-constexpr int kLastAttempt = 101;  // counted from 0
 
 constexpr ServiceRow kAssistantsService = [] {
   ServiceRow row = kOpenAIService;
@@ -44,12 +30,10 @@ constexpr ServiceRow kAssistantsService = [] {
   return row;
 }();
 
-milliseconds nextInterval(milliseconds interval) { return std::min(interval * 13 / 10, kLongestInterval); }
-
 /// Whether there is a `text` that names something: an empty one would leave a segment of a path empty.
 bool isIdentifier(const ICOJsonValue* text) { return text != nullptr && !text->obtainString().empty(); }
 
-void appendContent(QAIMessage& reply, const ICOJsonValue& content) {
+void appendContent(QAIReply& reply, const ICOJsonValue& content) {
   for (std::size_t i = 0; i < content.obtainArraySize(); ++i) {
     const ICOJsonValue* part = content.obtainArrayItem(i);
     const ICOJsonValue* j_type = cfFindJsonMember(part, "type", JsonType::String);
@@ -60,22 +44,9 @@ void appendContent(QAIMessage& reply, const ICOJsonValue& content) {
   }
 }
 
-/// All text parts of all messages, in the service's order.
-std::unique_ptr<QAIMessage> joinMessages(const ICOJsonValue& messages) {
-  auto reply = std::make_unique<QAIMessage>();
-  for (std::size_t i = 0; i < messages.obtainArraySize(); ++i) {
-    const ICOJsonValue* created = cfFindJsonMember(messages.obtainArrayItem(i), "created_at", JsonType::Number);
-    const ICOJsonValue* content = cfFindJsonMember(messages.obtainArrayItem(i), "content", JsonType::Array);
-    if (created == nullptr || content == nullptr) continue;
-    reply->createdTime = completions::toSeconds(created->obtainNumber());
-    appendContent(*reply, *content);
-  }
-  return reply;
-}
-
 }  // namespace
 
-void sleepFor(milliseconds time) { std::this_thread::sleep_for(time); }
+void sleepFor(std::chrono::milliseconds time) { std::this_thread::sleep_for(time); }
 
 QAISession_OPENAI::QAISession_OPENAI(QAIAssistantProperties_OPENAI& properties, std::string assistantID,
                                      std::string threadID)
@@ -121,7 +92,12 @@ QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::get(const Path& path, const CMRe
 /// Posts `body` (null: none); gives the "id" of what the service made of it, which is a string.
 QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::post(const Path& path, ICOJsonValue* body,
                                                      std::string_view label) const {
-  Reply reply = readReply(HTTP::Post(restSession_.get(), address(path), body, {}, {}), kInvalidResponse, label);
+  return readCreated(HTTP::Post(restSession_.get(), address(path), body, {}, {}), label);
+}
+
+/// Takes `result`'s response over.
+QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::readCreated(const HTTPResult& result, std::string_view label) const {
+  Reply reply = readReply(result, kInvalidResponse, label);
   if (!reply.error.empty()) return reply;
   reply.json = cfFindJsonMember(reply.json, "id", JsonType::String);
   if (!isIdentifier(reply.json)) reply.error = failure(kUnsupportedFormat, label);
@@ -256,65 +232,15 @@ std::string QAIAssistant_OPENAI::destroySession(IQAISession* session) {
   return "";
 }
 
-std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::addMessage(IQAISession* session, std::string text) {
-  const QAISession_OPENAI* own = asOwnSession(session);
-  if (own == nullptr || text.empty()) return {nullptr, "Session is empty"};
-  const std::string& thread = own->threadID();
-  if (Reply message = postMessage(thread, text); !message.error.empty()) return {nullptr, std::move(message.error)};
-  Reply run = startRun(thread);
-  if (!run.error.empty()) return {nullptr, std::move(run.error)};
-  const std::string runID(run.json->obtainString());
-  if (std::string error = awaitRun(thread, runID); !error.empty()) return {nullptr, std::move(error)};
-  return collectMessage(thread, runID);
-}
-
-QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::postMessage(const std::string& threadID,
-                                                            const std::string& text) const {
-  COJson body;
-  body.addKeyValue("role")->setString("user");
-  body.addKeyValue("content")->setStringReference(text);
-  return post({kThreads, threadID, kMessages}, &body, kMessageLabel);
-}
-
-QAIAssistant_OPENAI::Reply QAIAssistant_OPENAI::startRun(const std::string& threadID) const {
-  COJson body;
-  body.addKeyValue("assistant_id")->setStringReference(m_assistantID);
-  return post({kThreads, threadID, kRuns}, &body, kStartLabel);
-}
-
-/// What a failed run says of itself, which is for the user as it stands.
-std::string QAIAssistant_OPENAI::failedRunText(const ICOJsonValue& run) const {
-  const ICOJsonValue* error = cfFindJsonMember(&run, "last_error", JsonType::Object);
-  const ICOJsonValue* code = cfFindJsonMember(error, "code", JsonType::String);
-  const ICOJsonValue* message = cfFindJsonMember(error, "message", JsonType::String);
-  if (code == nullptr || message == nullptr) return failure(kUnsupportedFormat, kRunLabel);
-  return std::string(code->obtainString()).append(": ").append(message->obtainString());
-}
-
-/// Asks for the run's state until it ends; gives an error text. A cancelled run is no end here: it is waited for like
-/// one that is being cancelled.
-std::string QAIAssistant_OPENAI::awaitRun(const std::string& threadID, const std::string& runID) const {
-  milliseconds interval = kFirstInterval;
-  for (int attempt = 0;; ++attempt) {
-    Reply run = get({kThreads, threadID, kRuns, runID}, {}, kRunLabel);
-    if (!run.error.empty()) return std::move(run.error);
-    const ICOJsonValue* status = cfFindJsonMember(run.json, "status", JsonType::String);
-    if (status == nullptr) return failure(kUnsupportedFormat, kRunLabel);
-    const std::string_view state = status->obtainString();
-    if (state == "completed") return "";
-    if (state == "failed") return failedRunText(*run.json);
-    if (attempt == kLastAttempt || state == "expired" || state == "incomplete") return localizeString("Timeout");
-    m_sleep(interval);
-    interval = nextInterval(interval);
+/// All text parts of all messages, in the service's order.
+std::unique_ptr<QAIReply> QAIAssistant_OPENAI::joinMessages(const ICOJsonValue& messages) {
+  auto reply = std::make_unique<QAIReply>();
+  for (std::size_t i = 0; i < messages.obtainArraySize(); ++i) {
+    const ICOJsonValue* created = cfFindJsonMember(messages.obtainArrayItem(i), "created_at", JsonType::Number);
+    const ICOJsonValue* content = cfFindJsonMember(messages.obtainArrayItem(i), "content", JsonType::Array);
+    if (created == nullptr || content == nullptr) continue;
+    reply->createdTime = completions::toSeconds(created->obtainNumber());
+    appendContent(*reply, *content);
   }
-}
-
-/// What the run wrote, as one message.
-std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::collectMessage(const std::string& threadID,
-                                                                         const std::string& runID) const {
-  Reply messages = get({kThreads, threadID, kMessages}, {{"run_id", runID}}, kReplyLabel);
-  if (!messages.error.empty()) return {nullptr, std::move(messages.error)};
-  const ICOJsonValue* list = cfFindJsonMember(messages.json, "data", JsonType::Array);
-  if (list == nullptr) return {nullptr, failure(kUnsupportedFormat, kReplyLabel)};
-  return {joinMessages(*list).release(), ""};
+  return reply;
 }

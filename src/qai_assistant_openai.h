@@ -5,6 +5,7 @@
 #include "qai_assistant_base.h"
 #include "qai_assistant_properties_openai.h"
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <memory>
@@ -57,14 +58,18 @@ class QAIAssistant_OPENAI final : public QAIAssistantBase {
   std::pair<IQAISession*, std::string> loadSession(std::string data) override;
   std::string destroySession(IQAISession* session) override;
   std::pair<IQAIMessage*, std::string> addMessage(IQAISession* session, std::string text) override;
+  std::pair<IQAIMessage*, std::string> addMessageStreaming(IQAISession* session, std::string text,
+                                                           const QAIStreamOptions& options, const Sink& sink) override;
 
  private:
   /// Segments of a path behind the API host.
   using Path = std::vector<std::string>;
+  static constexpr const char* kThreads = "threads";
 
   std::string address(const Path& path) const;
   Reply get(const Path& path, const CMRestParams& query, std::string_view label) const;
   Reply post(const Path& path, ICOJsonValue* body, std::string_view label) const;
+  Reply readCreated(const HTTPResult& result, std::string_view label) const;
   std::string remove(const Path& path) const;
 
   Reply postAssistant(const Path& path, const QAIAssistantProperties_OPENAI& properties, std::string_view label) const;
@@ -77,8 +82,20 @@ class QAIAssistant_OPENAI final : public QAIAssistantBase {
   Reply postMessage(const std::string& threadID, const std::string& text) const;
   Reply startRun(const std::string& threadID) const;
   std::string failedRunText(const ICOJsonValue& run) const;
-  std::string awaitRun(const std::string& threadID, const std::string& runID) const;
-  std::pair<IQAIMessage*, std::string> collectMessage(const std::string& threadID, const std::string& runID) const;
+  std::pair<IQAIMessage*, std::string> finishRun(const std::string& threadID, const Reply& run,
+                                                 const std::atomic<bool>* stop) const;
+  std::string awaitRun(const std::string& threadID, const std::string& runID, ReplyDetails& details,
+                       const std::atomic<bool>* stop) const;
+  bool sleepUnlessStopped(std::chrono::milliseconds time, const std::atomic<bool>* stop) const;
+  std::pair<IQAIMessage*, std::string> collectMessage(const std::string& threadID, const std::string& runID,
+                                                      ReplyDetails details) const;
+
+  static std::unique_ptr<QAIReply> joinMessages(const ICOJsonValue& messages);
+
+  HTTPResult streamRun(const std::string& threadID, const QAIStreamOptions& options, QAIReplyStream& receiver) const;
+  std::pair<IQAIMessage*, std::string> takeStreamedRun(const std::string& threadID, const HTTPResult& result,
+                                                       QAIReplyStream& receiver) const;
+  void cancelRun(const std::string& threadID, const StreamedRun& run) const;
 
   std::string m_assistantID;                          // empty while the service holds none
   QAIAssistantProperties_OPENAI* const m_properties;  // the base's, by its own type

@@ -56,35 +56,87 @@ std::pair<IQAISession*, std::string> QAIChatAssistant::loadSession(std::string d
 std::string QAIChatAssistant::destroySession(IQAISession* /*session*/) { return ""; }
 
 std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessage(IQAISession* session, std::string text) {
+  return takeTurn(session, std::move(text), nullptr);
+}
+
+std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessageStreaming(IQAISession* session, std::string text,
+                                                                           const QAIStreamOptions& options,
+                                                                           const Sink& sink) {
+  const Streaming streaming{readStreamOptions(options), sink};
+  return takeTurn(session, std::move(text), &streaming);
+}
+
+/// `streaming` is null for a reply that comes whole.
+std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* session, std::string text,
+                                                                const Streaming* streaming) {
   // One that refers to the record of another assistant would bring that one's settings to this one's host.
   QAIChatSession* own = asSessionOfService(session);
   if (own == nullptr || &own->properties() != properties_.get()) {
     CF_ASSERT(false);
     return {nullptr, "Session is empty"};
   }
-  auto [reply, error] = exchange(*own, text);
-  if (!error.empty()) return {nullptr, std::move(error)};
+  Answer answer = exchange(*own, text, streaming);
+  if (!answer.error.empty()) return {nullptr, std::move(answer.error)};
 
-  auto message = std::make_unique<QAIMessage>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), reply);
+  auto message = std::make_unique<QAIReply>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), answer.text);
   message->createdTime = clock_();
-  own->appendTurn(std::move(text), std::move(reply));
+  message->details = std::move(answer.details);
+  own->appendTurn(std::move(text), std::move(answer.text));
   return {message.release(), ""};
 }
 
-/// Asks the service; gives its reply's text and an error text.
-std::pair<std::string, std::string> QAIChatAssistant::exchange(QAIChatSession& session, const std::string& text) {
+/// Asks the service.
+QAIChatAssistant::Answer QAIChatAssistant::exchange(QAIChatSession& session, const std::string& text,
+                                                    const Streaming* streaming) {
   const QAIAssistantProperties& settings = session.properties();
-  if (settings.model.empty()) return {"", failure("Model is empty", dialect_.turn.noModelLabel)};
-  if (std::string refusal = refuseKey(); !refusal.empty()) return {"", std::move(refusal)};
+  if (settings.model.empty()) return {.error = failure("Model is empty", dialect_.turn.noModelLabel)};
+  if (std::string refusal = refuseKey(); !refusal.empty()) return {.error = std::move(refusal)};
 
   const InstructionsJson instructions = settings.obtainInstructionsJson();
   COJson body;
   dialect_.writeBody(body,
                      {settings, dialect_.instructionsRole, instructions, session.history().writeRequestText(text)});
-  Reply reply = readReply(HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {}),
-                          kInvalidResponse, dialect_.turn.noJsonLabel);
-  if (!reply.error.empty()) return {"", std::move(reply.error)};
-  std::optional<std::string> answer = dialect_.readReply(*reply.json);
-  if (!answer) return {"", failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
-  return {std::move(*answer), ""};
+  if (streaming != nullptr) return receive(body, *streaming);
+  return readWhole(HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {}));
+}
+
+/// Has the reply handed on while it comes. A service that answers with a whole body is understood as well.
+QAIChatAssistant::Answer QAIChatAssistant::receive(COJson& body, const Streaming& streaming) {
+  const ChatStream& stream = dialect_.stream;
+  if (stream.isAskedForInBody) body.addKeyValue("stream")->setBool(true);
+  if (stream.canAskForUsage && streaming.options.asksForUsage) {
+    body.addKeyValue("stream_options")->addKeyValue("include_usage")->setBool(true);
+  }
+  CMRestParams query = queryParams();
+  if (!stream.query.name.empty()) query.emplace_back(stream.query.name, stream.query.value);
+
+  QAIReplyStream receiver(stream.form, streaming.options, streaming.sink);
+  HTTPResult result = HTTP::PostStreaming(
+      restSession_.get(), address(stream.path[0].empty() ? dialect_.turn.path : stream.path), &body, query,
+      {{"Accept", std::string(stream.form.accept)}}, limitStream(httpSettings, streaming.options), receiver);
+  if (!receiver.hasBegun() && receiver.failure() == QAIReplyStream::Failure::None) {
+    Answer answer = readWhole(result);
+    if (!answer.text.empty() && !streaming.sink(answer.text)) return {.error = localizeString("Stopped")};
+    return answer;
+  }
+
+  const std::unique_ptr<CMRestResourceResponse> response(result.first);
+  Answer answer{.error = streamError(receiver, result, dialect_.turn.noJsonLabel, dialect_.turn.formatLabel)};
+  if (!answer.error.empty()) return answer;
+  answer.text = receiver.reply().takeText();
+  answer.details = std::move(receiver.reply().details);
+  identifyRequest(*response, answer.details);
+  return answer;
+}
+
+/// Takes the response over.
+QAIChatAssistant::Answer QAIChatAssistant::readWhole(const HTTPResult& result) const {
+  Reply reply = readReply(result, kInvalidResponse, dialect_.turn.noJsonLabel);
+  if (!reply.error.empty()) return {.error = std::move(reply.error)};
+  std::optional<std::string> text = dialect_.readReply(*reply.json);
+  if (!text) return {.error = failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
+  Answer answer{.text = std::move(*text)};
+  dialect_.readDetails(*reply.json, answer.details);
+  identifyRequest(*reply.response, answer.details);
+  return answer;
 }

@@ -23,6 +23,8 @@ class QAIChatAssistant : public QAIAssistantBase {
   std::pair<IQAISession*, std::string> loadSession(std::string data) override;
   std::string destroySession(IQAISession* session) override;
   std::pair<IQAIMessage*, std::string> addMessage(IQAISession* session, std::string text) override;
+  std::pair<IQAIMessage*, std::string> addMessageStreaming(IQAISession* session, std::string text,
+                                                           const QAIStreamOptions& options, const Sink& sink) override;
 
  protected:
   /// Takes `pool` over, unless it throws.
@@ -35,7 +37,22 @@ class QAIChatAssistant : public QAIAssistantBase {
   virtual QAIChatSession* asSessionOfService(IQAISession* session) const = 0;
 
   void adopt(QAIAssistantProperties& filled);
-  std::pair<std::string, std::string> exchange(QAIChatSession& session, const std::string& text);
+  /// What came of a turn: a reply, or an error text.
+  struct Answer {
+    std::string text = {};
+    ReplyDetails details = {};
+    std::string error = {};
+  };
+  /// The host's wish for a reply as it comes.
+  struct Streaming {
+    QAIStreamOptions options;
+    const Sink& sink;
+  };
+
+  std::pair<IQAIMessage*, std::string> takeTurn(IQAISession* session, std::string text, const Streaming* streaming);
+  Answer exchange(QAIChatSession& session, const std::string& text, const Streaming* streaming);
+  Answer receive(COJson& body, const Streaming& streaming);
+  Answer readWhole(const HTTPResult& result) const;
 
   const ChatDialect& dialect_;
   MessageClock clock_;

@@ -27,6 +27,18 @@ struct Model {
   const ICOJsonValue* created;
 };
 
+/// What of a choice came in an event.
+void readDelta(const ICOJsonValue* delta, StreamedChoice& choice, StreamedReply& reply) {
+  using Author = StreamedChoice::Author;
+  if (delta == nullptr) return;
+  const ICOJsonValue* role = cfFindJsonMember(delta, "role", JsonType::String);
+  if (role != nullptr && choice.author == Author::Unknown) {
+    choice.author = completions::isByAssistant(*delta) ? Author::Assistant : Author::Other;
+  }
+  const ICOJsonValue* content = cfFindJsonMember(delta, "content", JsonType::String);
+  if (content != nullptr) reply.append(choice, content->obtainString());
+}
+
 }  // namespace
 
 bool completions::isByAssistant(const ICOJsonValue& message) {
@@ -62,6 +74,39 @@ std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {
     if (cfHasJsonType(content, JsonType::String) && isByAssistant(*message)) text += content->obtainString();
   }
   return text;
+}
+
+void completions::readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
+  readDetail(&reply, "model", details.model);
+  const ICOJsonValue* usage = reply.obtainJsonValue("usage");
+  readDetail(usage, "prompt_tokens", details.inputTokens);
+  readDetail(usage, "completion_tokens", details.outputTokens);
+  if (usage != nullptr) {
+    readDetail(usage->obtainJsonValue("prompt_tokens_details"), "cached_tokens", details.cachedTokens);
+  }
+  const ICOJsonValue* choices = reply.obtainJsonValue("choices");
+  const ICOJsonValue* first = choices == nullptr ? nullptr : choices->obtainArrayItem(0);
+  if (first == nullptr) return;
+  const ICOJsonValue* index = cfFindJsonMember(first, "index", JsonType::Number);
+  if (index != nullptr && index->obtainNumber() != 0) return;  // in an event of another choice
+  readDetail(first, "finish_reason", details.finishReason);
+  readDetail(first->obtainJsonValue("message"), "refusal", details.refusal);
+}
+
+void completions::readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedReply& reply) {
+  const ICOJsonValue* choices = event.obtainJsonValue("choices");
+  readDetails(event, reply.details);
+  if (!cfHasJsonType(choices, JsonType::Array)) return;
+  reply.isInFormat = true;
+  for (std::size_t i = 0; i < choices->obtainArraySize(); ++i) {
+    const ICOJsonValue* item = choices->obtainArrayItem(i);
+    StreamedChoice& choice = reply.obtainChoice(*item, i);
+    const ICOJsonValue* delta = item->obtainJsonValue("delta");
+    readDelta(delta, choice, reply);
+    const ICOJsonValue* refusal = cfFindJsonMember(delta, "refusal", JsonType::String);
+    if (refusal != nullptr) reply.details.refusal += refusal->obtainString();
+    if (cfFindJsonMember(item, "finish_reason", JsonType::String) != nullptr) choice.hasEnded = true;
+  }
 }
 
 std::vector<std::string> completions::readModels(const ICOJsonValue& list) {

@@ -3,6 +3,7 @@
 
 #include "qai_chat_history.h"
 #include "qai_service_row.h"
+#include "qai_streamed_reply.h"
 
 #include <cf/json.h>
 
@@ -29,6 +30,15 @@ struct ChatTurnEndpoint {
   std::string_view formatLabel;
 };
 
+/// How a streamed turn differs from one whose reply comes whole.
+struct ChatStream {
+  ServicePath path = {};   // empty: that of every turn
+  ServicePair query = {};  // in the address
+  bool isAskedForInBody;   // by "stream": true
+  bool canAskForUsage;     // by "stream_options": {"include_usage": true}
+  StreamForm form;
+};
+
 /// A line of the source: what an assertion names.
 struct SourcePlace {
   const char* file;
@@ -40,11 +50,14 @@ struct ChatDialect {
   ServiceRow service;
   std::string_view instructionsRole;
   ChatTurnEndpoint turn;
+  ChatStream stream;
 
   ChatEntryForm entry;
   void (*writeBody)(COJson& body, const ChatTurn& turn);
   /// The reply's text; nothing when the reply is not in the service's format.
   std::optional<std::string> (*readReply)(const ICOJsonValue& reply);
+  /// What a reply tells beside its text.
+  void (*readDetails)(const ICOJsonValue& reply, ReplyDetails& details);
 
   SourcePlace place;  // of the dialect: for assertions about its sessions
 };

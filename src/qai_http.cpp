@@ -11,21 +11,20 @@ namespace {
 constexpr std::int64_t kRequestTag = 2062955722;
 
 template <class Request>
-using Execute = std::int32_t (ICSRestClient::*)(const Request&, CMRestResourceResponse**);
-
-template <class Request>
 void addParams(Request& request, const CMRestParams& query, const CMRestParams& headers) {
   if (!query.empty()) request.addQueryParams(query);
   if (!headers.empty()) request.addHeaderParams(headers);
 }
 
-template <class Request>
-HTTPResult run(ICSAppFactory* app, const CMRestSession* session, const Request& request, Execute<Request> execute) {
-  ICSRestClient* client = app->obtainRestClientFactory()->createRestClient(app, httpSettings, session);
+/// `execute` runs the request on a client and sets the response.
+template <class Execute>
+HTTPResult run(ICSAppFactory* app, const CMRestGlobalSettings& settings, const CMRestSession* session,
+               const Execute& execute) {
+  ICSRestClient* client = app->obtainRestClientFactory()->createRestClient(app, settings, session);
   const CODefer releaseClient([client] { delete client; });
 
   CMRestResourceResponse* response = nullptr;
-  const std::int32_t error = (client->*execute)(request, &response);
+  const std::int32_t error = execute(*client, &response);
   if (error == 0) return {response, ""};
 
   std::unique_ptr<CMRestResourceResponse> kept(response);
@@ -40,6 +39,13 @@ void prepare(Request& request, const std::string& url) {
   request.setURL(url);
 }
 
+void prepare(CMRestPostRequest& request, const std::string& url, const ICOJsonValue* body,
+             const CMRestParams& queryParams, const CMRestParams& headerParams) {
+  prepare(request, url);
+  if (body != nullptr) request.updateJson(body);
+  addParams(request, queryParams, headerParams);
+}
+
 }  // namespace
 
 HTTPResult HTTP::Get(CMRestSession* session, const std::string& url, const CMRestParams& queryParams,
@@ -47,22 +53,36 @@ HTTPResult HTTP::Get(CMRestSession* session, const std::string& url, const CMRes
   CMRestGetRequest request;
   prepare(request, url);
   addParams(request, queryParams, headerParams);
-  return run(app, session, request, &ICSRestClient::executeGet);
+  return run(app, httpSettings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
+    return client.executeGet(request, response);
+  });
 }
 
 HTTPResult HTTP::Post(CMRestSession* session, const std::string& url, ICOJsonValue* body,
                       const CMRestParams& queryParams, const CMRestParams& headerParams, ICSAppFactory* app) {
   CMRestPostRequest request;
-  prepare(request, url);
-  if (body != nullptr) request.updateJson(body);
-  addParams(request, queryParams, headerParams);
-  return run(app, session, request, &ICSRestClient::executePost);
+  prepare(request, url, body, queryParams, headerParams);
+  return run(app, httpSettings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
+    return client.executePost(request, response);
+  });
+}
+
+HTTPResult HTTP::PostStreaming(CMRestSession* session, const std::string& url, ICOJsonValue* body,
+                               const CMRestParams& queryParams, const CMRestParams& headerParams,
+                               const CMRestGlobalSettings& settings, ICSRestReceiver& receiver, ICSAppFactory* app) {
+  CMRestPostRequest request;
+  prepare(request, url, body, queryParams, headerParams);
+  return run(app, settings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
+    return client.executePostStreaming(request, receiver, response);
+  });
 }
 
 HTTPResult HTTP::Delete(CMRestSession* session, const std::string& url, ICSAppFactory* app) {
   CMRestDeleteRequest request;
   prepare(request, url);
-  return run(app, session, request, &ICSRestClient::executeDelete);
+  return run(app, httpSettings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
+    return client.executeDelete(request, response);
+  });
 }
 
 const ICOJsonValue* findErrorMessage(const ICOJsonValue* json) {

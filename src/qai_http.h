@@ -23,6 +23,12 @@ HTTPResult Get(CMRestSession* session, const std::string& url, const CMRestParam
 HTTPResult Post(CMRestSession* session, const std::string& url, ICOJsonValue* body, const CMRestParams& queryParams,
                 const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
 
+/// As Post, under `settings` and with a receiver for the reply; throws what that throws, too.
+HTTPResult PostStreaming(CMRestSession* session, const std::string& url, ICOJsonValue* body,
+                         const CMRestParams& queryParams, const CMRestParams& headerParams,
+                         const CMRestGlobalSettings& settings, ICSRestReceiver& receiver,
+                         ICSAppFactory* app = CF::obtainAppFactory());
+
 HTTPResult Delete(CMRestSession* session, const std::string& url, ICSAppFactory* app = CF::obtainAppFactory());
 
 }  // namespace HTTP

@@ -21,7 +21,7 @@ class QAIMessageTextSection final : public IQAIMessageSection {
   std::string text_;
 };
 
-class QAIMessage final : public IQAIMessage {
+class QAIMessage : public IQAIMessage {
  public:
   QAIMessage() = default;
   /// A message with one text section; `role` is taken as it is, known or not.

@@ -18,8 +18,8 @@ inline constexpr std::string_view kUnsupportedFormat = "Unsupported data format"
 /// How a service gets the host's key.
 enum class ServiceKey { None, Bearer, Query };  // "Authorization: Bearer …"; the query pair "key"
 
-/// A field of each request's header; none when the name is empty.
-struct ServiceHeader {
+/// A field of each request's header, or a pair of a query; none when the name is empty.
+struct ServicePair {
   std::string_view name;
   std::string_view value;
 };
@@ -40,5 +40,5 @@ struct ServiceRow {
   ServiceKey key;
   bool sharesPool;  // requests go through the host's pool centre
   ServiceModels models;
-  ServiceHeader header = {};
+  ServicePair header = {};
 };

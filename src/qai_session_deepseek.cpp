@@ -17,8 +17,10 @@ constinit const ChatDialect kDeepSeek{
              .noModelLabel = ": p/chat/completions",
              .noJsonLabel = ": p/chat/completions",
              .formatLabel = ": p/chat/completions"},
+    .stream = completions::kStream,
     .entry = completions::kEntry,
     .writeBody = completions::writeBody,
     .readReply = completions::readReply,
+    .readDetails = completions::readDetails,
     .place = {__FILE__, __LINE__},
 };

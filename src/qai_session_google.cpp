@@ -65,6 +65,38 @@ std::optional<std::string> readReply(const ICOJsonValue& reply) {
   return text;
 }
 
+void readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
+  readDetail(&reply, "modelVersion", details.model);
+  readDetail(&reply, "responseId", details.requestIdentifier);
+  const ICOJsonValue* usage = reply.obtainJsonValue("usageMetadata");
+  readDetail(usage, "promptTokenCount", details.inputTokens);
+  readDetail(usage, "cachedContentTokenCount", details.cachedTokens);
+  std::int64_t text = -1;
+  std::int64_t thoughts = 0;
+  readDetail(usage, "candidatesTokenCount", text);
+  readDetail(usage, "thoughtsTokenCount", thoughts);
+  if (text >= 0) details.outputTokens = text + thoughts;
+  const ICOJsonValue* candidates = reply.obtainJsonValue("candidates");
+  const ICOJsonValue* first = candidates == nullptr ? nullptr : candidates->obtainArrayItem(0);
+  if (first != nullptr) readDetail(first, "finishReason", details.finishReason);
+}
+
+void readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedReply& reply) {
+  readDetails(event, reply.details);
+  const ICOJsonValue* candidates = event.obtainJsonValue("candidates");
+  if (!cfHasJsonType(candidates, JsonType::Array)) return;
+  reply.isInFormat = true;
+  for (std::size_t i = 0; i < candidates->obtainArraySize(); ++i) {
+    const ICOJsonValue* candidate = candidates->obtainArrayItem(i);
+    StreamedChoice& choice = reply.obtainChoice(*candidate, i);
+    choice.author = StreamedChoice::Author::Assistant;
+    std::string text;
+    appendParts(text, candidate->obtainJsonValue("content"));
+    reply.append(choice, text);
+    if (cfFindJsonMember(candidate, "finishReason", JsonType::String) != nullptr) choice.hasEnded = true;
+  }
+}
+
 }  // namespace
 
 // https://ai.google.dev/api/generate-content and https://ai.google.dev/api/models
@@ -82,10 +114,16 @@ constinit const ChatDialect kGoogle{
              .noModelLabel = ": p/v1beta/models/generateContent",
              .noJsonLabel = ": p/v1beta/models/{model}:generateContent",
              .formatLabel = ": p/v1beta/models/{model}:generateContent"},
+    .stream = {.path = {"v1beta", "models", "{model}:streamGenerateContent"},
+               .query = {"alt", "sse"},
+               .isAskedForInBody = false,
+               .canAskForUsage = false,
+               .form = {.hasDoneMark = false, .read = readEvent}},
     .entry = {.userStart = R"({"role":"user","parts":[{"text":)",
               .assistantStart = R"({"role":"model","parts":[{"text":)",
               .end = "}]}"},
     .writeBody = writeBody,
     .readReply = readReply,
+    .readDetails = readDetails,
     .place = {__FILE__, __LINE__},
 };

@@ -33,6 +33,28 @@ std::optional<std::string> readReply(const ICOJsonValue& reply) {
   return completions::isByAssistant(*message) ? std::string(content->obtainString()) : std::string();
 }
 
+void readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
+  readDetail(&reply, "model", details.model);
+  readDetail(&reply, "done_reason", details.finishReason);
+  readDetail(&reply, "prompt_eval_count", details.inputTokens);
+  readDetail(&reply, "eval_count", details.outputTokens);
+}
+
+void readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedReply& reply) {
+  readDetails(event, reply.details);
+  const std::optional<std::string> text = readReply(event);
+  StreamedChoice& choice = reply.obtainChoice(event, 0);
+  choice.author = StreamedChoice::Author::Assistant;
+  if (text) {
+    reply.isInFormat = true;
+    reply.append(choice, *text);
+  }
+  const ICOJsonValue* done = event.obtainJsonValue("done");
+  if (done == nullptr || !done->obtainBool()) return;
+  reply.isDone = true;
+  choice.hasEnded = true;
+}
+
 }  // namespace
 
 // https://github.com/ollama/ollama/blob/main/docs/api.md
@@ -50,8 +72,12 @@ constinit const ChatDialect kOllama{
              .noModelLabel = ": p/api/chat",
              .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
              .formatLabel = ": p/api/chat"},
+    .stream = {.isAskedForInBody = true,
+               .canAskForUsage = false,
+               .form = {.framing = StreamForm::Framing::Lines, .accept = "application/x-ndjson", .read = readEvent}},
     .entry = completions::kEntry,
     .writeBody = writeBody,
     .readReply = readReply,
+    .readDetails = readDetails,
     .place = {__FILE__, __LINE__},
 };

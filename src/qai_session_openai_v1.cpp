@@ -10,8 +10,10 @@ constinit const ChatDialect kOpenAI{
              .noModelLabel = ": p/v1/chat/completions",
              .noJsonLabel = ": g/v1/chat/completions",  // the other method's label, as hosts know it
              .formatLabel = ": p/v1/chat/completions"},
+    .stream = completions::kStream,
     .entry = completions::kEntry,
     .writeBody = completions::writeBody,
     .readReply = completions::readReply,
+    .readDetails = completions::readDetails,
     .place = {__FILE__, __LINE__},
 };

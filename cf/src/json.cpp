@@ -16,13 +16,11 @@ constexpr std::size_t kShortChildSize = 12;  // a short value as text, with the 
 constexpr std::uint32_t kFewestChildren = 4;
 constexpr std::size_t kManyMembers = 32;  // to look at each of fewer takes less time than to keep an index
 
-// What a document allocates at first for its values, and again for their lists.
-constexpr std::size_t kFirstChunk = std::size_t{1} << 9;
 constexpr std::size_t kLargestFirstChunk = std::size_t{64} << 10;
 
 /// Most texts are of longer strings, or of more, shorter values than take that much.
 std::size_t firstChunkFor(std::string_view text) noexcept {
-  return std::clamp(text.size(), kFirstChunk, kLargestFirstChunk);
+  return std::clamp(text.size(), kFirstJsonChunk, kLargestFirstChunk);
 }
 
 /// The last member `key` of a value; null when there is none.
@@ -213,17 +211,19 @@ void COJsonValue::setObject() noexcept { reset(*this, JsonType::Object).members 
 
 void COJsonValue::setArray() noexcept { reset(*this, JsonType::Array).items = nullptr; }
 
-COJson::COJson() : COJsonValue(nullptr), own_(std::make_unique<JsonDocument>(kFirstChunk)) {}
+COJson::COJson() : COJsonValue(nullptr), own_(std::make_unique<JsonDocument>(kFirstJsonChunk)) {}
 
 COJson::COJson(std::string_view text)
     : COJsonValue(nullptr), own_(std::make_unique<JsonDocument>(firstChunkFor(text))) {
-  own_->read(text, false);
+  JsonStacks stacks;
+  own_->read(text, false, stacks);
 }
 
 COJson COJson::readReference(const std::string& text) {
   COJson document;
   document.own_ = std::make_unique<JsonDocument>(firstChunkFor(text));
-  document.own_->read(text, true);
+  JsonStacks stacks;
+  document.own_->read(text, true, stacks);
   return document;
 }
 

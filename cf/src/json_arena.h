@@ -27,6 +27,15 @@ class JsonArena {
     return static_cast<Thing*>(static_cast<void*>(std::exchange(next_, next_ + size)));
   }
 
+  /// Makes the newest chunk, the largest but for odd ones, the only one, and empty: for what comes next. Nothing that
+  /// was allocated may be in use any more.
+  void reuse() noexcept {
+    if (chunks_ == nullptr) return;
+    while (chunks_->before != nullptr) ::operator delete(std::exchange(chunks_->before, chunks_->before->before));
+    next_ = reinterpret_cast<std::byte*>(chunks_ + 1);
+    left_ = chunks_->size;
+  }
+
   /// Nothing that was allocated may be in use any more.
   void release() noexcept {
     while (chunks_ != nullptr) ::operator delete(std::exchange(chunks_, chunks_->before));
@@ -39,12 +48,13 @@ class JsonArena {
 
   struct Chunk {
     Chunk* before;
+    std::size_t size;
   };
 
   void* allocateInNewChunk(std::size_t size) {
     const std::size_t chunkSize = std::max(size, nextChunk_);
     nextChunk_ = std::min(2 * nextChunk_, kLargestChunk);
-    chunks_ = ::new (::operator new(sizeof(Chunk) + chunkSize)) Chunk{chunks_};
+    chunks_ = ::new (::operator new(sizeof(Chunk) + chunkSize)) Chunk{chunks_, chunkSize};
     auto* const place = reinterpret_cast<std::byte*>(chunks_ + 1);
     if (chunkSize - size > left_) {  // else what is left of the chunk before is of more use
       next_ = place + size;

@@ -19,6 +19,9 @@
 /// How deep arrays and objects may be nested in a text, and in what becomes one.
 inline constexpr unsigned kMaxJsonDepth = 256;
 
+/// What a document allocates at first for its values, and again for their lists.
+inline constexpr std::size_t kFirstJsonChunk = std::size_t{1} << 9;
+
 /// Sizes of texts are kept in 32 bits.
 inline bool hasTextSize(std::string_view text) noexcept {
   return text.size() <= std::numeric_limits<std::uint32_t>::max();
@@ -75,6 +78,12 @@ struct JsonMemberIndex {
   std::size_t covered = 0;                                 // how many members have been entered; the others are new
 };
 
+/// What is read waits here until the container around it ends.
+struct JsonStacks {
+  std::vector<JsonNode*> values;
+  std::vector<std::string_view> keys;
+};
+
 /// A document. Nothing is given back before it goes.
 struct JsonDocument {
   explicit JsonDocument(std::size_t firstChunk) : values(firstChunk), lists(firstChunk), top(*this) {}
@@ -83,7 +92,11 @@ struct JsonDocument {
 
   /// Gives an empty document the content that `text` describes. It is as it was, but not valid, when `text` is not.
   /// @param isKept whether `text` lives as long as the document, with a NUL behind it
-  void read(std::string_view text, bool isKept);
+  /// @param stacks room that may be used again; nothing is kept in it
+  void read(std::string_view text, bool isKept, JsonStacks& stacks);
+
+  /// Makes it an empty document in the memory that it has.
+  void reuse() noexcept;
 
   /// A new value, null.
   JsonNode* create() { return ::new (values.allocate<JsonNode>(1)) JsonNode(*this); }
@@ -119,8 +132,10 @@ struct JsonText {
 /// Writes `value`. Pieces of references that have at least `shortestBorrowed` bytes are borrowed.
 JsonText writeJson(const COJsonValue& value, std::size_t shortestBorrowed);
 
-/// How many values `text` holds at most, if it is JSON.
-std::size_t boundJsonValues(std::string_view text) noexcept;
+/// Whether what a service sent is no JSON for us. A value of two bytes ("0,") takes forty when it is read, so a reply
+/// of nothing else would take hundreds of mebibytes. No service sends one of that many values; those that are read take
+/// forty mebibytes at most. Looks into no text that is too short for that many.
+bool hasTooManyJsonValues(std::string_view text) noexcept;
 
 /// Appends a number in the form in which it is written.
 void appendJsonNumber(std::string& result, double value, bool integer);

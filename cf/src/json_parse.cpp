@@ -125,7 +125,10 @@ using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8>;
 /// members' keys on another.
 class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
  public:
-  explicit TreeBuilder(JsonDocument& document) : document_(document) {
+  TreeBuilder(JsonDocument& document, JsonStacks& stacks)
+      : document_(document), values_(stacks.values), keys_(stacks.keys) {
+    values_.clear();
+    keys_.clear();
     values_.reserve(kFew);
     keys_.reserve(kFew);
   }
@@ -208,8 +211,8 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   }
 
   JsonDocument& document_;
-  std::vector<JsonNode*> values_;
-  std::vector<std::string_view> keys_;
+  std::vector<JsonNode*>& values_;
+  std::vector<std::string_view>& keys_;
   unsigned depth_ = 0;
 };
 
@@ -255,10 +258,10 @@ std::string_view withoutByteOrderMark(std::string_view text) noexcept {
 
 }  // namespace
 
-void JsonDocument::read(std::string_view text, bool isKept) {
-  const auto parse = [this](std::string_view json, bool isInPlace) {
-    TreeBuilder builder(*this);
-    if (!isInPlace) json = source = std::string(json);
+void JsonDocument::read(std::string_view text, bool isKept, JsonStacks& stacks) {
+  const auto parse = [this, &stacks](std::string_view json, bool isInPlace) {
+    TreeBuilder builder(*this, stacks);
+    if (!isInPlace) json = source.assign(json);
     const Verdict verdict = isInPlace ? parseWith<false>(builder, json) : parseWith<true>(builder, json);
     if (verdict == Verdict::Valid) {
       top.content = builder.result();
@@ -282,6 +285,32 @@ void JsonDocument::read(std::string_view text, bool isKept) {
   }
   isValid = verdict == Verdict::Valid;
   if (!isValid) std::string().swap(source);
+}
+
+void JsonDocument::reuse() noexcept {
+  values.reuse();
+  lists.reuse();
+  indexes.clear();
+  top.content = JsonContent();
+  isValid = true;
+  jsonSize = 0;
+}
+
+struct CFJsonReader::State {
+  JsonDocument document{kFirstJsonChunk};
+  JsonStacks stacks;
+};
+
+CFJsonReader::CFJsonReader() : state_(std::make_unique<State>()) {}
+
+CFJsonReader::~CFJsonReader() = default;
+
+const COJsonValue* CFJsonReader::read(std::string_view text) {
+  if (hasTooManyJsonValues(text)) return nullptr;
+  JsonDocument& document = state_->document;
+  document.reuse();
+  document.read(text, false, state_->stacks);
+  return document.isValid ? &document.top : nullptr;
 }
 
 bool cfIsJson(const std::string& text) {

@@ -36,6 +36,17 @@ std::size_t stringSize(std::string_view text) noexcept {
   return std::min(end + 1, text.size());
 }
 
+/// How many values `text` holds at most, if it is JSON.
+std::size_t boundJsonValues(std::string_view text) noexcept {
+  std::size_t values = 1;
+  for (std::size_t place = 0; place < text.size();) {
+    const char character = text[place];
+    if (character == ',' || character == '[' || character == '{') ++values;
+    place += character == '"' ? stringSize(text.substr(place)) : 1;
+  }
+  return values;
+}
+
 }  // namespace
 
 std::string withNumbersInRange(std::string_view text) {
@@ -56,12 +67,7 @@ std::string withNumbersInRange(std::string_view text) {
   return result;
 }
 
-std::size_t boundJsonValues(std::string_view text) noexcept {
-  std::size_t values = 1;
-  for (std::size_t place = 0; place < text.size();) {
-    const char character = text[place];
-    if (character == ',' || character == '[' || character == '{') ++values;
-    place += character == '"' ? stringSize(text.substr(place)) : 1;
-  }
-  return values;
+bool hasTooManyJsonValues(std::string_view text) noexcept {
+  constexpr std::size_t kMost = std::size_t{512} << 10;
+  return text.size() > kMost && boundJsonValues(text) > kMost;
 }

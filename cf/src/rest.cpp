@@ -7,15 +7,6 @@ namespace {
 // What is shorter is copied: libcurl sends a body of up to 64 KiB in one piece with the header, if it lies in one.
 constexpr std::size_t kShortestBorrowed = std::size_t{64} << 10;
 
-// A value of two bytes ("0,") takes forty when it is read, so a reply of nothing else would take hundreds of mebibytes.
-// No service sends one of that many values; they take forty mebibytes at most.
-constexpr std::size_t kMostReplyValues = std::size_t{512} << 10;
-
-/// Looks into no reply that is too short for that many.
-bool hasTooManyValues(std::string_view reply) noexcept {
-  return reply.size() > kMostReplyValues && boundJsonValues(reply) > kMostReplyValues;
-}
-
 void append(CMRestParams& list, const CMRestParams& more) { list.insert(list.end(), more.begin(), more.end()); }
 }  // namespace
 
@@ -100,7 +91,7 @@ CMRestDeleteRequest::~CMRestDeleteRequest() = default;
 
 CMRestResourceResponse::CMRestResourceResponse(std::int32_t status, std::string body, std::string head)
     : status_(status), body_(std::move(body)), head_(std::move(head)) {
-  if (hasTooManyValues(body_)) return;
+  if (hasTooManyJsonValues(body_)) return;
   json_ = std::make_unique<COJson>(std::string_view(body_));
   if (!json_->getIsValidJson()) json_.reset();
 }

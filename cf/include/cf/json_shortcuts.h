@@ -6,6 +6,7 @@
 #include <cf/export.h>
 #include <cf/json.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -21,6 +22,23 @@ inline const COJsonValue* cfFindJsonMember(const COJsonValue* object, std::strin
   const COJsonValue* member = object == nullptr ? nullptr : object->obtainJsonValue(key);
   return cfHasJsonType(member, type) ? member : nullptr;
 }
+
+/// Reads one document after another, in the memory of the one before: for streams of small ones.
+class CFJsonReader {
+ public:
+  CF_API CFJsonReader();
+  CF_API ~CFJsonReader();
+  CFJsonReader(const CFJsonReader&) = delete;
+  CFJsonReader& operator=(const CFJsonReader&) = delete;
+
+  /// The top of the document that COJson(text) would be, as long as nothing else is read; null when `text` is no JSON,
+  /// or one of more than half a million values.
+  CF_API const COJsonValue* read(std::string_view text);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
 
 /// Whether COJson(text) would be valid; nothing is kept of what is read.
 CF_API bool cfIsJson(const std::string& text);
