@@ -3,19 +3,23 @@
 #include <stdexcept>
 #include <utility>
 
-namespace {
-
-std::size_t take(char* data, std::size_t /*one*/, std::size_t size, void* context) {
-  static_cast<std::string*>(context)->append(data, size);
+std::size_t BareClient::take(char* data, std::size_t /*one*/, std::size_t size, void* client) {
+  auto& self = *static_cast<BareClient*>(client);
+  if (self.receive_) {
+    self.receive_({data, size});
+  } else {
+    self.reply_.append(data, size);
+  }
   return size;
 }
 
-}  // namespace
-
-BareClient::BareClient(std::string url, std::string authoritiesFolder)
-    : easy_(curl_easy_init()), url_(std::move(url)), authoritiesFolder_(std::move(authoritiesFolder)) {
-  for (const char* field :
-       {"Authorization: Bearer key", "Content-Type: application/json", "Accept: application/json", "Expect:"}) {
+BareClient::BareClient(std::string url, std::string authoritiesFolder, std::function<void(std::string_view)> receive)
+    : easy_(curl_easy_init()),
+      url_(std::move(url)),
+      authoritiesFolder_(std::move(authoritiesFolder)),
+      receive_(std::move(receive)) {
+  const char* accept = receive_ ? "Accept: text/event-stream" : "Accept: application/json";
+  for (const char* field : {"Authorization: Bearer key", "Content-Type: application/json", accept, "Expect:"}) {
     curl_slist* longer = curl_slist_append(headers_.get(), field);
     static_cast<void>(headers_.release());
     headers_.reset(longer);
@@ -28,10 +32,10 @@ void BareClient::setUp() {
   require(curl_easy_setopt(easy, CURLOPT_URL, url_.c_str()));
   require(curl_easy_setopt(easy, CURLOPT_HTTPHEADER, headers_.get()));
   require(curl_easy_setopt(easy, CURLOPT_USERAGENT, "libqai"));
-  require(curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, ""));
+  if (!receive_) require(curl_easy_setopt(easy, CURLOPT_ACCEPT_ENCODING, ""));
   require(curl_easy_setopt(easy, CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1)));
-  require(curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &take));
-  require(curl_easy_setopt(easy, CURLOPT_WRITEDATA, &reply_));
+  require(curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, &BareClient::take));
+  require(curl_easy_setopt(easy, CURLOPT_WRITEDATA, this));
   require(curl_easy_setopt(easy, CURLOPT_POST, 1L));
   require(curl_easy_setopt(easy, CURLOPT_NOSIGNAL, 1L));
   if (authoritiesFolder_.empty()) return;
@@ -55,5 +59,5 @@ void BareClient::post(const std::string& body) {
   require(curl_easy_perform(easy_.get()));
   long status = 0;
   require(curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &status));
-  if (status != 200 || reply_.empty()) throw std::runtime_error("bench_server did not reply");
+  if (status != 200 || (reply_.empty() && !receive_)) throw std::runtime_error("bench_server did not reply");
 }

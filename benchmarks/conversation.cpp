@@ -4,6 +4,7 @@
 
 #include <cf/app.h>
 #include <cf/json.h>
+#include <qai_extensions.h>
 
 #include <stdexcept>
 
@@ -85,10 +86,26 @@ void Conversation::turn() {
   if (!error.empty()) throw std::runtime_error(error);
 }
 
-BareConversation::BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder)
-    : client_(url + "/v1/chat/completions", authoritiesFolder),
+std::size_t Conversation::streamTurn(const std::function<void(std::string_view)>& sink) {
+  ++turns_;
+  const auto handOn = [&sink](std::string_view piece) {
+    sink(piece);
+    return true;
+  };
+  const auto [message, error] =
+      qaiExtension<IQAIStreaming>(assistant_.get())->addMessageStreaming(session_.get(), kQuestion, {}, handOn);
+  const std::unique_ptr<IQAIMessage, FreeObject> reply(message);
+  if (!error.empty()) throw std::runtime_error(error);
+  return reply->obtainSections().at(0)->obtainText().size();
+}
+
+BareConversation::BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder,
+                                   std::function<void(std::string_view)> receive)
+    : client_(url + "/v1/chat/completions", authoritiesFolder, receive),
       turnsPerRestore_(length.turns),
-      turns_(turnsPerRestore_) {
+      turns_(turnsPerRestore_),
+      end_("," + toText("user", kQuestion) +
+           (receive ? R"(],"stream":true,"stream_options":{"include_usage":true}})" : "]}")) {
   COJson body;
   body.addKeyValue("model")->setString("bench");
   COJsonValue* messages = body.addKeyValue("messages");
@@ -105,10 +122,9 @@ BareConversation::BareConversation(const std::string& url, Length length, const 
 
 bool BareConversation::keepLength() {
   static const std::string kTurn = "," + toText("user", kQuestion) + "," + toText("assistant", kReply);
-  static const std::string kEnd = "," + toText("user", kQuestion) + "]}";
   if (turns_ >= turnsPerRestore_) turns_ = 0;
   body_.resize(historyEnd_);
   for (std::size_t i = 0; i < turns_; ++i) body_ += kTurn;
-  body_ += kEnd;
+  body_ += end_;
   return turns_++ == 0;
 }

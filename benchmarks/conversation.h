@@ -6,8 +6,10 @@
 #include <qai.h>
 
 #include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 
 struct FreeObject {
   void operator()(IQAIObject* object) const { QAIFreeObject(object); }
@@ -36,6 +38,8 @@ class Conversation {
   void restore();
   /// One turn, its reply freed. Throws std::runtime_error when it fails.
   void turn();
+  /// The same with the reply as it comes. Gives the size of its text.
+  std::size_t streamTurn(const std::function<void(std::string_view)>& sink);
 
  private:
   Length length_;
@@ -48,7 +52,9 @@ class Conversation {
 /// The same turns by hand: the body lies ready, and only its end is written anew between turns.
 class BareConversation {
  public:
-  BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder = "");
+  /// With `receive` for replies that come as streams.
+  BareConversation(const std::string& url, Length length, const std::string& authoritiesFolder = "",
+                   std::function<void(std::string_view)> receive = nullptr);
 
   /// @return whether the conversation begins anew.
   bool keepLength();
@@ -62,4 +68,5 @@ class BareConversation {
   std::size_t turnsPerRestore_;
   std::size_t turns_;
   std::size_t historyEnd_;  // in the body
+  std::string end_;         // of the body
 };

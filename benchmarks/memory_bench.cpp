@@ -59,6 +59,22 @@ ratio::Figures takeAllocations(const Length& length) {
           static_cast<double>(countBare(length, ignored).allocations)};
 }
 
+/// Of the library, for each of a streamed reply's 10,000 pieces.
+ratio::Figures takeNewsOfAPiece() {
+  BenchServer server;
+  Conversation ours(server.getURL(), {0, 1});
+  std::size_t pieces = 0;
+  std::size_t news = 0;
+  for (int i = 0; i <= kTurnsBefore; ++i) {
+    ours.keepLength();
+    pieces = 0;
+    const std::size_t before = allocationCount();
+    ours.streamTurn([&pieces](std::string_view /*piece*/) { ++pieces; });
+    news = allocationCount() - before;
+  }
+  return {static_cast<double>(news) / static_cast<double>(pieces), std::nullopt};
+}
+
 /// Beside the size of the body.
 ratio::Figures takePeak(const Length& length) {
   std::size_t bodySize = 0;
@@ -94,5 +110,6 @@ int main(int argc, char** argv) {
     table.measure(prefix + "/peak", {Unit::Bytes, Bound::AtMostTimes, peak},
                   [length = length] { return takePeak(length); });
   }
+  table.measure("memory/stream/new_for_each_piece", {Unit::Count, Bound::AtMost, 0.02}, takeNewsOfAPiece);
   return table.run();
 }

@@ -1,5 +1,7 @@
 // bench_server [CERTIFICATE.pem KEY.pem]: answers every request on the loopback with the same short chat reply, as fast
-// as is simple. A process of its own, so that the client's processor time and memory are measured alone.
+// as is simple. One that accepts a stream gets one: 10,000 pieces at once, or, at a path that begins with "/paced/", a
+// few that come one by one and say when they were sent. A process of its own, so that the client's processor time and
+// memory are measured alone.
 //
 // Prints its port. Then obeys its standard input, a word a line: "stats" prints the numbers of connections, handshakes,
 // resumed ones, requests and bytes of bodies; "close" ends all connections and prints "closed"; the end of input ends
@@ -17,6 +19,7 @@
 #include <array>
 #include <atomic>
 #include <charconv>
+#include <chrono>
 #include <condition_variable>
 #include <csignal>
 #include <cstdlib>
@@ -35,6 +38,46 @@ constexpr std::string_view kBody =
     R"({"id":"chatcmpl-1","object":"chat.completion","created":1700000000,"model":"bench","choices":[{"index":0,)"
     R"("message":{"role":"assistant","content":"SELECT name FROM glacier ORDER BY height DESC LIMIT 1;"},)"
     R"("finish_reason":"stop"}],"usage":{"prompt_tokens":1,"completion_tokens":1,"total_tokens":2}})";
+
+constexpr int kBurstPieces = 10'000;
+constexpr int kPacedPieces = 200;
+
+/// A piece of a reply's text as OpenAI's service sends it.
+std::string makeEvent(std::string_view text) {
+  return std::string(R"(data: {"id":"chatcmpl-9lOVJTuKN1fFGbcN8VJrbBTH","object":"chat.completion.chunk",)"
+                     R"("created":1700000000,"model":"bench","service_tier":"default","system_fingerprint":"fp_1",)"
+                     R"("choices":[{"index":0,"delta":{"role":"assistant","content":")")
+      .append(text)
+      .append("\"},\"logprobs\":null,\"finish_reason\":null}]}\n\n");
+}
+
+std::string makeChunk(std::string_view bytes) {
+  std::array<char, 20> size{};
+  const char* const end = std::to_chars(size.data(), size.data() + size.size(), bytes.size(), 16).ptr;
+  return std::string(static_cast<const char*>(size.data()), end).append("\r\n").append(bytes).append("\r\n");
+}
+
+const std::string kStreamEnd =
+    makeChunk("data: {\"choices\":[{\"index\":0,\"delta\":{},\"finish_reason\":\"stop\"}]}\n\n") +
+    makeChunk("data: [DONE]\n\n") + "0\r\n\r\n";
+
+struct Replies {
+  std::string whole;
+  std::string streamHead;
+  std::string burst;
+};
+
+Replies makeReplies() {
+  Replies replies;
+  replies.whole =
+      "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(kBody.size()) +
+      "\r\n\r\n" + std::string(kBody);
+  replies.streamHead = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nTransfer-Encoding: chunked\r\n\r\n";
+  replies.burst = replies.streamHead;
+  for (int i = 0; i < kBurstPieces; ++i) replies.burst += makeChunk(makeEvent(" abc"));
+  replies.burst += kStreamEnd;
+  return replies;
+}
 
 using TLSContext = std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)>;
 using TLS = std::unique_ptr<SSL, decltype(&SSL_free)>;
@@ -84,10 +127,14 @@ class Connection {
     if (SSL_session_reused(tls_.get()) == 1) ++resumed;
   }
 
-  void serve(std::string_view reply) {
+  void serve(const Replies& replies) {
     while (!failed_ && takeRequest()) {
       ++requests;
-      if (!sendAll(reply)) return;
+      if (isPaced_ && isStreamed_) {
+        if (!sendPaced(replies.streamHead)) return;
+      } else if (!sendAll(isStreamed_ ? replies.burst : replies.whole)) {
+        return;
+      }
     }
     if (tls_ != nullptr && !failed_) SSL_shutdown(tls_.get());
   }
@@ -107,7 +154,19 @@ class Connection {
     return true;
   }
 
-  /// Reads one request and forgets it. Requests aren't pipelined, so what follows the head is the body's.
+  bool sendPaced(std::string_view head) const {
+    if (!sendAll(head)) return false;
+    for (int i = 0; i < kPacedPieces; ++i) {
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+      const auto now = std::chrono::steady_clock::now().time_since_epoch();
+      const auto time = std::chrono::duration_cast<std::chrono::nanoseconds>(now).count();
+      if (!sendAll(makeChunk(makeEvent(std::to_string(time))))) return false;
+    }
+    return sendAll(kStreamEnd);
+  }
+
+  /// Reads one request and keeps nothing but which reply it gets. Requests aren't pipelined, so what follows the head
+  /// is the body's.
   bool takeRequest() {
     std::size_t have = 0;
     std::size_t headSize = std::string_view::npos;
@@ -118,7 +177,10 @@ class Connection {
       have += static_cast<std::size_t>(received);
       headSize = std::string_view(buffer_.data(), have).find("\r\n\r\n");
     }
-    const std::size_t body = findBodySize({buffer_.data(), headSize});
+    const std::string_view head(buffer_.data(), headSize);
+    isPaced_ = head.starts_with("POST /paced/");
+    isStreamed_ = head.find("text/event-stream") != std::string_view::npos;
+    const std::size_t body = findBodySize(head);
     bodyBytes += static_cast<long>(body);
     std::size_t missing = headSize + 4 + body;
     missing -= std::min(missing, have);
@@ -143,6 +205,8 @@ class Connection {
   int socket_;
   TLS tls_;
   bool failed_ = false;
+  bool isPaced_ = false;
+  bool isStreamed_ = false;
   std::vector<char> buffer_ = std::vector<char>(std::size_t{256} << 10);
 };
 
@@ -178,7 +242,7 @@ int listenOnLoopback() {
   return listener;
 }
 
-void acceptAll(int listener, SSL_CTX* context, const std::string& reply) {
+void acceptAll(int listener, SSL_CTX* context, const Replies& replies) {
   for (;;) {
     const int socket = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
     if (socket < 0) return;
@@ -186,8 +250,8 @@ void acceptAll(int listener, SSL_CTX* context, const std::string& reply) {
     setsockopt(socket, IPPROTO_TCP, TCP_NODELAY, &yes, sizeof yes);
     ++connections;
     openSockets.add(socket);
-    std::thread([socket, context, &reply] {
-      Connection(socket, context).serve(reply);
+    std::thread([socket, context, &replies] {
+      Connection(socket, context).serve(replies);
       openSockets.closeOne(socket);
     }).detach();
   }
@@ -218,10 +282,8 @@ int main(int argc, char** argv) {
   }
   const int listener = listenOnLoopback();
   if (listener < 0) return 1;
-  const std::string reply =
-      "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\nContent-Length: " + std::to_string(kBody.size()) +
-      "\r\n\r\n" + std::string(kBody);
-  std::thread([&] { acceptAll(listener, context.get(), reply); }).detach();
+  const Replies replies = makeReplies();
+  std::thread([&] { acceptAll(listener, context.get(), replies); }).detach();
   obey();
   std::_Exit(0);  // the threads still use what main holds
 }
