@@ -29,7 +29,8 @@
 /// The door to an object's extensions.
 class IQAIExtensible {
  public:
-  /// The extension `id` of this object as a pointer to its interface; null when it has none.
+  /// The extension `id` of this object as a pointer to its interface; null when it has none, or there is no memory for
+  /// it. Called by one thread at a time.
   virtual void* obtainExtension(const char* id) noexcept = 0;  // slot 0
 
  protected:

@@ -9,11 +9,13 @@
 
 namespace {
 
+constexpr std::string_view kModelPlace = "{model}";
+
 /// `text` with the model's name in place of "{model}".
 std::string withModel(std::string_view text, const std::string& model) {
-  constexpr std::string_view kPlace = "{model}";
   std::string result(text);
-  if (const std::size_t at = result.find(kPlace); at != std::string::npos) result.replace(at, kPlace.size(), model);
+  const std::size_t at = result.find(kModelPlace);
+  if (at != std::string::npos) result.replace(at, kModelPlace.size(), model);
   return result;
 }
 
@@ -72,14 +74,16 @@ std::string QAIAssistantBase::failure(std::string_view text, std::string_view la
   return localizeString(std::string(text)) + withModel(label, properties_->model);
 }
 
-std::string QAIAssistantBase::address(const ServicePath& path) const {
-  std::vector<std::string> parts;
-  parts.reserve(1 + path.size());
-  parts.push_back(properties_->apiHost);
-  for (const std::string_view segment : path) {
-    if (!segment.empty()) parts.push_back(withModel(segment, properties_->model));
-  }
-  return cfConcatURL(parts);
+std::string QAIAssistantBase::address(std::string_view path) const {
+  const bool namesModel = path.find(kModelPlace) != std::string_view::npos;
+  const std::string_view last = namesModel ? path.substr(path.rfind('/')) : std::string_view();
+  std::string_view host = properties_->apiHost;
+  while (host.ends_with('/')) host.remove_suffix(1);
+  std::string result;
+  result.reserve(host.size() + path.size());
+  result.append(host).append(path.substr(0, path.size() - last.size()));
+  if (namesModel) result += cfConcatURL({"", withModel(last.substr(1), properties_->model)});
+  return result;
 }
 
 // One in a header is looked at there, but a query can hold any text, and this would be another key than the one that

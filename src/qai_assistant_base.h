@@ -48,7 +48,7 @@ class QAIAssistantBase : public IQAIAssistant, public IQAIExtensible, public IQA
   std::string failure(std::string_view text, std::string_view label) const;
 
   /// `path` behind the API host.
-  std::string address(const ServicePath& path) const;
+  std::string address(std::string_view path) const;
 
   /// Why the key is not sent; "" when it is.
   std::string refuseKey() const;

@@ -255,6 +255,7 @@ InstructionsJson QAIAssistantProperties::obtainInstructionsJson() const {
   const bool hasStructure = !obtainDatabaseStructureText().empty();
   const std::string others = obtainOtherInstructions();
   InstructionsJson json{.isEmpty = others.empty() && !hasStructure, .start = {}};
+  json.start.reserve(others.size() + others.size() / 8 + 16);  // with quotation marks and some escapes
   cfAppendJsonString(json.start, others);
   if (!hasStructure) return json;
   // What stands before the structure ends with a line end, so it can be written apart from it.

@@ -78,11 +78,9 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* ses
   Answer answer = exchange(*own, text, streaming);
   if (!answer.error.empty()) return {nullptr, std::move(answer.error)};
 
-  auto message = std::make_unique<QAIReply>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), answer.text);
-  message->createdTime = clock_();
-  message->details = std::move(answer.details);
-  own->appendTurn(std::move(text), std::move(answer.text));
-  return {message.release(), ""};
+  answer.reply->createdTime = clock_();
+  own->appendTurn(std::move(text), std::string(answer.reply->firstText()));
+  return {answer.reply.release(), ""};
 }
 
 /// Asks the service.
@@ -95,7 +93,7 @@ QAIChatAssistant::Answer QAIChatAssistant::exchange(QAIChatSession& session, con
   const InstructionsJson instructions = settings.obtainInstructionsJson();
   COJson body;
   dialect_.writeBody(body,
-                     {settings, dialect_.instructionsRole, instructions, session.history().writeRequestText(text)});
+                     {settings, dialect_.instructionsStart, instructions, session.history().writeRequestText(text)});
   if (streaming != nullptr) return receive(body, *streaming);
   return readWhole(HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {}));
 }
@@ -112,20 +110,22 @@ QAIChatAssistant::Answer QAIChatAssistant::receive(COJson& body, const Streaming
 
   QAIReplyStream receiver(stream.form, streaming.options, streaming.sink);
   HTTPResult result = HTTP::PostStreaming(
-      restSession_.get(), address(stream.path[0].empty() ? dialect_.turn.path : stream.path), &body, query,
+      restSession_.get(), address(stream.path.empty() ? dialect_.turn.path : stream.path), &body, query,
       {{"Accept", std::string(stream.form.accept)}}, limitStream(httpSettings, streaming.options), receiver);
   if (!receiver.hasBegun() && receiver.failure() == QAIReplyStream::Failure::None) {
     Answer answer = readWhole(result);
-    if (!answer.text.empty() && !streaming.sink(answer.text)) return {.error = localizeString("Stopped")};
+    const bool hasText = answer.reply != nullptr && !answer.reply->firstText().empty();
+    if (hasText && !streaming.sink(answer.reply->firstText())) return {.error = localizeString("Stopped")};
     return answer;
   }
 
   const std::unique_ptr<CMRestResourceResponse> response(result.first);
   Answer answer{.error = streamError(receiver, result, dialect_.turn.noJsonLabel, dialect_.turn.formatLabel)};
   if (!answer.error.empty()) return answer;
-  answer.text = receiver.reply().takeText();
-  answer.details = std::move(receiver.reply().details);
-  identifyRequest(*response, answer.details);
+  answer.reply =
+      std::make_unique<QAIReply>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), receiver.reply().takeText());
+  answer.reply->details = std::move(receiver.reply().details);
+  identifyRequest(*response, answer.reply->details);
   return answer;
 }
 
@@ -135,8 +135,5 @@ QAIChatAssistant::Answer QAIChatAssistant::readWhole(const HTTPResult& result) c
   if (!reply.error.empty()) return {.error = std::move(reply.error)};
   std::optional<std::string> text = dialect_.readReply(*reply.json);
   if (!text) return {.error = failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
-  Answer answer{.text = std::move(*text)};
-  dialect_.readDetails(*reply.json, answer.details);
-  identifyRequest(*reply.response, answer.details);
-  return answer;
+  return {.reply = std::make_unique<QAIReply>(std::move(*text), std::move(reply.response), dialect_.readDetails)};
 }

@@ -39,8 +39,7 @@ class QAIChatAssistant : public QAIAssistantBase {
   void adopt(QAIAssistantProperties& filled);
   /// What came of a turn: a reply, or an error text.
   struct Answer {
-    std::string text = {};
-    ReplyDetails details = {};
+    std::unique_ptr<QAIReply> reply = nullptr;
     std::string error = {};
   };
   /// The host's wish for a reply as it comes.

@@ -5,6 +5,7 @@
 #include <cf/json_shortcuts.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -56,9 +57,8 @@ void completions::writeBody(COJson& body, const ChatTurn& turn) {
 
 void completions::writeMessages(COJsonValue& messages, const ChatTurn& turn) {
   if (!turn.instructions.isEmpty) {
-    COJsonValue* message = messages.addArrayItem();
-    message->addKeyValue("role")->setStringReference(turn.instructionsRole);
-    message->addKeyValue("content")->setJsonReference(turn.instructions.pieces());
+    const auto [start, structure, end] = turn.instructions.pieces();
+    messages.addArrayItem()->setJsonReference(std::array{turn.instructionsStart, start, structure, end, kEntry.end});
   }
   messages.addArrayItem()->setJsonReference(turn.messages);
 }

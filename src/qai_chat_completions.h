@@ -19,6 +19,9 @@ void writeBody(COJson& body, const ChatTurn& turn);
 inline constexpr ChatEntryForm kEntry{
     .userStart = R"({"role":"user","content":)", .assistantStart = R"({"role":"assistant","content":)", .end = "}"};
 
+/// How the message with the instructions begins where its role is the usual one; its end is that of kEntry.
+inline constexpr std::string_view kSystemStart = R"({"role":"system","content":)";
+
 /// The instructions (when there are any), the history and the new text as objects with "role" and "content".
 void writeMessages(COJsonValue& messages, const ChatTurn& turn);
 

@@ -17,14 +17,14 @@ struct InstructionsJson;
 /// What a request body is made from. Borrowed, as are the body's texts: all of it outlives the body.
 struct ChatTurn {
   const QAIAssistantProperties& settings;
-  std::string_view instructionsRole;
+  std::string_view instructionsStart;  // the dialect's
   const InstructionsJson& instructions;
   std::string_view messages;  // ChatHistory::writeRequestText: the history and the new text
 };
 
 /// Where turns go, and the labels behind "Model is empty", "Invalid response" and "Unsupported data format".
 struct ChatTurnEndpoint {
-  ServicePath path;
+  std::string_view path;
   std::string_view noModelLabel;
   std::string_view noJsonLabel;
   std::string_view formatLabel;
@@ -32,10 +32,10 @@ struct ChatTurnEndpoint {
 
 /// How a streamed turn differs from one whose reply comes whole.
 struct ChatStream {
-  ServicePath path = {};   // empty: that of every turn
-  ServicePair query = {};  // in the address
-  bool isAskedForInBody;   // by "stream": true
-  bool canAskForUsage;     // by "stream_options": {"include_usage": true}
+  std::string_view path = {};  // empty: that of every turn
+  ServicePair query = {};      // in the address
+  bool isAskedForInBody;       // by "stream": true
+  bool canAskForUsage;         // by "stream_options": {"include_usage": true}
   StreamForm form;
 };
 
@@ -48,7 +48,7 @@ struct SourcePlace {
 /// One service.
 struct ChatDialect {
   ServiceRow service;
-  std::string_view instructionsRole;
+  std::string_view instructionsStart;  // of the message that tells them
   ChatTurnEndpoint turn;
   ChatStream stream;
 
@@ -57,7 +57,7 @@ struct ChatDialect {
   /// The reply's text; nothing when the reply is not in the service's format.
   std::optional<std::string> (*readReply)(const ICOJsonValue& reply);
   /// What a reply tells beside its text.
-  void (*readDetails)(const ICOJsonValue& reply, ReplyDetails& details);
+  ReadDetails* readDetails;
 
   SourcePlace place;  // of the dialect: for assertions about its sessions
 };

@@ -34,52 +34,52 @@ HTTPResult run(ICSAppFactory* app, const CMRestGlobalSettings& settings, const C
 }
 
 template <class Request>
-void prepare(Request& request, const std::string& url) {
+void prepare(Request& request, std::string url) {
   request.requestTag = kRequestTag;
-  request.setURL(url);
+  request.setURL(std::move(url));
 }
 
-void prepare(CMRestPostRequest& request, const std::string& url, const ICOJsonValue* body,
-             const CMRestParams& queryParams, const CMRestParams& headerParams) {
-  prepare(request, url);
+void prepare(CMRestPostRequest& request, std::string url, const ICOJsonValue* body, const CMRestParams& queryParams,
+             const CMRestParams& headerParams) {
+  prepare(request, std::move(url));
   if (body != nullptr) request.updateJson(body);
   addParams(request, queryParams, headerParams);
 }
 
 }  // namespace
 
-HTTPResult HTTP::Get(CMRestSession* session, const std::string& url, const CMRestParams& queryParams,
+HTTPResult HTTP::Get(CMRestSession* session, std::string url, const CMRestParams& queryParams,
                      const CMRestParams& headerParams, ICSAppFactory* app) {
   CMRestGetRequest request;
-  prepare(request, url);
+  prepare(request, std::move(url));
   addParams(request, queryParams, headerParams);
   return run(app, httpSettings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
     return client.executeGet(request, response);
   });
 }
 
-HTTPResult HTTP::Post(CMRestSession* session, const std::string& url, ICOJsonValue* body,
-                      const CMRestParams& queryParams, const CMRestParams& headerParams, ICSAppFactory* app) {
+HTTPResult HTTP::Post(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
+                      const CMRestParams& headerParams, ICSAppFactory* app) {
   CMRestPostRequest request;
-  prepare(request, url, body, queryParams, headerParams);
+  prepare(request, std::move(url), body, queryParams, headerParams);
   return run(app, httpSettings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
     return client.executePost(request, response);
   });
 }
 
-HTTPResult HTTP::PostStreaming(CMRestSession* session, const std::string& url, ICOJsonValue* body,
+HTTPResult HTTP::PostStreaming(CMRestSession* session, std::string url, ICOJsonValue* body,
                                const CMRestParams& queryParams, const CMRestParams& headerParams,
                                const CMRestGlobalSettings& settings, ICSRestReceiver& receiver, ICSAppFactory* app) {
   CMRestPostRequest request;
-  prepare(request, url, body, queryParams, headerParams);
+  prepare(request, std::move(url), body, queryParams, headerParams);
   return run(app, settings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
     return client.executePostStreaming(request, receiver, response);
   });
 }
 
-HTTPResult HTTP::Delete(CMRestSession* session, const std::string& url, ICSAppFactory* app) {
+HTTPResult HTTP::Delete(CMRestSession* session, std::string url, ICSAppFactory* app) {
   CMRestDeleteRequest request;
-  prepare(request, url);
+  prepare(request, std::move(url));
   return run(app, httpSettings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
     return client.executeDelete(request, response);
   });

@@ -16,20 +16,19 @@ using HTTPResult = std::pair<CMRestResourceResponse*, std::string>;
 /// client comes from.
 namespace HTTP {
 
-HTTPResult Get(CMRestSession* session, const std::string& url, const CMRestParams& queryParams,
+HTTPResult Get(CMRestSession* session, std::string url, const CMRestParams& queryParams,
                const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
 
 /// `body` stays the caller's; null sends none.
-HTTPResult Post(CMRestSession* session, const std::string& url, ICOJsonValue* body, const CMRestParams& queryParams,
+HTTPResult Post(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
                 const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
 
 /// As Post, under `settings` and with a receiver for the reply; throws what that throws, too.
-HTTPResult PostStreaming(CMRestSession* session, const std::string& url, ICOJsonValue* body,
-                         const CMRestParams& queryParams, const CMRestParams& headerParams,
-                         const CMRestGlobalSettings& settings, ICSRestReceiver& receiver,
-                         ICSAppFactory* app = CF::obtainAppFactory());
+HTTPResult PostStreaming(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
+                         const CMRestParams& headerParams, const CMRestGlobalSettings& settings,
+                         ICSRestReceiver& receiver, ICSAppFactory* app = CF::obtainAppFactory());
 
-HTTPResult Delete(CMRestSession* session, const std::string& url, ICSAppFactory* app = CF::obtainAppFactory());
+HTTPResult Delete(CMRestSession* session, std::string url, ICSAppFactory* app = CF::obtainAppFactory());
 
 }  // namespace HTTP
 

@@ -2,7 +2,9 @@
 
 #include <memory>
 
-QAIMessage::QAIMessage(std::uint32_t messageRole, std::string text) : role(messageRole) { addText(std::move(text)); }
+QAIMessage::QAIMessage(std::uint32_t messageRole, std::string text) : role(messageRole), sections(1) {
+  sections.front() = new QAIMessageTextSection(std::move(text));  // the destructor frees it
+}
 
 QAIMessage::~QAIMessage() {
   for (const IQAIMessageSection* section : sections) delete section;

@@ -14,6 +14,20 @@ void readDetail(const ICOJsonValue* object, std::string_view key, std::int64_t& 
   if (number >= 0 && number <= kMost) count = static_cast<std::int64_t>(number);
 }
 
+void* QAIReply::obtainExtension(const char* id) noexcept {
+  if (id != std::string_view(IQAIMessageDetails::kId)) return nullptr;
+  try {
+    if (response_ != nullptr) {
+      read_(*response_->getJson(), details);
+      identifyRequest(*response_, details);
+      response_.reset();
+    }
+    return static_cast<IQAIMessageDetails*>(this);
+  } catch (...) {
+    return nullptr;  // for lack of memory
+  }
+}
+
 void identifyRequest(const CMRestResourceResponse& response, ReplyDetails& details) {
   if (details.requestIdentifier.empty()) details.requestIdentifier = cfToUTF8(response.findHeader("x-request-id"));
 }

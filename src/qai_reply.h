@@ -8,6 +8,7 @@
 #include <qai_extensions.h>
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,9 @@ struct ReplyDetails {
   std::string requestIdentifier;
 };
 
+/// Reads what a reply's JSON tells.
+using ReadDetails = void(const ICOJsonValue& reply, ReplyDetails& details);
+
 /// Writes the string `key` of `object`, which may be null, into `text` when there is one.
 void readDetail(const ICOJsonValue* object, std::string_view key, std::string& text);
 /// The same of a number that counts.
@@ -33,10 +37,14 @@ void identifyRequest(const CMRestResourceResponse& response, ReplyDetails& detai
 class QAIReply final : public QAIMessage, public IQAIExtensible, public IQAIMessageDetails {
  public:
   using QAIMessage::QAIMessage;
+  /// A reply that came whole. `read` gets its details out of `response` when they are first asked for, which most hosts
+  /// never do.
+  QAIReply(std::string text, std::unique_ptr<CMRestResourceResponse> response, ReadDetails* read)
+      : QAIMessage(static_cast<std::uint32_t>(QAIMessageRole::Assistant), std::move(text)),
+        response_(std::move(response)),
+        read_(read) {}
 
-  void* obtainExtension(const char* id) noexcept override {
-    return id == std::string_view(IQAIMessageDetails::kId) ? static_cast<IQAIMessageDetails*>(this) : nullptr;
-  }
+  void* obtainExtension(const char* id) noexcept override;
 
   std::string_view obtainFinishReason() const noexcept override { return details.finishReason; }
   std::string_view obtainRefusal() const noexcept override { return details.refusal; }
@@ -47,4 +55,8 @@ class QAIReply final : public QAIMessage, public IQAIExtensible, public IQAIMess
   std::string_view obtainRequestIdentifier() const noexcept override { return details.requestIdentifier; }
 
   ReplyDetails details;
+
+ private:
+  std::unique_ptr<CMRestResourceResponse> response_;  // until the details were read
+  ReadDetails* read_ = nullptr;
 };

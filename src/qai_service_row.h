@@ -3,13 +3,9 @@
 
 #include <cf/json.h>
 
-#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
-
-/// Segments behind the API host; empty ones end it. "{model}" stands for the model's name.
-using ServicePath = std::array<std::string_view, 4>;
 
 /// Told of a reply that is no JSON, and of one that is not in the service's format.
 inline constexpr std::string_view kInvalidResponse = "Invalid response";
@@ -26,7 +22,7 @@ struct ServicePair {
 
 /// Where the list of models is, and what is said when it can't be read. Labels follow the text as they stand.
 struct ServiceModels {
-  ServicePath path;
+  std::string_view path;
   std::string_view member;      // the array in the reply that lists them
   std::string_view noJsonText;  // the text when the reply is no JSON
   std::string_view label;
@@ -34,7 +30,8 @@ struct ServiceModels {
   bool mayBeAnError = false;  // some servers tell of one under the status of a success
 };
 
-/// One service, without its turns. In paths and labels "{model}" stands for the model's name.
+/// One service, without its turns. A path stands in an address behind the API host, as it is. In a path's last segment
+/// and in labels "{model}" stands for the model's name.
 struct ServiceRow {
   std::string_view defaultHost;
   ServiceKey key;

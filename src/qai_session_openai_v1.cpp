@@ -5,8 +5,8 @@
 // https://platform.openai.com/docs/api-reference/chat/create and …/models/list
 constinit const ChatDialect kOpenAI{
     .service = kOpenAIService,
-    .instructionsRole = "developer",
-    .turn = {.path = {"v1", "chat", "completions"},
+    .instructionsStart = R"({"role":"developer","content":)",
+    .turn = {.path = "/v1/chat/completions",
              .noModelLabel = ": p/v1/chat/completions",
              .noJsonLabel = ": g/v1/chat/completions",  // the other method's label, as hosts know it
              .formatLabel = ": p/v1/chat/completions"},

@@ -8,7 +8,7 @@
 inline constexpr ServiceRow kOpenAIService{.defaultHost = "api.openai.com",
                                            .key = ServiceKey::Bearer,
                                            .sharesPool = true,
-                                           .models = {.path = {"v1", "models"},
+                                           .models = {.path = "/v1/models",
                                                       .member = "data",
                                                       .noJsonText = kUnsupportedFormat,
                                                       .label = ": g/v1/models",

@@ -151,7 +151,7 @@ std::string_view COJsonValue::obtainString() const noexcept {
 
 double COJsonValue::obtainNumber() const noexcept {
   const JsonContent& content = JsonNode::of(*this).content;
-  return content.type == JsonType::Number ? content.number : 0.0;
+  return content.type == JsonType::Number ? content.getNumber() : 0.0;
 }
 
 bool COJsonValue::obtainBool() const noexcept {
@@ -211,17 +211,17 @@ void COJsonValue::setObject() noexcept { reset(*this, JsonType::Object).members 
 
 void COJsonValue::setArray() noexcept { reset(*this, JsonType::Array).items = nullptr; }
 
-COJson::COJson() : COJsonValue(nullptr), own_(std::make_unique<JsonDocument>(kFirstJsonChunk)) {}
+COJson::COJson(std::size_t firstChunk) : COJsonValue(nullptr), own_(std::make_unique<JsonDocument>(firstChunk)) {}
 
-COJson::COJson(std::string_view text)
-    : COJsonValue(nullptr), own_(std::make_unique<JsonDocument>(firstChunkFor(text))) {
+COJson::COJson() : COJson(kFirstJsonChunk) {}
+
+COJson::COJson(std::string_view text) : COJson(firstChunkFor(text)) {
   JsonStacks stacks;
   own_->read(text, false, stacks);
 }
 
 COJson COJson::readReference(const std::string& text) {
-  COJson document;
-  document.own_ = std::make_unique<JsonDocument>(firstChunkFor(text));
+  COJson document(firstChunkFor(text));
   JsonStacks stacks;
   document.own_->read(text, true, stacks);
   return document;

@@ -4,6 +4,7 @@
 #include "json_arena.h"
 
 #include <cf/json.h>
+#include <cf/text.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -27,6 +28,11 @@ inline bool hasTextSize(std::string_view text) noexcept {
   return text.size() <= std::numeric_limits<std::uint32_t>::max();
 }
 
+/// Whether a number is written without a point or an exponent.
+inline bool isIntegerText(std::string_view number) noexcept {
+  return number.find_first_of(".eE") == std::string_view::npos;
+}
+
 struct JsonNode;
 
 struct JsonMember {
@@ -43,8 +49,12 @@ struct JsonContent {
     return type == JsonType::Object ? std::span<const JsonMember>(members, size) : std::span<const JsonMember>();
   }
 
+  /// Of a number.
+  double getNumber() const noexcept { return size == 0 ? number : cfTextToNumber({text, size}).value_or(0.0); }
+  bool isIntegerNumber() const noexcept { return size == 0 ? isInteger : isIntegerText({text, size}); }
+
   union {
-    double number = 0.0;
+    double number = 0.0;  // one that was set; one that was read stays a text, as few are looked at
     bool boolean;
     const char* text;
     JsonNode** items;
@@ -53,7 +63,7 @@ struct JsonContent {
   };
   std::uint32_t size = 0;  // bytes of the text, or number of items, members or pieces
   JsonType type = JsonType::Null;
-  bool isInteger = false;    // a number that is written without a point
+  bool isInteger = false;    // a number that was set, and is written without a point
   bool isReference = false;  // a null in whose place JSON text stands
   bool isFull = true;        // children that were read, with no room for more behind them; see addJsonChild
 };
@@ -139,10 +149,6 @@ bool hasTooManyJsonValues(std::string_view text) noexcept;
 
 /// Appends a number in the form in which it is written.
 void appendJsonNumber(std::string& result, double value, bool integer);
-
-inline bool isIntegerText(std::string_view number) noexcept {
-  return number.find_first_of(".eE") == std::string_view::npos;
-}
 
 /// `text` with its numbers as doubles can hold them. The JSON library takes one beyond a double's range for an error.
 std::string withNumbersInRange(std::string_view text);

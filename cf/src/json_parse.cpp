@@ -144,17 +144,12 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   }
 
   bool RawNumber(const char* text, SizeType size, bool /*copy*/) {
-    const std::string_view number(text, size);
-    JsonContent& content = add(JsonType::Number);
-    content.number = cfTextToNumber(number).value_or(0.0);
-    content.isInteger = isIntegerText(number);
+    setText(add(JsonType::Number), text, size);
     return true;
   }
 
   bool String(const char* text, SizeType size, bool /*copy*/) {
-    JsonContent& content = add(JsonType::String);
-    content.text = text;
-    content.size = size;
+    setText(add(JsonType::String), text, size);
     return true;
   }
 
@@ -189,6 +184,11 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
 
  private:
   static constexpr std::size_t kFew = 32;
+
+  static void setText(JsonContent& content, const char* text, SizeType size) {
+    content.text = text;
+    content.size = size;
+  }
 
   JsonContent& add(JsonType type) {
     JsonContent& content = values_.emplace_back(document_.create())->content;

@@ -62,10 +62,13 @@ inline int plainJsonStart(const char* text) noexcept {
 
 /// The end of the plain ASCII characters at the start of a text. Never reads beyond `end`.
 inline const char* plainJsonASCIIEnd(const char* text, const char* end) noexcept {
-  while (end - text >= kJsonStep) {
-    const int size = plainJsonStart(text);
-    text += size;
-    if (size != kJsonStep) return text;
+  if (end - text >= kJsonStep) {
+    for (; end - text > kJsonStep; text += kJsonStep) {
+      const int size = plainJsonStart(text);
+      if (size != kJsonStep) return text + size;
+    }
+    text = end - kJsonStep;  // the last step goes over characters again that are known to be plain
+    return text + plainJsonStart(text);
   }
   while (text != end && isPlainJson(*text)) ++text;
   return text;
@@ -85,8 +88,10 @@ inline const char* plainJsonEnd(const char* text, const char* end) noexcept {
 /// As plainJsonEnd, for mostly short texts with a NUL at their end. Going on from a predicted branch takes less time
 /// than from a place that had to be computed, so the first characters are looked at one by one.
 CF_FORCE_INLINE const char* plainJsonEndOfShort(const char* text, const char* end) noexcept {
-  for (int index = 0; index < 16; ++index, ++text) {
-    if (!isPlainJson(*text)) return static_cast<unsigned char>(*text) < 0x80 ? text : plainJsonEnd(text, end);
+  for (int index = 0; index < 16; ++index) {
+    if (isPlainJson(text[index])) continue;
+    text += index;
+    return static_cast<unsigned char>(*text) < 0x80 ? text : plainJsonEnd(text, end);
   }
-  return plainJsonEnd(text, end);
+  return plainJsonEnd(text + 16, end);
 }

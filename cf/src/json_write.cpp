@@ -105,7 +105,7 @@ void appendScalar(std::string& result, const JsonContent& value) {
       cfAppendJsonString(result, {value.text, value.size});
       break;
     case JsonType::Number:
-      appendJsonNumber(result, value.number, value.isInteger);
+      appendJsonNumber(result, value.getNumber(), value.isIntegerNumber());
       break;
     case JsonType::Bool:
       result += value.boolean ? "true" : "false";

@@ -7,6 +7,7 @@
 
 namespace {
 
+constexpr std::size_t kUsualHeadBytes = 1024;
 constexpr std::string_view kBlanks = " \t\r\n";
 
 // "HTTP/1.1 200 OK"; 0 where there is no number.
@@ -40,6 +41,7 @@ void RestReply::keepHeaderLine(std::string_view line) {
   if (line.starts_with("HTTP/")) {
     headersEnded = false;
     head.clear();
+    head.reserve(kUsualHeadBytes);
   }
   if (!headersEnded) head += line;
 }

@@ -178,6 +178,15 @@ TEST(ServerOfOpenAIsProtocol, IsReachedByTypeThreeWithTheVersionInItsAddressAndT
   EXPECT_THAT(requests[1].body, HasSubstr(R"({"role":"system","content":"I\n\n"})"));
 }
 
+TEST(Host, MayEndWithSlashesThatNoRequestHas) {
+  const standin::Server server;
+  for (const char* end : {"/", "//", "/v1/"}) {
+    const Owned<IQAIAssistant> assistant(QAICreateAssistant(DEEPSEEK, nullptr, kKey, server.address() + end));
+    assistant->obtainAvailableModels();
+    EXPECT_EQ(server.requests().back().path, std::string_view(end) == "/v1/" ? "/v1/models" : "/models");
+  }
+}
+
 TEST_P(Turn, ModelsAreListedInTheServicesOrder) {
   const auto assistant = bareAssistant(CF::createHTTPPoolCenter());
   answerNext(200, service_.modelsBody);

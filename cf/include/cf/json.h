@@ -133,6 +133,7 @@ class COJson : public COJsonValue {
 
  private:
   friend struct JsonNode;
+  explicit COJson(std::size_t firstChunk);
   std::unique_ptr<JsonDocument> own_;  // never null but in a moved-from document
 };
 

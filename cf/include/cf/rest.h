@@ -185,7 +185,7 @@ class CF_TYPE CMRestResourceResponse {
   std::int32_t status_;
   std::string body_;
   std::string head_;
-  std::unique_ptr<COJson> json_;
+  std::unique_ptr<COJson> json_;  // refers to the body
 };
 
 /// Takes the body of a reply while it comes, in the thread that runs the request. What its operations throw ends the

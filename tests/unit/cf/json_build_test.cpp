@@ -115,6 +115,13 @@ TEST(JsonBuilding, AcceptsItsOwnTextAsANewOne) {
   EXPECT_EQ(document.obtainJsonString(), "\"own\"");
 }
 
+TEST(JsonBuilding, ReplacesANumberThatWasRead) {
+  COJson document("1.5");
+  document.setInteger(2);
+  EXPECT_EQ(document.obtainNumber(), 2.0);
+  EXPECT_EQ(document.obtainJsonString(), "2");
+}
+
 TEST(JsonBuilding, ReplacesContentOfAnyTypeByAnyOther) {
   using Set = void (*)(COJsonValue&);
   const std::vector<std::pair<Set, std::string>> contents = {

@@ -1,6 +1,7 @@
 // Bodies, replies and model lists of the chat-completions format, without any I/O.
 #include "qai_assistant_properties.h"
 #include "qai_chat_completions.h"
+#include "qai_session_openai_v1.h"
 
 #include <cf/json_shortcuts.h>
 
@@ -40,7 +41,8 @@ TEST_P(Body, IsWrittenToTheByte) {
   for (const auto& [role, text] : GetParam().history) history.append(role, text);
   COJson body;
   const InstructionsJson instructions = instructionsOf(GetParam().instructions);
-  completions::writeBody(body, {settings, "developer", instructions, history.writeRequestText(GetParam().text)});
+  completions::writeBody(
+      body, {settings, kOpenAI.instructionsStart, instructions, history.writeRequestText(GetParam().text)});
   EXPECT_EQ(body.obtainJsonString(), GetParam().body);
 }
 

@@ -32,7 +32,7 @@ TEST_P(DialectBody, IsWrittenToTheByte) {
   }
   const InstructionsJson instructions{.isEmpty = !row.everything, .start = R"("I")"};
   COJson body;
-  row.dialect.writeBody(body, {settings, row.dialect.instructionsRole, instructions, history.writeRequestText("q2")});
+  row.dialect.writeBody(body, {settings, row.dialect.instructionsStart, instructions, history.writeRequestText("q2")});
   EXPECT_EQ(body.obtainJsonString(), row.body);
 }
 
