@@ -78,9 +78,10 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* ses
   Answer answer = exchange(*own, text, streaming);
   if (!answer.error.empty()) return {nullptr, std::move(answer.error)};
 
-  answer.reply->createdTime = clock_();
-  own->appendTurn(std::move(text), std::string(answer.reply->firstText()));
-  return {answer.reply.release(), ""};
+  std::unique_ptr<QAIReply> reply = std::move(answer.reply);
+  reply->createdTime = clock_();
+  own->appendTurn(std::move(text), std::string(reply->firstText()));
+  return {reply.release(), ""};
 }
 
 /// Asks the service.

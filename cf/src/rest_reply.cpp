@@ -50,7 +50,7 @@ bool RestReply::takeBody(std::string_view part) noexcept {
   try {
     const std::size_t beginning = part.find_first_not_of(kBlanks);
     isComing = isComing || beginning != std::string_view::npos;
-    if (receiver != nullptr && !isReceiving && isComing) beginReceiving(part.substr(beginning));
+    if (asked_ != nullptr && isComing) beginReceiving(part.substr(beginning));
     keepBody(part);
   } catch (...) {
     thrown = std::current_exception();
@@ -60,19 +60,18 @@ bool RestReply::takeBody(std::string_view part) noexcept {
 
 // What was kept so far are the blanks that services send while they make one wait.
 void RestReply::beginReceiving(std::string_view beginning) {
-  ICSRestReceiver& asked = *std::exchange(receiver, nullptr);
+  ICSRestReceiver& asked = *std::exchange(asked_, nullptr);
   if (!asked.begin(readStatus(head), findHeaderField(head, "Content-Type"), beginning)) return;
-  receiver = &asked;
-  isReceiving = true;
-  isRefused = !body.empty() && !receiver->receive(body);
+  receiver_ = &asked;
+  isRefused = !body.empty() && !receiver_->receive(body);
   body.clear();
 }
 
 void RestReply::keepBody(std::string_view part) {
-  if (isReceiving) {
-    isRefused = isRefused || !receiver->receive(part);
+  if (receiver_ != nullptr) {
+    isRefused = isRefused || !receiver_->receive(part);
     return;
   }
-  tooLarge = part.size() > limit - body.size();
+  tooLarge = part.size() > limit_ - body.size();
   if (!tooLarge) body.append(part);
 }

@@ -18,7 +18,7 @@ inline constexpr std::size_t kMostHeaderBytes = std::size_t{256} << 10;
 
 struct RestReply {
   /// `mostBytes` of a body that is collected; `to` gets the body as it comes, if it wants that, and may be null.
-  RestReply(std::size_t mostBytes, ICSRestReceiver* to) noexcept : limit(mostBytes), receiver(to) {}
+  RestReply(std::size_t mostBytes, ICSRestReceiver* to) noexcept : limit_(mostBytes), asked_(to) {}
 
   /// Called for each line, those after a chunked body included. False ends the transfer, as below; why, the reply
   /// tells.
@@ -26,10 +26,7 @@ struct RestReply {
   /// The next bytes of the decoded body.
   bool takeBody(std::string_view part) noexcept;
 
-  const std::size_t limit;
-  ICSRestReceiver* receiver;
-  bool isReceiving = false;  // the receiver wants the body
-  std::string head;          // the lines of the header fields
+  std::string head;  // the lines of the header fields
   std::string body;
   std::size_t headerBytes = 0;
   bool isComing = false;      // a part of it is under way: header fields, or a body of more than blanks
@@ -46,4 +43,8 @@ struct RestReply {
   void keepHeaderLine(std::string_view line);
   void beginReceiving(std::string_view beginning);
   void keepBody(std::string_view part);
+
+  const std::size_t limit_;
+  ICSRestReceiver* asked_;               // whether it wants the body; null when it was, or there is none
+  ICSRestReceiver* receiver_ = nullptr;  // which does
 };
