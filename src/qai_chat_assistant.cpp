@@ -75,10 +75,8 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* ses
     CF_ASSERT(false);
     return {nullptr, "Session is empty"};
   }
-  Answer answer = exchange(*own, text, streaming);
-  if (!answer.error.empty()) return {nullptr, std::move(answer.error)};
-
-  std::unique_ptr<QAIReply> reply = std::move(answer.reply);
+  auto [reply, error] = exchange(*own, text, streaming);
+  if (reply == nullptr) return {nullptr, std::move(error)};
   reply->createdTime = clock_();
   own->appendTurn(std::move(text), std::string(reply->firstText()));
   return {reply.release(), ""};
@@ -88,8 +86,8 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* ses
 QAIChatAssistant::Answer QAIChatAssistant::exchange(QAIChatSession& session, const std::string& text,
                                                     const Streaming* streaming) {
   const QAIAssistantProperties& settings = session.properties();
-  if (settings.model.empty()) return {.error = failure("Model is empty", dialect_.turn.noModelLabel)};
-  if (std::string refusal = refuseKey(); !refusal.empty()) return {.error = std::move(refusal)};
+  if (settings.model.empty()) return {nullptr, failure("Model is empty", dialect_.turn.noModelLabel)};
+  if (std::string refusal = refuseKey(); !refusal.empty()) return {nullptr, std::move(refusal)};
 
   const InstructionsJson instructions = settings.obtainInstructionsJson();
   COJson body;
@@ -115,26 +113,26 @@ QAIChatAssistant::Answer QAIChatAssistant::receive(COJson& body, const Streaming
       {{"Accept", std::string(stream.form.accept)}}, limitStream(httpSettings, streaming.options), receiver);
   if (!receiver.hasBegun() && receiver.failure() == QAIReplyStream::Failure::None) {
     Answer answer = readWhole(result);
-    const bool hasText = answer.reply != nullptr && !answer.reply->firstText().empty();
-    if (hasText && !streaming.sink(answer.reply->firstText())) return {.error = localizeString("Stopped")};
+    const std::string_view text = answer.first == nullptr ? std::string_view() : answer.first->firstText();
+    if (!text.empty() && !streaming.sink(text)) return {nullptr, localizeString("Stopped")};
     return answer;
   }
 
   const std::unique_ptr<CMRestResourceResponse> response(result.first);
-  Answer answer{.error = streamError(receiver, result, dialect_.turn.noJsonLabel, dialect_.turn.formatLabel)};
-  if (!answer.error.empty()) return answer;
-  answer.reply =
+  std::string error = streamError(receiver, result, dialect_.turn.noJsonLabel, dialect_.turn.formatLabel);
+  if (!error.empty()) return {nullptr, std::move(error)};
+  auto reply =
       std::make_unique<QAIReply>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), receiver.reply().takeText());
-  answer.reply->details = std::move(receiver.reply().details);
-  identifyRequest(*response, answer.reply->details);
-  return answer;
+  reply->details = std::move(receiver.reply().details);
+  identifyRequest(*response, reply->details);
+  return {std::move(reply), ""};
 }
 
 /// Takes the response over.
 QAIChatAssistant::Answer QAIChatAssistant::readWhole(const HTTPResult& result) const {
   Reply reply = readReply(result, kInvalidResponse, dialect_.turn.noJsonLabel);
-  if (!reply.error.empty()) return {.error = std::move(reply.error)};
+  if (!reply.error.empty()) return {nullptr, std::move(reply.error)};
   std::optional<std::string> text = dialect_.readReply(*reply.json);
-  if (!text) return {.error = failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
-  return {.reply = std::make_unique<QAIReply>(std::move(*text), std::move(reply.response), dialect_.readDetails)};
+  if (!text) return {nullptr, failure(kUnsupportedFormat, dialect_.turn.formatLabel)};
+  return {std::make_unique<QAIReply>(std::move(*text), std::move(reply.response), dialect_.readDetails), ""};
 }

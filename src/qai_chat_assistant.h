@@ -37,11 +37,8 @@ class QAIChatAssistant : public QAIAssistantBase {
   virtual QAIChatSession* asSessionOfService(IQAISession* session) const = 0;
 
   void adopt(QAIAssistantProperties& filled);
-  /// What came of a turn: a reply, or an error text.
-  struct Answer {
-    std::unique_ptr<QAIReply> reply = nullptr;
-    std::string error = {};
-  };
+  /// What came of a turn: a reply, or null and an error text.
+  using Answer = std::pair<std::unique_ptr<QAIReply>, std::string>;
   /// The host's wish for a reply as it comes.
   struct Streaming {
     QAIStreamOptions options;
