@@ -40,6 +40,23 @@ void readDelta(const ICOJsonValue* delta, StreamedChoice& choice, StreamedReply&
   if (content != nullptr) reply.append(choice, content->obtainString());
 }
 
+/// What stands beside the choices.
+void readModelAndUsage(const ICOJsonValue& reply, ReplyDetails& details) {
+  readDetail(&reply, "model", details.model);
+  const ICOJsonValue* usage = reply.obtainJsonValue("usage");
+  readDetail(usage, "prompt_tokens", details.inputTokens);
+  readDetail(usage, "completion_tokens", details.outputTokens);
+  if (usage == nullptr) return;
+  readDetail(usage->obtainJsonValue("prompt_tokens_details"), "cached_tokens", details.cachedTokens);
+}
+
+/// The same of a choice.
+void readDetailsOf(const ICOJsonValue& item, ReplyDetails& details) {
+  readDetail(&item, "finish_reason", details.finishReason);
+  const ICOJsonValue* refusal = cfFindJsonMember(item.obtainJsonValue("delta"), "refusal", JsonType::String);
+  if (refusal != nullptr) details.refusal += refusal->obtainString();
+}
+
 }  // namespace
 
 bool completions::isByAssistant(const ICOJsonValue& message) {
@@ -77,34 +94,24 @@ std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {
 }
 
 void completions::readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
-  readDetail(&reply, "model", details.model);
-  const ICOJsonValue* usage = reply.obtainJsonValue("usage");
-  readDetail(usage, "prompt_tokens", details.inputTokens);
-  readDetail(usage, "completion_tokens", details.outputTokens);
-  if (usage != nullptr) {
-    readDetail(usage->obtainJsonValue("prompt_tokens_details"), "cached_tokens", details.cachedTokens);
-  }
+  readModelAndUsage(reply, details);
   const ICOJsonValue* choices = reply.obtainJsonValue("choices");
   const ICOJsonValue* first = choices == nullptr ? nullptr : choices->obtainArrayItem(0);
   if (first == nullptr) return;
-  const ICOJsonValue* index = cfFindJsonMember(first, "index", JsonType::Number);
-  if (index != nullptr && index->obtainNumber() != 0) return;  // in an event of another choice
   readDetail(first, "finish_reason", details.finishReason);
   readDetail(first->obtainJsonValue("message"), "refusal", details.refusal);
 }
 
 void completions::readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedReply& reply) {
+  readModelAndUsage(event, reply.details);
   const ICOJsonValue* choices = event.obtainJsonValue("choices");
-  readDetails(event, reply.details);
   if (!cfHasJsonType(choices, JsonType::Array)) return;
   reply.isInFormat = true;
   for (std::size_t i = 0; i < choices->obtainArraySize(); ++i) {
     const ICOJsonValue* item = choices->obtainArrayItem(i);
     StreamedChoice& choice = reply.obtainChoice(*item, i);
-    const ICOJsonValue* delta = item->obtainJsonValue("delta");
-    readDelta(delta, choice, reply);
-    const ICOJsonValue* refusal = cfFindJsonMember(delta, "refusal", JsonType::String);
-    if (refusal != nullptr) reply.details.refusal += refusal->obtainString();
+    readDelta(item->obtainJsonValue("delta"), choice, reply);
+    if (reply.isFirst(choice)) readDetailsOf(*item, reply.details);
     if (cfFindJsonMember(item, "finish_reason", JsonType::String) != nullptr) choice.hasEnded = true;
   }
 }

@@ -31,7 +31,7 @@ bool isByAssistant(const ICOJsonValue& message);
 /// The texts of all choices by the assistant, with nothing between them; nothing when there is no array "choices".
 std::optional<std::string> readReply(const ICOJsonValue& reply);
 
-/// What a reply, or an event of a stream, tells beside its text.
+/// What a reply tells beside its text.
 void readDetails(const ICOJsonValue& reply, ReplyDetails& details);
 
 /// An event of a stream, in which a choice has a "delta" in place of its "message".

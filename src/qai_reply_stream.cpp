@@ -32,16 +32,13 @@ bool isJsonType(std::string_view contentType) {
 }
 
 /// What an event says in place of a reply: the string "message" of the object "error", that member when it is a string
-/// itself, or the whole event.
+/// itself, or the event's own "message"; the whole event where the first of them that is there says nothing.
 std::string obtainErrorText(const ICOJsonValue& event, std::string_view data) {
-  if (const ICOJsonValue* message = findErrorMessage(&event)) return std::string(message->obtainString());
-  if (const ICOJsonValue* error = cfFindJsonMember(&event, "error", JsonType::String)) {
-    return std::string(error->obtainString());
-  }
-  if (const ICOJsonValue* message = cfFindJsonMember(&event, "message", JsonType::String)) {
-    return std::string(message->obtainString());
-  }
-  return std::string(data);
+  const ICOJsonValue* text = findErrorMessage(&event);
+  if (text == nullptr) text = cfFindJsonMember(&event, "error", JsonType::String);
+  if (text == nullptr) text = cfFindJsonMember(&event, "message", JsonType::String);
+  const bool isSaid = text != nullptr && !text->obtainString().empty();
+  return std::string(isSaid ? text->obtainString() : data);
 }
 
 }  // namespace
@@ -109,7 +106,7 @@ bool QAIReplyStream::read(const StreamEvent& event) {
   hasEvents_ = true;
   const ICOJsonValue* json = json_.read(event.data);
   const bool isError = event.isError || event.type == "error";
-  if (json == nullptr && !isError) return fail(Failure::NotJson);
+  if (json == nullptr && (!isError || event.data.empty())) return fail(Failure::NotJson);
   const ICOJsonValue* member = json == nullptr ? nullptr : json->obtainJsonValue("error");
   if (isError || (member != nullptr && member->obtainType() != JsonType::Null)) {
     reply_.error = json == nullptr ? std::string(event.data) : obtainErrorText(*json, event.data);

@@ -40,6 +40,7 @@ void readParts(const ICOJsonValue& message, const ICOJsonValue* content, Streame
     const std::string_view name = id == nullptr ? std::string_view() : id->obtainString();
     if (reply.run.partStarts.empty() || reply.run.message != name || reply.run.part != part) {
       reply.run.partStarts.push_back(choice.text.size());
+      reply.run.messages.emplace(name);
       reply.run.message = name;
       reply.run.part = part;
     }
@@ -47,18 +48,19 @@ void readParts(const ICOJsonValue& message, const ICOJsonValue* content, Streame
   }
 }
 
-/// A whole message, of which pieces may have come before.
-void readWholeMessage(const ICOJsonValue& message, StreamedReply& reply) {
-  const ICOJsonValue* id = cfFindJsonMember(&message, "id", JsonType::String);
-  const bool isKnown = id != nullptr && !reply.run.partStarts.empty() && reply.run.message == id->obtainString();
-  if (!isKnown) readParts(message, cfFindJsonMember(&message, "content", JsonType::Array), reply);
-}
-
 void readCreation(const ICOJsonValue& message, StreamedReply& reply) {
   const ICOJsonValue* created = cfFindJsonMember(&message, "created_at", JsonType::Number);
   if (created != nullptr && reply.run.createdTime == 0) {
     reply.run.createdTime = completions::toSeconds(created->obtainNumber());
   }
+}
+
+/// A whole message, of which pieces may have come before.
+void readWholeMessage(const ICOJsonValue& message, StreamedReply& reply) {
+  readCreation(message, reply);
+  const ICOJsonValue* id = cfFindJsonMember(&message, "id", JsonType::String);
+  const bool isKnown = id != nullptr && reply.run.messages.contains(id->obtainString());
+  if (!isKnown) readParts(message, cfFindJsonMember(&message, "content", JsonType::Array), reply);
 }
 
 }  // namespace

@@ -65,7 +65,8 @@ std::optional<std::string> readReply(const ICOJsonValue& reply) {
   return text;
 }
 
-void readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
+/// What stands beside the candidates.
+void readModelAndUsage(const ICOJsonValue& reply, ReplyDetails& details) {
   readDetail(&reply, "modelVersion", details.model);
   readDetail(&reply, "responseId", details.requestIdentifier);
   const ICOJsonValue* usage = reply.obtainJsonValue("usageMetadata");
@@ -76,13 +77,17 @@ void readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
   readDetail(usage, "candidatesTokenCount", text);
   readDetail(usage, "thoughtsTokenCount", thoughts);
   if (text >= 0) details.outputTokens = text + thoughts;
+}
+
+void readDetails(const ICOJsonValue& reply, ReplyDetails& details) {
+  readModelAndUsage(reply, details);
   const ICOJsonValue* candidates = reply.obtainJsonValue("candidates");
   const ICOJsonValue* first = candidates == nullptr ? nullptr : candidates->obtainArrayItem(0);
   if (first != nullptr) readDetail(first, "finishReason", details.finishReason);
 }
 
 void readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedReply& reply) {
-  readDetails(event, reply.details);
+  readModelAndUsage(event, reply.details);
   const ICOJsonValue* candidates = event.obtainJsonValue("candidates");
   if (!cfHasJsonType(candidates, JsonType::Array)) return;
   reply.isInFormat = true;
@@ -93,6 +98,7 @@ void readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedRep
     std::string text;
     appendParts(text, candidate->obtainJsonValue("content"));
     reply.append(choice, text);
+    if (reply.isFirst(choice)) readDetail(candidate, "finishReason", reply.details.finishReason);
     if (cfFindJsonMember(candidate, "finishReason", JsonType::String) != nullptr) choice.hasEnded = true;
   }
 }

@@ -16,6 +16,11 @@ StreamedChoice& StreamedReply::obtainChoice(const ICOJsonValue& item, std::size_
   return choices_[static_cast<std::size_t>(isWithin ? index : kMostChoices)];
 }
 
+bool StreamedReply::isFirst(const StreamedChoice& choice) const noexcept {
+  const auto first = choices_.find(0);
+  return first != choices_.end() && &first->second == &choice;
+}
+
 void StreamedReply::append(StreamedChoice& choice, std::string_view text) {
   choice.text += text;
   textBytes_ += text.size();

@@ -6,7 +6,9 @@
 #include <cf/json.h>
 
 #include <cstddef>
+#include <functional>
 #include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -22,11 +24,12 @@ struct StreamedChoice {
 /// What a service that keeps the conversation makes a reply by.
 struct StreamedRun {
   std::string identifier = {};
-  std::string end = {};                      // how it ended; "" while it has not
-  std::int64_t createdTime = 0;              // of the first message
-  std::vector<std::size_t> partStarts = {};  // where the text of each part of a message begins
-  std::string message = {};                  // whose text came last
-  double part = -1;                          // and which part of it
+  std::string end = {};                              // how it ended; "" while it has not
+  std::int64_t createdTime = 0;                      // of the first message
+  std::vector<std::size_t> partStarts = {};          // where the text of each part of a message begins
+  std::set<std::string, std::less<>> messages = {};  // whose texts have come
+  std::string message = {};                          // whose text came last
+  double part = -1;                                  // and which part of it
 };
 
 /// Filled event by event.
@@ -35,6 +38,8 @@ class StreamedReply {
   /// The choice of which `item` of an event's list holds a part, made when it is first named: by its "index", or, as
   /// some servers leave that out, by its place in the list.
   StreamedChoice& obtainChoice(const ICOJsonValue& item, std::size_t place);
+  /// Whether `choice` is the one that the details are of.
+  bool isFirst(const StreamedChoice& choice) const noexcept;
   /// Text of a choice, whoever its author turns out to be.
   void append(StreamedChoice& choice, std::string_view text);
 
