@@ -9,6 +9,7 @@
 
 namespace {
 
+constexpr std::string_view kTooLong = "The reply is too long";
 constexpr std::string_view kModelPlace = "{model}";
 
 /// `text` with the model's name in place of "{model}".
@@ -55,7 +56,7 @@ std::string QAIAssistantBase::streamError(QAIReplyStream& stream, const HTTPResu
     case Failure::None:
       return result.second;
     case Failure::Stopped:
-      return localizeString("Stopped");
+      return localizeString(kStopped);
     case Failure::NotJson:
       return failure(kInvalidResponse, noJsonLabel);
     case Failure::NotInFormat:
@@ -63,11 +64,22 @@ std::string QAIAssistantBase::streamError(QAIReplyStream& stream, const HTTPResu
     case Failure::Incomplete:
       return failure("The reply ended before it was complete", formatLabel);
     case Failure::TooLong:
-      return failure("The reply is too long", formatLabel);
+      return failure(kTooLong, formatLabel);
     case Failure::Told:
       return stream.reply().error;
   }
   return result.second;
+}
+
+std::string QAIAssistantBase::handOnWhole(const std::vector<std::string_view>& texts, const QAIStreamOptions& options,
+                                          const Sink& sink, std::string_view formatLabel) const {
+  std::size_t size = 0;
+  for (const std::string_view text : texts) size += text.size();
+  if (size > options.mostTextBytes) return failure(kTooLong, formatLabel);
+  for (const std::string_view text : texts) {
+    if (!text.empty() && !sink(text)) return localizeString(kStopped);
+  }
+  return "";
 }
 
 std::string QAIAssistantBase::failure(std::string_view text, std::string_view label) const {

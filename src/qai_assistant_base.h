@@ -44,6 +44,11 @@ class QAIAssistantBase : public IQAIAssistant, public IQAIExtensible, public IQA
   std::string streamError(QAIReplyStream& stream, const HTTPResult& result, std::string_view noJsonLabel,
                           std::string_view formatLabel) const;
 
+  /// Hands the texts of a reply that came whole to the host as a stream's would be. The label is that of a reply that
+  /// is not in the service's format. @return why the turn ends there; "" when it does not.
+  std::string handOnWhole(const std::vector<std::string_view>& texts, const QAIStreamOptions& options, const Sink& sink,
+                          std::string_view formatLabel) const;
+
   /// One of the library's own texts, translated, and the label behind it.
   std::string failure(std::string_view text, std::string_view label) const;
 

@@ -40,12 +40,10 @@ std::unique_ptr<QAIReply> splitParts(std::string_view text, const StreamedRun& r
   return reply;
 }
 
-/// Hands a reply that came whole to the host. @return whether it wants more.
-bool handOnWhole(const IQAIMessage& message, const IQAIStreaming::Sink& sink) {
-  for (const IQAIMessageSection* section : message.obtainSections()) {
-    if (!section->obtainText().empty() && !sink(section->obtainText())) return false;
-  }
-  return true;
+std::vector<std::string_view> textsOf(const IQAIMessage& message) {
+  std::vector<std::string_view> texts;
+  for (const IQAIMessageSection* section : message.obtainSections()) texts.push_back(section->obtainText());
+  return texts;
 }
 
 /// Whether it was this side that ended the stream, so that the run may go on at the service.
@@ -53,6 +51,8 @@ bool isLeft(QAIReplyStream::Failure failure) {
   using Failure = QAIReplyStream::Failure;
   return failure == Failure::Stopped || failure == Failure::TooLong || failure == Failure::NotJson;
 }
+
+bool isOver(const StreamedRun& run) { return !run.end.empty() && run.end != kRunWaiting; }
 
 }  // namespace
 
@@ -112,7 +112,7 @@ std::string QAIAssistant_OPENAI::awaitRun(const std::string& threadID, const std
     if (attempt == kLastAttempt || state == "expired" || state == "incomplete") return localizeString("Timeout");
     if (!sleepUnlessStopped(interval, stop)) {
       cancelRun(threadID, {.identifier = runID});
-      return localizeString("Stopped");
+      return localizeString(kStopped);
     }
     interval = nextInterval(interval);
   }
@@ -146,11 +146,12 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::addMessageStreaming(IQ
                                                                               const Sink& sink) {
   const QAISession_OPENAI* own = asOwnSession(session);
   if (own == nullptr || text.empty()) return {nullptr, "Session is empty"};
+  const QAIStreamOptions limits = readStreamOptions(options);
+  QAIReplyStream receiver(kRunStream, limits, sink);
+  if (receiver.isStopped()) return {nullptr, localizeString(kStopped)};
   const std::string& thread = own->threadID();
   if (Reply message = postMessage(thread, text); !message.error.empty()) return {nullptr, std::move(message.error)};
 
-  const QAIStreamOptions limits = readStreamOptions(options);
-  QAIReplyStream receiver(kRunStream, limits, sink);
   try {
     const HTTPResult result = streamRun(thread, limits, receiver);
     if (receiver.hasBegun() || isLeft(receiver.failure())) return takeStreamedRun(thread, result, receiver);
@@ -158,7 +159,9 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::addMessageStreaming(IQ
     const auto [reply, error] = finishRun(thread, readCreated(result, kStartLabel), limits.stop);
     std::unique_ptr<IQAIMessage> whole(reply);
     if (whole == nullptr) return {nullptr, error};
-    if (!handOnWhole(*whole, sink)) return {nullptr, localizeString("Stopped")};
+    if (std::string reason = handOnWhole(textsOf(*whole), limits, sink, kRunLabel); !reason.empty()) {
+      return {nullptr, std::move(reason)};
+    }
     return {whole.release(), ""};
   } catch (...) {
     cancelRun(thread, receiver.reply().run);
@@ -183,7 +186,7 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::takeStreamedRun(const 
   const std::unique_ptr<CMRestResourceResponse> response(result.first);
   StreamedReply& streamed = receiver.reply();
   std::string error = streamError(receiver, result, kStartLabel, kRunLabel);
-  if (isLeft(receiver.failure())) cancelRun(threadID, streamed.run);
+  if (isLeft(receiver.failure()) || streamed.run.end == kRunWaiting) cancelRun(threadID, streamed.run);
   if (error.empty() && streamed.run.end == kRunFailed) error = failure(kUnsupportedFormat, kRunLabel);
   if (error.empty() && streamed.run.end != kRunCompleted) error = localizeString("Timeout");
   if (!error.empty()) return {nullptr, std::move(error)};
@@ -196,7 +199,7 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::takeStreamedRun(const 
 
 /// A conversation whose run goes on takes no further question. What comes of it is of no use to the user.
 void QAIAssistant_OPENAI::cancelRun(const std::string& threadID, const StreamedRun& run) const {
-  if (run.identifier.empty() || !run.end.empty()) return;
+  if (run.identifier.empty() || isOver(run)) return;
   const HTTPResult result =
       HTTP::Post(restSession_.get(), address({kThreads, threadID, kRuns, run.identifier, "cancel"}), nullptr, {}, {});
   delete result.first;

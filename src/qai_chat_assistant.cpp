@@ -113,8 +113,10 @@ QAIChatAssistant::Answer QAIChatAssistant::receive(COJson& body, const Streaming
       {{"Accept", std::string(stream.form.accept)}}, limitStream(httpSettings, streaming.options), receiver);
   if (!receiver.hasBegun() && receiver.failure() == QAIReplyStream::Failure::None) {
     Answer answer = readWhole(result);
-    const std::string_view text = answer.first == nullptr ? std::string_view() : answer.first->firstText();
-    if (!text.empty() && !streaming.sink(text)) return {nullptr, localizeString("Stopped")};
+    if (answer.first == nullptr) return answer;
+    std::string reason =
+        handOnWhole({answer.first->firstText()}, streaming.options, streaming.sink, dialect_.turn.formatLabel);
+    if (!reason.empty()) return {nullptr, std::move(reason)};
     return answer;
   }
 

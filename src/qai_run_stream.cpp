@@ -11,9 +11,8 @@ namespace {
 
 constexpr std::string_view kRunEvent = "thread.run.";
 
-// A run that asks for the results of tools waits for ever here: a host has none to give.
-constexpr auto kEnds = std::to_array<std::string_view>(
-    {kRunCompleted, kRunFailed, "cancelled", "expired", "incomplete", "requires_action"});
+constexpr auto kEnds =
+    std::to_array<std::string_view>({kRunCompleted, kRunFailed, kRunWaiting, "cancelled", "expired", "incomplete"});
 
 void readRun(std::string_view state, const ICOJsonValue& run, StreamedReply& reply) {
   readDetail(&run, "id", reply.run.identifier);

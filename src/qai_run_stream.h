@@ -6,6 +6,8 @@
 /// How a run ends when all is well, and when it says why not.
 inline constexpr std::string_view kRunCompleted = "completed";
 inline constexpr std::string_view kRunFailed = "failed";
+/// Where it waits for the results of tools, for ever: a host has none to give.
+inline constexpr std::string_view kRunWaiting = "requires_action";
 
 /// The text of all messages is choice 0's.
 void readRunEvent(std::string_view type, const ICOJsonValue& event, StreamedReply& reply);

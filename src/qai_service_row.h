@@ -10,6 +10,7 @@
 /// Told of a reply that is no JSON, and of one that is not in the service's format.
 inline constexpr std::string_view kInvalidResponse = "Invalid response";
 inline constexpr std::string_view kUnsupportedFormat = "Unsupported data format";
+inline constexpr const char* kStopped = "Stopped";
 
 /// How a service gets the host's key.
 enum class ServiceKey { None, Bearer, Query };  // "Authorization: Bearer …"; the query pair "key"

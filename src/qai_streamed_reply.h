@@ -24,7 +24,7 @@ struct StreamedChoice {
 /// What a service that keeps the conversation makes a reply by.
 struct StreamedRun {
   std::string identifier = {};
-  std::string end = {};                              // how it ended; "" while it has not
+  std::string end = {};                              // how it ended for this side; "" while it has not
   std::int64_t createdTime = 0;                      // of the first message
   std::vector<std::size_t> partStarts = {};          // where the text of each part of a message begins
   std::set<std::string, std::less<>> messages = {};  // whose texts have come

@@ -3,8 +3,6 @@
 #include "support/raw_server.h"
 #include "support/streams.h"
 
-#include <qai_extensions.h>
-
 #include <gmock/gmock.h>
 
 #include <stdexcept>
@@ -25,15 +23,6 @@ struct Turned {
 };
 void PrintTo(const Turned& turned, std::ostream* out) { *out << turned.text << " | " << turned.saved; }
 
-std::string told(const std::pair<IQAIMessage*, std::string>& result) {
-  const Owned<IQAIMessage> reply(result.first);
-  if (reply == nullptr) return "error: " + result.second;
-  EXPECT_EQ(result.second, "");
-  std::string text;
-  for (const IQAIMessageSection* section : reply->obtainSections()) text += section->obtainText();
-  return text;
-}
-
 std::string streamReply(const std::string& body, std::string_view type) {
   return raw::reply(200, body, "Content-Type: " + std::string(type) + "\r\n");
 }
@@ -49,14 +38,11 @@ class Streaming : public testing::TestWithParam<TestedService> {
     const auto session = newSession(*assistant);
     Turned turned;
     if (isStreamed) {
-      const auto sink = [&](std::string_view piece) {
-        turned.pieces.emplace_back(piece);
-        return true;
-      };
-      auto* streaming = qaiExtension<IQAIStreaming>(assistant.get());
-      turned.text = told(streaming->addMessageStreaming(session.get(), "question", options, sink));
+      StreamedTurn streamed = askStreaming(*assistant, session.get(), "question", options);
+      turned.text = std::move(streamed.told);
+      turned.pieces = std::move(streamed.pieces);
     } else {
-      turned.text = told(assistant->addMessage(session.get(), "question"));
+      turned.text = ask(*assistant, session.get(), "question");
     }
     turned.saved = session->obtainSessionData();
     // The address differs from server to server.
@@ -142,13 +128,13 @@ TEST_P(Streaming, StopsWhenTheSinkHasEnough) {
   const std::string before = session->obtainSessionData();
   auto* streaming = qaiExtension<IQAIStreaming>(assistant.get());
   const auto stop = [](std::string_view) { return false; };
-  EXPECT_EQ(told(streaming->addMessageStreaming(session.get(), "question", {}, stop)), "error: Stopped");
+  EXPECT_EQ(toldBy(streaming->addMessageStreaming(session.get(), "question", {}, stop)), "error: Stopped");
   EXPECT_EQ(session->obtainSessionData(), before);
   const auto fail = [](std::string_view) -> bool { throw std::out_of_range("the host's"); };
   EXPECT_THROW(streaming->addMessageStreaming(session.get(), "question", {}, fail), std::out_of_range);
   EXPECT_EQ(session->obtainSessionData(), before);
   const auto goOn = [](std::string_view) { return true; };
-  EXPECT_EQ(told(streaming->addMessageStreaming(session.get(), "question", {}, goOn)), "two parts");
+  EXPECT_EQ(toldBy(streaming->addMessageStreaming(session.get(), "question", {}, goOn)), "two parts");
 }
 
 TEST_P(Streaming, DoesNotBeginWhenTheHostHasStopped) {
@@ -164,6 +150,17 @@ TEST_P(Streaming, HasALimitOnItsText) {
   options.mostTextBytes = 8;
   const std::string reply = streamReply(streamOf(GetParam().form, GetParam().replyBody), streamTypeOf(GetParam().form));
   EXPECT_THAT(turn(reply, true, options).text, testing::StartsWith("error: The reply is too long: p/"));
+  options.mostTextBytes = 9;
+  EXPECT_EQ(turn(reply, true, options).text, "two parts");
+}
+
+TEST_P(Streaming, HasTheLimitOnTextThatCameWholeAsWell) {
+  QAIStreamOptions options;
+  options.mostTextBytes = 8;
+  const std::string reply = streamReply(GetParam().replyBody, "application/json");
+  const Turned turned = turn(reply, true, options);
+  EXPECT_THAT(turned.text, testing::StartsWith("error: The reply is too long: p/"));
+  EXPECT_THAT(turned.pieces, testing::IsEmpty());
   options.mostTextBytes = 9;
   EXPECT_EQ(turn(reply, true, options).text, "two parts");
 }

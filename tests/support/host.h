@@ -1,12 +1,13 @@
 // What a host needs around the plain interface: owners, and a way to fill properties.
 #pragma once
 
-#include <qai.h>
+#include <qai_extensions.h>
 
 #include <map>
 #include <memory>
 #include <string>
 #include <utility>
+#include <vector>
 
 struct FreeObject {
   void operator()(IQAIObject* object) const { QAIFreeObject(object); }
@@ -39,11 +40,31 @@ inline Owned<IQAISession> newSession(IQAIAssistant& assistant) {
 }
 
 /// The reply's text, or the error text behind "error: ".
-inline std::string ask(IQAIAssistant& assistant, IQAISession* session, const std::string& text) {
-  const auto [message, error] = assistant.addMessage(session, text);
-  const Owned<IQAIMessage> reply(message);
-  if (reply == nullptr || !error.empty()) return "error: " + error;
+inline std::string toldBy(const std::pair<IQAIMessage*, std::string>& result) {
+  const Owned<IQAIMessage> reply(result.first);
+  if (reply == nullptr || !result.second.empty()) return "error: " + result.second;
   std::string answer;
   for (const IQAIMessageSection* section : reply->obtainSections()) answer += section->obtainText();
   return answer;
+}
+
+inline std::string ask(IQAIAssistant& assistant, IQAISession* session, const std::string& text) {
+  return toldBy(assistant.addMessage(session, text));
+}
+
+/// A streamed turn: what it told in the same words, and the text as it came.
+struct StreamedTurn {
+  std::string told;
+  std::vector<std::string> pieces;
+};
+
+inline StreamedTurn askStreaming(IQAIAssistant& assistant, IQAISession* session, const std::string& text,
+                                 const QAIStreamOptions& options = {}) {
+  StreamedTurn turn;
+  const auto sink = [&turn](std::string_view piece) {
+    turn.pieces.emplace_back(piece);
+    return true;
+  };
+  turn.told = toldBy(qaiExtension<IQAIStreaming>(&assistant)->addMessageStreaming(session, text, options, sink));
+  return turn;
 }

@@ -172,7 +172,65 @@ std::string cutOllama(const COJsonValue& whole) {
   return stream;
 }
 
+std::string asNamedEvent(std::string_view name, const COJson& json) {
+  return "event: thread." + std::string(name) + "\n" + asEvent(json);
+}
+
+COJson withMembers(const COJsonValue& whole, std::string_view id, const std::function<void(COJson&)>& fill) {
+  COJson json;
+  json.addKeyValue("id")->setString(id);
+  for (const COJsonMember& entry : whole.obtainJsonMembers()) {
+    if (entry.key != "id" && entry.key != "content") copy(*entry.value, *json.addKeyValue(entry.key));
+  }
+  fill(json);
+  return json;
+}
+
+std::string deltaEvent(std::string_view id, std::size_t part, const COJsonValue& whole, std::string_view piece) {
+  COJson json;
+  json.addKeyValue("id")->setString(id);
+  COJsonValue* item = json.addKeyValue("delta")->addKeyValue("content")->addArrayItem();
+  item->addKeyValue("index")->setInteger(static_cast<std::int64_t>(part));
+  if (const COJsonValue* type = member(&whole, "type")) copy(*type, *item->addKeyValue("type"));
+  item->addKeyValue("text")->addKeyValue("value")->setString(piece);
+  return asNamedEvent("message.delta", json);
+}
+
+/// A message without text is told whole; the pieces of an empty part are one.
+std::string cutMessage(const COJsonValue& message, std::string_view id) {
+  std::string stream = asNamedEvent(
+      "message.created", withMembers(message, id, [](COJson& json) { json.addKeyValue("content")->setArray(); }));
+  const COJsonValue* content = member(&message, "content");
+  for (std::size_t part = 0; content != nullptr && part < content->obtainArraySize(); ++part) {
+    const COJsonValue& item = *content->obtainArrayItem(part);
+    const COJsonValue* text = member(member(&item, "text"), "value");
+    if (!cfHasJsonType(text, JsonType::String)) continue;
+    std::vector<std::string> pieces = cutText(text->obtainString());
+    if (pieces.empty()) pieces.emplace_back();
+    for (const std::string& piece : pieces) stream += deltaEvent(id, part, item, piece);
+  }
+  return stream + asNamedEvent("message.completed", withMembers(message, id, [&](COJson& json) {
+                                 if (content != nullptr) copy(*content, *json.addKeyValue("content"));
+                               }));
+}
+
 }  // namespace
+
+std::string streamOfRun(const std::string& run, const std::string& messageList) {
+  const COJson whole(run);
+  const std::string id(member(&whole, "id")->obtainString());
+  COJson begun;
+  begun.addKeyValue("id")->setString(id);
+  begun.addKeyValue("status")->setString("queued");
+  std::string stream = asNamedEvent("run.created", begun);
+  const COJson list(messageList);
+  const COJsonValue* messages = member(&list, "data");
+  for (std::size_t i = messages->obtainArraySize(); i > 0; --i) {  // the newest is the first of the list
+    stream += cutMessage(*messages->obtainArrayItem(i - 1), "msg_" + std::to_string(i));
+  }
+  return stream + asNamedEvent("run." + std::string(member(&whole, "status")->obtainString()), whole) +
+         "event: done\ndata: [DONE]\n\n";
+}
 
 std::vector<std::string> cutText(std::string_view text) {
   std::vector<std::string> pieces;

@@ -11,6 +11,10 @@
 /// pieces of a few characters. What the whole body leaves out of why a reply ended is put in.
 std::string streamOf(BodyForm form, const std::string& wholeBody);
 
+/// The same of the list of the messages that a run wrote, as the run's own stream. `run` is its JSON at the end, with
+/// "id" and "status".
+std::string streamOfRun(const std::string& run, const std::string& messageList);
+
 /// The value of the stream's header field "Content-Type".
 std::string_view streamTypeOf(BodyForm form);
 
