@@ -7,6 +7,7 @@
 #include <standin.h>
 
 #include <algorithm>
+#include <atomic>
 #include <numeric>
 
 namespace {
@@ -110,6 +111,31 @@ TEST_F(Run, CancelDuringASleepEndsTheNextPollBeforeItIsSent) {
   EXPECT_EQ(askWith({"in_progress", "in_progress", "completed"}), "error: The request was cancelled");
   EXPECT_EQ(pollCount(), 1);
   EXPECT_THAT(sleeps_, ElementsAre(250));
+}
+
+TEST_F(Run, OfAServerWithoutStreamsIsPolledUntilTheHostStopsAndThenCancelled) {
+  std::atomic<bool> stop{false};
+  QAIStreamOptions options;
+  options.stop = &stop;
+  duringSleep_ = [&] { stop = sleeps_.size() == 5; };
+  standin_.scriptRun({.statuses = {"in_progress"}});
+  standin_.script({});
+  standin_.script({.status = 200, .body = R"({"id":"run_standin_1","status":"queued"})"});
+  EXPECT_EQ(askStreaming(*assistant_, session_.get(), "question", options).told, "error: Stopped");
+  EXPECT_EQ(pollCount(), 4);
+  EXPECT_THAT(sleeps_, ElementsAre(250, 325, 422, 500, 48));  // it is looked at twice a second
+  EXPECT_THAT(standin_.requests().back().path, testing::EndsWith("/runs/run_standin_1/cancel"));
+  stop = false;
+  duringSleep_ = [] {};
+  EXPECT_THAT(askStreaming(*assistant_, session_.get(), "question", options).told, Not(StartsWith("error: ")));
+}
+
+TEST_F(Run, OfAServerWithoutStreamsThatNeverEndsIsGivenUpAsEver) {
+  standin_.scriptRun({.statuses = {"in_progress"}});
+  standin_.script({});
+  standin_.script({.status = 200, .body = R"({"id":"run_standin_1","status":"queued"})"});
+  EXPECT_EQ(askStreaming(*assistant_, session_.get(), "question").told, "error: Timeout");
+  EXPECT_EQ(pollCount(), 102);
 }
 
 TEST_F(Run, FreshRecordHasTheHostWithoutCountingItAsAssigned) {
