@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
-# check_slots.sh CLANG TARGET INCLUDE…: fails unless the interfaces of <qai.h>, found in the folders INCLUDE, have the
-# slots of contract.txt under the C++ ABI of TARGET (x86_64-pc-linux-gnu: Itanium; x86_64-pc-windows-msvc: Microsoft).
+# check_slots.sh CLANG TARGET INCLUDE…: fails unless the interfaces of <qai.h> and <qai_extensions.h>, found in the
+# folders INCLUDE, have the slots of contract.txt, and the extensions' record the layout of stream_options.h, under the
+# C++ ABI of TARGET (x86_64-pc-linux-gnu: Itanium; x86_64-pc-windows-msvc: Microsoft).
 #
 # The two ABIs differ in this: Itanium gives a virtual destructor two entries, Microsoft one; Microsoft puts overloaded
 # operations side by side, the last one first.
@@ -39,7 +40,7 @@ sorted() {
 layouts=$("$clang" "--target=$target" -std=c++20 -nostdinc -isystem "$here/standard_headers" "${@/#/-I}" \
   -S -emit-llvm -o /dev/null -Xclang -fdump-vtable-layouts "$here/slots_probe.cpp")
 if ! diff <(grep -v '^#' "$here/contract.txt" | sorted) <(slots <<<"$layouts" | sorted); then
-  echo "The interfaces of qai.h are not those of tests/abi/contract.txt ('<') under the ABI of $target ('>')."
+  echo "The interfaces are not those of tests/abi/contract.txt ('<') under the ABI of $target ('>')."
   echo "Hosts built earlier call an operation by the number of its slot: where one is added, moved, overloaded, changed"
   echo "or removed, they would call another operation, or none. What is new goes into an interface of its own."
   exit 1

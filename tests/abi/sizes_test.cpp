@@ -1,9 +1,14 @@
 // Sizes and layouts of what crosses the boundary by value. A host built earlier relies on each of them.
+#include "stream_options.h"
+
 #include <qai.h>
+#include <qai_extensions.h>
 
 #include <gtest/gtest.h>
 
 #include <cstddef>
+#include <functional>
+#include <string_view>
 #include <type_traits>
 
 namespace {
@@ -33,6 +38,31 @@ TEST(Sizes, InterfacesAreOnePointerToTheirTable) {
   EXPECT_EQ(sizeof(IQAIMessage), sizeof(void*));
   EXPECT_EQ(sizeof(IQAIMessageSection), sizeof(void*));
   EXPECT_EQ(sizeof(IQAIProperties), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIExtensible), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIStreaming), sizeof(void*));
+  EXPECT_EQ(sizeof(IQAIMessageDetails), sizeof(void*));
+}
+
+/// Where its fields lie, stream_options.h says.
+TEST(Sizes, StreamOptionsBeginWithTheirSizeAndMeanWhatTheyMeant) {
+  const QAIStreamOptions options;
+  EXPECT_TRUE(std::is_standard_layout_v<QAIStreamOptions>);
+  EXPECT_EQ(options.size, 40U);
+  EXPECT_TRUE(options.asksForUsage);
+  EXPECT_EQ(QAIStreamOptions::kFromSettings.count(), -1);
+  EXPECT_EQ(options.idleTimeout, QAIStreamOptions::kFromSettings);
+  EXPECT_EQ(options.totalTimeout, QAIStreamOptions::kFromSettings);
+  EXPECT_EQ(options.mostTextBytes, 16U << 20);
+  EXPECT_EQ(options.stop, nullptr);
+}
+
+TEST(Sizes, SinksAreFunctionsOfAPiece) {
+  EXPECT_TRUE((std::is_same_v<IQAIStreaming::Sink, std::function<bool(std::string_view)>>));
+}
+
+TEST(Sizes, ExtensionsHaveTheIdentifiersThatHostsAskFor) {
+  EXPECT_STREQ(IQAIStreaming::kId, "qai.streaming/1");
+  EXPECT_STREQ(IQAIMessageDetails::kId, "qai.message-details/1");
 }
 
 TEST(Sizes, VariantTypesHaveFixedCodes) {
@@ -48,7 +78,7 @@ TEST(Sizes, TransportFailuresHaveFixedCodes) {
   constexpr CFRestError kInOrder[] = {CFRestError::BadRequest, CFRestError::HostNotFound,  CFRestError::CouldNotConnect,
                                       CFRestError::TLSFailed,  CFRestError::TimedOut,      CFRestError::ConnectionLost,
                                       CFRestError::NotHTTP,    CFRestError::ReplyTooLarge, CFRestError::ProxyRefused,
-                                      CFRestError::Cancelled,  CFRestError::Failed,     CFRestError::Stopped};
+                                      CFRestError::Cancelled,  CFRestError::Failed,        CFRestError::Stopped};
   EXPECT_EQ(sizeof(CFRestError), 4U);
   EXPECT_EQ(static_cast<int>(CFRestError::None), 0);
   int code = 10'001;

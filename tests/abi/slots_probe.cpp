@@ -1,5 +1,8 @@
-// Makes a compiler lay out the table of each interface: a constructor needs it, whatever operations there are.
-#include <qai.h>
+// Makes a compiler lay out the table of each interface: a constructor needs it, whatever operations there are. The
+// record of the extensions is compared on the way.
+#include "stream_options.h"
+
+#include <qai_extensions.h>
 
 template <class Interface>
 struct Made : Interface {
@@ -14,3 +17,6 @@ template struct Made<IQAIMessage>;
 template struct Made<IQAIProperties>;
 template struct Made<IQAISession>;
 template struct Made<IQAIAssistant>;
+template struct Made<IQAIExtensible>;
+template struct Made<IQAIStreaming>;
+template struct Made<IQAIMessageDetails>;
