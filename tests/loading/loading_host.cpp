@@ -1,4 +1,4 @@
-// A host that loads the library and unloads it, again and again, with a turn in between.
+// A host that loads the library and unloads it, again and again, with a turn and a streamed one in between.
 //
 // loading_host LIBRARY ADDRESS: ends with 0 when nothing stays behind, else says what. It has a process of its own, in
 // which only the library could start a thread or keep memory; the stand-in at ADDRESS is in another.
@@ -6,12 +6,14 @@
 #include "support/services.h"
 
 #include <qai.h>
+#include <qai_extensions.h>
 
 #include <exception>
 #include <iostream>
 #include <memory>
 #include <stdexcept>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -56,7 +58,29 @@ void expectNoFurtherThread(const char* when) {
   expect(!kCountsStartedThreads || threads == atFirst, std::to_string(threads) + " threads " + when);
 }
 
-void takeTurn(const Exports& exports, const TestedService& service, const std::string& address) {
+std::string textOf(const IQAIMessage& reply) {
+  std::string text;
+  for (const IQAIMessageSection* section : reply.obtainSections()) text += section->obtainText();
+  return text;
+}
+
+/// Through the door, whose type the host has twice: as it was compiled, and as the library that it loaded has it.
+void takeStreamedTurn(const Exports& exports, IQAIAssistant* assistant, IQAISession* session) {
+  auto* streaming = qaiExtension<IQAIStreaming>(assistant);
+  expect(streaming != nullptr, "the assistant has no door to streamed turns");
+  std::string pieces;
+  const auto [message, error] = streaming->addMessageStreaming(session, "What else?", {}, [&](std::string_view piece) {
+    pieces += piece;
+    expectNoFurtherThread("while a reply comes");
+    return true;
+  });
+  const auto reply = exports.own(message);
+  expect(error.empty() && reply != nullptr, "no streamed reply: " + error);
+  expect(!pieces.empty() && pieces == textOf(*reply), "pieces that are not the reply");
+  expect(qaiExtension<IQAIMessageDetails>(reply.get()) != nullptr, "the reply has no door to its details");
+}
+
+void takeTurns(const Exports& exports, const TestedService& service, const std::string& address) {
   const auto assistant = exports.own(exports.create(service.type, CF::createHTTPPoolCenter(), "sk-loading", address));
   expect(assistant != nullptr, "no assistant");
   const std::string refusal = assistant->setAssistantProperties([&service](IQAIProperties* properties) {
@@ -70,17 +94,18 @@ void takeTurn(const Exports& exports, const TestedService& service, const std::s
   const auto [message, error] = assistant->addMessage(session.get(), "What is here?");
   const auto reply = exports.own(message);
   expect(error.empty() && reply != nullptr, "no reply: " + error);
-  expect(!reply->obtainSections().empty(), "an empty reply");
+  expect(!textOf(*reply).empty(), "an empty reply");
+  takeStreamedTurn(exports, assistant.get(), session.get());
   const std::string remains = assistant->destroySession(session.get());
   expect(remains.empty(), remains);
-  expectNoFurtherThread("after a turn");
+  expectNoFurtherThread("after the turns");
 }
 
 void loadAndUnload(const std::string& path, const TestedService& service, const std::string& address) {
   {
     const LoadedLibrary library(path);
     expect(isMapped(path), "a loaded library that is not found in the process");
-    takeTurn(Exports(library), service, address);
+    takeTurns(Exports(library), service, address);
   }
   expect(!isMapped(path), "the library is still there after it was unloaded");
 }
