@@ -1,10 +1,13 @@
-// A host with no part in the library's build: asks the service at the address that it is given which tables there are.
+// A host with no part in the library's build: asks the service at the address that it is given which tables there are,
+// for the reply as a whole and as it comes.
 #include <cf/json_shortcuts.h>
 #include <qai.h>
+#include <qai_extensions.h>
 
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -17,12 +20,39 @@ int fail(const std::string& error) {
   return 1;
 }
 
+const char* const kQuestion = "Which tables are there?";
+
 // What the stand-in answers about its one table: `glacier` comes from the structure that was sent.
-bool namesTheTable(const IQAIMessage& reply) {
-  for (const IQAIMessageSection* section : reply.obtainSections()) {
-    if (section->obtainText().find("glacier") != std::string_view::npos) return true;
-  }
-  return false;
+bool namesTheTable(const std::string& text) { return text.find("glacier") != std::string::npos; }
+
+std::string textOf(const IQAIMessage& reply) {
+  std::string text;
+  for (const IQAIMessageSection* section : reply.obtainSections()) text += section->obtainText();
+  return text;
+}
+
+struct ExtensionOfALaterLibrary {
+  static constexpr const char* kId = "qai.later/1";
+};
+
+// Hosts of other visibilities and without type information find these as well.
+int askStreaming(IQAIAssistant* assistant, IQAISession* session) {
+  auto* streaming = qaiExtension<IQAIStreaming>(assistant);
+  if (streaming == nullptr) return fail("no streamed turns");
+  if (qaiExtension<IQAIStreaming>(session) != nullptr) return fail("a session that streams");
+  if (qaiExtension<ExtensionOfALaterLibrary>(assistant) != nullptr) return fail("an extension that there is not yet");
+
+  std::string text;
+  const auto [message, error] = streaming->addMessageStreaming(session, kQuestion, {}, [&](std::string_view piece) {
+    text += piece;
+    return true;
+  });
+  const std::unique_ptr<IQAIMessage, Free> reply(message);
+  if (!error.empty()) return fail(error);
+  if (!namesTheTable(text) || text != textOf(*reply)) return fail("the pieces are not the reply: " + text);
+  const auto* details = qaiExtension<IQAIMessageDetails>(reply.get());
+  if (details == nullptr) return fail("no details");
+  return details->obtainFinishReason() == "stop" ? 0 : fail("no reason why the reply ended");
 }
 
 int ask(const std::string& host) {
@@ -39,10 +69,11 @@ int ask(const std::string& host) {
     properties->setProperty("db_structure", structure);
   });
   const std::unique_ptr<IQAISession, Free> session(assistant->createSession().first);
-  const auto [message, error] = assistant->addMessage(session.get(), "Which tables are there?");
+  const auto [message, error] = assistant->addMessage(session.get(), kQuestion);
   const std::unique_ptr<IQAIMessage, Free> reply(message);
   if (!error.empty()) return fail(error);
-  return namesTheTable(*reply) ? 0 : fail("the reply does not name the table");
+  if (!namesTheTable(textOf(*reply))) return fail("the reply does not name the table");
+  return askStreaming(assistant.get(), session.get());
 }
 
 }  // namespace
