@@ -8,3 +8,4 @@
 #include <cf/url.h>
 #include <qai.h>
 #include <qai.hpp>
+#include <qai_extensions.h>
