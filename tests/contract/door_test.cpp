@@ -56,6 +56,25 @@ TEST_P(Door, GivesNullForWhatItDoesNotKnow) {
   }
 }
 
+/// A host that was built against a later header.
+TEST_P(Door, LeavesOutOptionsThatItDoesNotKnow) {
+  struct LaterOptions {
+    QAIStreamOptions known;
+    std::uint64_t later[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  };
+  const auto assistant = assistantWith();
+  const auto session = newSession(*assistant);
+  const std::atomic<bool> stop{true};
+  LaterOptions options;
+  options.known.size = sizeof options;
+  auto* streaming = qaiExtension<IQAIStreaming>(assistant.get());
+  const auto sink = [](std::string_view) { return true; };
+  const Owned<IQAIMessage> reply(streaming->addMessageStreaming(session.get(), "one", options.known, sink).first);
+  EXPECT_NE(reply, nullptr);
+  options.known.stop = &stop;
+  EXPECT_EQ(streaming->addMessageStreaming(session.get(), "two", options.known, sink).second, "Stopped");
+}
+
 TEST(DoorOfNothing, IsNull) {
   EXPECT_EQ(qaiCastToExtensible(nullptr), nullptr);
   EXPECT_EQ(qaiExtension<IQAIStreaming>(nullptr), nullptr);
