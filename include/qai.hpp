@@ -1,23 +1,26 @@
 /// @file
 /// qai.h for C++ hosts: owners in place of raw pointers, results in place of pairs, settings by name in place of keys.
 ///
-/// Header-only, over qai.h and the standard library alone, so the binary interface stays qai.h's. Nothing is hidden:
-/// native() of each class gives the object underneath. Nothing is added to what a call costs: everything is an inline
-/// call of the plain interface with moved arguments; an assistant takes one allocation more, which its sessions share.
+/// Header-only, over qai.h, qai_extensions.h and the standard library alone, so the binary interface stays theirs.
+/// Nothing is hidden: native() of each class gives the object underneath. Nothing is added to what a call costs:
+/// everything is an inline call of the plain interface with moved arguments; an assistant takes one allocation more,
+/// which its sessions share.
 ///
 /// Every class here is empty when default-constructed or moved from. An empty object is safe to use: what can fail
 /// gives an error, what reads gives an empty value. Threads are as in qai.h; only a Canceller may be used from any.
 ///
 /// What the services, the network or a saved text get wrong comes back as a Result. Exceptions are what the standard
-/// library throws (std::bad_alloc), and what the host's own functions throw into configure().
+/// library throws (std::bad_alloc), and what the host's own functions throw into configure() and ask().
 #pragma once
 
 #include <qai.h>
+#include <qai/details.hpp>
 #include <qai/owners.hpp>
 #include <qai/properties.hpp>
 #include <qai/redaction.hpp>
 #include <qai/result.hpp>
 #include <qai/saved_host.hpp>
+#include <qai/streaming.hpp>
 #include <qai/translation.hpp>
 
 #include <chrono>
@@ -25,6 +28,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -64,6 +68,11 @@ class Message {
   std::chrono::sys_seconds created() const {
     return std::chrono::sys_seconds(std::chrono::seconds(message_ ? message_->obtainCreatedTime() : 0));
   }
+
+  /// Why it ended, what it cost and more of the like, as far as the service told; for use as long as the message.
+  Details details() const& noexcept { return Details(qaiExtension<IQAIMessageDetails>(message_.get())); }
+  /// Not of a message that goes at once: they would outlive it.
+  Details details() const&& = delete;
 
   /// The object underneath, owned by this one; null when empty.
   IQAIMessage* native() const noexcept { return message_.get(); }
@@ -118,6 +127,25 @@ class Session {
     return Result<Message>(Message(Owned<IQAIMessage>(message)), std::move(error));
   }
 
+  /// The same, and hands the reply's text to `sink` while it comes, on this thread: whole characters of UTF-8, which
+  /// are valid during the call and joined are the reply's text. `sink` returns nothing, or false to end the turn with
+  /// "Stopped". A failure tells that nothing of the reply is kept, though `sink` has had pieces. What `sink` throws
+  /// ends the turn and leaves ask(). Inside it only a Canceller is used. `options` has the limits, and a flag by which
+  /// any thread stops the turn, with Ollama as well; IQAIStreaming::addMessageStreaming says all of it.
+  ///
+  /// A library that is older than this can't hand pieces on. The turn is taken without `options` then, and `sink` gets
+  /// the whole text at its end, when it is too late to stop.
+  template <PieceSink Sink>
+  Result<Message> ask(std::string text, Sink&& sink, const QAIStreamOptions& options = {}) {
+    if (session_ == nullptr) return Result<Message>({}, detail::kEmptySession);
+    auto* const streaming = qaiExtension<IQAIStreaming>(&assistant());
+    if (streaming == nullptr) return handOnWhole(ask(std::move(text)), sink);
+    auto handOn = [&sink](std::string_view piece) { return detail::handOn(sink, piece); };
+    // By reference: a std::function that holds no more than that allocates nothing.
+    auto [message, error] = streaming->addMessageStreaming(session_.get(), std::move(text), options, std::ref(handOn));
+    return Result<Message>(Message(Owned<IQAIMessage>(message)), std::move(error));
+  }
+
   /// The conversation with the assistant's settings (never the key) as JSON text, for Assistant::loadSession().
   std::string save() const { return session_ ? session_->obtainSessionData() : std::string(); }
 
@@ -143,6 +171,12 @@ class Session {
 
   explicit Session(Pointer session) noexcept : session_(std::move(session)) {}
   IQAIAssistant& assistant() const noexcept { return *session_.get_deleter().core->assistant; }
+
+  template <class Sink>
+  static Result<Message> handOnWhole(Result<Message> reply, Sink& sink) {
+    if (const std::string whole = reply->text(); !whole.empty()) detail::handOn(sink, whole);
+    return reply;
+  }
 
   Pointer session_;
 };

@@ -3,6 +3,7 @@
 #include "support/allocation_probe.h"
 
 #include <functional>
+#include <string_view>
 #include <vector>
 
 namespace {
@@ -16,7 +17,7 @@ std::size_t allocationsOf(const std::function<void()>& call) {
 
 /// What each step of one conversation takes.
 struct Steps {
-  std::vector<std::size_t> turns;
+  std::vector<std::size_t> turns, streamedTurns;
   std::size_t creation, settings, reading, models, session, saving, restoring, end;
 };
 
@@ -48,6 +49,15 @@ class Cost : public EachHost {
         const Owned<IQAIMessage> reply(message);
       }));
     }
+    std::size_t size = 0;
+    for (int turn = 0; turn < 2; ++turn) {
+      steps.streamedTurns.push_back(allocationsOf([&] {
+        const auto count = [&size](std::string_view piece) { return (size += piece.size()) > 0; };
+        const auto [message, error] = qaiExtension<IQAIStreaming>(assistant.get())
+                                          ->addMessageStreaming(session.get(), kQuestion, {}, std::ref(count));
+        const Owned<IQAIMessage> reply(message);
+      }));
+    }
     steps.saving = allocationsOf([&] { saved = session->obtainSessionData(); });
     steps.end = allocationsOf([&] { assistant->destroySession(session.get()); });
     session.reset();
@@ -72,6 +82,12 @@ class Cost : public EachHost {
     for (int turn = 0; turn < 4; ++turn) {
       steps.turns.push_back(allocationsOf([&] { static_cast<void>(session.ask(kQuestion)); }));
     }
+    std::size_t size = 0;
+    for (int turn = 0; turn < 2; ++turn) {
+      steps.streamedTurns.push_back(allocationsOf([&] {
+        static_cast<void>(session.ask(kQuestion, [&size](std::string_view piece) { size += piece.size(); }));
+      }));
+    }
     steps.saving = allocationsOf([&] { saved = session.save(); });
     steps.end = allocationsOf([&] { static_cast<void>(session.destroy()); });
     steps.restoring = allocationsOf([&] { restored = assistant.loadSession(saved).value(); });
@@ -93,6 +109,8 @@ TEST_P(Cost, IsThatOfThePlainInterface) {
   const Steps steps = convenient();
   EXPECT_EQ(steps.turns, expected.turns);
   EXPECT_GT(steps.turns.back(), 0U);
+  EXPECT_EQ(steps.streamedTurns, expected.streamedTurns);
+  EXPECT_GT(steps.streamedTurns.back(), 0U);
   EXPECT_EQ(steps.creation, expected.creation + 1) << "what the assistant and its sessions share";
   EXPECT_EQ(steps.settings, expected.settings);
   EXPECT_EQ(steps.reading, expected.reading);

@@ -207,6 +207,7 @@ TEST_F(Ownership, EmptySessionGivesErrors) {
   // NOLINTBEGIN(bugprone-use-after-move,clang-analyzer-cplusplus.Move): what is left is defined
   EXPECT_FALSE(session);
   EXPECT_EQ(session.ask("q").error(), "Session is empty");
+  EXPECT_EQ(session.ask("q", [](std::string_view) {}).error(), "Session is empty");
   EXPECT_EQ(session.destroy().error(), "Session is empty");
   EXPECT_EQ(session.save(), "");
   EXPECT_EQ(session.native(), nullptr);
@@ -222,6 +223,7 @@ TEST_F(Ownership, EmptyMessageAndPropertiesReadAsNothing) {
   EXPECT_THAT(message.sections(), IsEmpty());
   EXPECT_EQ(message.role(), qai::Role::Assistant);
   EXPECT_EQ(message.created().time_since_epoch().count(), 0);
+  EXPECT_FALSE(message.details());
   const qai::Properties properties;
   EXPECT_FALSE(properties);
   EXPECT_EQ(properties.model(), "");
