@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <iostream>
 #include <string>
@@ -16,6 +17,7 @@
 namespace {
 
 void addOptions(CLI::App& app, standin::Options& options) {
+  constexpr int kLongestPace = 60'000;
   app.set_version_flag("--version", "qai-standin " QAI_VERSION);
   app.add_option("--host", options.host, "Address to listen on")->capture_default_str();
   app.add_option("--port", options.port, "Port to listen on; 0 takes any free one")
@@ -25,6 +27,10 @@ void addOptions(CLI::App& app, standin::Options& options) {
   CLI::Option* keyFile = app.add_option("--key-file", options.privateKeyFile, "PEM file of the certificate's key");
   certificate->needs(keyFile);
   keyFile->needs(certificate);
+  app.add_option_function<int>(
+         "--pace", [&options](int pace) { options.pace = std::chrono::milliseconds(pace); },
+         "Milliseconds to wait before each piece of a streamed reply, for people to see it grow")
+      ->check(CLI::Range(0, kLongestPace));
   // Not an option, for options stand in the list of processes.
   app.footer("Environment: QAI_STANDIN_KEY is the only API key to accept; when it is not set, any is.");
 }

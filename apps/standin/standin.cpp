@@ -160,8 +160,9 @@ std::optional<HttpReply> Server::Impl::exchange(const Request& request, Connecti
   } else if (script.fault == Fault::NoReply) {
     connection.awaitEnd();
   } else {
-    return prepareReply(followScript(answerUsually(sites, request, options.apiKey, script, assistants), script), script,
-                        number);
+    Reply reply = followScript(answerUsually(sites, request, options.apiKey, script, assistants), script);
+    if (reply.pieces) reply.pieces = slowDown(std::move(reply.pieces), options.pace);
+    return prepareReply(std::move(reply), script, number);
   }
   return std::nullopt;
 }

@@ -5,11 +5,13 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <http_server.h>
+#include <standin.h>
 
 #include <algorithm>
 #include <array>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -106,6 +108,23 @@ TEST(Pieces, ComeAfterTheirPauses) {
   const auto start = std::chrono::steady_clock::now();
   EXPECT_EQ(client.get("/").body, "onetwothree");
   EXPECT_GE(std::chrono::steady_clock::now() - start, milliseconds(60));
+}
+
+TEST(Pieces, OfStreamsAloneComeAtThePaceThatTheServerWasGiven) {
+  auto server = std::make_unique<standin::Server>(standin::Options{.pace = std::chrono::hours(1)});
+  const auto ask = [](const std::string& members) {
+    const std::string body = R"({"model":"standin-small","messages":[{"role":"user","content":"q"}])" + members + "}";
+    return "POST /v1/chat/completions HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer k\r\nContent-Length: " +
+           std::to_string(body.size()) + "\r\n\r\n" + body;
+  };
+  RawClient client(server->port());
+  client.send(ask(""));
+  EXPECT_THAT(client.readTo("\"usage\""), HasSubstr("chat.completion"));
+  client.send(ask(R"(,"stream":true)"));
+  client.readTo("text/event-stream");
+  client.readHead();
+  server.reset();
+  EXPECT_EQ(client.readToEnd(), "");
 }
 
 }  // namespace
