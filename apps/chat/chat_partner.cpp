@@ -1,6 +1,9 @@
 #include "chat_partner.h"
 
+#include "piecewise_redaction.h"
 #include "session_text.h"
+
+#include <cf/defer.h>
 
 #include <cstdint>
 #include <exception>
@@ -111,16 +114,55 @@ std::string ChatPartner::beginWith(qai::Result<qai::Session> made) {
 
 Answer ChatPartner::ask(const std::string& question) {
   putSettingsInPlace();
-  const auto reply = session_.ask(question);
-  if (!reply) return {.text = "", .error = fail(reply.error())};
+  return readReply(session_.ask(question));
+}
+
+Answer ChatPartner::askInPieces(const std::string& question, const ShowPiece& show) {
+  putSettingsInPlace();
+  return readReply(receive(question, show));
+}
+
+qai::Result<qai::Message> ChatPartner::receive(const std::string& question, const ShowPiece& show) {
+  PiecewiseRedaction redaction(endpoint_.secrets);
+  const auto showSome = [&show](const std::string& text) {
+    if (!text.empty()) show(text);
+  };
+  QAIStreamOptions options;
+  options.stop = &stop_;
+  inPieces_ = true;
+  const CODefer end([this] { inPieces_ = false; });
+  const auto take = [&](std::string_view piece) {
+    showSome(redaction.add(piece));
+    return !stop_;  // the library looks at it now and then only
+  };
+  auto reply = session_.ask(question, take, options);
+  if (reply) showSome(redaction.finish());
+  return reply;
+}
+
+Answer ChatPartner::readReply(const qai::Result<qai::Message>& reply) {
+  if (!reply) return {.error = fail(reply.error())};
   noteStatus();
-  return {.text = withoutSecrets(reply->text(), endpoint_.secrets), .error = ""};
+  const auto clean = [this](std::string_view text) { return withoutSecrets(std::string(text), endpoint_.secrets); };
+  const qai::Details details = reply->details();
+  return {.text = clean(reply->text()),
+          .finishReason = clean(details.finishReason()),
+          .refusal = clean(details.refusal()),
+          .tokens = {.in = details.inputTokens(), .out = details.outputTokens(), .cached = details.cachedTokens()}};
 }
 
 bool ChatPartner::cancel() noexcept {
-  if (!provider().canCancel) return false;
-  canceller_.cancel();
-  return true;
+  const bool isRepeated = stop_.exchange(true);
+  // A run goes on at the service when its request is cut off, and the next question is refused meanwhile. So it is
+  // stopped in order; who does not want to wait for that asks again.
+  if (inPieces_ && provider().keepsConversations && !isRepeated) return true;
+  if (provider().canCancel) canceller_.cancel();
+  return inPieces_ || provider().canCancel;
+}
+
+void ChatPartner::dropLateCancel() noexcept {
+  stop_ = false;
+  assistant_.dropCancel();
 }
 
 /// Notes what the last request tells of the key: one that succeeded had a good one, whatever its reply was worth.

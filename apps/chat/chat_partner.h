@@ -6,6 +6,7 @@
 
 #include <qai.hpp>
 
+#include <atomic>
 #include <string>
 #include <utility>
 #include <vector>
@@ -50,13 +51,14 @@ class ChatPartner final : public Answerer {
   /// Begins a conversation with the turns of `saved`. @return an error text
   std::string resumeConversation(const std::string& saved);
   Answer ask(const std::string& question) override;
+  Answer askInPieces(const std::string& question, const ShowPiece& show) override;
   ExitCode failureCode() const override { return failureCode_; }
 
-  /// Ends the request in flight, or the next one; false when this service's requests can't be ended. May be called
-  /// from any thread.
+  /// Ends the request in flight, or the next one; false when it can't be ended. An answer in pieces can be with every
+  /// service. May be called from any thread.
   bool cancel() noexcept;
   /// After a turn that was cancelled: takes back a cancel that came when the request was over and would end the next.
-  void dropLateCancel() noexcept { assistant_.dropCancel(); }
+  void dropLateCancel() noexcept;
 
   /// Ends the conversation and has the service forget all that it kept for it. Waits a few seconds at most for each
   /// request; the last that is asked of this object.
@@ -66,6 +68,8 @@ class ChatPartner final : public Answerer {
   void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
   void noteStatus();
   std::string fail(std::string error);
+  qai::Result<qai::Message> receive(const std::string& question, const ShowPiece& show);
+  Answer readReply(const qai::Result<qai::Message>& reply);
   std::string beginWith(qai::Result<qai::Session> made);
   void destroyEnded();
 
@@ -74,7 +78,9 @@ class ChatPartner final : public Answerer {
   qai::Canceller canceller_;
   qai::Session session_;
   std::vector<qai::Session> ended_;  // which the service may still keep
-  bool isKept_ = false;              // the service keeps the assistant
-  bool keyAccepted_ = false;         // by a request that succeeded
+  std::atomic<bool> stop_ = false;   // the answer in pieces, or the next one
+  std::atomic<bool> inPieces_ = false;
+  bool isKept_ = false;       // the service keeps the assistant
+  bool keyAccepted_ = false;  // by a request that succeeded
   ExitCode failureCode_ = ExitCode::ServiceFailed;
 };

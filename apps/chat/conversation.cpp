@@ -1,7 +1,9 @@
 #include "conversation.h"
 
+#include "answer_end.h"
 #include "rendering.h"
 #include "standard_streams.h"
+#include "token_count.h"
 
 #include <cf/text.h>
 
@@ -17,7 +19,7 @@ namespace {
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";  // which Windows' programs put before UTF-8
 
-enum class Command { Help, New, Provider, Quit };
+enum class Command { Cost, Help, New, Provider, Quit };
 
 struct CommandEntry {
   std::string_view name;
@@ -27,6 +29,7 @@ struct CommandEntry {
 };
 
 constexpr std::array kCommands{
+    CommandEntry{"/cost", Command::Cost, "", "the tokens of this conversation, as far as the service tells"},
     CommandEntry{"/help", Command::Help, "", "this list"},
     CommandEntry{"/new", Command::New, "", "forget the conversation so far and begin anew"},
     CommandEntry{"/provider", Command::Provider, "", "list the services"},
@@ -62,8 +65,7 @@ void printHelp(std::ostream& err) {
     const std::string call = std::string(entry.name) + " " + std::string(entry.arguments);
     err << "  " << padded(call, kCallWidth) << entry.meaning << '\n';
   }
-  err << "Anything else is a question. Ctrl-C ends the wait for an answer, " << obtainEndOfInputKeys()
-      << " the conversation.\n";
+  err << "Anything else is a question. Ctrl-C stops an answer, " << obtainEndOfInputKeys() << " the conversation.\n";
 }
 
 void printProviders(const MovableAnswerer& answerer, std::ostream& err) {
@@ -74,6 +76,14 @@ void printProviders(const MovableAnswerer& answerer, std::ostream& err) {
   }
 }
 
+/// A conversation with a person.
+struct Talk {
+  MovableAnswerer& answerer;
+  const Streams& streams;
+  const TurnRunner& runTurn;
+  TokenCount tokens = {};
+};
+
 void tellFailure(const std::string& error, bool calledOff, std::ostream& err) {
   if (calledOff) {
     err << "\nCancelled.\n";
@@ -82,31 +92,35 @@ void tellFailure(const std::string& error, bool calledOff, std::ostream& err) {
   }
 }
 
-void move(MovableAnswerer& answerer, const std::vector<std::string>& words, std::ostream& err,
-          const TurnRunner& runTurn) {
+void move(Talk& talk, const std::vector<std::string>& words) {
+  std::ostream& err = talk.streams.err;
   const Provider* provider = findProvider(words[1]);
   if (provider == nullptr) {
     complain(err, "'" + words[1] + "' is not one of: " + listProviders());
     return;
   }
-  const Provider& earlier = answerer.provider();
+  const Provider& earlier = talk.answerer.provider();
   std::string error;
-  const bool calledOff = runTurn([&] { error = answerer.moveTo(*provider, words.size() > 2 ? words[2] : ""); });
+  const bool calledOff =
+      talk.runTurn([&] { error = talk.answerer.moveTo(*provider, words.size() > 2 ? words[2] : ""); });
   if (!error.empty()) {
     tellFailure(error, calledOff, err);
     err << "The conversation stays with " << earlier.title << ".\n";
     return;
   }
-  err << provider->title << " answers from here on. Model: " << terminalSafeLine(answerer.model()) << ".\n";
+  err << provider->title << " answers from here on. Model: " << terminalSafeLine(talk.answerer.model()) << ".\n";
   if (carriesTurns(earlier, *provider)) return;
+  talk.tokens = {};
   const Provider& keeper = earlier.keepsConversations ? earlier : *provider;
   err << keeper.title << " keeps conversations itself, so this one starts anew.\n";
 }
 
-void beginAnew(Answerer& answerer, std::ostream& err, const TurnRunner& runTurn) {
+void beginAnew(Talk& talk) {
+  std::ostream& err = talk.streams.err;
   std::string error;
-  const bool calledOff = runTurn([&] { error = answerer.startConversation(); });
+  const bool calledOff = talk.runTurn([&] { error = talk.answerer.startConversation(); });
   if (error.empty()) {
+    talk.tokens = {};
     err << "The conversation begins anew.\n";
     return;
   }
@@ -115,7 +129,8 @@ void beginAnew(Answerer& answerer, std::ostream& err, const TurnRunner& runTurn)
 }
 
 /// @return false when the conversation ends.
-bool obey(const std::string& line, MovableAnswerer& answerer, std::ostream& err, const TurnRunner& runTurn) {
+bool obey(Talk& talk, const std::string& line) {
+  std::ostream& err = talk.streams.err;
   const std::vector<std::string> words = splitWords(line);
   const CommandEntry* entry = findCommand(words);
   if (entry == nullptr) {
@@ -123,17 +138,20 @@ bool obey(const std::string& line, MovableAnswerer& answerer, std::ostream& err,
     return true;
   }
   switch (entry->command) {
+    case Command::Cost:
+      err << talk.tokens.describe() << '\n';
+      return true;
     case Command::Help:
       printHelp(err);
       return true;
     case Command::New:
-      beginAnew(answerer, err, runTurn);
+      beginAnew(talk);
       return true;
     case Command::Provider:
       if (words.size() > 1) {
-        move(answerer, words, err, runTurn);
+        move(talk, words);
       } else {
-        printProviders(answerer, err);
+        printProviders(talk.answerer, err);
       }
       return true;
     case Command::Quit:
@@ -142,26 +160,56 @@ bool obey(const std::string& line, MovableAnswerer& answerer, std::ostream& err,
   return true;
 }
 
-void takeTurn(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn) {
+struct Asked {
   Answer answer;
-  const bool calledOff = runTurn([&] { answer = answerer.ask(question); });
-  if (answer.error.empty()) {
-    printText(streams.out, answer.text);
+  bool calledOff = false;
+};
+
+/// Asks `question` and shows the answer, but not why there is none.
+Asked askAndShow(Answerer& answerer, const std::string& question, const Streams& streams, const TurnRunner& runTurn) {
+  Asked asked;
+  TextWriter writer(streams.out);
+  if (streams.showsPieces) {
+    const auto show = [&writer](std::string_view piece) { writer.add(piece); };
+    asked.calledOff = runTurn([&] { asked.answer = answerer.askInPieces(question, show); });
   } else {
-    tellFailure(answer.error, calledOff, streams.err);
+    asked.calledOff = runTurn([&] { asked.answer = answerer.ask(question); });
   }
-  streams.err << '\n';
+  if (!asked.answer.error.empty()) {
+    if (!asked.calledOff) writer.breakOff();
+    return asked;
+  }
+  writer.finish(streams.showsPieces ? "" : asked.answer.text);
+  if (const std::string end = explainEnd(asked.answer); !end.empty()) complain(streams.err, end);
+  return asked;
+}
+
+void tellStop(const Provider& provider, std::ostream& err) {
+  err << "\nStopped. Nothing of the answer is kept";
+  if (provider.keepsConversations) {
+    err << "; " << provider.title << " may keep the question.\n";
+  } else {
+    err << ", and it is as if you had not asked.\n";
+  }
+}
+
+void takeTurn(Talk& talk, const std::string& question) {
+  const auto [answer, calledOff] = askAndShow(talk.answerer, question, talk.streams, talk.runTurn);
+  if (answer.error.empty()) {
+    talk.tokens.add(answer.tokens);
+  } else if (calledOff) {
+    tellStop(talk.answerer.provider(), talk.streams.err);
+  } else {
+    complain(talk.streams.err, answer.error);
+  }
+  talk.streams.err << '\n';
 }
 
 }  // namespace
 
 ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn) {
-  Answer answer;
-  runTurn([&] { answer = answerer.ask(question); });
-  if (answer.error.empty()) {
-    printText(streams.out, answer.text);
-    return ExitCode::Fine;
-  }
+  const Answer answer = askAndShow(answerer, question, streams, runTurn).answer;
+  if (answer.error.empty()) return ExitCode::Fine;
   complain(streams.err, answer.error);
   return answerer.failureCode();
 }
@@ -180,13 +228,14 @@ ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runT
 }
 
 void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn) {
+  Talk talk{.answerer = answerer, .streams = streams, .runTurn = runTurn};
   std::string line;
   while (streams.err << kPrompt << std::flush, std::getline(streams.in, line)) {
     const std::string text = cfTrimAsString(line);
     if (text.empty()) continue;
     if (!text.starts_with('/')) {
-      takeTurn(answerer, text, streams, runTurn);
-    } else if (!obey(text, answerer, streams.err, runTurn)) {
+      takeTurn(talk, text);
+    } else if (!obey(talk, text)) {
       return;
     }
   }

@@ -1,18 +1,13 @@
 // Questions in, answers out: once, line by line from a pipe, or with a person at a terminal.
 #pragma once
 
+#include "answer.h"
 #include "exit_code.h"
 #include "providers.h"
 
 #include <functional>
 #include <iosfwd>
 #include <string>
-
-/// What came of a question: a text, or an error for the user.
-struct Answer {
-  std::string text;
-  std::string error;
-};
 
 /// What answers questions, each with the earlier ones of the conversation in mind.
 class Answerer {
@@ -22,6 +17,9 @@ class Answerer {
   /// success.
   virtual std::string startConversation() = 0;
   virtual Answer ask(const std::string& question) = 0;
+  /// The same, and calls `show` with the text while it comes; the pieces joined are the answer's text. A failure may
+  /// come after some of them.
+  virtual Answer askInPieces(const std::string& question, const ShowPiece& show) = 0;
   /// After a failed turn: what the program's end should tell of it.
   virtual ExitCode failureCode() const = 0;
 };
@@ -43,6 +41,7 @@ struct Streams {
   std::istream& in;
   std::ostream& out;
   std::ostream& err;
+  bool showsPieces = false;  // answers go out while they come
 };
 
 /// Runs a turn and tells whether the user called it off. What it throws ends the conversation.

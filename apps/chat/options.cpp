@@ -16,6 +16,10 @@ terminal gets a conversation (/help lists its commands), and of piped input each
 line that is not blank is a question. The database is only read, and only its
 structure goes to the service, never its rows.
 
+A terminal shows an answer while it comes, and Ctrl-C stops it; a pipe or a file
+gets it when it is complete. --no-stream has it complete everywhere, for servers
+that do not stream or refuse to be asked for it.
+
 Providers, the environment variables with their keys, and where they are:
 )";
 
@@ -99,6 +103,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
   app.add_flag("--allow-http", options.allowHttp, "let keys go unencrypted to other machines");
   app.add_option("--save", options.saveFile, "keep the conversation in FILE")->type_name("FILE");
   app.add_option("--restore", options.restoreFile, "go on with the conversation in FILE")->type_name("FILE");
+  app.add_flag("--no-stream", options.isWhole, "show each answer when it is complete");
   app.add_flag("--list-models", options.listModels, "list the service's models and end");
   app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");
   app.set_version_flag("--version", std::string("qai-chat ") + QAI_VERSION, "print the version and end");

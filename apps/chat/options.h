@@ -21,6 +21,7 @@ struct Options {
   std::string saveFile;
   std::string database;
   std::optional<std::string> question;
+  bool isWhole = false;  // answers are shown when they are complete, on terminals, too
   bool listModels = false;
   bool showPrompt = false;
 };

@@ -181,6 +181,7 @@ ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams)
 }  // namespace
 
 ExitCode runProgram(const Options& options, Streams streams) {
+  streams.showsPieces = !options.isWhole && isOutputTerminal();
   if (options.listModels) return listModels(options, streams);
   const std::unique_ptr<DatabaseReader> reader = openSqliteDatabase(options.database);
   const DatabaseDescription database = reader->readDescription();

@@ -6,6 +6,7 @@
 #include <array>
 #include <cerrno>
 #include <ostream>
+#include <utility>
 
 namespace {
 
@@ -52,14 +53,20 @@ char32_t readCharacter(std::string_view text) {
   return character;
 }
 
-/// Whether `character` is shown as it is between these two; 0 stands for none, or for one that is not shown.
-bool isShown(char32_t before, char32_t character, char32_t after) {
+constexpr bool isJoiner(char32_t character) {
   constexpr char32_t kNonJoiner = 0x200C;
   constexpr char32_t kJoiner = 0x200D;
+  return character == kNonJoiner || character == kJoiner;
+}
+
+/// Whether what becomes of `character` is up to the one behind it.
+constexpr bool needsNext(char32_t character) { return character == U'\r' || isJoiner(character); }
+
+/// Whether `character` is shown as it is between these two; 0 stands for none, or for one that is not shown.
+bool isShown(char32_t before, char32_t character, char32_t after) {
   constexpr char32_t kTextSelector = 0xFE0E;
   constexpr char32_t kEmojiSelector = 0xFE0F;
-  if (character == kNonJoiner || character == kJoiner)
-    return isIn(kJoined, before) && isIn(kJoined, after) && !isIn(kUnseen, after);
+  if (isJoiner(character)) return isIn(kJoined, before) && isIn(kJoined, after) && !isIn(kUnseen, after);
   if (character == kTextSelector || character == kEmojiSelector) return before > U' ' && !isIn(kUnseen, before);
   return !isIn(kUnseen, character);
 }
@@ -67,17 +74,31 @@ bool isShown(char32_t before, char32_t character, char32_t after) {
 }  // namespace
 
 std::string terminalSafe(std::string_view text) {
-  const std::string wellFormed = cfToUTF8(text);
+  SafeText whole;
+  std::string safe = whole.add(text);
+  return safe += whole.finish();
+}
+
+std::string SafeText::add(std::string_view piece) {
+  return render(std::exchange(held_, {}).append(cfToUTF8(piece)), false);
+}
+
+std::string SafeText::finish() { return render(std::exchange(held_, {}), true); }
+
+std::string SafeText::render(std::string_view wellFormed, bool isLast) {
   std::string safe;
   safe.reserve(wellFormed.size());
-  char32_t before = 0;
   for (std::string_view rest = wellFormed; !rest.empty();) {
     const std::size_t size = sizeOfCharacter(rest.front());
     const char32_t character = readCharacter(rest);
+    if (size == rest.size() && !isLast && needsNext(character)) {
+      held_ = rest;
+      break;
+    }
     const bool endsLine = rest.starts_with("\r\n");  // the newline will do
-    const bool shown = isShown(before, character, readCharacter(rest.substr(size)));
+    const bool shown = isShown(before_, character, readCharacter(rest.substr(size)));
     if (!endsLine) safe += shown ? rest.substr(0, size) : kReplacement;
-    before = shown ? character : 0;
+    before_ = shown ? character : 0;
     rest.remove_prefix(size);
   }
   return safe;
@@ -90,12 +111,27 @@ std::string terminalSafeLine(std::string_view text) {
   return safe;
 }
 
-void printText(std::ostream& out, std::string_view text) {
-  std::string safe = terminalSafe(text);
-  if (!safe.ends_with('\n')) safe += '\n';
-  errno = 0;
-  out << safe << std::flush;
-  if (!out) throw OutputError(errno, std::generic_category(), "The answer can't be written");
+void TextWriter::add(std::string_view piece) { write(text_.add(piece)); }
+
+void TextWriter::finish(std::string_view piece) {
+  std::string rest = text_.add(piece);
+  rest += text_.finish();
+  if (!rest.ends_with('\n') && (last_ != '\n' || !rest.empty())) rest += '\n';
+  write(rest);
 }
+
+void TextWriter::breakOff() {
+  if (last_ != '\0' && last_ != '\n') write("\n");
+}
+
+void TextWriter::write(std::string_view safe) {
+  if (safe.empty()) return;
+  errno = 0;
+  out_ << safe << std::flush;
+  if (!out_) throw OutputError(errno, std::generic_category(), "The answer can't be written");
+  last_ = safe.back();
+}
+
+void printText(std::ostream& out, std::string_view text) { TextWriter(out).finish(text); }
 
 void complain(std::ostream& err, std::string_view text) { err << "qai-chat: " << terminalSafeLine(text) << std::endl; }

@@ -15,6 +15,22 @@ inline constexpr const char* kNoMemory = "There is not enough memory";
 /// emoji, and one selector behind an emoji.
 std::string terminalSafe(std::string_view text);
 
+/// terminalSafe of a text that comes in pieces: what it gives, joined, is that of the whole. Holds one character back
+/// where the next one decides.
+class SafeText {
+ public:
+  /// The next piece, of whole characters. @return what can be shown of the text now
+  std::string add(std::string_view piece);
+  /// The text is at its end. @return what was held back
+  std::string finish();
+
+ private:
+  std::string render(std::string_view wellFormed, bool isLast);
+
+  std::string held_;
+  char32_t before_ = 0;  // the last character, when it was shown
+};
+
 /// As terminalSafe, for what must stay on one line: newlines and tabs become spaces.
 std::string terminalSafeLine(std::string_view text);
 
@@ -22,6 +38,27 @@ std::string terminalSafeLine(std::string_view text);
 class OutputError : public std::system_error {
  public:
   using std::system_error::system_error;
+};
+
+/// Writes a text while it comes, made safe. Each operation flushes. @throw OutputError
+class TextWriter {
+ public:
+  /// Borrows `out`.
+  explicit TextWriter(std::ostream& out) noexcept : out_(out) {}
+
+  /// The next piece, of whole characters.
+  void add(std::string_view piece);
+  /// The last piece, ended by one newline.
+  void finish(std::string_view piece = "");
+  /// The text goes no further: ends its line, where one was begun.
+  void breakOff();
+
+ private:
+  void write(std::string_view safe);
+
+  std::ostream& out_;
+  SafeText text_;
+  char last_ = '\0';  // that was written
 };
 
 /// Writes `text`, made safe and ended by one newline, and flushes. @throw OutputError

@@ -21,8 +21,14 @@ std::string Switchboard::open(const std::string& saved) {
   return error.empty() ? line_.partner->startConversation() : error;
 }
 
-Answer Switchboard::ask(const std::string& question) {
-  Answer answer = line_.partner->ask(question);
+Answer Switchboard::ask(const std::string& question) { return saved(line_.partner->ask(question)); }
+
+Answer Switchboard::askInPieces(const std::string& question, const ShowPiece& show) {
+  return saved(line_.partner->askInPieces(question, show));
+}
+
+/// `answer`, with the conversation saved that it is the last of.
+Answer Switchboard::saved(Answer answer) {
   if (answer.error.empty() && !saveFile_.empty()) save();
   return answer;
 }

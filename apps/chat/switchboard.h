@@ -37,6 +37,7 @@ class Switchboard final : public MovableAnswerer {
 
   std::string startConversation() override { return line_.partner->startConversation(); }
   Answer ask(const std::string& question) override;
+  Answer askInPieces(const std::string& question, const ShowPiece& show) override;
   ExitCode failureCode() const override { return line_.partner->failureCode(); }
 
   /// As with ChatPartner, for the one that is being asked; a move asks the one that it goes to.
@@ -54,6 +55,7 @@ class Switchboard final : public MovableAnswerer {
   std::string changeModel(Setup& setup);
   std::string goOn(ChatPartner& next, Setup& setup);
   void setAsked(ChatPartner* partner);
+  Answer saved(Answer answer);
   void save();
 
   Choose choose_;

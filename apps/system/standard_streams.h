@@ -10,5 +10,8 @@ void setUpStandardStreams();
 /// Whether a person types the standard input.
 bool isInputTerminal();
 
+/// Whether a person reads the standard output.
+bool isOutputTerminal();
+
 /// What a person types to end the input, in words.
 const char* obtainEndOfInputKeys();

@@ -28,4 +28,6 @@ void setUpStandardStreams() {
 
 bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }
 
+bool isOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
 const char* obtainEndOfInputKeys() { return "Ctrl-D"; }

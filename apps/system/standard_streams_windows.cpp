@@ -15,4 +15,6 @@ void setUpStandardStreams() {
 
 bool isInputTerminal() { return isConsole(GetStdHandle(STD_INPUT_HANDLE)); }
 
+bool isOutputTerminal() { return isConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
+
 const char* obtainEndOfInputKeys() { return "Ctrl-Z and Enter"; }

@@ -128,8 +128,10 @@ TEST_F(Moving, CanBeCalledOff) {
   EXPECT_EQ(chat.finish(), 0);
 }
 
-TEST_F(Moving, ToOllamaCtrlCWarnsFirstAndThenEndsTheProgram) {
-  TerminalChild chat(command("openai", "OPENAI_API_KEY"));
+TEST_F(Moving, ToOllamaCtrlCDuringAWholeAnswerWarnsFirstAndThenEndsTheProgram) {
+  Command whole = command("openai", "OPENAI_API_KEY");
+  whole.arguments.push_back("--no-stream");
+  TerminalChild chat(whole);
   chat.waitFor("\n> ");
   enter(chat, "/provider ollama any-model");
   ollama_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});

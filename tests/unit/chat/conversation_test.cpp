@@ -24,8 +24,17 @@ class FakeAnswerer : public MovableAnswerer {
   }
   Answer ask(const std::string& question) override {
     questions.push_back(question);
-    if (question.starts_with("bad")) return {.text = "", .error = "no answer to " + question};
-    return {.text = "re: " + question, .error = ""};
+    if (question.starts_with("bad")) return {.error = "no answer to " + question};
+    Answer answer = next;
+    if (answer.text.empty() && answer.finishReason.empty()) answer.text = "re: " + question;
+    return answer;
+  }
+  /// In two pieces, of which a failure has the first one.
+  Answer askInPieces(const std::string& question, const ShowPiece& show) override {
+    Answer answer = ask(question);
+    if (!answer.text.empty() || question == "bad end") show("re: ");
+    if (!answer.text.empty()) show(answer.text.substr(4));
+    return answer;
   }
   ExitCode failureCode() const override { return code; }
   const Provider& provider() const override { return *provider_; }
@@ -41,6 +50,7 @@ class FakeAnswerer : public MovableAnswerer {
   int conversations = 0;
   std::string conversationError;
   ExitCode code = ExitCode::ServiceFailed;
+  Answer next;  // what is beside the usual text
   std::string moveError;
 
  private:
@@ -136,8 +146,70 @@ TEST_F(Conversation, TerminalGoesOnAfterAFailure) {
 
 TEST_F(Conversation, AnInterruptedTurnIsNoFailure) {
   converse(answerer_, streams("bad\n"), runInterrupted);
-  EXPECT_THAT(err_.str(), HasSubstr("Cancelled.\n"));
-  EXPECT_THAT(err_.str(), Not(HasSubstr("no answer")));
+  EXPECT_EQ(err_.str(), "> \nStopped. Nothing of the answer is kept, and it is as if you had not asked.\n\n> \n");
+}
+
+TEST_F(Conversation, AServiceThatKeepsConversationsMayKeepTheQuestionOfAnInterruptedTurn) {
+  answerer_.moveTo(*findProvider("openai-assistants"), "");
+  converse(answerer_, streams("bad\n"), runInterrupted);
+  EXPECT_THAT(err_.str(),
+              HasSubstr("Stopped. Nothing of the answer is kept; OpenAI Assistants may keep the question.\n"));
+}
+
+TEST_F(Conversation, InPiecesLooksAsItDoesWhole) {
+  Streams inPieces = streams("one\nbad\ntwo\n");
+  inPieces.showsPieces = true;
+  EXPECT_EQ(answerLines(answerer_, inPieces, runPlainly), ExitCode::ServiceFailed);
+  EXPECT_EQ(out_.str(), "re: one\nre: two\n");
+  EXPECT_EQ(err_.str(), "qai-chat: no answer to bad\n");
+}
+
+TEST_F(Conversation, AnAnswerThatFailsInTheMiddleEndsItsLine) {
+  Streams inPieces = streams("bad end\n");
+  inPieces.showsPieces = true;
+  converse(answerer_, inPieces, runPlainly);
+  EXPECT_EQ(out_.str(), "re: \n");
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: no answer to bad end\n"));
+}
+
+TEST_F(Conversation, AnAnswerThatWasCutIsShownAndTold) {
+  answerer_.next = {.text = "re: half", .finishReason = "length"};
+  EXPECT_EQ(answerOnce(answerer_, "q", streams(), runPlainly), ExitCode::Fine);
+  EXPECT_EQ(out_.str(), "re: half\n");
+  EXPECT_EQ(err_.str(), "qai-chat: The answer was cut: it had reached the most tokens (length).\n");
+}
+
+TEST_F(Conversation, AnAnswerWithoutTextIsTold) {
+  answerer_.next = {.finishReason = "stop", .refusal = "I\x1b can't."};
+  for (const bool showsPieces : {false, true}) {
+    Streams given = streams();
+    given.showsPieces = showsPieces;
+    err_.str("");
+    EXPECT_EQ(answerOnce(answerer_, "q", given, runPlainly), ExitCode::Fine);
+    EXPECT_EQ(err_.str(), "qai-chat: The service sent no text. The model refused: I\uFFFD can't.\n");
+  }
+}
+
+TEST_F(Conversation, CostIsThatOfTheConversation) {
+  answerer_.next.tokens = {.in = 5, .out = 2};
+  converse(answerer_, streams("/cost\none\nbad\ntwo\n/cost\n/provider gemini\n/cost\n/new\n/cost\n"), runPlainly);
+  const std::string both = "> 2 answers. Tokens: 10 in, 4 out.\n";
+  EXPECT_THAT(err_.str(), HasSubstr("> There is no answer yet.\n"));
+  EXPECT_THAT(err_.str(), HasSubstr(both + "> Gemini answers from here on. Model: its first.\n" + both));
+  EXPECT_THAT(err_.str(), HasSubstr("The conversation begins anew.\n> There is no answer yet.\n"));
+}
+
+TEST_F(Conversation, CostBeginsAnewWithAServiceThatCannotGoOn) {
+  answerer_.next.tokens = {.in = 5, .out = 2};
+  converse(answerer_, streams("one\n/provider openai-assistants\n/cost\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("starts anew.\n> There is no answer yet.\n"));
+}
+
+TEST_F(Conversation, CostOfAConversationThatGoesOnAfterAllStays) {
+  answerer_.next.tokens = {.in = 5, .out = 2};
+  answerer_.conversationError = answerer_.moveError = "not now";
+  converse(answerer_, streams("one\n/new\n/provider openai-assistants\n/cost\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("> 1 answer. Tokens: 5 in, 2 out.\n"));
 }
 
 TEST_F(Conversation, AnAnswerThatCameBeforeTheInterruptIsShown) {
@@ -152,7 +224,7 @@ TEST_F(Conversation, QuitEndsIt) {
 
 TEST_F(Conversation, HelpListsTheCommands) {
   converse(answerer_, streams("/help\n"), runPlainly);
-  for (const char* command : {"/help", "/new", "/provider NAME [MODEL]", "/quit"})
+  for (const char* command : {"/cost", "/help", "/new", "/provider NAME [MODEL]", "/quit"})
     EXPECT_THAT(err_.str(), HasSubstr(command));
   EXPECT_EQ(out_.str(), "");
 }

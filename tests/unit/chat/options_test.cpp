@@ -26,9 +26,12 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(line.options.restoreFile, "r.json");
   EXPECT_EQ(line.options.database, "shop.db");
   EXPECT_EQ(line.options.question, "How many?");
+  EXPECT_FALSE(line.options.isWhole);
   EXPECT_FALSE(line.options.listModels);
   EXPECT_FALSE(line.options.showPrompt);
 }
+
+TEST(CommandLine, MayHaveAnswersComeWhole) { EXPECT_TRUE(readCommandLine({"--no-stream", "shop.db"}).options.isWhole); }
 
 TEST(CommandLine, LeavesTheRestToDefaults) {
   const CommandLine line = readCommandLine({"shop.db"});

@@ -1,5 +1,7 @@
 #include "rendering.h"
 
+#include <cf/text.h>
+
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -15,6 +17,23 @@ struct SafeCase {
 class TerminalSafe : public testing::TestWithParam<SafeCase> {};
 
 TEST_P(TerminalSafe, KeepsTextAndDisarmsControls) { EXPECT_EQ(terminalSafe(GetParam().given), GetParam().shown); }
+
+TEST_P(TerminalSafe, IsTheSameOfATextInPieces) {
+  const std::string whole = cfToUTF8(GetParam().given);
+  SafeText single;
+  std::string shownSingly;
+  for (std::size_t cut = 0; cut <= whole.size(); ++cut) {
+    std::size_t next = cut + 1;
+    while (next < whole.size() && (static_cast<unsigned char>(whole[next]) & 0xC0U) == 0x80U) ++next;
+    SafeText text;
+    std::string shown = text.add(whole.substr(0, cut));
+    shown += text.add(whole.substr(cut));
+    EXPECT_EQ(shown + text.finish(), GetParam().shown) << cut;
+    if (cut < whole.size()) shownSingly += single.add(whole.substr(cut, next - cut));
+    cut = next - 1;
+  }
+  EXPECT_EQ(shownSingly + single.finish(), GetParam().shown);
+}
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, TerminalSafe,
@@ -68,6 +87,43 @@ TEST(PrintText, TellsThatNothingCanBeWritten) {
   std::ostringstream out;
   out.setstate(std::ios::badbit);
   EXPECT_THROW(printText(out, "a"), OutputError);
+}
+
+TEST(TextWriter, WritesPiecesAsTheyComeAndEndsWithOneNewline) {
+  std::ostringstream out;
+  TextWriter writer(out);
+  writer.add("a\r");
+  EXPECT_EQ(out.str(), "a");
+  writer.add("\nb\x1b");
+  EXPECT_EQ(out.str(), "a\nb\uFFFD");
+  writer.finish("c");
+  EXPECT_EQ(out.str(), "a\nb\uFFFDc\n");
+  writer.add("d\n");
+  writer.finish();
+  EXPECT_EQ(out.str(), "a\nb\uFFFDc\nd\n");
+}
+
+TEST(TextWriter, EndsAnEmptyTextWithANewlineToo) {
+  std::ostringstream out;
+  TextWriter(out).finish();
+  EXPECT_EQ(out.str(), "\n");
+}
+
+TEST(TextWriter, BreaksOffBelowWhatWasWritten) {
+  std::ostringstream out;
+  TextWriter(out).breakOff();
+  EXPECT_EQ(out.str(), "");
+  TextWriter writer(out);
+  writer.add("a");
+  writer.breakOff();
+  writer.breakOff();
+  EXPECT_EQ(out.str(), "a\n");
+}
+
+TEST(TextWriter, TellsThatNothingCanBeWritten) {
+  std::ostringstream out;
+  out.setstate(std::ios::badbit);
+  EXPECT_THROW(TextWriter(out).add("a"), OutputError);
 }
 
 TEST(Complain, WritesOneLineUnderTheProgramsName) {
