@@ -40,6 +40,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(Row{"nothing", "", ""}, Row{"other", "no s/cr", "no s/cr"}, Row{"whole", "s/cr\"t", "[redacted]"},
                     Row{"first", "s/cr\"t!", "[redacted]!"}, Row{"last", "is s/cr\"t", "is [redacted]"},
                     Row{"twice", "s/cr\"ts/cr\"t", "[redacted][redacted]"},
+                    Row{"all_but_its_first_letter", "/cr\"t", "/cr\"t"},
                     Row{"behind_a_false_start", "s/cs/cr\"t", "s/c[redacted]"},
                     Row{"percent", "key=s%2Fcr%22t&x", "key=[redacted]&x"},
                     Row{"percent_lower", "key=s%2fcr%22t&x", "key=[redacted]&x"},
