@@ -13,7 +13,7 @@ constexpr int hexValue(char digit) noexcept {
 
 /// The number that `count` hexadecimal digits at `at` make; -1 when they are not all there.
 constexpr int hexNumber(std::string_view text, std::size_t at, std::size_t count) noexcept {
-  if (at > text.size() || text.size() - at < count) return -1;
+  if (text.size() < at + count) return -1;
   int number = 0;
   for (const char digit : text.substr(at, count)) {
     if (hexValue(digit) < 0) return -1;
