@@ -75,6 +75,12 @@ TEST(Redaction, FindsCharactersBeyondASCIIInTheirEscapes) {
   EXPECT_EQ(redacted("key=%D0%BA%D0%BB%D1%8E%D1%87", "ключ"), "key=[redacted]");
 }
 
+TEST(Redaction, FindsNULInItsEscapes) {
+  const std::string secret("one\0two", 7);
+  EXPECT_EQ(redacted(R"(key: one\u0000two!)", secret), "key: [redacted]!");
+  EXPECT_EQ(redacted("key=one%00two", secret), "key=[redacted]");
+}
+
 TEST(Redaction, FindsBase64WhoseSignsAreEncodedAgain) {
   const std::string secret =
       ">>>?"
