@@ -1,5 +1,7 @@
 #include "rest_system.h"
 
+#include "rest_hashed_name.h"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/socket.h>
@@ -15,11 +17,6 @@ namespace {
 struct FolderCloser {
   void operator()(DIR* folder) const noexcept { closedir(folder); }
 };
-
-// "4bfab552.0"
-bool isHashedName(std::string_view name) noexcept {
-  return name.size() == 10 && name.ends_with(".0") && name.find_first_not_of("0123456789abcdef") == 8;
-}
 
 // The folder alone says nothing: a small system may have one that holds but the bundle. Read with readdir because
 // std::filesystem ends the process when memory runs out.
