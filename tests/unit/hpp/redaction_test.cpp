@@ -90,6 +90,8 @@ TEST(Redaction, FindsBase64WhoseSignsAreEncodedAgain) {
   EXPECT_EQ(redacted(R"("Pj4+Pz8\/fn5+Pz8\/")", secret).find("z8"), std::string::npos);
   EXPECT_EQ(redacted("k=Pj4%2BPz8%2Ffn5%2BPz8%2F", secret).find("z8"), std::string::npos);
   EXPECT_EQ(redacted("k=Pj4-Pz8_fn5-Pz8_", secret), "k=[redacted]");
+  // The second begins with an encoded '+', right where the first ends.
+  EXPECT_EQ(redacted("Pj4+Pz8/fn5+Pz8/%2BPj4/Pz9+fn4/Pz8=", secret), "[redacted][redacted]");
 }
 
 TEST(Redaction, TakesOverlappingOccurrencesAsOne) {
