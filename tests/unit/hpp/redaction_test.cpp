@@ -67,6 +67,7 @@ INSTANTIATE_TEST_SUITE_P(
 TEST(Redaction, FindsASecretThatIsItselfAnEncodedText) {
   EXPECT_EQ(redacted("a%41b%42c%43 and a%2541b%2542c%2543", "a%41b%42c%43"), "[redacted] and [redacted]");
   EXPECT_EQ(redacted("a%41b%42c%43", "aAbBcC"), "[redacted]");
+  EXPECT_EQ(redacted(R"(is a%41b\nc!)", R"(a%41b\nc)"), "is [redacted]!");
 }
 
 TEST(Redaction, FindsCharactersBeyondASCIIInTheirEscapes) {
