@@ -64,12 +64,14 @@ const Wording& findWording(CURLcode code) {
 
 long obtainNumber(CURL* easy, CURLINFO info) {
   long number = 0;
-  return curl_easy_getinfo(easy, info, &number) == CURLE_OK ? number : 0;
+  curl_easy_getinfo(easy, info, &number);
+  return number;
 }
 
 std::chrono::microseconds obtainTime(CURL* easy, CURLINFO info) {
   curl_off_t time = 0;
-  return std::chrono::microseconds(curl_easy_getinfo(easy, info, &time) == CURLE_OK ? time : 0);
+  curl_easy_getinfo(easy, info, &time);
+  return std::chrono::microseconds(time);
 }
 
 // Whether the request got as far as being sent.

@@ -39,7 +39,8 @@ CURLcode obtainVerdict(CURLM* multi) {
 
 curl_off_t obtainNumber(CURL* easy, CURLINFO info) {
   curl_off_t number = 0;
-  return curl_easy_getinfo(easy, info, &number) == CURLE_OK ? number : 0;
+  curl_easy_getinfo(easy, info, &number);
+  return number;
 }
 
 // Of a line libcurl tells only when it is whole; that the first one has begun, it tells by the time.
