@@ -203,6 +203,12 @@ TEST(Connection, ToAnUnknownHostNamesTheHost) {
                 "Could not find the host " + host);
 }
 
+TEST(Connection, ToAHostWhoseNameIsTooLongForLibcurlNamesIt) {
+  const std::string host(0x10000, 'a');
+  expectFailure(RestCaller{}.get("http://" + host + "/secret", {{"key", "1"}}), CFRestError::BadRequest,
+                "The host name " + host + " can't be used");
+}
+
 TEST(Connection, NamesAnIPv6AddressInBrackets) {
   const RestResult outcome = RestCaller{}.get("http://[::1]:1/");
   EXPECT_EQ(outcome.code, toCode(CFRestError::CouldNotConnect));
