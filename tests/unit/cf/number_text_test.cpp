@@ -8,6 +8,8 @@
 #include <limits>
 #include <locale>
 #include <random>
+#include <string_view>
+#include <utility>
 
 namespace {
 
@@ -118,6 +120,13 @@ INSTANTIATE_TEST_SUITE_P(NoNumbers, TextToNumber,
                                          ReadCase{"hexadecimal", "0x10", {}}, ReadCase{"two_points", "1.2.3", {}},
                                          ReadCase{"nul_after", std::string("1\0", 2), {}}),
                          [](const auto& row) { return std::string(row.param.name); });
+
+TEST(NumberText, IsReadToItsEndAndNoFurther) {
+  const std::string_view longer = "12.5e3";
+  for (const auto& [size, number] : {std::pair{1U, 1.0}, {2U, 12.0}, {3U, 12.0}, {4U, 12.5}, {6U, 12500.0}}) {
+    EXPECT_EQ(cfTextToNumber(longer.substr(0, size)), number) << size;
+  }
+}
 
 /// Writes numbers as no decimal of ours may look.
 struct CommaNumbers : std::numpunct<char> {
