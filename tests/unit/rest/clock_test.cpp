@@ -38,9 +38,9 @@ TEST_F(Idle, ConnectionWithAKeptHandleIsReplacedToo) {
   EXPECT_EQ(server_.getConnections(), 2U);
 }
 
-/// Leaves the client a moment to look at the clock.
-void passSlowly(std::chrono::seconds time) {
-  std::this_thread::sleep_for(2ms);
+/// Leaves the client a moment to look at the clock, which it does when something comes and every half second.
+void passSlowly(std::chrono::seconds time, std::chrono::milliseconds moment = 2ms) {
+  std::this_thread::sleep_for(moment);
   passTime(time);
 }
 
@@ -48,7 +48,7 @@ void passSlowly(std::chrono::seconds time) {
 struct WaitCase {
   const char* name;
   std::string before;  // the minutes
-  std::string again;   // every five seconds
+  std::string again;   // every five seconds; "": nothing
   std::string after;
 };
 void PrintTo(const WaitCase& row, std::ostream* out) { *out << row.name; }
@@ -56,9 +56,10 @@ class PatientReply : public testing::TestWithParam<WaitCase> {};
 
 TEST_P(PatientReply, IsAwaitedForMinutes) {
   raw::Script script{raw::Send{GetParam().before}};
-  for (int i = 0; i < 48; ++i) {
+  if (GetParam().again.empty()) script.insert(script.end(), 3, raw::Call{[] { passSlowly(80s, 600ms); }});
+  for (int i = 0; i < 48 && !GetParam().again.empty(); ++i) {
     script.emplace_back(raw::Call{[] { passSlowly(5s); }});
-    if (!GetParam().again.empty()) script.emplace_back(raw::Send{GetParam().again});
+    script.emplace_back(raw::Send{GetParam().again});
   }
   script.emplace_back(raw::Send{GetParam().after});
   RawServer server({script});
