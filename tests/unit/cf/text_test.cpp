@@ -2,6 +2,9 @@
 
 #include <gtest/gtest.h>
 
+#include <set>
+#include <string>
+
 namespace {
 
 using namespace std::string_literals;
@@ -80,6 +83,38 @@ INSTANTIATE_TEST_SUITE_P(
                     UTF8Case{"cut_by_another", "\xE2\xC3\xA9", "?\xC3\xA9"},
                     UTF8Case{"unicode_example", "\x61\xF1\x80\x80\xE1\x80\xC2\x62\x80\x63\x80\xBF\x64", "a???b?c??d"}),
     [](const auto& row) { return std::string(row.param.name); });
+
+/// The form of a character beyond ASCII.
+std::string encode(char32_t code) {
+  const auto byte = [code](char32_t mark, unsigned shift, char32_t mask) {
+    return static_cast<char>(mark | (code >> shift & mask));
+  };
+  if (code < 0x800) return {byte(0xC0, 6, 0x1F), byte(0x80, 0, 0x3F)};
+  if (code < 0x10000) return {byte(0xE0, 12, 0x0F), byte(0x80, 6, 0x3F), byte(0x80, 0, 0x3F)};
+  return {byte(0xF0, 18, 0x07), byte(0x80, 12, 0x3F), byte(0x80, 6, 0x3F), byte(0x80, 0, 0x3F)};
+}
+
+TEST(UTF8Forms, AreThoseOfCharactersAlone) {
+  std::set<std::string> starts;  // their first two bytes
+  for (char32_t code = 0x80; code <= 0x10FFFF; ++code) {
+    if (code < 0xD800 || code > 0xDFFF) starts.insert(encode(code).substr(0, 2));
+  }
+  for (int lead = 0x80; lead < 0x100; ++lead) {
+    const std::string further(lead < 0xE0 ? 0 : lead < 0xF0 ? 1 : 2, '\x80');
+    for (int second = 0; second < 0x100; ++second) {
+      const std::string start{static_cast<char>(lead), static_cast<char>(second)};
+      EXPECT_EQ(cfIsUTF8(start + further), starts.contains(start)) << lead << ' ' << second;
+    }
+  }
+}
+
+TEST(UTF8Forms, EndWithContinuations) {
+  for (int last = 0; last < 0x100; ++last) {
+    const auto byte = static_cast<char>(last);
+    EXPECT_EQ(cfIsUTF8("\xE2\x82"s + byte), last >= 0x80 && last < 0xC0) << last;
+    EXPECT_EQ(cfIsUTF8("\xF0\x9F\x98"s + byte), last >= 0x80 && last < 0xC0) << last;
+  }
+}
 
 TEST(UTF8Runs, MixedTextIsWellFormed) {
   std::string text;
