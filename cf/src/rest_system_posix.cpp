@@ -1,6 +1,5 @@
-#include "rest_system.h"
-
 #include "rest_hashed_name.h"
+#include "rest_system.h"
 
 #include <dirent.h>
 #include <fcntl.h>
