@@ -248,6 +248,13 @@ TEST(Origins, AreTheSameBySchemeHostAndPort) {
   EXPECT_FALSE(qai::sameOrigin("https://u@a.example", "https://u@a.example")) << "what can't be told is never the same";
 }
 
+TEST(Origins, OfOtherThanFourNumbersAreNotToldAndNotOnTheLoopback) {
+  EXPECT_FALSE(qai::parseOrigin("http://127.0.0.1.5"));
+  for (const char* host : {"127.1", "127.0.0", "127.0.0.1.5", "127.0.0.1."}) {
+    EXPECT_FALSE(qai::isLoopback({.scheme = "http", .host = host, .port = 80})) << host;
+  }
+}
+
 TEST(Origins, OnTheLoopbackAreToldByTheirAddress) {
   for (const char* address : {"http://localhost", "http://LOCALHOST:11434", "http://127.0.0.1:1",
                               "http://127.255.255.254", "https://[::1]:1"})
