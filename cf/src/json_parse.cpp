@@ -261,7 +261,10 @@ std::string_view withoutByteOrderMark(std::string_view text) noexcept {
 void JsonDocument::read(std::string_view text, bool isKept, JsonStacks& stacks) {
   const auto parse = [this, &stacks](std::string_view json, bool isInPlace) {
     TreeBuilder builder(*this, stacks);
-    if (!isInPlace) json = source.assign(json);
+    if (!isInPlace) {
+      if (source.capacity() < json.size()) source = std::string();  // else it would take more than it needs
+      json = source.assign(json);
+    }
     const Verdict verdict = isInPlace ? parseWith<false>(builder, json) : parseWith<true>(builder, json);
     if (verdict == Verdict::Valid) {
       top.content = builder.result();

@@ -2,6 +2,8 @@
 /// Replies as they come; a part of qai.hpp.
 #pragma once
 
+#include <cf/language.h>
+
 #include <concepts>
 #include <string_view>
 #include <type_traits>

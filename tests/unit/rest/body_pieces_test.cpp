@@ -34,10 +34,9 @@ std::size_t largestPieceOf(std::size_t size) {
   const std::array<std::string_view, 2> parts{text, text};
   Recorder recorder{RestUpload(parts)};
   RestPlan plan{};
-  EXPECT_EQ(planRequest({RestMethod::Post, request, &recorder.upload, session, settings}, plan), "");
+  EXPECT_EQ(planRequest({RestMethod::Post, request, &recorder.upload, session, settings, nullptr}, plan), "");
   const EasyHandle easy(curl_easy_init());
-  RestReply reply;
-  reply.limit = 100;
+  RestReply reply(100, nullptr);
   EXPECT_EQ(applyPlan(easy.get(), plan, settings), CURLE_OK);
   EXPECT_EQ(applyTransfer(easy.get(), plan, &recorder.upload, reply), CURLE_OK);
   curl_easy_setopt(easy.get(), CURLOPT_READFUNCTION, &Recorder::read);
