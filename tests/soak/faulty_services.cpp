@@ -1,6 +1,7 @@
 #include "faulty_services.h"
 
 #include "support/services.h"
+#include "support/streams.h"
 
 #include <algorithm>
 #include <iterator>
@@ -14,6 +15,7 @@ using raw::SendForever;
 using raw::Stall;
 
 constexpr std::string_view kMark = "fault=";
+constexpr std::string_view kStreamingMethod = ":streamGenerateContent";
 
 raw::Script ok(std::string_view body) { return {Send{raw::reply(200, body)}}; }
 
@@ -46,6 +48,23 @@ std::string object(std::string_view id, std::string_view further = "") {
   return R"({"id":")" + std::string(id) + '"' + std::string(further) + "}";
 }
 
+/// Whether the request asks for a stream: in its address or in its body.
+bool asksForStream(std::string_view path, std::string_view request) {
+  return path.ends_with(kStreamingMethod) || request.find(R"("stream":true)") != std::string_view::npos;
+}
+
+/// The path as of a request for a whole reply.
+std::string withoutStreaming(std::string_view path) {
+  if (!path.ends_with(kStreamingMethod)) return std::string(path);
+  return std::string(path.substr(0, path.size() - kStreamingMethod.size())).append(":generateContent");
+}
+
+raw::Script reply(const TestedService& service, bool isStreamed) {
+  if (!isStreamed) return ok(service.replyBody);
+  return {Send{raw::reply(200, streamOf(service.form, service.replyBody),
+                          "Content-Type: " + std::string(streamTypeOf(service.form)) + "\r\n")}};
+}
+
 constexpr std::string_view kThreads = "/v1/threads";
 constexpr std::string_view kMessageList =
     R"({"object":"list","data":[{"id":"m","created_at":1,"role":"assistant","content":[)"
@@ -55,6 +74,8 @@ constexpr std::string_view kMessageList =
 
 const std::vector<NamedFault>& allFaults() {
   static const std::string kHead = "HTTP/1.1 200 OK\r\nContent-Type: application/json\r\n";
+  static const std::string kStream = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
+  static const std::string kRun = "event: thread.run.created\ndata: {\"id\":\"run_1\"}\n\n";
   static const std::vector<NamedFault> kFaults{
       {"unauthorised", {Send{raw::reply(401, R"({"error":{"message":"Incorrect API key","code":"x"}})")}}},
       {"reset", {Reset{}}},
@@ -73,6 +94,11 @@ const std::vector<NamedFault>& allFaults() {
       {"no_utf8", {Send{raw::reply(200, "{\"choices\":\"\xC3\x28\"}")}}},
       {"endless", {Send{kHead + "\r\n"}, SendForever{std::string(4096, ' ')}}},
       {"busy", {Send{raw::reply(429, "")}}},
+      {"cut_stream", {Send{kStream + kRun + "data: {\"choices\":["}, Close{}}},
+      {"reset_stream", {Send{kStream + kRun}, Reset{}}},
+      {"stream_without_an_end", {Send{kStream + kRun}, Close{}}},
+      {"bad_event", {Send{kStream + kRun + "data: no JSON\n\n"}, Close{}}},
+      {"error_in_a_stream", {Send{kStream + kRun + "data: {\"error\":{\"message\":\"overloaded\"}}\n\n"}, Close{}}},
       {"moved", {Send{raw::reply(307, "", "Location: http://127.0.0.1:1/\r\n")}}},
   };
   return kFaults;
@@ -82,13 +108,16 @@ raw::Script FaultyServices::answer(const std::string& request) {
   const auto space = request.find(' ');
   const std::string method = request.substr(0, space);
   const std::string target = request.substr(space + 1, request.find(' ', space + 1) - space - 1);
-  const std::string path = target.substr(0, target.find('?'));
+  const std::string sentTo = target.substr(0, target.find('?'));
+  const bool isStreamed = asksForStream(sentTo, request);
+  const std::string path = withoutStreaming(sentTo);
   if (path.starts_with(kThreads)) return answerThread(method, path, request);
   if (method == "DELETE") return ok(object("gone", R"(,"deleted":true)"));
   if (path.starts_with("/v1/assistants")) return ok(object("asst_1"));
   if (method == "GET") return ok(findChatService(path, &TestedService::modelsPath)->modelsBody);
   const std::string_view fault = findFault(request);
-  return fault.empty() ? ok(findChatService(path, &TestedService::chatPath)->replyBody) : scriptOf(nameOf(fault));
+  if (!fault.empty()) return scriptOf(nameOf(fault));
+  return reply(*findChatService(path, &TestedService::chatPath), isStreamed);
 }
 
 /// What is below /v1/threads: its step is what the path ends with.
@@ -97,6 +126,7 @@ raw::Script FaultyServices::answerThread(const std::string& method, const std::s
   if (path == kThreads) return ok(object(newId("thread")));
   if (method == "DELETE") return ok(object("gone", R"(,"deleted":true)"));
   const std::string rest = path.substr(kThreads.size() + 1);
+  if (rest.ends_with("/cancel")) return ok(object("run_1", R"(,"status":"cancelled")"));
   const std::string thread = rest.substr(0, rest.find('/'));
   const bool isPost = method == "POST";
   const bool isMessage = rest.ends_with("/messages");
@@ -104,7 +134,9 @@ raw::Script FaultyServices::answerThread(const std::string& method, const std::s
   const std::string_view step = isMessage ? (isPost ? kSteps[0] : kSteps[3]) : (isPost ? kSteps[1] : kSteps[2]);
   if (const std::string fault = findDue(thread, step); !fault.empty()) return scriptOf(nameOf(fault));
   if (isMessage) return ok(isPost ? object(newId("msg")) : kMessageList);
-  return ok(object("run_1", R"(,"status":"completed")"));
+  const std::string run = object("run_1", R"(,"status":"completed")");
+  if (!asksForStream(path, request)) return ok(run);
+  return {Send{raw::reply(200, streamOfRun(run, std::string(kMessageList)), "Content-Type: text/event-stream\r\n")}};
 }
 
 /// Until the thread's next message.

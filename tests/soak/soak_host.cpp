@@ -1,6 +1,7 @@
 #include "soak_host.h"
 
 #include "faulty_services.h"
+#include "support/host.h"
 
 #include <chrono>
 #include <future>
@@ -81,8 +82,20 @@ void SoakHost::open(Seat& seat) {
 }
 
 std::string SoakHost::ask(Seat& seat, const std::string& fault) {
-  const auto reply = seat.session.ask(fault + "question " + std::to_string(seat.turns));
+  const std::string question = fault + "question " + std::to_string(seat.turns);
+  if (isStreamed(seat, fault)) return askStreamed(seat, question);
+  const auto reply = seat.session.ask(question);
   return reply ? reply->text() : "error: " + reply.error();
+}
+
+/// Every other turn, unless it is to meet its fault at a request that no streamed one sends.
+bool SoakHost::isStreamed(const Seat& seat, std::string_view fault) {
+  return seat.turns % 2 == 1 && fault.find("@poll") == fault.npos && fault.find("@reply") == fault.npos;
+}
+
+std::string SoakHost::askStreamed(Seat& seat, const std::string& question) {
+  ++tally_.streamed;
+  return askStreaming(*seat.assistant.native(), seat.session.native(), question).told;
 }
 
 void SoakHost::askWell(Seat& seat) {

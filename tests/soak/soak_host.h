@@ -1,4 +1,4 @@
-// A host of all services that asks on and on, a fifth of the time in vain.
+// A host of all services that asks on and on, every other turn streamed, a fifth of the time in vain.
 #pragma once
 
 #include "../threads/cancel_desk.h"
@@ -9,11 +9,13 @@
 #include <chrono>
 #include <cstddef>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /// What has happened so far.
 struct SoakTally {
   long turns = 0;
+  long streamed = 0;
   long failed = 0;     // as they had to
   long cancelled = 0;  // of these
   std::vector<std::string> defects;
@@ -46,6 +48,8 @@ class SoakHost {
   void askWell(Seat& seat);
   void askInVain(Seat& seat);
   std::string ask(Seat& seat, const std::string& fault);
+  static bool isStreamed(const Seat& seat, std::string_view fault);
+  std::string askStreamed(Seat& seat, const std::string& question);
   std::string askAndCancel(Seat& seat, const std::string& fault);
   std::string askBriefly(Seat& seat, const std::string& fault);
   void expect(bool holds, const Seat& seat, const std::string& what);
