@@ -75,9 +75,13 @@ Expected expected(const Cell& cell) {
 std::vector<std::string> sentences(const Expected& expected, const Cell& cell, const CellRun& outcome) {
   switch (expected.verdict) {
     case Verdict::NoJson:
+      if (cell.operation.reading == Reading::Stream)
+        return {cell.operation.noJsonError, cell.operation.incompleteError};
       return {cell.operation.noJsonError};
     case Verdict::Format:
       return {cell.operation.formatError};
+    case Verdict::Incomplete:
+      return {cell.operation.incompleteError};
     case Verdict::TheRequest:
       return {outcome.request};
     default:

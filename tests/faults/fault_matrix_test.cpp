@@ -38,6 +38,7 @@ bool isPlayable(const Cell& cell) {
   const bool isTimed = between != Between::Nothing && between != Between::BytesWithTheReply;
   if (between != Between::Nothing && (!cell.warm || !cell.service.usesPool)) return false;
   if (isTimed && cell.operation.isWithin) return false;
+  if (cell.fault.isOfWholeReply && cell.operation.reading == Reading::Stream) return false;
   return cell.fault.readings.empty() || cell.fault.readings.contains(cell.operation.reading);
 }
 

@@ -33,6 +33,7 @@ enum class Verdict {
   TheRequest,  // the service's own words, which are what it was asked
   NoJson,      // the operation's own sentence
   Format,      // the operation's own sentence
+  Incomplete,  // the operation's own sentence, of a stream
   Either       // a success or a failure; HTTP leaves it open
 };
 
@@ -61,6 +62,7 @@ struct Fault {
   std::map<Reading, ReadingFault> readings{};  // when it depends on what is read: those that it concerns
   std::chrono::milliseconds limit{0};          // on the whole exchange; 0 for none
   std::chrono::milliseconds wait{0};           // what the call may take by itself
+  bool isOfWholeReply = false;                 // it concerns a body that is collected; a stream's is handed on
   bool cancels = false;                        // the host does, where the service uses its pool; else the limit ends it
   Place place = Place::Usual;
   Between between = Between::Nothing;
@@ -75,6 +77,7 @@ std::vector<Fault> statusFaults();
 std::vector<Fault> contentFaults();
 std::vector<Fault> readingFaults();
 std::vector<Fault> runFaults();
+std::vector<Fault> streamFaults();
 
 /// The whole table.
 const std::vector<Fault>& allFaults();

@@ -191,7 +191,7 @@ const std::vector<Fault>& allFaults() {
   static const std::vector<Fault> kFaults = [] {
     std::vector<Fault> faults;
     for (auto* part : {connectionFaults, waitingFaults, framingFaults, redirectFaults, statusFaults, contentFaults,
-                       readingFaults, runFaults}) {
+                       readingFaults, runFaults, streamFaults}) {
       for (Fault& fault : part()) faults.push_back(std::move(fault));
     }
     return faults;

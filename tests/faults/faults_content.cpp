@@ -107,7 +107,10 @@ std::vector<Fault> otherDocuments() {
 std::vector<Fault> contentFaults() {
   std::vector<Fault> faults;
   for (auto* part : {brokenTexts, oddTexts, otherDocuments}) {
-    for (Fault& fault : part()) faults.push_back(std::move(fault));
+    for (Fault& fault : part()) {
+      fault.isOfWholeReply = true;
+      faults.push_back(std::move(fault));
+    }
   }
   return faults;
 }

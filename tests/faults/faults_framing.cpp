@@ -124,7 +124,8 @@ std::vector<Fault> lengthFaults() {
       {.name = "length_of_10_gib",
        .play = sends(head(200, "Content-Length: 10737418240\r\n"), Stall{}),
        .verdict = Verdict::Transport,
-       .texts = {kTooLarge}},
+       .texts = {kTooLarge},
+       .isOfWholeReply = true},
       {.name = "one_byte_beyond_the_limit",
        .play = sends(raw::reply(200, std::string(kReplyLimit + 1, ' '))),
        .verdict = Verdict::Transport,
@@ -158,7 +159,7 @@ std::vector<Fault> chunkFaults() {
            },
        .verdict = Verdict::Either},
       {.name = "cut_in_a_chunk",
-       .play = chunked([](const std::string& body) { return "ff\r\n" + body.substr(0, body.size() / 2); }),
+       .play = chunked([](const std::string& body) { return "ffff\r\n" + body.substr(0, body.size() / 2); }),
        .verdict = Verdict::Transport,
        .texts = {kLost}},
       {.name = "cut_behind_a_chunk",
@@ -305,8 +306,12 @@ Fault redirect(const std::string& name, int status, const std::string& location)
 
 std::vector<Fault> framingFaults() {
   std::vector<Fault> faults;
-  for (auto* part : {lengthFaults, chunkFaults, headerFaults, compressionFaults}) {
+  for (auto* part : {lengthFaults, chunkFaults, headerFaults}) {
     for (Fault& fault : part()) faults.push_back(std::move(fault));
+  }
+  for (Fault& fault : compressionFaults()) {
+    fault.isOfWholeReply = true;  // a stream is asked for uncompressed
+    faults.push_back(std::move(fault));
   }
   return faults;
 }

@@ -1,5 +1,7 @@
 #include "operations.h"
 
+#include "support/streams.h"
+
 #include <utility>
 
 namespace {
@@ -16,8 +18,12 @@ constexpr const char* kMessage = "POST /v1/threads/thread_1/messages ";
 constexpr const char* kRun = "POST /v1/threads/thread_1/runs ";
 constexpr const char* kPoll = "GET /v1/threads/thread_1/runs/run_1 ";
 constexpr const char* kMessages = "GET /v1/threads/thread_1/messages?run_id=run_1 ";
+constexpr const char* kCancel = "POST /v1/threads/thread_1/runs/run_1/cancel ";
 constexpr const char* kDeleteThread = "DELETE /v1/threads/thread_1 ";
 constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_1 ";
+
+constexpr const char* kMessageList =
+    R"({"data":[{"created_at":1741569952,"content":[{"type":"text","text":{"value":"two parts"}}]}]})";
 
 // Of the Assistants service; a list of models and a turn are in the table.
 constexpr HealthyReply kHealthyReplies[] = {
@@ -27,10 +33,19 @@ constexpr HealthyReply kHealthyReplies[] = {
     {kMessage, R"({"id":"msg_1","object":"thread.message"})"},
     {kRun, R"({"id":"run_1","object":"thread.run","status":"queued"})"},
     {kPoll, R"({"id":"run_1","object":"thread.run","status":"completed"})"},
-    {kMessages, R"({"data":[{"created_at":1741569952,"content":[{"type":"text","text":{"value":"two parts"}}]}]})"},
+    {kMessages, kMessageList},
+    {kCancel, R"({"id":"run_1","object":"thread.run","status":"cancelled"})"},
     {kDeleteThread, R"({"id":"thread_1","deleted":true})"},
     {kDeleteAssistant, R"({"id":"asst_1","deleted":true})"},
 };
+
+Told toldOf(const std::pair<IQAIMessage*, std::string>& turn) {
+  const Owned<IQAIMessage> reply(turn.first);
+  Told told{.gave = reply != nullptr, .error = turn.second, .text = ""};
+  if (reply == nullptr) return told;
+  for (const IQAIMessageSection* section : reply->obtainSections()) told.text += section->obtainText();
+  return told;
+}
 
 std::string configure(Host& host) {
   return assign(*host.assistant, {{"model", kModel}, {"user_instructions", "Answer in SQL."}});
@@ -110,6 +125,28 @@ Operation turn(const TestedService& service) {
           .healthyText = kReply};
 }
 
+std::string streamPath(const TestedService& service) {
+  std::string path = service.chatPath;
+  const std::string whole = ":generateContent";
+  if (path.ends_with(whole)) path.replace(path.size() - whole.size(), whole.size(), ":streamGenerateContent");
+  return path;
+}
+
+/// What is told of a stream that ends early, behind the same label.
+std::string incomplete(const std::string& formatError) {
+  return "The reply ended before it was complete" + formatError.substr(formatError.find(": "));
+}
+
+Operation streamedTurn(const TestedService& service) {
+  Operation operation = turn(service);
+  operation.name = "streamed_turn";
+  operation.run = runStreamedTurn;
+  operation.request = requestLine(service, "POST", streamPath(service).c_str());
+  operation.reading = Reading::Stream;
+  operation.incompleteError = incomplete(operation.formatError);
+  return operation;
+}
+
 // The requests of one turn come in the order message, run, poll, messages; those of an end in the order thread,
 // assistant.
 std::vector<Operation> assistantsOperations() {
@@ -154,6 +191,16 @@ std::vector<Operation> assistantsOperations() {
            .formatError = "Unsupported data format: p/v1/threads/id/runs",
            .healthyText = kReply,
            .isWithin = true},
+          {.name = "streamed_turn_run",
+           .run = runStreamedTurn,
+           .before = kMessage,
+           .request = kRun,
+           .reading = Reading::Stream,
+           .noJsonError = "Invalid response: p/v1/threads/id/runs",
+           .formatError = "Unsupported data format: p/v1/threads/id/runs/id",
+           .healthyText = kReply,
+           .incompleteError = "The reply ended before it was complete: p/v1/threads/id/runs/id",
+           .isWithin = true},
           {.name = "turn_poll",
            .run = runTurn,
            .before = kRun,
@@ -192,13 +239,29 @@ std::vector<Operation> assistantsOperations() {
            .isWithin = true}};
 }
 
+FaultedService makeService(const TestedService& service) {
+  if (service.keepsConversations) {
+    const std::string run = R"({"id":"run_1","object":"thread.run","status":"completed"})";
+    return {service, assistantsOperations(), "", streamOfRun(run, kMessageList)};
+  }
+  return {service,
+          {listing(service), turn(service), streamedTurn(service)},
+          streamPath(service),
+          streamOf(service.form, service.replyBody)};
+}
+
 std::vector<FaultedService> makeServices() {
   std::vector<FaultedService> services;
-  for (const TestedService& service : allServices()) {
-    services.push_back(
-        {service, service.keepsConversations ? assistantsOperations() : std::vector{listing(service), turn(service)}});
-  }
+  for (const TestedService& service : allServices()) services.push_back(makeService(service));
   return services;
+}
+
+bool asksForStream(std::string_view request) { return request.find(R"("stream":true)") != std::string_view::npos; }
+
+/// Where the path is the same as of other turns, the body says so.
+bool isStreamedTurn(const FaultedService& service, std::string_view request) {
+  if (!request.starts_with(requestLine(service, "POST", service.streamPath.c_str()))) return false;
+  return service.streamPath != service.chatPath || asksForStream(request);
 }
 
 }  // namespace
@@ -209,6 +272,11 @@ const std::vector<FaultedService>& faultedServices() {
 }
 
 const char* findHealthyBody(std::string_view request) {
+  for (const FaultedService& service : faultedServices()) {
+    const bool isRun = service.keepsConversations && request.starts_with(kRun) && asksForStream(request);
+    const bool isTurn = !service.keepsConversations && isStreamedTurn(service, request);
+    if (isRun || isTurn) return service.streamBody.c_str();
+  }
   for (const HealthyReply& reply : kHealthyReplies) {
     if (request.starts_with(reply.request)) return reply.body;
   }
@@ -228,12 +296,17 @@ std::string prepareTurn(Host& host) {
   return error;
 }
 
-Told runTurn(Host& host) {
-  const auto [message, error] = host.assistant->addMessage(host.session.get(), "question");
-  const Owned<IQAIMessage> reply(message);
-  Told told{.gave = reply != nullptr, .error = error, .text = ""};
-  if (reply == nullptr) return told;
-  for (const IQAIMessageSection* section : reply->obtainSections()) told.text += section->obtainText();
+Told runTurn(Host& host) { return toldOf(host.assistant->addMessage(host.session.get(), "question")); }
+
+Told runStreamedTurn(Host& host) {
+  std::string pieces;
+  const auto sink = [&pieces](std::string_view piece) {
+    pieces += piece;
+    return true;
+  };
+  auto* streaming = qaiExtension<IQAIStreaming>(host.assistant.get());
+  Told told = toldOf(streaming->addMessageStreaming(host.session.get(), "question", {}, sink));
+  if (told.gave && pieces != told.text) told.text = "other pieces: " + pieces;
   return told;
 }
 

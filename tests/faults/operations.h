@@ -27,6 +27,7 @@ enum class Reading {
   Identifier,
   RunState,
   Messages,
+  Stream,
   Nothing
 };
 
@@ -52,14 +53,17 @@ struct Operation {
   std::string noJsonError;
   std::string formatError;
   std::string healthyText = "";
-  bool startsBare = false;      // before there is an assistant at the service
-  bool endsSession = false;     // when it succeeds
-  bool ignoresFailure = false;  // of this request, which comes last
-  bool isWithin = false;        // the request before is one of the operation's own
+  std::string incompleteError = "";  // of a stream
+  bool startsBare = false;           // before there is an assistant at the service
+  bool endsSession = false;          // when it succeeds
+  bool ignoresFailure = false;       // of this request, which comes last
+  bool isWithin = false;             // the request before is one of the operation's own
 };
 
 struct FaultedService : TestedService {
   std::vector<Operation> operations;
+  std::string streamPath;  // where a streamed turn goes
+  std::string streamBody;  // its healthy reply
 };
 
 const std::vector<FaultedService>& faultedServices();
@@ -71,5 +75,7 @@ const char* findHealthyBody(std::string_view request);
 std::string prepareTurn(Host& host);
 /// A turn.
 Told runTurn(Host& host);
+/// The same, streamed.
+Told runStreamedTurn(Host& host);
 /// The list of models.
 Told runModels(Host& host);
