@@ -132,10 +132,10 @@ TEST(Texts, AreMade) {
             5U);
 }
 
-/// A request of one of the three methods, with a pool or without.
-class Request : public Scene {
+/// A request of one of the three methods, or one whose reply is received while it comes, with a pool or without.
+class Request : public Scene, private ICSRestReceiver {
  public:
-  enum class Method { Get, Post, Delete };
+  enum class Method { Get, Post, Delete, PostStreaming };
 
   Request(const RawServer& server, Method method, bool withPool) : server_(server), method_(method) {
     if (withPool) pool_.reset(CF::createHTTPPoolCenter());
@@ -148,6 +148,7 @@ class Request : public Scene {
 
   void run() override {
     response_.reset();
+    received_.clear();
     ICSAppFactory* app = CF::obtainAppFactory();
     client_.reset(app->obtainRestClientFactory()->createRestClient(app, settings_, &session_));
     CMRestResourceResponse* response = nullptr;
@@ -157,7 +158,9 @@ class Request : public Scene {
     app->obtainErrorDescriptionService()->describeError(code_, client_.get(), error_);
   }
   bool succeeded() const override { return code_ == 0 && response_ != nullptr; }
-  std::string result() const override { return succeeded() ? response_->getBufferString() : error_.message; }
+  std::string result() const override {
+    return succeeded() ? response_->getBufferString() + received_ : error_.message;
+  }
   /// A request that arrives is whole, and the same each time.
   std::string complaint() const override {
     const std::vector<std::string> requests = server_.getRequests();
@@ -181,13 +184,29 @@ class Request : public Scene {
       request.updateJson(&body_);
       return client_->executePost(request, response);
     }
+    if (method_ == Method::PostStreaming) {
+      CMRestPostRequest request;
+      request.setURL(address_);
+      request.updateJson(&body_);
+      return client_->executePostStreaming(request, *this, response);
+    }
     CMRestDeleteRequest request;
     request.setURL(address_);
     return client_->executeDelete(request, response);
   }
 
+  bool begin(std::int32_t status, std::string_view /*contentType*/, std::string_view /*beginning*/) override {
+    return status == 200;
+  }
+  bool receive(std::string_view part) override {
+    received_ += part;
+    return true;
+  }
+  bool isStopped() noexcept override { return false; }
+
   const RawServer& server_;
   const Method method_;
+  std::string received_;
   std::unique_ptr<ICSHTTPPoolCenter> pool_;
   CMRestSession session_;
   CMRestGlobalSettings settings_;
@@ -201,7 +220,7 @@ class Request : public Scene {
 
 TEST(Requests, AreWholeOrFail) {
   using Method = Request::Method;
-  for (const Method method : {Method::Get, Method::Post, Method::Delete}) {
+  for (const Method method : {Method::Get, Method::Post, Method::Delete, Method::PostStreaming}) {
     for (const bool withPool : {false, true}) {
       RawServer server(raw::reply(200, R"({"answer":"a reply of which all is there"})"));
       const std::string name = "request " + std::to_string(static_cast<int>(method)) + (withPool ? " pooled" : "");

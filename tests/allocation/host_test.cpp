@@ -1,9 +1,13 @@
 // Every operation of qai.h, with memory running out at each of its allocations.
 #include "host_scene.h"
 
+#include <cf/app.h>
 #include <cf/json_shortcuts.h>
+#include <cf/rest.h>
 
+#include <memory>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -247,6 +251,67 @@ TEST_P(EachOperation, Turn) {
   EXPECT_GT(sweepOf<Turn>("second turn", 0), 0U);
   EXPECT_GT(sweepOf<Turn>("fourth turn", 2), 0U);
 }
+
+/// The same, streamed, by a host that needs memory of its own for the pieces.
+class StreamedTurn : public HostScene {
+ public:
+  using HostScene::HostScene;
+
+  void run() override {
+    pieces_.clear();
+    message_.reset();
+    error_ = "not run";
+    const auto sink = [this](std::string_view piece) {
+      pieces_ += piece;
+      return true;
+    };
+    auto* streaming = qaiExtension<IQAIStreaming>(assistant_.get());
+    auto [message, error] = streaming->addMessageStreaming(session_.get(), kQuestion, {}, sink);
+    message_.reset(message);
+    error_ = std::move(error);
+  }
+  /// A run that could not be cancelled for want of memory keeps the service from taking the question.
+  void runAgain() override {
+    run();
+    const std::string busy = "while a run ";
+    const std::size_t at = error_.find(busy);
+    if (!keepsConversations() || at == std::string::npos) return;
+    const std::size_t start = at + busy.size();
+    cancel(error_.substr(start, error_.find(' ', start) - start));
+    run();
+  }
+  bool succeeded() const override { return message_ != nullptr && error_.empty(); }
+  std::string result() const override {
+    if (message_ == nullptr) return error_;
+    std::string text;
+    for (const IQAIMessageSection* section : message_->obtainSections()) text += section->obtainText();
+    return pieces_ == text ? text : "other pieces: " + pieces_;
+  }
+
+ private:
+  void cancel(const std::string& run) const {
+    const COJson saved(session_->obtainSessionData());
+    CMRestSession session;
+    session.setAuthorizationHeaderValue("Bearer " + kKey);
+    session.addHeaderParam("OpenAI-Beta", "assistants=v2");
+    CMRestPostRequest request;
+    const COJsonValue* thread = cfFindJsonMember(&saved, "thread_id", JsonType::String);
+    request.setURL(server_.address() + "/v1/threads/" + std::string(thread->obtainString()) + "/runs/" + run +
+                   "/cancel");
+    ICSAppFactory* app = CF::obtainAppFactory();
+    const std::unique_ptr<ICSRestClient> client(app->obtainRestClientFactory()->createRestClient(app, {}, &session));
+    CMRestResourceResponse* response = nullptr;
+    client->executePost(request, &response);
+    delete response;
+  }
+
+  const std::string kQuestion = "a question that does not fit into a short string";
+  std::string pieces_;
+  Owned<IQAIMessage> message_;
+  std::string error_;
+};
+
+TEST_P(EachOperation, StreamedTurn) { EXPECT_GT(sweepOf<StreamedTurn>("streamed turn"), 0U); }
 
 /// A conversation is ended.
 class Ending : public HostScene {
