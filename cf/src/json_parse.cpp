@@ -262,7 +262,7 @@ void JsonDocument::read(std::string_view text, bool isKept, JsonStacks& stacks) 
   const auto parse = [this, &stacks](std::string_view json, bool isInPlace) {
     TreeBuilder builder(*this, stacks);
     if (!isInPlace) {
-      if (source.capacity() < json.size()) source = std::string();  // else it would take more than it needs
+      if (source.capacity() < json.size()) std::string().swap(source);  // else it would take twice that
       json = source.assign(json);
     }
     const Verdict verdict = isInPlace ? parseWith<false>(builder, json) : parseWith<true>(builder, json);

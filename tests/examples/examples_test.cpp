@@ -121,6 +121,28 @@ TEST(TenLines, PrintTheErrorOfTheService) {
   EXPECT_EQ(outputOf(ten_lines_PATH, {server.address()}), "closed for today\n");
 }
 
+class AsItComes : public Example {};
+INSTANTIATE_TEST_SUITE_P(All, AsItComes, testing::ValuesIn(allServices()), nameOf);
+
+TEST_P(AsItComes, PrintsAStreamedReplyAndWhatItTook) {
+  const std::string output = outputOf(as_it_comes_PATH, arguments({"How high?"}));
+  EXPECT_THAT(output, testing::Not(testing::StartsWith("\n")));
+  EXPECT_THAT(output, HasSubstr("\n("));
+  EXPECT_THAT(output, testing::EndsWith(" tokens)\n"));
+  std::string accepted;
+  for (const standin::Request& request : server_.requests()) accepted += request.header("Accept") + "\n";
+  EXPECT_THAT(accepted, testing::AnyOf(HasSubstr("text/event-stream\n"), HasSubstr("application/x-ndjson\n")));
+}
+
+TEST_P(AsItComes, PrintsErrors) {
+  standin::Script closed;
+  closed.status = 503;
+  closed.body = R"({"error":{"message":"closed for today"}})";
+  server_.script(closed);
+  EXPECT_THAT(outputOf(as_it_comes_PATH, arguments({"How high?"})), testing::EndsWith("closed for today\n"));
+  EXPECT_THAT(outputOf(as_it_comes_PATH, {}), testing::StartsWith("usage: "));
+}
+
 class RestoreSession : public Example {
  protected:
   RestoreSession()
