@@ -26,7 +26,7 @@ int main(int argc, char** argv) {
   auto session = assistant.createSession();
   if (!session) return fail(session.error());
 
-  std::signal(SIGINT, [](int) { stop = true; });
+  static_cast<void>(std::signal(SIGINT, [](int) { stop = true; }));
   QAIStreamOptions options;
   options.stop = &stop;
   const auto show = [](std::string_view piece) { std::cout << piece << std::flush; };

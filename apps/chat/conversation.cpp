@@ -185,7 +185,7 @@ Asked askAndShow(Answerer& answerer, const std::string& question, const Streams&
 }
 
 void tellStop(const Provider& provider, std::ostream& err) {
-  err << "\nStopped. Nothing of the answer is kept";
+  err << "\nStopped. No answer is kept";
   if (provider.keepsConversations) {
     err << "; " << provider.title << " may keep the question.\n";
   } else {

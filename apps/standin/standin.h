@@ -83,7 +83,7 @@ struct Options {
   std::string apiKey{};           // the only key that is accepted; empty: any key but an empty one
   std::string certificateFile{};  // PEM; with privateKeyFile: TLS
   std::string privateKeyFile{};
-  std::string idTail{};  // put behind every identifier of the Assistants protocol
+  std::string idTail{};               // put behind every identifier of the Assistants protocol
   std::chrono::milliseconds pace{0};  // before each piece of a streamed reply
   /// The longest prefix that holds a request's path decides; services with the same prefix are told apart by their
   /// paths, where the first one wins. Empty: all at the root, and each below its name (Assistants below /openai), so

@@ -3,8 +3,10 @@
 
 #include <qai.hpp>
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -72,7 +74,7 @@ class ConvenientReading : public ConvenientScene {
 /// Models, a further session, a turn, saving and restoring, the end: what comes of one of them.
 class ConvenientStep : public ConvenientScene {
  public:
-  enum class Kind { Models, Opening, Turn, Saving, Restoring, End };
+  enum class Kind { Models, Opening, Turn, StreamedTurn, Saving, Restoring, End };
 
   ConvenientStep(const TestedService& service, const standin::Server& server, Kind kind)
       : ConvenientScene(service, server), kind_(kind), saved_(session_.save()) {
@@ -91,6 +93,10 @@ class ConvenientStep : public ConvenientScene {
       case Kind::Turn:
         done_ = static_cast<bool>(session_.ask("a question that does not fit into a short string"));
         break;
+      case Kind::StreamedTurn:
+        done_ = static_cast<bool>(session_.ask("a question that does not fit into a short string",
+                                               [this](std::string_view piece) { size_ += piece.size(); }));
+        break;
       case Kind::Saving:
         done_ = session_.save() == saved_;
         break;
@@ -104,6 +110,11 @@ class ConvenientStep : public ConvenientScene {
   }
   void runAgain() override {
     run();
+    // Without memory a run can't be cancelled, and goes on at the service; there another conversation has to do.
+    if (kind_ == Kind::StreamedTurn && service_.keepsConversations && !done_) {
+      session_ = host_.createSession().value();
+      run();
+    }
     // The service may have deleted it already, and then knows it no more.
     if (kind_ == Kind::End && service_.keepsConversations && session_) session_ = qai::Session(), done_ = true;
   }
@@ -118,6 +129,7 @@ class ConvenientStep : public ConvenientScene {
   const Kind kind_;
   const std::string saved_;
   qai::Session further_;
+  std::size_t size_ = 0;
   bool done_ = false;
 };
 
@@ -136,6 +148,7 @@ TEST_P(EachConvenience, Conversation) {
   EXPECT_GT(sweepOf<ConvenientStep>("convenient models", Kind::Models), 0U);
   EXPECT_GT(sweepOf<ConvenientStep>("convenient opening", Kind::Opening), 0U);
   EXPECT_GT(sweepOf<ConvenientStep>("convenient turn", Kind::Turn), 0U);
+  EXPECT_GT(sweepOf<ConvenientStep>("convenient streamed turn", Kind::StreamedTurn), 0U);
   EXPECT_GT(sweepOf<ConvenientStep>("convenient saving", Kind::Saving), 0U);
   EXPECT_GT(sweepOf<ConvenientStep>("convenient restoring", Kind::Restoring), 0U);
   sweepOf<ConvenientStep>("convenient end", Kind::End);

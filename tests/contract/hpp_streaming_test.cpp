@@ -4,10 +4,12 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <chrono>
 #include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -68,6 +70,26 @@ TEST_P(StreamingHost, TakesOptions) {
   const auto reply = session_.ask(
       "question", [](std::string_view) {}, options);
   EXPECT_EQ(reply.error(), "Stopped");
+}
+
+TEST_P(StreamingHost, IsStoppedByAnyThreadWithEveryService) {
+  const std::size_t last = requestCount() + (keepsConversations() ? 2 : 1);  // behind the message, the run
+  if (keepsConversations()) standin_.script({});
+  standin::Script silence;
+  silence.delay = std::chrono::hours(1);
+  standin_.script(silence);
+  std::atomic<bool> stop{false};
+  QAIStreamOptions options;
+  options.stop = &stop;
+  std::thread thread([&] {
+    while (requestCount() < last) std::this_thread::yield();
+    stop = true;
+  });
+  const auto reply = session_.ask(
+      "question", [](std::string_view) {}, options);
+  thread.join();
+  EXPECT_EQ(reply.error(), "Stopped");
+  EXPECT_THAT(ask(session_, "again"), Not(StartsWith("error: ")));
 }
 
 TEST_P(StreamingHost, IsToldWhatTheTurnCostAndWhyItEnded) {

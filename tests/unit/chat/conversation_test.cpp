@@ -146,14 +146,13 @@ TEST_F(Conversation, TerminalGoesOnAfterAFailure) {
 
 TEST_F(Conversation, AnInterruptedTurnIsNoFailure) {
   converse(answerer_, streams("bad\n"), runInterrupted);
-  EXPECT_EQ(err_.str(), "> \nStopped. Nothing of the answer is kept, and it is as if you had not asked.\n\n> \n");
+  EXPECT_EQ(err_.str(), "> \nStopped. No answer is kept, and it is as if you had not asked.\n\n> \n");
 }
 
 TEST_F(Conversation, AServiceThatKeepsConversationsMayKeepTheQuestionOfAnInterruptedTurn) {
   answerer_.moveTo(*findProvider("openai-assistants"), "");
   converse(answerer_, streams("bad\n"), runInterrupted);
-  EXPECT_THAT(err_.str(),
-              HasSubstr("Stopped. Nothing of the answer is kept; OpenAI Assistants may keep the question.\n"));
+  EXPECT_THAT(err_.str(), HasSubstr("Stopped. No answer is kept; OpenAI Assistants may keep the question.\n"));
 }
 
 TEST_F(Conversation, InPiecesLooksAsItDoesWhole) {

@@ -57,7 +57,8 @@ TEST(Program, TellsItsVersion) {
 
 TEST(Program, TellsItsOptions) {
   const ProgramRun outcome = runCommand(standIn({"--help"}));
-  for (const std::string option : {"--host", "--port", "--cert", "--key-file", "--pace", "--version", "QAI_STANDIN_KEY"}) {
+  for (const std::string option :
+       {"--host", "--port", "--cert", "--key-file", "--pace", "--version", "QAI_STANDIN_KEY"}) {
     EXPECT_NE(outcome.out.find(option), std::string::npos) << option;
   }
   EXPECT_EQ(outcome.code, 0);
