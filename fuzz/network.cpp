@@ -21,31 +21,52 @@ class Client final : public ICSRestClient {
       : settings_(std::move(settings)), session_(session) {}
 
   std::int32_t executeGet(const CMRestGetRequest& request, CMRestResourceResponse** response) override {
-    return execute(RestMethod::Get, request, nullptr, response);
+    return execute({RestMethod::Get, request, nullptr, session_, settings_, nullptr}, response);
   }
   std::int32_t executePost(const CMRestPostRequest& request, CMRestResourceResponse** response) override {
-    expect(!request.hasBody() || cfIsJson(request.getBody()), "a request's body is JSON", request.getBody());
-    RestUpload body(request.getBodyParts());
-    return execute(RestMethod::Post, request, request.hasBody() ? &body : nullptr, response);
+    return post(request, nullptr, response);
+  }
+  std::int32_t executePostStreaming(const CMRestPostRequest& request, ICSRestReceiver& receiver,
+                                    CMRestResourceResponse** response) override {
+    return post(request, &receiver, response);
   }
   std::int32_t executeDelete(const CMRestDeleteRequest& request, CMRestResourceResponse** response) override {
-    return execute(RestMethod::Delete, request, nullptr, response);
+    return execute({RestMethod::Delete, request, nullptr, session_, settings_, nullptr}, response);
   }
   const std::string& obtainFailureText() const noexcept override { return failureText_; }
 
  private:
-  std::int32_t execute(RestMethod method, const CMRestRequest& request, RestUpload* body,
-                       CMRestResourceResponse** response) {
+  std::int32_t post(const CMRestPostRequest& request, ICSRestReceiver* receiver, CMRestResourceResponse** response) {
+    expect(!request.hasBody() || cfIsJson(request.getBody()), "a request's body is JSON", request.getBody());
+    RestUpload body(request.getBodyParts());
+    return execute({RestMethod::Post, request, request.hasBody() ? &body : nullptr, session_, settings_, receiver},
+                   response);
+  }
+
+  std::int32_t execute(const RestOrder& order, CMRestResourceResponse** response) {
     RestPlan plan{};
-    failureText_ = planRequest({method, request, body, session_, settings_}, plan);
+    failureText_ = planRequest(order, plan);
     if (!failureText_.empty()) return static_cast<std::int32_t>(CFRestError::BadRequest);
-    expectSound(request, plan, network().apiHost);
+    expectSound(order.request, plan, network().apiHost);
 
     Network& net = network();
     if (net.used == net.replies.size()) return static_cast<std::int32_t>(CFRestError::ConnectionLost);
     const Reply& reply = net.replies[net.used++];
-    *response = new CMRestResourceResponse(reply.status, reply.body);
+    const bool isTaken = order.receiver != nullptr && begin(*order.receiver, reply);
+    *response = new CMRestResourceResponse(reply.status, isTaken ? std::string() : reply.body);
+    if (isTaken && !receive(*order.receiver, reply.body)) return static_cast<std::int32_t>(CFRestError::Stopped);
     return reply.status >= 200 && reply.status <= 299 ? 0 : reply.status;
+  }
+
+  static bool begin(ICSRestReceiver& receiver, const Reply& reply) {
+    const std::size_t beginning = reply.body.find_first_not_of(" \t\r\n");
+    return beginning != std::string::npos &&
+           receiver.begin(reply.status, "", std::string_view(reply.body).substr(beginning));
+  }
+
+  /// The body in two parts.
+  static bool receive(ICSRestReceiver& receiver, std::string_view body) {
+    return receiver.receive(body.substr(0, body.size() / 2)) && receiver.receive(body.substr(body.size() / 2));
   }
 
   const CMRestGlobalSettings settings_;

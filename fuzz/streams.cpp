@@ -1,4 +1,5 @@
 // A stream of events, and one of lines: however it is cut, it is read as a plain way of reading it does.
+#include "cuts.h"
 #include "expect.h"
 #include "qai_event_stream.h"
 #include "targets.h"
@@ -20,19 +21,6 @@ struct Event {
   bool operator==(const Event&) const = default;
 };
 using Events = std::vector<Event>;
-
-/// Parts of these sizes by turns, '0' being none; the last of them is at least a byte.
-std::vector<std::string_view> cut(std::string_view text, std::string_view sizes) {
-  if (sizes.empty()) return {text};
-  std::vector<std::string_view> parts;
-  for (std::size_t turn = 0; !text.empty(); turn = (turn + 1) % sizes.size()) {
-    const std::size_t least = turn + 1 == sizes.size() ? 1 : 0;
-    const std::size_t size = std::max<std::size_t>(static_cast<unsigned char>(sizes[turn] - '0'), least);
-    parts.push_back(text.substr(0, size));
-    text.remove_prefix(parts.back().size());
-  }
-  return parts;
-}
 
 struct Reading {
   Events events;
@@ -60,9 +48,7 @@ Reading read(const std::vector<std::string_view>& parts, std::size_t most) {
 
 template <typename Stream>
 void fuzzStream(std::string_view input, Events (*readPlainly)(std::string_view)) {
-  const std::size_t start = std::min(input.find('\n'), input.size());
-  const std::string_view text = input.substr(std::min(start + 1, input.size()));
-  const auto parts = cut(text, input.substr(0, start));
+  const auto [text, parts] = CutInput(input);
   const Reading whole = read<Stream>({text}, kEnough);
   expect(whole == Reading{readPlainly(text)}, "a stream is read as the plain way does", text);
   expect(read<Stream>(parts, kEnough) == whole, "a stream is read the same however it is cut", input);

@@ -8,6 +8,10 @@ Target turnTarget(const char* name, BodyForm form) {
   return {name, [form](std::string_view input) { fuzzTurn(form, input); }};
 }
 
+Target replyTarget(const char* name, BodyForm form) {
+  return {name, [form](std::string_view input) { fuzzReplyStream(form, input); }};
+}
+
 Target sessionTarget(const char* name, bool isKept) {
   return {name, [isKept](std::string_view input) { fuzzSession(isKept, input); }};
 }
@@ -27,7 +31,11 @@ const std::vector<Target>& allTargets() {
                                             {"json", fuzzJson},
                                             {"variant", fuzzVariant},
                                             {"event_stream", fuzzEventStream},
-                                            {"line_stream", fuzzLineStream}};
+                                            {"line_stream", fuzzLineStream},
+                                            replyTarget("reply_completions", BodyForm::Completions),
+                                            replyTarget("reply_ollama", BodyForm::Ollama),
+                                            replyTarget("reply_gemini", BodyForm::Gemini),
+                                            replyTarget("reply_assistants", BodyForm::Assistants)};
   return kTargets;
 }
 

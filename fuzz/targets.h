@@ -30,6 +30,8 @@ void fuzzVariant(std::string_view input);
 /// A streamed reply, of events or of lines, cut into parts.
 void fuzzEventStream(std::string_view input);
 void fuzzLineStream(std::string_view input);
+/// The same as a reply of the form.
+void fuzzReplyStream(BodyForm form, std::string_view input);
 
 const std::vector<Target>& allTargets();
 

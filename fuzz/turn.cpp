@@ -20,6 +20,8 @@ class Conversation {
     configure();
     open();
     takeTurn();
+    network().answer(replies_);
+    takeStreamedTurn();
     expectHealthyTurn(type_, *assistant_, *session_);
     expectRestorable(type_, *session_, input_);
     network().answer(replies_);
@@ -62,8 +64,28 @@ class Conversation {
 
   void takeTurn() {
     const std::string before = session_->obtainSessionData();
-    const auto [made, error] = assistant_->addMessage(session_.get(), "How many glaciers are there?");
-    const Owned<IQAIMessage> message(made);
+    judge(assistant_->addMessage(session_.get(), "How many glaciers are there?"), before);
+  }
+
+  void takeStreamedTurn() {
+    const std::string before = session_->obtainSessionData();
+    std::string pieces;
+    const auto sink = [&pieces](std::string_view piece) {
+      pieces += piece;
+      return true;
+    };
+    auto* streaming = qaiExtension<IQAIStreaming>(assistant_.get());
+    const Owned<IQAIMessage> message =
+        judge(streaming->addMessageStreaming(session_.get(), "How high is it?", {}, sink), before);
+    if (message == nullptr) return;
+    std::string text;
+    for (const IQAIMessageSection* section : message->obtainSections()) text += section->obtainText();
+    expect(pieces == text, "the pieces of a reply are its text", pieces);
+  }
+
+  Owned<IQAIMessage> judge(const std::pair<IQAIMessage*, std::string>& turn, const std::string& before) const {
+    const auto& [made, error] = turn;
+    Owned<IQAIMessage> message(made);
     if (error.empty()) {
       expectSound(*message);
     } else {
@@ -71,6 +93,7 @@ class Conversation {
       expectFailure(error);
       expect(session_->obtainSessionData() == before, "a failed turn changes nothing", error);
     }
+    return message;
   }
 
   void expectSound(const IQAIMessage& message) const {

@@ -7,7 +7,7 @@ fuzz_dictionary() {
   case $1 in
     session_*) echo fuzz/dictionaries/session ;;
     *_stream) echo fuzz/dictionaries/stream ;;
-    turn_* | failure) echo fuzz/dictionaries/json ;;
+    turn_* | reply_* | failure) echo fuzz/dictionaries/json ;;
     *) echo "fuzz/dictionaries/$1" ;;
   esac
 }
