@@ -103,7 +103,8 @@ class IQAIStreaming {
   ///
   /// What a service tells in the middle of a reply, and a reply that ends before it is complete, are failures, though
   /// `sink` has had pieces. A turn that `sink` or `options.stop` ended gives null and "Stopped". With the Assistants
-  /// service the question stays in the conversation then, and the run is cancelled in a further HTTP exchange.
+  /// service the question stays in the conversation of a turn that failed, and its run, where it has begun and goes on,
+  /// is cancelled in a further HTTP exchange of at most five seconds.
   /// @throw std::bad_function_call when `sink` is empty and there is text.
   /// @return the whole reply, owned by the caller and freed with QAIFreeObject, and ""; else null and a text for the
   ///         user, with the session object unchanged.

@@ -24,7 +24,8 @@ constexpr std::string_view kReplyLabel = ": g/v1/threads/id/messages";
 
 constexpr milliseconds kFirstInterval{250};
 constexpr milliseconds kLongestInterval{1000};
-constexpr int kLastAttempt = 101;  // counted from 0
+constexpr milliseconds kCancelTimeout{5000};  // the host waits for it, whose turn is over
+constexpr int kLastAttempt = 101;             // counted from 0
 
 milliseconds nextInterval(milliseconds interval) { return std::min(interval * 13 / 10, kLongestInterval); }
 
@@ -46,12 +47,7 @@ std::vector<std::string_view> textsOf(const IQAIMessage& message) {
   return texts;
 }
 
-/// Whether it was this side that ended the stream, so that the run may go on at the service.
-bool isLeft(QAIReplyStream::Failure failure) {
-  using Failure = QAIReplyStream::Failure;
-  return failure == Failure::Stopped || failure == Failure::TooLong || failure == Failure::NotJson;
-}
-
+/// Whether nothing more comes of the run at the service.
 bool isOver(const StreamedRun& run) { return !run.end.empty() && run.end != kRunWaiting; }
 
 }  // namespace
@@ -154,7 +150,8 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::addMessageStreaming(IQ
 
   try {
     const HTTPResult result = streamRun(thread, limits, receiver);
-    if (receiver.hasBegun() || isLeft(receiver.failure())) return takeStreamedRun(thread, result, receiver);
+    if (receiver.hasBegun() || receiver.failure() != QAIReplyStream::Failure::None)
+      return takeStreamedRun(thread, result, receiver);
     // A server without streams has made a run to be asked for.
     const auto [reply, error] = finishRun(thread, readCreated(result, kStartLabel), limits.stop);
     std::unique_ptr<IQAIMessage> whole(reply);
@@ -186,10 +183,12 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::takeStreamedRun(const 
   const std::unique_ptr<CMRestResourceResponse> response(result.first);
   StreamedReply& streamed = receiver.reply();
   std::string error = streamError(receiver, result, kStartLabel, kRunLabel);
-  if (isLeft(receiver.failure()) || streamed.run.end == kRunWaiting) cancelRun(threadID, streamed.run);
   if (error.empty() && streamed.run.end == kRunFailed) error = failure(kUnsupportedFormat, kRunLabel);
   if (error.empty() && streamed.run.end != kRunCompleted) error = localizeString("Timeout");
-  if (!error.empty()) return {nullptr, std::move(error)};
+  if (!error.empty()) {
+    cancelRun(threadID, streamed.run);
+    return {nullptr, std::move(error)};
+  }
 
   std::unique_ptr<QAIReply> reply = splitParts(streamed.takeText(), streamed.run);
   reply->details = std::move(streamed.details);
@@ -200,7 +199,6 @@ std::pair<IQAIMessage*, std::string> QAIAssistant_OPENAI::takeStreamedRun(const 
 /// A conversation whose run goes on takes no further question. What comes of it is of no use to the user.
 void QAIAssistant_OPENAI::cancelRun(const std::string& threadID, const StreamedRun& run) const {
   if (run.identifier.empty() || isOver(run)) return;
-  const HTTPResult result =
-      HTTP::Post(restSession_.get(), address({kThreads, threadID, kRuns, run.identifier, "cancel"}), nullptr, {}, {});
-  delete result.first;
+  const std::string url = address({kThreads, threadID, kRuns, run.identifier, "cancel"});
+  delete HTTP::PostBriefly(restSession_.get(), url, kCancelTimeout).first;
 }

@@ -67,6 +67,19 @@ HTTPResult HTTP::Post(CMRestSession* session, std::string url, ICOJsonValue* bod
   });
 }
 
+HTTPResult HTTP::PostBriefly(CMRestSession* session, std::string url, std::chrono::milliseconds most,
+                             ICSAppFactory* app) {
+  CMRestGlobalSettings settings = httpSettings;
+  if (settings.totalTimeout == settings.totalTimeout.zero() || settings.totalTimeout > most) {
+    settings.totalTimeout = most;
+  }
+  CMRestPostRequest request;
+  prepare(request, std::move(url));
+  return run(app, settings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {
+    return client.executePost(request, response);
+  });
+}
+
 HTTPResult HTTP::PostStreaming(CMRestSession* session, std::string url, ICOJsonValue* body,
                                const CMRestParams& queryParams, const CMRestParams& headerParams,
                                const CMRestGlobalSettings& settings, ICSRestReceiver& receiver, ICSAppFactory* app) {

@@ -4,6 +4,7 @@
 #include <cf/app.h>
 #include <cf/rest.h>
 
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -22,6 +23,10 @@ HTTPResult Get(CMRestSession* session, std::string url, const CMRestParams& quer
 /// `body` stays the caller's; null sends none.
 HTTPResult Post(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
                 const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
+
+/// As Post without a body, given up after `most` where the settings do not give up before.
+HTTPResult PostBriefly(CMRestSession* session, std::string url, std::chrono::milliseconds most,
+                       ICSAppFactory* app = CF::obtainAppFactory());
 
 /// As Post, under `settings` and with a receiver for the reply; throws what that throws, too.
 HTTPResult PostStreaming(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,

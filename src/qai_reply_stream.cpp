@@ -2,6 +2,8 @@
 
 #include "qai_http.h"
 
+#include <cf/text.h>
+
 #include <algorithm>
 #include <cstring>
 #include <optional>
@@ -109,7 +111,7 @@ bool QAIReplyStream::read(const StreamEvent& event) {
   if (json == nullptr && (!isError || event.data.empty())) return fail(Failure::NotJson);
   const ICOJsonValue* member = json == nullptr ? nullptr : json->obtainJsonValue("error");
   if (isError || (member != nullptr && member->obtainType() != JsonType::Null)) {
-    reply_.error = json == nullptr ? std::string(event.data) : obtainErrorText(*json, event.data);
+    reply_.error = json == nullptr ? cfToUTF8(event.data) : obtainErrorText(*json, event.data);
     return fail(Failure::Told);
   }
   form_.read(event.type, *json, reply_);

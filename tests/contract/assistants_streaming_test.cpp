@@ -302,6 +302,42 @@ TEST_F(LeftRun, StoppedByAnExceptionIsCancelled) {
   expectCancelled(before_);
 }
 
+TEST_F(LeftRun, CancelledByTheHostIsCancelledAtTheService) {
+  ICSHTTPPoolCenter* pool = CF::createHTTPPoolCenter();
+  assistant_ = bareAssistant(pool);
+  Owned<IQAISession> same(assistant_->loadSession(before_).first);
+  session_ = std::move(same);
+  standin::Script reply = asStream("");
+  reply.pieces = {{beginning()}, {": never\n\n", 60s}};
+  streamNext(reply);
+  isEnough_ = [pool] {
+    pool->cancel();
+    return false;
+  };
+  EXPECT_EQ(askStreamed(), (Turned{.error = "The request was cancelled", .saved = before_}));
+  expectCancelled(before_);
+}
+
+TEST_F(LeftRun, ThatIsTooSlowIsCancelled) {
+  standin::Script reply = asStream("");
+  reply.pieces = {{beginning()}, {": never\n\n", 60s}};
+  streamNext(reply);
+  QAIStreamOptions options;
+  options.totalTimeout = 300ms;
+  EXPECT_THAT(askStreamed(options).error, EndsWith(" within 0.3 s"));
+  expectCancelled(before_);
+}
+
+TEST_F(LeftRun, WhoseConnectionIsLostIsCancelled) {
+  standin::Script reply = asStream("");
+  reply.pieces = {{beginning()}, {": never\n\n"}};
+  reply.fault = standin::Fault::ResetBody;
+  reply.cutAfter = beginning().size();
+  streamNext(reply);
+  EXPECT_THAT(askStreamed().error, HasSubstr("was lost"));
+  expectCancelled(before_);
+}
+
 TEST_F(LeftRun, ThatIsTooLongIsCancelled) {
   streamNext(asStream(beginning()));
   QAIStreamOptions options;
@@ -322,6 +358,7 @@ TEST_F(AssistantsStreaming, ThatEndsTooEarlyIsAFailureThatSaysSo) {
   streamNext(asStream(whole.substr(0, whole.find("event: thread.run.completed"))));
   EXPECT_EQ(askStreamed().error, "The reply ended before it was complete: p/v1/threads/id/runs/id");
   EXPECT_THAT(pieces_, ElementsAre("one", " tw", "o"));
+  EXPECT_EQ(wire().back(), kCancel);
 }
 
 TEST_F(AssistantsStreaming, DoesNotBeginWhenTheHostHasStopped) {

@@ -276,6 +276,7 @@ INSTANTIATE_TEST_SUITE_P(
             Failure::Told,
             "no memory"},
         Row{"told_in_a_field_as_text", kChat, "error: out of order\n\n", {}, kUntold, Failure::Told, "out of order"},
+        Row{"told_in_bytes_that_are_no_text", kChat, "error: \xFF!\n\n", {}, kUntold, Failure::Told, "\xEF\xBF\xBD!"},
         Row{"told_by_an_event",
             kRun,
             named("error", R"({"error":{"message":"The server had an error","type":"server_error"}})"),
