@@ -41,6 +41,12 @@ class Watch {
   std::vector<std::string> texts_;
 };
 
+void addStreamedTurn(IQAIAssistant& assistant, IQAISession* session, Watch& watch) {
+  const StreamedTurn turn = askStreaming(assistant, session, "question");
+  watch.add(turn.told);
+  for (const std::string& piece : turn.pieces) watch.add(piece);
+}
+
 /// Everything that an assistant can be asked for, in the order of a host's calls; fails nowhere itself.
 void useAll(IQAIAssistant& assistant, const TestedService& service, Watch& watch) {
   watch.add(assistant.obtainAvailableModels().second);
@@ -49,6 +55,7 @@ void useAll(IQAIAssistant& assistant, const TestedService& service, Watch& watch
   const Owned<IQAISession> session(opened);
   watch.add(error);
   watch.add(ask(assistant, session.get(), "question"));
+  addStreamedTurn(assistant, session.get(), watch);
   if (session != nullptr) {
     watch.add(session->obtainSessionData());
     watch.add(assistant.destroySession(session.get()));
@@ -58,6 +65,7 @@ void useAll(IQAIAssistant& assistant, const TestedService& service, Watch& watch
   const Owned<IQAISession> again(restored);
   watch.add(loadError);
   watch.add(ask(assistant, again.get(), "question"));
+  addStreamedTurn(assistant, again.get(), watch);
   if (again != nullptr) watch.add(again->obtainSessionData());
   for (const char* key : {"api_host", "combined_instructions"}) watch.add(property(assistant, key).stringValue());
 }
@@ -70,7 +78,10 @@ struct FailureRow {
 };
 
 raw::Script answered(int status, const char* body) { return {raw::Send{raw::reply(status, body)}}; }
-raw::Script closedBehind(const char* bytes) { return {raw::Send{bytes}, raw::Close{}}; }
+std::string stream(const char* body) {
+  return std::string("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n") + body;
+}
+raw::Script closedBehind(std::string bytes) { return {raw::Send{std::move(bytes)}, raw::Close{}}; }
 
 std::vector<FailureRow> failures() {
   std::vector<FailureRow> rows{
@@ -86,6 +97,12 @@ std::vector<FailureRow> failures() {
       {"bad_compression", closedBehind("HTTP/1.1 200 OK\r\nContent-Encoding: gzip\r\nContent-Length: 2\r\n\r\n{}")},
       {"no_json", answered(200, "no JSON")},
       {"wrong_json", answered(200, R"({"data":1,"choices":1,"models":1,"candidates":1,"message":1,"id":1})")},
+      {"cut_stream", closedBehind(stream("data: {\"choices\":["))},
+      {"stream_without_an_end", closedBehind(stream(": nothing\n\n"))},
+      {"stream_of_no_json", closedBehind(stream("data: no JSON\n\n"))},
+      {"stream_of_wrong_json", closedBehind(stream("data: {\"choices\":1}\n\ndata: [DONE]\n\n"))},
+      {"error_in_a_stream", closedBehind(stream("data: {\"error\":{\"message\":\"no\"}}\n\n"))},
+      {"reset_stream", {raw::Send{stream("data: {}\n\n")}, raw::Reset{}}},
       {"proxy_refuses_a_plain_request", answered(407, ""), "http://a.example", true},
       {"proxy_dies", {raw::Close{}}, "https://a.example", true},
   };
