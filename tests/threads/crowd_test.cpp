@@ -99,7 +99,9 @@ TEST_F(Crowd, EveryTurnIsAnsweredOrCancelledAndEveryCancelEndsExactlyOne) {
     const Tally& tally = worker->tally();
     EXPECT_THAT(tally.defects, IsEmpty());
     EXPECT_GE(tally.asked, turnsOfEach());
-    EXPECT_EQ(tally.asked, tally.answered + static_cast<int>(tally.cancelled.size())) << worker->service().name;
+    EXPECT_EQ(tally.asked, tally.answered + tally.stopped + static_cast<int>(tally.cancelled.size()))
+        << worker->service().name;
+    EXPECT_GE(tally.streamed, tally.asked / 4);
     EXPECT_EQ(tally.cancels, static_cast<int>(tally.cancelled.size())) << worker->service().name;
     EXPECT_EQ(tally.cancels > 0, worker->service().usesPool) << worker->service().name;
     cancelled += static_cast<int>(tally.cancelled.size());
@@ -118,6 +120,8 @@ TEST_F(Crowd, EveryTurnIsAnsweredOrCancelledAndEveryCancelEndsExactlyOne) {
   }
   EXPECT_GT(sent, 0);
   RecordProperty("asked", sum(&Tally::asked));
+  RecordProperty("streamed", sum(&Tally::streamed));
+  RecordProperty("stopped", sum(&Tally::stopped));
   RecordProperty("cancelled", cancelled);
   RecordProperty("cancelled_in_flight", sent);
   RecordProperty("requests", static_cast<int>(standin_.requests().size()));

@@ -2,12 +2,17 @@
 #include "../contract/hpp_fixture.h"
 #include "support/meeting.h"
 #include "support/raw_server.h"
+#include "support/streams.h"
 
 #include <gmock/gmock.h>
 
+#include <atomic>
+#include <chrono>
 #include <functional>
+#include <future>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -102,6 +107,71 @@ TEST_P(Promise, SettingsOfTheLibraryHoldOnEveryThread) {
   elsewhere([this] { EXPECT_TRUE(host().models()); });
   for (const standin::Request& request : standin_.requests()) EXPECT_EQ(request.header("User-Agent"), "set before");
   EXPECT_GE(requestCount(), 2U);
+}
+
+TEST_P(Promise, FlagSetByAnotherThreadStopsAStreamedTurn) {
+  const auto assistant = assistantWith();
+  const auto session = newSession(*assistant);
+  const std::size_t sentFirst = service_.keepsConversations ? 1 : 0;  // the question itself
+  const std::size_t before = requestCount();
+  for (std::size_t i = 0; i < sentFirst; ++i) standin_.script({});
+  stallNext();
+  std::atomic<bool> stop{false};
+  QAIStreamOptions options;
+  options.stop = &stop;
+  std::string told;
+  std::thread thread([&] { told = askStreaming(*assistant, session.get(), "question", options).told; });
+  awaitRequest(before + sentFirst + 1);
+  stop = true;
+  thread.join();
+  EXPECT_EQ(told, "error: Stopped");
+}
+
+TEST_P(Promise, SinkRunsOnTheThreadOfTheTurn) {
+  const auto assistant = assistantWith();
+  const auto session = newSession(*assistant);
+  std::thread::id asker;
+  std::thread::id handed;
+  const auto sink = [&](std::string_view) {
+    handed = std::this_thread::get_id();
+    return true;
+  };
+  elsewhere([&] {
+    asker = std::this_thread::get_id();
+    auto* streaming = qaiExtension<IQAIStreaming>(assistant.get());
+    EXPECT_THAT(toldBy(streaming->addMessageStreaming(session.get(), "question", {}, sink)),
+                Not(StartsWith("error: ")));
+  });
+  EXPECT_EQ(handed, asker);
+}
+
+class StreamPromise : public Promise {};
+INSTANTIATE_TEST_SUITE_P(Pooled, StreamPromise, testing::ValuesIn(pooledServices()), serviceName);
+
+TEST_P(StreamPromise, CancelFromAnotherThreadEndsAStreamThatHasBegun) {
+  using namespace std::chrono_literals;
+  const std::string body = streamOf(service_.form, service_.replyBody);
+  standin::Script reply{.status = 200, .contentType = std::string(streamTypeOf(service_.form))};
+  reply.pieces = {{body.substr(0, body.size() / 2)}, {body.substr(body.size() / 2), 60s}};
+  standin_.script(reply);
+  ICSHTTPPoolCenter* pool = CF::createHTTPPoolCenter();
+  const auto assistant = bareAssistant(pool);
+  assign(*assistant, {{"model", service_.model}});
+  const auto session = newSession(*assistant);
+  std::promise<void> begun;
+  bool isFirst = true;
+  const auto sink = [&](std::string_view) {
+    if (std::exchange(isFirst, false)) begun.set_value();
+    return true;
+  };
+  std::thread canceller([&] {
+    begun.get_future().wait();
+    pool->cancel();
+  });
+  auto* streaming = qaiExtension<IQAIStreaming>(assistant.get());
+  EXPECT_EQ(toldBy(streaming->addMessageStreaming(session.get(), "question", {}, sink)), kCancelled);
+  canceller.join();
+  EXPECT_THAT(askStreaming(*assistant, session.get(), "question").told, Not(StartsWith("error: ")));
 }
 
 class CancelPromise : public Promise {};

@@ -1,5 +1,7 @@
 #include "worker.h"
 
+#include "support/host.h"
+
 #include <cctype>
 #include <string_view>
 #include <utility>
@@ -64,33 +66,62 @@ void Worker::converse() {
 void Worker::takeTurn(bool disturbed) {
   const std::string question = signature() + "for turn " + std::to_string(tally_.asked) + ": list the tables.";
   const std::string before = session_.save();
+  // A cancel may leave the run of a service that keeps the conversation without a name that it could be ended by.
+  const bool isStreamed = tally_.asked % 2 == 1 && !(disturbed && service_.keepsConversations);
+  stop_ = false;
   if (disturbed && !cancelIsDue_) disturb();
   ++tally_.asked;
-  const auto reply = session_.ask(question);
+  const std::string told = isStreamed ? askStreamed(question) : ask(question);
   if (cancelling_.valid()) cancelling_.get();
-  judge(question, reply, before);
+  judge(question, told, before);
 }
 
-/// Has another thread cancel, in both ways that there are.
+std::string Worker::ask(const std::string& question) {
+  return toldBy(assistant_.native()->addMessage(session_.native(), question));
+}
+
+std::string Worker::askStreamed(const std::string& question) {
+  ++tally_.streamed;
+  QAIStreamOptions options;
+  options.stop = &stop_;
+  StreamedTurn turn = askStreaming(*assistant_.native(), session_.native(), question, options);
+  std::string joined;
+  for (const std::string& piece : turn.pieces) joined += piece;
+  expect(turn.told.starts_with("error: ") || joined == turn.told, "pieces of another text: " + joined);
+  return std::move(turn.told);
+}
+
+/// Has another thread cancel, in both ways that there are; or stop, where nothing can be cancelled.
 void Worker::disturb() {
+  if (!canBeCancelled()) {
+    cancelling_ = desk_.handIn([this] { stop_ = true; });
+    return;
+  }
   cancelling_ = tally_.asked % 2 == 0 ? desk_.handIn([pool = assistant_.pool()] { pool->cancel(); })
                                       : desk_.handIn([canceller = session_.canceller()] { canceller.cancel(); });
-  if (!canBeCancelled()) return;
   ++tally_.cancels;
   cancelIsDue_ = true;
 }
 
-void Worker::judge(const std::string& question, const qai::Result<qai::Message>& reply, const std::string& before) {
-  if (reply) {
+void Worker::judge(const std::string& question, const std::string& told, const std::string& before) {
+  if (!told.starts_with("error: ")) {
     ++tally_.answered;
-    return checkAnswer(reply->text());
+    return checkAnswer(told);
   }
-  expect(reply.error() == "The request was cancelled", "failed: " + reply.error());
-  expect(cancelIsDue_, "cancelled by nobody");
   expect(session_.save() == before, "a session that changed: " + session_.save());
+  if (stop_) return judgeStop(told);
+  expect(told == "error: The request was cancelled", "failed: " + told);
+  expect(cancelIsDue_, "cancelled by nobody");
   cancelIsDue_ = false;
   isStirred_ = true;
   tally_.cancelled.insert(question);
+}
+
+/// The library's own text, translated.
+void Worker::judgeStop(const std::string& told) {
+  expect(told == std::string("error: ") + kTranslated, "failed: " + told);
+  ++tally_.translated;
+  ++tally_.stopped;
 }
 
 /// It names the worker's own table and no other. A service that keeps the conversation may still act on a request that

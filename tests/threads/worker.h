@@ -6,6 +6,7 @@
 
 #include <qai.hpp>
 
+#include <atomic>
 #include <cstddef>
 #include <set>
 #include <string>
@@ -15,14 +16,17 @@
 struct Tally {
   int asked = 0;
   int answered = 0;
-  int cancels = 0;  // that were made with an assistant whose requests can be cancelled
+  int streamed = 0;  // of these
+  int stopped = 0;   // by the host's flag
+  int cancels = 0;   // that were made with an assistant whose requests can be cancelled
   int translated = 0;
   std::set<std::string> cancelled;   // the texts of the turns that a cancel ended
   std::vector<std::string> defects;  // what was not as it must be
 };
 
-/// Asks until it has asked often enough: in conversations of a few turns, some of which are cancelled meanwhile, with
-/// model lists, settings, saving, restoring and new assistants in between. Everything is checked where it happens.
+/// Asks until it has asked often enough: in conversations of a few turns, every other one streamed, some of which are
+/// cancelled or stopped meanwhile, with model lists, settings, saving, restoring and new assistants in between.
+/// Everything is checked where it happens.
 class Worker {
  public:
   /// `number` tells workers apart: in the key, in the database and in every question.
@@ -43,7 +47,10 @@ class Worker {
   void converse();
   void takeTurn(bool disturbed);
   void disturb();
-  void judge(const std::string& question, const qai::Result<qai::Message>& reply, const std::string& before);
+  std::string ask(const std::string& question);
+  std::string askStreamed(const std::string& question);
+  void judge(const std::string& question, const std::string& told, const std::string& before);
+  void judgeStop(const std::string& told);
   void checkAnswer(const std::string& answer);
   void lookAround();
   void expect(bool holds, const std::string& what);
@@ -58,8 +65,9 @@ class Worker {
   qai::Assistant assistant_;
   qai::Session session_;
   std::future<void> cancelling_;
-  bool isStirred_ = false;    // a turn of the conversation was cancelled
-  bool cancelIsDue_ = false;  // one was made that no turn has met yet
+  std::atomic<bool> stop_{false};  // of streamed turns, set by other threads
+  bool isStirred_ = false;         // a turn of the conversation was cancelled
+  bool cancelIsDue_ = false;       // one was made that no turn has met yet
 };
 
 /// The text that the host's callback gives for every text of the library's own.
