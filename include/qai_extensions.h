@@ -99,7 +99,7 @@ class IQAIStreaming {
 
   /// As IQAIAssistant::addMessage, and hands the reply's text to `sink` while it comes: the pieces joined are the text
   /// of the reply. Where a reply consists of several choices the first one's text comes at once, the others' at the
-  /// end.
+  /// end. Several messages of the Assistants service stand in the order in which they come.
   ///
   /// What a service tells in the middle of a reply, and a reply that ends before it is complete, are failures, though
   /// `sink` has had pieces. A turn that `sink` or `options.stop` ended gives null and "Stopped". With the Assistants
