@@ -70,8 +70,8 @@ struct QAIStreamOptions {
   static constexpr std::chrono::milliseconds kFromSettings{-1};
 
   std::uint32_t size = sizeof(QAIStreamOptions);  ///< bytes of this record
-  /// Whether the service is asked what the turn costs, where that takes a request of its own: a service that does not
-  /// know "stream_options" may refuse it.
+  /// Whether the service is asked what the turn costs, where it tells that only when asked ("stream_options"). Servers
+  /// that do not know the word may refuse the turn.
   bool asksForUsage = true;
   /// The turn fails when nothing arrives for so long; any byte will do, and some services send one now and then while
   /// they make one wait. Counted in whole seconds, a part of one as one. 0 is no limit; kFromSettings is

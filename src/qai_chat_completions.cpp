@@ -50,10 +50,10 @@ void readModelAndUsage(const ICOJsonValue& reply, ReplyDetails& details) {
   readDetail(usage->obtainJsonValue("prompt_tokens_details"), "cached_tokens", details.cachedTokens);
 }
 
-/// The same of a choice.
-void readDetailsOf(const ICOJsonValue& item, ReplyDetails& details) {
+/// The same of a choice, whose text stands in its member `key`.
+void readChoiceDetails(const ICOJsonValue& item, std::string_view key, ReplyDetails& details) {
   readDetail(&item, "finish_reason", details.finishReason);
-  const ICOJsonValue* refusal = cfFindJsonMember(item.obtainJsonValue("delta"), "refusal", JsonType::String);
+  const ICOJsonValue* refusal = cfFindJsonMember(item.obtainJsonValue(key), "refusal", JsonType::String);
   if (refusal != nullptr) details.refusal += refusal->obtainString();
 }
 
@@ -97,9 +97,7 @@ void completions::readDetails(const ICOJsonValue& reply, ReplyDetails& details) 
   readModelAndUsage(reply, details);
   const ICOJsonValue* choices = reply.obtainJsonValue("choices");
   const ICOJsonValue* first = choices == nullptr ? nullptr : choices->obtainArrayItem(0);
-  if (first == nullptr) return;
-  readDetail(first, "finish_reason", details.finishReason);
-  readDetail(first->obtainJsonValue("message"), "refusal", details.refusal);
+  if (first != nullptr) readChoiceDetails(*first, "message", details);
 }
 
 void completions::readEvent(std::string_view /*type*/, const ICOJsonValue& event, StreamedReply& reply) {
@@ -111,7 +109,7 @@ void completions::readEvent(std::string_view /*type*/, const ICOJsonValue& event
     const ICOJsonValue* item = choices->obtainArrayItem(i);
     StreamedChoice& choice = reply.obtainChoice(*item, i);
     readDelta(item->obtainJsonValue("delta"), choice, reply);
-    if (reply.isFirst(choice)) readDetailsOf(*item, reply.details);
+    if (reply.isFirst(choice)) readChoiceDetails(*item, "delta", reply.details);
     if (cfFindJsonMember(item, "finish_reason", JsonType::String) != nullptr) choice.hasEnded = true;
   }
 }

@@ -70,9 +70,8 @@ HTTPResult HTTP::Post(CMRestSession* session, std::string url, ICOJsonValue* bod
 HTTPResult HTTP::PostBriefly(CMRestSession* session, std::string url, std::chrono::milliseconds most,
                              ICSAppFactory* app) {
   CMRestGlobalSettings settings = httpSettings;
-  if (settings.totalTimeout == settings.totalTimeout.zero() || settings.totalTimeout > most) {
-    settings.totalTimeout = most;
-  }
+  const bool isUnlimited = settings.totalTimeout.count() <= 0;
+  if (isUnlimited || settings.totalTimeout > most) settings.totalTimeout = most;
   CMRestPostRequest request;
   prepare(request, std::move(url));
   return run(app, settings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {

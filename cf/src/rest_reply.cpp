@@ -2,6 +2,7 @@
 
 #include "rest_text.h"
 
+#include <algorithm>
 #include <charconv>
 #include <utility>
 

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <new>
 
 namespace {
@@ -31,6 +32,7 @@ struct Exchange {
   std::int32_t status = 200;
   const char* reply = "{}";  // null: no response at all
   bool throws = false;
+  std::chrono::milliseconds totalTimeout{};
 };
 
 class FakeClient final : public ICSRestClient {
@@ -82,6 +84,7 @@ class FakeApp final : public ICSAppFactory, public ICSRestClientFactory, public 
                                   const CMRestSession* session) override {
     EXPECT_EQ(app, this);
     exchange_.userAgent = settings.userAgent;
+    exchange_.totalTimeout = settings.totalTimeout;
     exchange_.session = session;
     ++exchange_.clientsMade;
     return new FakeClient(exchange_);
@@ -114,6 +117,19 @@ TEST_F(Http, GetCarriesAddressAndParametersInTheirOrder) {
   EXPECT_THAT(exchange.query, ElementsAre(Pair("b", "1"), Pair("a", "2")));
   EXPECT_THAT(exchange.headers, ElementsAre(Pair("X", "y")));
   EXPECT_EQ(exchange.session, &session);
+}
+
+// 0 or less is no limit.
+TEST_F(Http, BriefPostHasTheHostsLimitOnlyWhereThatIsShorter) {
+  using std::chrono::milliseconds;
+  for (const auto& [hosts, limit] : {std::pair{600'000, 5000}, {0, 5000}, {-1, 5000}, {5000, 5000}, {200, 200}}) {
+    httpSettings.totalTimeout = milliseconds(hosts);
+    owned(HTTP::PostBriefly(&session, "https://h", milliseconds(5000), &app));
+    EXPECT_EQ(exchange.totalTimeout, milliseconds(limit)) << hosts;
+  }
+  httpSettings = {};
+  EXPECT_EQ(exchange.method, "POST");
+  EXPECT_FALSE(exchange.hasBody);
 }
 
 TEST_F(Http, EmptyListsAddNothing) {
