@@ -1,12 +1,12 @@
 // qai-chat: asks an AI service about a database, from the terminal.
-#include "database.h"
-#include "endpoint.h"
+#include "databases/database.h"
 #include "options.h"
 #include "program.h"
-#include "rendering.h"
-#include "saved_conversation.h"
+#include "services/endpoint.h"
+#include "services/saved_conversation.h"
 #include "standard_streams.h"
 #include "start.h"
+#include "terminal/rendering.h"
 
 #include <cerrno>
 #include <exception>

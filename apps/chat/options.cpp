@@ -51,10 +51,11 @@ Exit codes:
 )";
 
 std::string makeFooter() {
+  constexpr std::size_t kNameWidth = 19;
   std::string text = kFooterStart;
   for (const Provider& provider : kProviders) {
     std::string name = provider.name;
-    name.resize(obtainNameWidth(), ' ');
+    name.resize(kNameWidth, ' ');
     std::string keys;
     for (const char* variable : provider.keyVariables) keys += (keys.empty() ? "" : " or ") + std::string(variable);
     text += "  " + name + (keys.empty() ? "no key" : keys) + "; " + provider.hostNote + "\n";
@@ -93,14 +94,16 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
       ->type_name("NAME")
       ->capture_default_str();
   app.add_option("--model", options.model, "default: the first that the service lists")->type_name("NAME");
-  app.add_option("--host", options.host, "another address of the service")->type_name("ADDRESS");
+  app.add_option("--host", options.service.host, "another address of the service")->type_name("ADDRESS");
   app.add_option("--instructions", options.instructions, "what the model should heed in every answer");
   app.add_option("--temperature", options.temperature, "from 0 (dry) to 2 (wild)")
       ->check(checkTemperature)
       ->type_name("NUMBER");
-  app.add_option("--ca-file", options.caFile, "PEM file of authorities to trust, too")->type_name("FILE");
-  app.add_option("--proxy", options.proxyURL, "HTTP proxy, as http://host:port")->check(checkProxy)->type_name("URL");
-  app.add_flag("--allow-http", options.allowHttp, "let keys go unencrypted to other machines");
+  app.add_option("--ca-file", options.service.caFile, "PEM file of authorities to trust, too")->type_name("FILE");
+  app.add_option("--proxy", options.service.proxyURL, "HTTP proxy, as http://host:port")
+      ->check(checkProxy)
+      ->type_name("URL");
+  app.add_flag("--allow-http", options.service.allowHttp, "let keys go unencrypted to other machines");
   app.add_option("--save", options.saveFile, "keep the conversation in FILE")->type_name("FILE");
   app.add_option("--restore", options.restoreFile, "go on with the conversation in FILE")->type_name("FILE");
   app.add_flag("--no-stream", options.isWhole, "show each answer when it is complete");
@@ -138,12 +141,12 @@ CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   } catch (const CLI::ParseError& error) {
     return wrongUsage(error.what());
   }
-  result.options.provider = findProvider(providerName);
+  result.options.service.provider = findProvider(providerName);
   if (app.count("QUESTION") > 0) result.options.question = question;
   if (result.options.database.empty() && !result.options.listModels) return wrongUsage("No DATABASE is given");
   if (result.options.question && cfTrimAsString(question).empty()) return wrongUsage("The QUESTION is empty");
   const bool keeps = !result.options.saveFile.empty() || !result.options.restoreFile.empty();
-  if (keeps && result.options.provider->keepsConversations)
-    return wrongUsage(std::string(result.options.provider->title) + " keeps conversations itself");
+  if (keeps && result.options.service.provider->keepsConversations)
+    return wrongUsage(std::string(result.options.service.provider->title) + " keeps conversations itself");
   return result;
 }

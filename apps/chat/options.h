@@ -2,21 +2,17 @@
 #pragma once
 
 #include "exit_code.h"
-#include "providers.h"
+#include "services/endpoint.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 struct Options {
-  const Provider* provider = &kProviders.front();
+  ServiceWish service;
   std::string model;  // empty: the first that the service lists
-  std::string host;   // empty: the provider's own
   std::string instructions;
   std::string temperature;  // a decimal from 0 to 2; empty: the service's default
-  std::string caFile;
-  std::string proxyURL;    // empty: what the environment says
-  bool allowHttp = false;  // a key, or a restored conversation, may go unencrypted to another machine
   std::string restoreFile;
   std::string saveFile;
   std::string database;

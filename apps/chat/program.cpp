@@ -1,13 +1,13 @@
 #include "program.h"
 
-#include "chat_partner.h"
-#include "endpoint.h"
-#include "interrupt.h"
-#include "rendering.h"
-#include "saved_conversation.h"
-#include "sqlite_database.h"
+#include "databases/sqlite_database.h"
+#include "services/chat_partner.h"
+#include "services/endpoint.h"
+#include "services/saved_conversation.h"
+#include "services/switchboard.h"
 #include "standard_streams.h"
-#include "switchboard.h"
+#include "terminal/interrupt.h"
+#include "terminal/rendering.h"
 
 #include <cf/defer.h>
 #include <cf/text.h>
@@ -55,8 +55,8 @@ struct Beginning {
 };
 
 Switchboard makeSwitchboard(const Options& options, const Setup& setup, Streams streams) {
-  const auto choose = [&options](const Provider& provider) { return chooseEndpoint(options, provider); };
-  return {*options.provider, choose, setup, streams.err};
+  const auto choose = [&options](const Provider& provider) { return chooseEndpoint(options.service, provider); };
+  return {*options.service.provider, choose, setup, streams.err};
 }
 
 bool askToAgree(const std::string& question, Streams streams) {
@@ -73,11 +73,11 @@ std::string readRestored(const Options& options, Streams streams) {
   const std::string saved = readSavedConversation(options.restoreFile);
   Consent consent;
   if (isInputTerminal()) consent = [&](const std::string& question) { return askToAgree(question, streams); };
-  return consentToSaved(saved, chooseEndpoint(options, *options.provider), consent);
+  return consentToSaved(saved, chooseEndpoint(options.service, *options.service.provider), consent);
 }
 
 ExitCode listModels(const Options& options, Streams streams) {
-  Endpoint endpoint = chooseEndpoint(options, *options.provider);
+  Endpoint endpoint = chooseEndpoint(options.service, *options.service.provider);
   const auto standIn = startStandIn(endpoint, streams.err);
   ChatPartner partner(std::move(endpoint));
   const auto [models, error] = partner.listModels();
@@ -168,7 +168,7 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
 
 ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams) {
   // All services are told the same, and with the first of them nothing is sent; another may keep what it is told.
-  ChatPartner partner(chooseEndpoint(options, kProviders.front()));
+  ChatPartner partner(chooseEndpoint(options.service, kProviders.front()));
   const std::string error = partner.configure(setup);
   if (!error.empty()) {
     complain(streams.err, error);

@@ -1,7 +1,7 @@
 // What the program does, once its command line is read.
 #pragma once
 
-#include "conversation.h"
+#include "conversation/conversation.h"
 #include "exit_code.h"
 #include "options.h"
 

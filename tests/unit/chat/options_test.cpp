@@ -14,14 +14,14 @@ TEST(CommandLine, ReadsEveryOption) {
                        "be brief",     "--temperature", "0.5",     "--ca-file", "ca.pem", "--proxy", "http://p:1",
                        "--allow-http", "--save",        "s.json",  "--restore", "r.json", "shop.db", "How many?"});
   ASSERT_FALSE(line.end) << line.text;
-  EXPECT_EQ(line.options.provider, findProvider("gemini"));
+  EXPECT_EQ(line.options.service.provider, findProvider("gemini"));
   EXPECT_EQ(line.options.model, "m");
-  EXPECT_EQ(line.options.host, "h");
+  EXPECT_EQ(line.options.service.host, "h");
   EXPECT_EQ(line.options.instructions, "be brief");
   EXPECT_EQ(line.options.temperature, "0.5");
-  EXPECT_EQ(line.options.caFile, "ca.pem");
-  EXPECT_EQ(line.options.proxyURL, "http://p:1");
-  EXPECT_TRUE(line.options.allowHttp);
+  EXPECT_EQ(line.options.service.caFile, "ca.pem");
+  EXPECT_EQ(line.options.service.proxyURL, "http://p:1");
+  EXPECT_TRUE(line.options.service.allowHttp);
   EXPECT_EQ(line.options.saveFile, "s.json");
   EXPECT_EQ(line.options.restoreFile, "r.json");
   EXPECT_EQ(line.options.database, "shop.db");
@@ -36,7 +36,7 @@ TEST(CommandLine, MayHaveAnswersComeWhole) { EXPECT_TRUE(readCommandLine({"--no-
 TEST(CommandLine, LeavesTheRestToDefaults) {
   const CommandLine line = readCommandLine({"shop.db"});
   ASSERT_FALSE(line.end) << line.text;
-  EXPECT_EQ(line.options.provider, &kProviders.front());
+  EXPECT_EQ(line.options.service.provider, &kProviders.front());
   EXPECT_EQ(line.options.model, "");
   EXPECT_EQ(line.options.temperature, "");
   EXPECT_EQ(line.options.question, std::nullopt);

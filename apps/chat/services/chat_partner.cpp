@@ -1,0 +1,198 @@
+#include "services/chat_partner.h"
+
+#include "services/piecewise_redaction.h"
+#include "services/session_text.h"
+
+#include <cf/defer.h>
+
+#include <cstdint>
+#include <exception>
+#include <stdexcept>
+
+namespace {
+
+/// As texts stand in `setup`: the library takes a temperature as the user wrote it.
+void fillIn(qai::Fill& fill, const Setup& setup) {
+  if (!setup.model.empty()) fill.model(setup.model);
+  if (!setup.temperature.empty()) fill.set("temperature", setup.temperature);
+  if (!setup.instructions.empty()) fill.userInstructions(setup.instructions);
+  if (!setup.productName.empty()) {
+    const std::string task = "You help people to work with a " + setup.productName +
+                             " database. When SQL is called for, write it in the dialect of " + setup.productName +
+                             ", for the objects that are described here.";
+    fill.systemInstructions({{"task", task}});
+  }
+  if (!setup.structureJson.empty()) fill.databaseStructure(setup.structureJson);
+}
+
+std::string withHint(std::string error, const std::string& hint) {
+  return hint.empty() ? error : std::move(error) + ". " + hint;
+}
+
+}  // namespace
+
+ChatPartner::ChatPartner(Endpoint endpoint)
+    : endpoint_(std::move(endpoint)),
+      assistant_(endpoint_.provider->type, endpoint_.apiKey, endpoint_.host),
+      canceller_(assistant_.canceller()) {
+  if (!assistant_) throw std::runtime_error("This library does not serve the provider");
+}
+
+ChatPartner::~ChatPartner() {
+  try {
+    close();
+  } catch (const std::exception&) {
+    // Without memory what the service keeps is left to it.
+  }
+}
+
+std::pair<std::vector<std::string>, std::string> ChatPartner::listModels() {
+  putSettingsInPlace();
+  auto models = assistant_.models();
+  if (!models) return {{}, fail(models.error())};
+  noteStatus();
+  for (std::string& model : models.value()) model = withoutSecrets(std::move(model), endpoint_.secrets);
+  return {std::move(models.value()), ""};
+}
+
+std::string ChatPartner::configure(const Setup& setup) {
+  putSettingsInPlace();
+  const auto filled = assistant_.configure([&setup](qai::Fill& fill) { fillIn(fill, setup); });
+  if (!filled.accepted()) return fail(filled.error());
+  noteStatus();
+  isKept_ = provider().keepsConversations;
+  if (filled) return "";
+  std::string error = "The library refused these settings:";
+  for (const std::string& key : filled.refused()) error += " " + key;
+  return error;
+}
+
+std::string ChatPartner::settle(Setup& setup) {
+  if (setup.model.empty()) {
+    auto [models, error] = listModels();
+    if (!error.empty()) return error;
+    if (models.empty()) return withHint("The service offers no models", provider().noModelsHint);
+    setup.model = std::move(models.front());
+  }
+  return configure(setup);
+}
+
+std::string ChatPartner::combinedInstructions() {
+  return withoutSecrets(assistant_.properties().combinedInstructions(), endpoint_.secrets);
+}
+
+std::string ChatPartner::startConversation() {
+  putSettingsInPlace();
+  return beginWith(assistant_.createSession());
+}
+
+std::string ChatPartner::savedText() const {
+  return session_ ? savedWithoutSecrets(session_.save(), endpoint_.secrets) : "";
+}
+
+std::string ChatPartner::restoreConversation(const std::string& saved, Setup& setup) {
+  if (std::string error = resumeConversation(saved); !error.empty()) return error;
+  if (setup.model.empty()) setup.model = assistant_.properties().model();
+  return settle(setup);
+}
+
+std::string ChatPartner::saveConversation() const { return turnsWithoutSecrets(session_.save(), endpoint_.secrets); }
+
+std::string ChatPartner::resumeConversation(const std::string& saved) {
+  return beginWith(assistant_.loadSession(saved));
+}
+
+/// The old conversation ends after the new one has begun: a service that keeps an assistant drops it with its last one.
+std::string ChatPartner::beginWith(qai::Result<qai::Session> made) {
+  if (!made) return fail(made.error());
+  noteStatus();
+  std::swap(session_, made.value());
+  if (made.value()) ended_.push_back(std::move(made.value()));
+  destroyEnded();
+  return "";
+}
+
+Answer ChatPartner::ask(const std::string& question) {
+  putSettingsInPlace();
+  return readReply(session_.ask(question));
+}
+
+Answer ChatPartner::askInPieces(const std::string& question, const ShowPiece& show) {
+  putSettingsInPlace();
+  return readReply(receive(question, show));
+}
+
+qai::Result<qai::Message> ChatPartner::receive(const std::string& question, const ShowPiece& show) {
+  PiecewiseRedaction redaction(endpoint_.secrets);
+  const auto showSome = [&show](const std::string& text) {
+    if (!text.empty()) show(text);
+  };
+  QAIStreamOptions options;
+  options.stop = &stop_;
+  inPieces_ = true;
+  const CODefer end([this] { inPieces_ = false; });
+  const auto take = [&](std::string_view piece) {
+    showSome(redaction.add(piece));
+    return !stop_;  // the library looks at it now and then only
+  };
+  auto reply = session_.ask(question, take, options);
+  if (reply) showSome(redaction.finish());
+  return reply;
+}
+
+Answer ChatPartner::readReply(const qai::Result<qai::Message>& reply) {
+  if (!reply) return {.error = fail(reply.error())};
+  noteStatus();
+  const auto clean = [this](std::string_view text) { return withoutSecrets(std::string(text), endpoint_.secrets); };
+  const qai::Details details = reply->details();
+  return {.text = clean(reply->text()),
+          .finishReason = clean(details.finishReason()),
+          .refusal = clean(details.refusal()),
+          .tokens = {.in = details.inputTokens(), .out = details.outputTokens(), .cached = details.cachedTokens()}};
+}
+
+bool ChatPartner::cancel() noexcept {
+  const bool isRepeated = stop_.exchange(true);
+  // A run goes on at the service when its request is cut off, and the next question is refused meanwhile. So it is
+  // stopped in order; who does not want to wait for that asks again.
+  if (inPieces_ && provider().keepsConversations && !isRepeated) return true;
+  if (provider().canCancel) canceller_.cancel();
+  return inPieces_ || provider().canCancel;
+}
+
+void ChatPartner::dropLateCancel() noexcept {
+  stop_ = false;
+  assistant_.dropCancel();
+}
+
+/// Notes what the last request tells of the key: one that succeeded had a good one, whatever its reply was worth.
+void ChatPartner::noteStatus() {
+  const std::int32_t status = assistant_.lastStatus();
+  keyAccepted_ = keyAccepted_ || (status >= 200 && status <= 299);
+}
+
+/// Notes what a failure tells of the key. @return what the user is told of it
+std::string ChatPartner::fail(std::string error) {
+  noteStatus();
+  const bool refused = !keyAccepted_ && tellsRefusedKey(provider(), assistant_.lastStatus(), error);
+  failureCode_ = refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
+  const std::string hint = tellsNoConnection(error) ? provider().noConnectionHint : "";
+  return withoutSecrets(withHint(std::move(error), hint), endpoint_.secrets);
+}
+
+void ChatPartner::close() {
+  endpoint_.settings.connectTimeout = endpoint_.settings.totalTimeout = kShortPatience;
+  dropLateCancel();
+  // The service drops the assistant with its last conversation, so one that has none yet gets one.
+  if (isKept_ && !session_ && ended_.empty()) startConversation();
+  if (session_) ended_.push_back(std::move(session_));
+  destroyEnded();
+  ended_.clear();  // what the service did not forget now is left to it
+  isKept_ = false;
+}
+
+void ChatPartner::destroyEnded() {
+  putSettingsInPlace();
+  for (qai::Session& session : ended_) static_cast<void>(session.destroy());  // empty where that went well
+  std::erase_if(ended_, [](const qai::Session& session) { return !session; });
+}

@@ -1,0 +1,130 @@
+// The services that --provider names.
+#pragma once
+
+#include "conversation/conversation.h"
+#include "services/ollama_host.h"
+
+#include <qai.h>
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
+#include <initializer_list>
+#include <optional>
+#include <string>
+#include <string_view>
+
+/// A few texts within a row.
+class Texts {
+ public:
+  constexpr Texts(std::initializer_list<const char*> texts) : count_(texts.size()) {
+    std::copy(texts.begin(), texts.end(), texts_.begin());
+  }
+  constexpr const char* const* begin() const { return texts_.data(); }
+  constexpr const char* const* end() const { return texts_.data() + count_; }
+  constexpr bool empty() const { return count_ == 0; }
+  constexpr const char* front() const { return texts_.front(); }
+
+ private:
+  std::array<const char*, 4> texts_{};
+  std::size_t count_;
+};
+
+/// What is not named in the table is the usual.
+struct Provider {
+  const char* name;   // for --provider
+  const char* title;  // for people
+  QAIAssistantType type;
+  const char* hostNote;                // for --help
+  bool needsHost = false;              // nobody is at the usual address any more
+  Texts keyVariables = {};             // of the environment; the first that is set counts; none: there is no key
+  const char* hostVariable = nullptr;  // of the environment, read when --host names none; may be null
+  /// Makes an address of what the user calls the host, blank included; null: the library's way will do. A provider
+  /// that has this one is never stood in for.
+  std::optional<std::string> (*readHost)(std::string_view text) = nullptr;
+  /// Parts of the error texts that tell of a refused key at status 400. That stands for other things, too: a country
+  /// that is not served, for one.
+  Texts keyErrors = {};
+  bool canCancel = true;  // a request in flight can be ended
+  /// Assistant and conversations live at the service, until they are destroyed; no other service can take the turns.
+  bool keepsConversations = false;
+  const char* noConnectionHint = "";  // a sentence for the user; may be empty
+  const char* noModelsHint = "";      // the same
+
+  constexpr bool usesKey() const { return !keyVariables.empty(); }
+};
+
+inline constexpr std::array kProviders{
+    Provider{
+        .name = "openai",
+        .title = "OpenAI",
+        .type = OPENAI_v1,
+        .hostNote = "OpenAI's public address",
+        .keyVariables = {"OPENAI_API_KEY"},
+    },
+    Provider{
+        .name = "openai-assistants",
+        .title = "OpenAI Assistants",
+        .type = OPENAI,
+        .hostNote = "OpenAI's ended on 2026-08-26; --host names another",
+        .needsHost = true,
+        .keyVariables = {"OPENAI_API_KEY"},
+        .keepsConversations = true,
+    },
+    Provider{
+        .name = "deepseek",
+        .title = "DeepSeek",
+        .type = DEEPSEEK,
+        .hostNote = "DeepSeek's public address",
+        .keyVariables = {"DEEPSEEK_API_KEY"},
+    },
+    Provider{
+        .name = "gemini",
+        .title = "Gemini",
+        .type = GOOGLE,
+        .hostNote = "Google's public address",
+        .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"},
+        .keyErrors = {"API key not valid", "API key expired", "API Key not found", "API_KEY_INVALID"},
+    },
+    Provider{
+        .name = "ollama",
+        .title = "Ollama",
+        .type = OLLAMA,
+        .hostNote = "http://localhost:11434, or the server that OLLAMA_HOST names",
+        .hostVariable = "OLLAMA_HOST",
+        .readHost = readOllamaHost,
+        .canCancel = false,  // the library keeps its requests out of the pool centre
+        .noConnectionHint = "Start Ollama with 'ollama serve', or name its server with --host or OLLAMA_HOST.",
+        .noModelsHint = "'ollama pull NAME' fetches one.",
+    },
+};
+
+/// The provider called `name`; null when there is none.
+constexpr const Provider* findProvider(std::string_view name) {
+  for (const Provider& provider : kProviders) {
+    if (provider.name == name) return &provider;
+  }
+  return nullptr;
+}
+
+/// kProviders as conversations know them, in the same order.
+inline constexpr auto kProviderProfiles = [] {
+  std::array<ProviderProfile, kProviders.size()> profiles{};
+  std::transform(kProviders.begin(), kProviders.end(), profiles.begin(), [](const Provider& provider) {
+    return ProviderProfile{
+        .name = provider.name, .title = provider.title, .keepsConversations = provider.keepsConversations};
+  });
+  return profiles;
+}();
+
+/// The profile of `provider`, a row of kProviders.
+constexpr const ProviderProfile& obtainProfile(const Provider& provider) {
+  return kProviderProfiles.at(static_cast<std::size_t>(&provider - kProviders.data()));
+}
+
+/// The names of all providers, for people.
+inline std::string listProviders() {
+  std::string names;
+  for (const Provider& provider : kProviders) names += (names.empty() ? "" : ", ") + std::string(provider.name);
+  return names;
+}

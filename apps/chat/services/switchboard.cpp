@@ -1,0 +1,101 @@
+#include "services/switchboard.h"
+
+#include "private_file.h"
+#include "terminal/rendering.h"
+
+#include <cf/defer.h>
+
+#include <new>
+#include <utility>
+
+Switchboard::Switchboard(const Provider& first, Choose choose, Setup setup, std::ostream& err)
+    : choose_(std::move(choose)),
+      setup_(std::move(setup)),
+      err_(err),
+      line_(connect(first)),
+      asked_(line_.partner.get()) {}
+
+std::string Switchboard::open(const std::string& saved) {
+  if (!saved.empty()) return line_.partner->restoreConversation(saved, setup_);
+  std::string error = line_.partner->settle(setup_);
+  return error.empty() ? line_.partner->startConversation() : error;
+}
+
+Answer Switchboard::ask(const std::string& question) { return saved(line_.partner->ask(question)); }
+
+Answer Switchboard::askInPieces(const std::string& question, const ShowPiece& show) {
+  return saved(line_.partner->askInPieces(question, show));
+}
+
+/// `answer`, with the conversation saved that it is the last of.
+Answer Switchboard::saved(Answer answer) {
+  if (answer.error.empty() && !saveFile_.empty()) save();
+  return answer;
+}
+
+void Switchboard::save() {
+  std::string reason;
+  if (provider().keepsConversations) {
+    reason = std::string(provider().title) + " keeps it itself";
+  } else {
+    // The address of the stand-in inside the program is nobody's when the program has ended.
+    const std::string text = line_.standIn == nullptr ? line_.partner->savedText() : line_.partner->saveConversation();
+    reason = writePrivateFile(saveFile_, text);
+  }
+  if (!reason.empty() && !failedToSave_)
+    complain(err_, "The conversation is not saved in " + saveFile_ + ": " + reason);
+  failedToSave_ = failedToSave_ || !reason.empty();
+}
+
+std::string Switchboard::moveTo(const ProviderProfile& profile, const std::string& model) try {
+  const Provider& provider = *findProvider(profile.name);
+  Setup setup = setup_;
+  setup.model = model;
+  if (&provider == &line_.partner->provider() && provider.keepsConversations) return changeModel(setup);
+  Line next = connect(provider);
+  const CODefer askTheRightOne([this] { setAsked(line_.partner.get()); });
+  setAsked(next.partner.get());
+  std::string error = goOn(*next.partner, setup);
+  if (error.empty()) {
+    std::swap(line_, next);
+    std::swap(setup_, setup);
+  }
+  // The one that is left behind, whichever it is, while it can still be cancelled.
+  setAsked(next.partner.get());
+  next.partner->close();
+  return error;
+} catch (const std::bad_alloc&) {
+  return kNoMemory;
+} catch (const std::exception& error) {
+  return error.what();
+}
+
+/// The service has its assistant changed, and its conversation goes on.
+std::string Switchboard::changeModel(Setup& setup) {
+  std::string error = line_.partner->settle(setup);
+  if (error.empty()) std::swap(setup_, setup);
+  return error;
+}
+
+/// Has `next` ready to answer in this one's place.
+std::string Switchboard::goOn(ChatPartner& next, Setup& setup) {
+  if (std::string error = next.settle(setup); !error.empty()) return error;
+  if (!carriesTurns(provider(), obtainProfile(next.provider()))) return next.startConversation();
+  return next.resumeConversation(line_.partner->saveConversation());
+}
+
+bool Switchboard::cancel() noexcept {
+  const std::lock_guard lock(mutex_);
+  return asked_->cancel();
+}
+
+Switchboard::Line Switchboard::connect(const Provider& provider) {
+  Endpoint endpoint = choose_(provider);
+  auto standIn = startStandIn(endpoint, err_);
+  return {.standIn = std::move(standIn), .partner = std::make_unique<ChatPartner>(std::move(endpoint))};
+}
+
+void Switchboard::setAsked(ChatPartner* partner) {
+  const std::lock_guard lock(mutex_);
+  asked_ = partner;
+}

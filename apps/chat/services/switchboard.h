@@ -1,0 +1,71 @@
+// The conversation with whichever service answers it now, and its moves from one to another.
+#pragma once
+
+#include "conversation/conversation.h"
+#include "services/chat_partner.h"
+#include "services/endpoint.h"
+
+#include <functional>
+#include <iosfwd>
+#include <memory>
+#include <mutex>
+#include <span>
+#include <string>
+#include <utility>
+
+/// Used by one thread but for cancel().
+class Switchboard final : public MovableAnswerer {
+ public:
+  /// Finds the service of a provider. @throw std::exception with a sentence for the user
+  using Choose = std::function<Endpoint(const Provider& provider)>;
+
+  /// Asks nothing yet. Notices for the user go to `err`.
+  /// @throw what `choose` throws, and std::runtime_error when the service can't be had
+  Switchboard(const Provider& first, Choose choose, Setup setup, std::ostream& err);
+
+  /// Settles the first service's model and begins a conversation: a new one, or the one in `saved`, when that is not
+  /// empty. @return an error text
+  std::string open(const std::string& saved = "");
+
+  /// Has the conversation saved in `file` after each answer from here on.
+  void saveIn(std::string file) { saveFile_ = std::move(file); }
+  /// Whether that failed; the user was told.
+  bool failedToSave() const { return failedToSave_; }
+
+  std::span<const ProviderProfile> providers() const override { return kProviderProfiles; }
+  const ProviderProfile& provider() const override { return obtainProfile(line_.partner->provider()); }
+  const std::string& model() const override { return setup_.model; }
+  std::string moveTo(const ProviderProfile& profile, const std::string& model) override;
+
+  std::string startConversation() override { return line_.partner->startConversation(); }
+  Answer ask(const std::string& question) override;
+  Answer askInPieces(const std::string& question, const ShowPiece& show) override;
+  ExitCode failureCode() const override { return line_.partner->failureCode(); }
+
+  /// As with ChatPartner, for the one that is being asked; a move asks the one that it goes to.
+  bool cancel() noexcept;
+  void dropLateCancel() noexcept { line_.partner->dropLateCancel(); }
+  void close() { line_.partner->close(); }
+
+ private:
+  struct Line {
+    std::unique_ptr<standin::Server> standIn;  // null when the service is elsewhere
+    std::unique_ptr<ChatPartner> partner;
+  };
+
+  Line connect(const Provider& provider);
+  std::string changeModel(Setup& setup);
+  std::string goOn(ChatPartner& next, Setup& setup);
+  void setAsked(ChatPartner* partner);
+  Answer saved(Answer answer);
+  void save();
+
+  Choose choose_;
+  Setup setup_;
+  std::ostream& err_;
+  std::string saveFile_;  // empty: none
+  bool failedToSave_ = false;
+  Line line_;
+  std::mutex mutex_;  // guards asked_
+  ChatPartner* asked_;
+};
