@@ -1,7 +1,7 @@
 // An assistant of the library, and the conversation that is held with it.
 #pragma once
 
-#include "conversation/conversation.h"
+#include "conversation/answerer.h"
 #include "services/endpoint.h"
 
 #include <qai.hpp>

@@ -1,7 +1,7 @@
 // The services that --provider names.
 #pragma once
 
-#include "conversation/conversation.h"
+#include "conversation/answerer.h"
 #include "services/ollama_host.h"
 
 #include <qai.h>

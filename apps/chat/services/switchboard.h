@@ -1,7 +1,7 @@
 // The conversation with whichever service answers it now, and its moves from one to another.
 #pragma once
 
-#include "conversation/conversation.h"
+#include "conversation/answerer.h"
 #include "services/chat_partner.h"
 #include "services/endpoint.h"
 

@@ -1,0 +1,66 @@
+#include "conversation/commands.h"
+
+#include "conversation/service_commands.h"
+#include "standard_streams.h"
+#include "terminal/rendering.h"
+
+#include <cf/text.h>
+
+#include <algorithm>
+#include <array>
+#include <iterator>
+#include <ostream>
+#include <sstream>
+
+namespace {
+
+bool tellCost(Talk& talk, const CommandCall& /*call*/) {
+  talk.streams.err << talk.tokens.describe() << '\n';
+  return true;
+}
+
+bool printHelp(Talk& talk, const CommandCall& /*call*/) {
+  constexpr std::size_t kCallWidth = 24;
+  std::ostream& err = talk.streams.err;
+  for (const Command& command : listCommands()) {
+    std::string call = std::string(command.name) + " " + std::string(command.arguments);
+    call.resize(std::max(call.size(), kCallWidth), ' ');
+    err << "  " << call << command.meaning << '\n';
+  }
+  err << "Anything else is a question. Ctrl-C stops an answer, " << obtainEndOfInputKeys() << " the conversation.\n";
+  return true;
+}
+
+bool end(Talk& /*talk*/, const CommandCall& /*call*/) { return false; }
+
+constexpr std::array kCommands{
+    Command{"/cost", "", "the tokens of this conversation, as far as the service tells", 0, 0, tellCost},
+    Command{"/help", "", "this list", 0, 0, printHelp},
+    Command{"/new", "", "forget the conversation so far and begin anew", 0, 0, beginAnew},
+    Command{"/provider", "", "list the services", 0, 0, listProviders},
+    Command{"/provider", "NAME [MODEL]", "go on with this conversation at another service", 1, 2, moveToProvider},
+    Command{"/quit", "", "end", 0, 0, end},
+};
+
+std::vector<std::string> splitWords(const std::string& line) {
+  std::istringstream words(line);
+  words.exceptions(std::ios::badbit);  // for want of memory it would give fewer
+  return {std::istream_iterator<std::string>(words), {}};
+}
+
+}  // namespace
+
+std::span<const Command> listCommands() { return kCommands; }
+
+bool obey(Talk& talk, const std::string& line) {
+  CommandCall call{.words = splitWords(line), .rest = {}};
+  const std::string name = std::move(call.words.front());
+  call.words.erase(call.words.begin());
+  call.rest = cfTrimAsString(line.substr(line.find(name) + name.size()));
+  const auto* const command = std::find_if(kCommands.begin(), kCommands.end(), [&](const Command& any) {
+    return any.name == name && any.fewest <= call.words.size() && call.words.size() <= any.most;
+  });
+  if (command != kCommands.end()) return command->obey(talk, call);
+  talk.streams.err << "There is no command " << terminalSafeLine(line) << "; /help lists them.\n";
+  return true;
+}
