@@ -6,7 +6,7 @@ set(CPACK_PACKAGE_FILE_NAME qai-${PROJECT_VERSION}-windows-x64)
 if(DEFINED QAI_WINDOWS_DEPS)
   set(linked_in curl rapidjson zlib gcc-mingw-w64)
   if(TARGET qai-chat)
-    list(APPEND linked_in cli11 openssl sqlite3)
+    list(APPEND linked_in cli11 openssl sqlite3 utf8proc)
   endif()
   foreach(library IN LISTS linked_in)
     install(FILES ${QAI_WINDOWS_DEPS}/licenses/${library} RENAME ${library}.txt

@@ -78,6 +78,8 @@ build_sqlite3() {
   )
 }
 
+build_utf8proc() { build_with_cmake utf8proc -DUTF8PROC_ENABLE_TESTING=OFF; }
+
 build_openssl() {
   (
     cd "$work/openssl"
@@ -110,7 +112,7 @@ rm -rf "$prefix"
 mkdir -p "$prefix" "$work"
 prepare_apt
 build_headers
-for package in openssl curl googletest sqlite3; do
+for package in openssl curl googletest sqlite3 utf8proc; do
   fetch "$package"
   "build_$package"
 done
