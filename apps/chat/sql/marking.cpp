@@ -32,6 +32,9 @@ bool isOtherBlank(utf8proc_int32_t code) {
   return code == kBrailleBlank || (code != ' ' && utf8proc_category(code) == UTF8PROC_CATEGORY_ZS);
 }
 
+/// Whether it stays as it is without a look at what else the character has.
+bool isPlain(char c) { return (c >= ' ' && c <= '~') || c == '\n' || c == '\t'; }
+
 std::string format(const char* form, unsigned value) {
   std::array<char, 24> text{};
   const int size = std::snprintf(text.data(), text.size(), form, value);
@@ -75,6 +78,7 @@ class Marker {
 }  // namespace
 
 MarkedText markHidden(std::string_view text) {
+  if (std::all_of(text.begin(), text.end(), isPlain)) return {std::string(text), false};
   Marker marker;
   while (!text.empty()) {
     std::size_t size = 0;
