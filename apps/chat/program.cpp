@@ -1,5 +1,6 @@
 #include "program.h"
 
+#include "conversation/commands.h"
 #include "databases/sqlite_database.h"
 #include "services/chat_partner.h"
 #include "services/endpoint.h"
@@ -7,6 +8,8 @@
 #include "services/switchboard.h"
 #include "standard_streams.h"
 #include "terminal/interrupt.h"
+#include "terminal/line_editor.h"
+#include "terminal/questions.h"
 #include "terminal/rendering.h"
 
 #include <cf/defer.h>
@@ -145,10 +148,29 @@ void endWell(Switchboard& board, const TurnRunner& runTurn) noexcept {
   }
 }
 
+/// What Tab completes: commands, services, tables, views and columns.
+Words listWords(const DatabaseDescription& database) {
+  Words words;
+  for (const Command& command : listCommands()) words.commands.emplace_back(command.name);
+  for (const Provider& provider : kProviders) words.arguments["/provider"].emplace_back(provider.name);
+  const auto add = [&words](const TableDescription& table) {
+    words.names.push_back(table.name);
+    for (const ColumnDescription& column : table.columns) words.names.push_back(column.name);
+  };
+  for (const SchemaDescription& schema : database.schemas) {
+    for (const TableDescription& table : schema.tables) add(table);
+    for (const TableDescription& view : schema.views) add(view);
+  }
+  return words;
+}
+
 ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, const Beginning& beginning,
                             Streams streams) {
-  // The terminal has dropped the line that was being typed, so a new prompt is all that is missing.
-  Interrupts interrupts([&] { streams.err << '\n' << kPrompt << std::flush; });
+  QuestionHistory history;
+  const TypingHelp help{.history = history, .words = listWords(database)};
+  const std::unique_ptr<LineEditor> editor = makeLineEditor(help, streams.in, streams.err);
+  Questions questions(*editor, history);
+  Interrupts interrupts([&] { editor->interrupt(); });
   Switchboard board = makeSwitchboard(options, beginning.setup, streams);
   board.saveIn(options.saveFile);
   const TurnRunner runTurn = [&](const std::function<void()>& turn) {
@@ -162,7 +184,7 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
   }
   if (!error.empty()) return fail(board, error, streams.err);
   greet(options, database, board.model(), streams.err);
-  converse(board, streams, runTurn);
+  converse(board, questions, streams, runTurn);
   return board.failedToSave() ? ExitCode::OutputFailed : ExitCode::Fine;
 }
 

@@ -2,11 +2,13 @@
 
 #include "conversation/commands.h"
 #include "conversation/talk.h"
+#include "terminal/plain_line_editor.h"
 #include "terminal/rendering.h"
 
 #include <cf/text.h>
 
 #include <istream>
+#include <optional>
 #include <ostream>
 #include <string_view>
 
@@ -57,17 +59,21 @@ ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runT
   return result;
 }
 
-void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn) {
+void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, const TurnRunner& runTurn) {
   Talk talk{.answerer = answerer, .streams = streams, .runTurn = runTurn};
-  std::string line;
-  while (streams.err << kPrompt << std::flush, std::getline(streams.in, line)) {
-    const std::string text = cfTrimAsString(line);
-    if (text.empty()) continue;
-    if (!text.starts_with('/')) {
-      takeTurn(talk, text);
-    } else if (!obey(talk, text)) {
+  while (const std::optional<std::string> text = questions.read()) {
+    if (!text->starts_with('/')) {
+      takeTurn(talk, *text);
+    } else if (!obey(talk, *text)) {
       return;
     }
   }
   streams.err << '\n';  // leaves the line of the last prompt
+}
+
+void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn) {
+  PlainLineEditor editor(streams.in, streams.err);
+  QuestionHistory history;
+  Questions questions(editor, history);
+  converse(answerer, questions, streams, runTurn);
 }

@@ -4,14 +4,15 @@
 #include "conversation/answerer.h"
 #include "conversation/turn.h"
 #include "exit_code.h"
+#include "terminal/questions.h"
 
 #include <string>
-
-inline constexpr const char* kPrompt = "> ";
 
 /// Each of these needs a conversation that was begun. @throw OutputError
 ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn);
 /// Every line that is not blank is a question. A failed turn does not end it; the first failure is the result.
 ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runTurn);
-/// Ends with the input or by command.
+/// Of `questions`, to their end or to a command that ends it.
+void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, const TurnRunner& runTurn);
+/// The same of plain lines from the input.
 void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn);

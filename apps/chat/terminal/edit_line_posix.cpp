@@ -1,0 +1,483 @@
+// The library shows and edits the line; the keys' bytes, the history, its search, pastes and Tab are ours. Three of its
+// habits shape this file. It cuts a line that is put by for the history at 1,024 characters and searches for single
+// bytes, so the history is not given to it. It knows no way to draw its line anew below other output, so such output
+// ends the read, and the next one begins with the same text. And it does not count on characters without a width, which
+// are entered so that it draws the whole line.
+#include "terminal/edit_line_posix.h"
+
+#include "terminal/history_search.h"
+#include "terminal/key_source_posix.h"
+#include "terminal/rendering.h"
+#include "terminal/utf8_locale_posix.h"
+#include "terminal/wide_text_posix.h"
+
+#include <cf/defer.h>
+
+#include <fcntl.h>
+#include <histedit.h>
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cwchar>
+#include <exception>
+#include <new>
+#include <optional>
+#include <utility>
+
+namespace {
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
+};
+using File = std::unique_ptr<std::FILE, CloseFile>;
+
+struct EndEditLine {
+  void operator()(EditLine* line) const { el_end(line); }
+};
+
+/// What a read begins with.
+struct Draft {
+  std::wstring text;
+  std::size_t cursor = 0;
+};
+
+struct Binding {
+  const wchar_t* key;
+  const wchar_t* function;
+};
+
+// Stands for characters that are entered otherwise than by their own key. No key gives it: it is a control character.
+constexpr wchar_t kEnterPending = 0x80;
+
+constexpr std::array kKeys{
+    Binding{L"\x80", L"qai-enter-pending"},   Binding{L"\t", L"qai-complete"},      Binding{L"\x10", L"qai-back"},
+    Binding{L"\x0e", L"qai-forth"},           Binding{L"\x12", L"qai-search-back"}, Binding{L"\x1a", L"qai-stop"},
+    Binding{L"\x17", L"ed-delete-prev-word"},
+};
+
+// What keys send as several characters. The library would take the rest of one that it does not know for text.
+constexpr std::array kSequences{
+    Binding{L"\x1b[200~", L"qai-paste"},    Binding{L"\x1b[A", L"qai-back"},
+    Binding{L"\x1bOA", L"qai-back"},        Binding{L"\x1b[B", L"qai-forth"},
+    Binding{L"\x1bOB", L"qai-forth"},       Binding{L"\x1b[C", L"ed-next-char"},
+    Binding{L"\x1bOC", L"ed-next-char"},    Binding{L"\x1b[D", L"ed-prev-char"},
+    Binding{L"\x1bOD", L"ed-prev-char"},    Binding{L"\x1b[H", L"ed-move-to-beg"},
+    Binding{L"\x1bOH", L"ed-move-to-beg"},  Binding{L"\x1b[1~", L"ed-move-to-beg"},
+    Binding{L"\x1b[7~", L"ed-move-to-beg"}, Binding{L"\x1b[F", L"ed-move-to-end"},
+    Binding{L"\x1bOF", L"ed-move-to-end"},  Binding{L"\x1b[4~", L"ed-move-to-end"},
+    Binding{L"\x1b[8~", L"ed-move-to-end"}, Binding{L"\x1b[3~", L"ed-delete-next-char"},
+    Binding{L"\x1b[1;5D", L"ed-prev-word"}, Binding{L"\x1b[1;5C", L"em-next-word"},
+};
+
+class EditLineEditor final : public LineEditor {
+ public:
+  explicit EditLineEditor(const TypingHelp& help);
+
+  /// Whether the terminal can do what is needed.
+  bool isAble() const;
+  TypedLine readLine(const std::string& prompt) override;
+  void interrupt() override { keys_.interrupt(); }
+
+ private:
+  using Handler = unsigned char (EditLineEditor::*)();
+
+  static EditLineEditor& self(EditLine* line);
+  template <Handler kHandler>
+  static unsigned char call(EditLine* line, int key);
+  template <Handler kHandler>
+  void addFunction(const wchar_t* name) {
+    el_wset(line_.get(), EL_ADDFN, name, L"of qai-chat", call<kHandler>);
+  }
+  void bindKeys();
+
+  /// Reads what stands behind Escape; sequence_ is what there is to do of it, Escape included.
+  KeyEvent readSequence();
+  KeyEvent readNext(wchar_t& key);
+  static int readKey(EditLine* line, wchar_t* key);
+  static wchar_t* obtainPrompt(EditLine* line) { return self(line).shownPrompt_.data(); }
+
+  unsigned char enterPending();
+  unsigned char paste();
+  unsigned char completeWord();
+  unsigned char goBack() { return showEntry(1); }
+  unsigned char goForth() { return showEntry(-1); }
+  unsigned char searchBack();
+  unsigned char stop();
+
+  unsigned char showEntry(int direction);
+  void setText(const std::wstring& text, std::size_t cursor);
+  Draft obtainDraft() const;
+  /// Ends the read; the next one begins with `draft`.
+  unsigned char beginAgain(Draft draft);
+  /// Leaves the line as it is on the screen for what is written below.
+  void leaveLine();
+  void write(const std::string& text);
+  /// The rows above the cursor's that the line takes.
+  std::size_t countRowsAbove(const Draft& draft) const;
+  /// One read of the library. @return nothing when the line is to be read on
+  std::optional<TypedLine> readOnce();
+  std::optional<TypedLine> handleEvent(KeyEvent event);
+  [[noreturn]] void endBySignal();
+  void setPasteMode(bool on) { write(on ? "\x1b[?2004h" : "\x1b[?2004l"); }
+
+  const TypingHelp& help_;
+  UTF8Locale locale_;
+  KeySource keys_{STDIN_FILENO};
+  File out_;
+  File nowhere_;
+  std::unique_ptr<EditLine, EndEditLine> line_;
+  std::wstring prompt_;
+  std::wstring shownPrompt_;
+  KeyEvent event_ = KeyEvent::Character;  // that ended the read
+  std::wstring sequence_;                 // of one key, the rest that is to be read next
+  std::wstring pending_;                  // to be entered at the cursor
+  std::optional<Draft> draft_;            // that the next read begins with
+  std::size_t back_ = 0;                  // how many entries of the history
+  std::wstring own_;                      // what was typed before the history was shown
+  std::exception_ptr failure_;            // of a function that the library called
+};
+
+EditLineEditor::EditLineEditor(const TypingHelp& help) : help_(help) {
+  const UTF8Locale::Use utf8(locale_);
+  out_.reset(fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w"));
+  nowhere_.reset(std::fopen("/dev/null", "we"));  // for complaints about the terminal's name
+  if (!out_ || !nowhere_) throw std::bad_alloc();
+  line_.reset(el_init_fd("qai-chat", stdin, out_.get(), nowhere_.get(), STDIN_FILENO, fileno(out_.get()),
+                         fileno(nowhere_.get())));
+  if (!line_) throw std::bad_alloc();
+  el_wset(line_.get(), EL_CLIENTDATA, this);
+  el_wset(line_.get(), EL_PROMPT, obtainPrompt);
+  el_wset(line_.get(), EL_GETCFN, readKey);
+  el_wset(line_.get(), EL_EDITOR, L"emacs");
+  el_source(line_.get(), nullptr);  // what the user has set
+  bindKeys();
+}
+
+bool EditLineEditor::isAble() const {
+  for (const char* const ability : {"up", "ce"}) {
+    const char* text = nullptr;
+    if (el_get(line_.get(), EL_GETTC, ability, &text) != 0 || text == nullptr || *text == '\0') return false;
+  }
+  return true;
+}
+
+EditLineEditor& EditLineEditor::self(EditLine* line) {
+  void* data = nullptr;
+  el_wget(line, EL_CLIENTDATA, &data);
+  return *static_cast<EditLineEditor*>(data);
+}
+
+// Nothing may be thrown through the library.
+template <EditLineEditor::Handler kHandler>
+unsigned char EditLineEditor::call(EditLine* line, int /*key*/) {
+  EditLineEditor& editor = self(line);
+  try {
+    return (editor.*kHandler)();
+  } catch (...) {
+    editor.failure_ = std::current_exception();
+    return CC_EOF;
+  }
+}
+
+void EditLineEditor::bindKeys() {
+  addFunction<&EditLineEditor::enterPending>(L"qai-enter-pending");
+  addFunction<&EditLineEditor::paste>(L"qai-paste");
+  addFunction<&EditLineEditor::completeWord>(L"qai-complete");
+  addFunction<&EditLineEditor::goBack>(L"qai-back");
+  addFunction<&EditLineEditor::goForth>(L"qai-forth");
+  addFunction<&EditLineEditor::searchBack>(L"qai-search-back");
+  addFunction<&EditLineEditor::stop>(L"qai-stop");
+  for (const Binding& binding : kKeys) el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
+  for (const Binding& binding : kSequences) el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
+  // The terminal would stop the process with its settings as they are for editing.
+  el_wset(line_.get(), EL_SETTY, L"-d", L"susp=^-", nullptr);
+}
+
+KeyEvent EditLineEditor::readSequence() {
+  constexpr wchar_t kEscape = 0x1B;
+  sequence_ = kEscape;
+  for (;;) {
+    wchar_t next = 0;
+    const KeyEvent event = keys_.read(next);
+    if (event != KeyEvent::Character) return event;
+    sequence_ += next;
+    const bool isIntroducer = sequence_.size() == 2 && (next == L'[' || next == L'O');
+    if (sequence_.size() == 2 && !isIntroducer) return event;  // a letter behind Escape
+    if (isIntroducer || (sequence_[1] == L'[' && (next < L'@' || next > L'~'))) continue;
+    const bool isKnown = std::any_of(kSequences.begin(), kSequences.end(),
+                                     [this](const Binding& binding) { return binding.key == sequence_; });
+    if (!isKnown) sequence_.clear();
+    return event;
+  }
+}
+
+KeyEvent EditLineEditor::readNext(wchar_t& key) {
+  constexpr wchar_t kEscape = 0x1B;
+  for (;;) {
+    if (!sequence_.empty()) {
+      key = sequence_.front();
+      sequence_.erase(0, 1);
+      return KeyEvent::Character;
+    }
+    KeyEvent event = keys_.read(key);
+    if (event != KeyEvent::Character || key != kEscape) return event;
+    event = readSequence();
+    if (event != KeyEvent::Character) {
+      sequence_.clear();
+      return event;
+    }
+  }
+}
+
+int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
+  EditLineEditor& editor = self(line);
+  try {
+    if (editor.draft_) {
+      *key = kEnterPending;
+      return 1;
+    }
+    editor.event_ = editor.readNext(*key);
+    if (editor.event_ != KeyEvent::Character) return -1;
+    const bool isControl = *key >= 0x7F && *key < 0xA0 && *key != 0x7F;
+    if (!isControl && (*key < 0x80 || wcwidth(*key) > 0)) return 1;
+    editor.pending_ = isControl ? L"\uFFFD" : std::wstring(1, *key);
+    *key = kEnterPending;
+    return 1;
+  } catch (...) {
+    editor.failure_ = std::current_exception();
+    return -1;
+  }
+}
+
+unsigned char EditLineEditor::enterPending() {
+  if (draft_) {
+    const Draft draft = *std::exchange(draft_, std::nullopt);
+    setText(draft.text, draft.cursor);
+  } else {
+    el_winsertstr(line_.get(), std::exchange(pending_, {}).c_str());
+  }
+  return CC_REFRESH;
+}
+
+unsigned char EditLineEditor::paste() {
+  constexpr std::wstring_view kEnd = L"\x1b[201~";
+  std::wstring text;
+  while (!text.ends_with(kEnd)) {
+    wchar_t character = 0;
+    event_ = keys_.read(character);
+    if (event_ != KeyEvent::Character) return CC_EOF;
+    text += character;
+  }
+  text.erase(text.size() - kEnd.size());
+  std::string lines = toUTF8(text);
+  for (std::size_t at = 0; (at = lines.find('\r', at)) != std::string::npos;)
+    lines.replace(at, lines.compare(at, 2, "\r\n") == 0 ? 2 : 1, "\n");
+  lines = terminalSafe(lines);
+  while (lines.ends_with('\n')) lines.pop_back();  // it is for Enter to send it
+  if (!lines.empty()) el_winsertstr(line_.get(), toWide(lines).c_str());
+  return CC_REFRESH;
+}
+
+unsigned char EditLineEditor::completeWord() {
+  Draft draft = obtainDraft();
+  const std::string before = toUTF8(std::wstring_view(draft.text).substr(0, draft.cursor));
+  const Completion completion = complete(before, help_.words);
+  if (completion.candidates.empty()) return CC_ERROR;
+  const bool isOne = completion.candidates.size() == 1;
+  const std::wstring word = toWide(std::string_view(before).substr(before.size() - completion.wordSize));
+  const std::wstring replacement = toWide(completion.replacement + (isOne ? " " : ""));
+  draft.text.replace(draft.cursor - word.size(), word.size(), replacement);
+  draft.cursor += replacement.size() - word.size();
+  if (isOne) {
+    setText(draft.text, draft.cursor);
+    return CC_REFRESH;
+  }
+  leaveLine();
+  winsize size{};
+  ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
+  constexpr std::size_t kUsualWidth = 80;
+  write(listCandidates(completion.candidates, size.ws_col > 0 ? size.ws_col : kUsualWidth));
+  return beginAgain(std::move(draft));
+}
+
+unsigned char EditLineEditor::showEntry(int direction) {
+  const std::vector<std::string>& entries = help_.history.entries();
+  if (direction > 0 ? back_ == entries.size() : back_ == 0) return CC_ERROR;
+  if (back_ == 0) own_ = obtainDraft().text;
+  back_ = direction > 0 ? back_ + 1 : back_ - 1;
+  const std::wstring text = back_ == 0 ? own_ : toWide(entries[entries.size() - back_]);
+  setText(text, text.size());
+  return CC_REFRESH;
+}
+
+unsigned char EditLineEditor::searchBack() {
+  const Draft own = obtainDraft();
+  HistorySearch search(help_.history.entries());
+  const CODefer restore([this] { shownPrompt_ = prompt_; });
+  for (;;) {
+    shownPrompt_ = toWide(search.describe());
+    const std::wstring found = search.found() ? toWide(*search.found()) : own.text;
+    setText(found, search.found() ? toWide(search.found()->substr(0, search.at())).size() : own.cursor);
+    el_wset(line_.get(), EL_REFRESH);
+    wchar_t key = 0;
+    static_cast<void>(std::fflush(out_.get()));
+    event_ = keys_.read(key);
+    if (event_ != KeyEvent::Character) return CC_EOF;
+    constexpr wchar_t kSearch = 0x12;
+    constexpr wchar_t kAbort = 0x07;
+    constexpr wchar_t kBackspace = 0x08;
+    constexpr wchar_t kDelete = 0x7F;
+    if (key == kSearch) {
+      search.goOn();
+    } else if (key == kBackspace || key == kDelete) {
+      search.shorten();
+    } else if (key == kAbort) {
+      setText(own.text, own.cursor);
+      return CC_REFRESH;
+    } else if (key < L' ' || (key > kDelete && key < 0xA0)) {
+      keys_.putBack({&key, 1});  // does to what was found what it always does
+      return CC_REFRESH;
+    } else {
+      search.lengthen(toUTF8({&key, 1}));
+    }
+  }
+}
+
+unsigned char EditLineEditor::stop() {
+  Draft draft = obtainDraft();
+  leaveLine();
+  setPasteMode(false);
+  el_wset(line_.get(), EL_PREP_TERM, 0);
+  static_cast<void>(std::raise(SIGTSTP));  // comes back when the process is resumed
+  return beginAgain(std::move(draft));
+}
+
+void EditLineEditor::setText(const std::wstring& text, std::size_t cursor) {
+  const LineInfoW* const line = el_wline(line_.get());
+  el_cursor(line_.get(), static_cast<int>(line->lastchar - line->cursor));
+  el_wdeletestr(line_.get(), static_cast<int>(line->lastchar - line->buffer));
+  if (!text.empty()) el_winsertstr(line_.get(), text.c_str());
+  el_cursor(line_.get(), -static_cast<int>(text.size() - cursor));
+}
+
+Draft EditLineEditor::obtainDraft() const {
+  const LineInfoW* const line = el_wline(line_.get());
+  return {.text = std::wstring(line->buffer, line->lastchar),
+          .cursor = static_cast<std::size_t>(line->cursor - line->buffer)};
+}
+
+unsigned char EditLineEditor::beginAgain(Draft draft) {
+  draft_ = std::move(draft);
+  return CC_EOF;
+}
+
+void EditLineEditor::leaveLine() {
+  const LineInfoW* const line = el_wline(line_.get());
+  el_cursor(line_.get(), static_cast<int>(line->lastchar - line->cursor));
+  el_wset(line_.get(), EL_REFRESH);
+  write("\n");
+}
+
+void EditLineEditor::write(const std::string& text) {
+  static_cast<void>(std::fputs(text.c_str(), out_.get()));
+  static_cast<void>(std::fflush(out_.get()));
+}
+
+std::size_t EditLineEditor::countRowsAbove(const Draft& draft) const {
+  winsize size{};
+  ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
+  if (size.ws_col == 0 || size.ws_row == 0) return 0;
+  std::size_t rows = 0;
+  std::size_t column = 0;
+  for (const wchar_t character : prompt_ + draft.text.substr(0, draft.cursor)) {
+    const int width = character == L'\n' ? 0 : wcwidth(character);
+    const std::size_t taken = width < 0 ? 2 : static_cast<std::size_t>(width);  // as ^A
+    const bool wraps = column + taken > size.ws_col;
+    if (wraps || character == L'\n') {
+      ++rows;
+      column = 0;
+    }
+    column += taken;
+  }
+  if (column == size.ws_col) ++rows;
+  return std::min<std::size_t>(rows, size.ws_row - 1U);
+}
+
+void EditLineEditor::endBySignal() {
+  setPasteMode(false);
+  el_wset(line_.get(), EL_PREP_TERM, 0);
+  static_cast<void>(std::signal(keys_.signal(), SIG_DFL));
+  static_cast<void>(std::raise(keys_.signal()));
+  std::abort();
+}
+
+std::optional<TypedLine> EditLineEditor::handleEvent(KeyEvent event) {
+  Draft draft = obtainDraft();
+  switch (event) {
+    case KeyEvent::Interrupted:
+      leaveLine();
+      return TypedLine{.kind = TypedLine::Kind::Dropped};
+    case KeyEvent::Resized: {
+      const std::size_t rows = countRowsAbove(draft);
+      write((rows > 0 ? "\x1b[" + std::to_string(rows) + "A" : "") + "\r\x1b[J");
+      break;
+    }
+    case KeyEvent::Resumed:
+      write("\r\x1b[K");
+      break;
+    case KeyEvent::Ended:
+      endBySignal();
+    default:
+      return TypedLine{.kind = TypedLine::Kind::End};
+  }
+  draft_ = std::move(draft);
+  return std::nullopt;
+}
+
+std::optional<TypedLine> EditLineEditor::readOnce() {
+  event_ = KeyEvent::Character;
+  shownPrompt_ = prompt_;
+  // Before the prompt is shown, at which one begins to type.
+  el_wset(line_.get(), EL_PREP_TERM, 1);
+  int size = 0;
+  const wchar_t* const text = el_wgets(line_.get(), &size);
+  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+  if (event_ != KeyEvent::Character) return handleEvent(event_);
+  if (draft_) return std::nullopt;
+  if (text == nullptr || size <= 0) return TypedLine{.kind = TypedLine::Kind::End};
+  std::wstring_view whole(text, static_cast<std::size_t>(size));
+  if (whole.ends_with(L'\n')) whole.remove_suffix(1);
+  return TypedLine{.kind = TypedLine::Kind::Text, .text = toUTF8(whole)};
+}
+
+TypedLine EditLineEditor::readLine(const std::string& prompt) {
+  const UTF8Locale::Use utf8(locale_);
+  const KeySource::Watch watch(keys_);
+  prompt_ = toWide(prompt);
+  back_ = 0;
+  draft_.reset();
+  const CODefer end([this] {
+    setPasteMode(false);
+    el_wset(line_.get(), EL_PREP_TERM, 0);
+  });
+  for (;;) {
+    setPasteMode(true);
+    if (std::optional<TypedLine> line = readOnce()) return std::move(*line);
+  }
+}
+
+}  // namespace
+
+std::unique_ptr<LineEditor> makeEditLine(const TypingHelp& help) {
+  if (isatty(STDIN_FILENO) == 0 || isatty(STDERR_FILENO) == 0) return nullptr;
+  const UTF8Locale locale;
+  if (!locale.isThere()) return nullptr;
+  auto editor = std::make_unique<EditLineEditor>(help);
+  if (!editor->isAble()) return nullptr;
+  return editor;
+}
