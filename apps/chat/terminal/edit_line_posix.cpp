@@ -1,8 +1,8 @@
 // The library shows and edits the line; the keys' bytes, the history, its search, pastes and Tab are ours. Three of its
 // habits shape this file. It cuts a line that is put by for the history at 1,024 characters and searches for single
-// bytes, so the history is not given to it. It knows no way to draw its line anew below other output, so such output
-// ends the read, and the next one begins with the same text. And it does not count on characters without a width, which
-// are entered so that it draws the whole line.
+// bytes, so the history is not given to it. Told to draw its line anew, it begins where the terminal's cursor is, so
+// that we have to know the rows that the line takes. And it does not count on characters without a width, which are
+// entered so that it draws the whole line.
 #include "terminal/edit_line_posix.h"
 
 #include "terminal/history_search.h"
@@ -26,7 +26,6 @@
 #include <cwchar>
 #include <exception>
 #include <new>
-#include <optional>
 #include <utility>
 
 namespace {
@@ -40,7 +39,7 @@ struct EndEditLine {
   void operator()(EditLine* line) const { el_end(line); }
 };
 
-/// What a read begins with.
+/// A line as far as it is typed.
 struct Draft {
   std::wstring text;
   std::size_t cursor = 0;
@@ -112,18 +111,21 @@ class EditLineEditor final : public LineEditor {
   unsigned char showEntry(int direction);
   void setText(const std::wstring& text, std::size_t cursor);
   Draft obtainDraft() const;
-  /// Ends the read; the next one begins with `draft`.
-  unsigned char beginAgain(Draft draft);
-  /// Leaves the line as it is on the screen for what is written below.
+  std::size_t countColumns() const;
+  /// Takes the line off the screen, for drawAgain() in its place.
+  void wipeLine();
+  /// Leaves the line as it is on the screen, for drawAgain() below what is written then.
   void leaveLine();
+  void drawAgain() { el_wset(line_.get(), EL_REFRESH); }
   void write(const std::string& text);
-  /// The rows above the cursor's that the line takes.
-  std::size_t countRowsAbove(const Draft& draft) const;
-  /// One read of the library. @return nothing when the line is to be read on
-  std::optional<TypedLine> readOnce();
-  std::optional<TypedLine> handleEvent(KeyEvent event);
-  [[noreturn]] void endBySignal();
   void setPasteMode(bool on) { write(on ? "\x1b[?2004h" : "\x1b[?2004l"); }
+  /// Has the keys and the screen be the line's, and nobody's when it is read.
+  void take();
+  void giveBack();
+  /// Does what happened while a key was awaited. @return whether the wait goes on
+  bool handle(KeyEvent event);
+  KeyEvent readCharacter(wchar_t& character);
+  [[noreturn]] void endBySignal();
 
   const TypingHelp& help_;
   UTF8Locale locale_;
@@ -136,7 +138,6 @@ class EditLineEditor final : public LineEditor {
   KeyEvent event_ = KeyEvent::Character;  // that ended the read
   std::wstring sequence_;                 // of one key, the rest that is to be read next
   std::wstring pending_;                  // to be entered at the cursor
-  std::optional<Draft> draft_;            // that the next read begins with
   std::size_t back_ = 0;                  // how many entries of the history
   std::wstring own_;                      // what was typed before the history was shown
   std::exception_ptr failure_;            // of a function that the library called
@@ -203,7 +204,7 @@ KeyEvent EditLineEditor::readSequence() {
   sequence_ = kEscape;
   for (;;) {
     wchar_t next = 0;
-    const KeyEvent event = keys_.read(next);
+    const KeyEvent event = readCharacter(next);
     if (event != KeyEvent::Character) return event;
     sequence_ += next;
     const bool isIntroducer = sequence_.size() == 2 && (next == L'[' || next == L'O');
@@ -224,7 +225,7 @@ KeyEvent EditLineEditor::readNext(wchar_t& key) {
       sequence_.erase(0, 1);
       return KeyEvent::Character;
     }
-    KeyEvent event = keys_.read(key);
+    KeyEvent event = readCharacter(key);
     if (event != KeyEvent::Character || key != kEscape) return event;
     event = readSequence();
     if (event != KeyEvent::Character) {
@@ -237,10 +238,6 @@ KeyEvent EditLineEditor::readNext(wchar_t& key) {
 int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
   EditLineEditor& editor = self(line);
   try {
-    if (editor.draft_) {
-      *key = kEnterPending;
-      return 1;
-    }
     editor.event_ = editor.readNext(*key);
     if (editor.event_ != KeyEvent::Character) return -1;
     const bool isControl = *key >= 0x7F && *key < 0xA0 && *key != 0x7F;
@@ -255,12 +252,7 @@ int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
 }
 
 unsigned char EditLineEditor::enterPending() {
-  if (draft_) {
-    const Draft draft = *std::exchange(draft_, std::nullopt);
-    setText(draft.text, draft.cursor);
-  } else {
-    el_winsertstr(line_.get(), std::exchange(pending_, {}).c_str());
-  }
+  el_winsertstr(line_.get(), std::exchange(pending_, {}).c_str());
   return CC_REFRESH;
 }
 
@@ -269,7 +261,7 @@ unsigned char EditLineEditor::paste() {
   std::wstring text;
   while (!text.ends_with(kEnd)) {
     wchar_t character = 0;
-    event_ = keys_.read(character);
+    event_ = readCharacter(character);
     if (event_ != KeyEvent::Character) return CC_EOF;
     text += character;
   }
@@ -298,11 +290,10 @@ unsigned char EditLineEditor::completeWord() {
     return CC_REFRESH;
   }
   leaveLine();
-  winsize size{};
-  ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
-  constexpr std::size_t kUsualWidth = 80;
-  write(listCandidates(completion.candidates, size.ws_col > 0 ? size.ws_col : kUsualWidth));
-  return beginAgain(std::move(draft));
+  write(listCandidates(completion.candidates, countColumns()));
+  setText(draft.text, draft.cursor);
+  drawAgain();
+  return CC_NORM;
 }
 
 unsigned char EditLineEditor::showEntry(int direction) {
@@ -318,15 +309,19 @@ unsigned char EditLineEditor::showEntry(int direction) {
 unsigned char EditLineEditor::searchBack() {
   const Draft own = obtainDraft();
   HistorySearch search(help_.history.entries());
-  const CODefer restore([this] { shownPrompt_ = prompt_; });
+  const CODefer end([this] {
+    wipeLine();
+    shownPrompt_ = prompt_;
+    drawAgain();
+  });
   for (;;) {
+    wipeLine();
     shownPrompt_ = toWide(search.describe());
     const std::wstring found = search.found() ? toWide(*search.found()) : own.text;
     setText(found, search.found() ? toWide(search.found()->substr(0, search.at())).size() : own.cursor);
-    el_wset(line_.get(), EL_REFRESH);
+    drawAgain();
     wchar_t key = 0;
-    static_cast<void>(std::fflush(out_.get()));
-    event_ = keys_.read(key);
+    event_ = readCharacter(key);
     if (event_ != KeyEvent::Character) return CC_EOF;
     constexpr wchar_t kSearch = 0x12;
     constexpr wchar_t kAbort = 0x07;
@@ -349,12 +344,10 @@ unsigned char EditLineEditor::searchBack() {
 }
 
 unsigned char EditLineEditor::stop() {
-  Draft draft = obtainDraft();
   leaveLine();
-  setPasteMode(false);
-  el_wset(line_.get(), EL_PREP_TERM, 0);
-  static_cast<void>(std::raise(SIGTSTP));  // comes back when the process is resumed
-  return beginAgain(std::move(draft));
+  giveBack();
+  static_cast<void>(std::raise(SIGTSTP));  // comes back when the process is resumed, which is an event, too
+  return CC_NORM;
 }
 
 void EditLineEditor::setText(const std::wstring& text, std::size_t cursor) {
@@ -371,16 +364,24 @@ Draft EditLineEditor::obtainDraft() const {
           .cursor = static_cast<std::size_t>(line->cursor - line->buffer)};
 }
 
-unsigned char EditLineEditor::beginAgain(Draft draft) {
-  draft_ = std::move(draft);
-  return CC_EOF;
+std::size_t EditLineEditor::countColumns() const {
+  constexpr std::size_t kUsual = 80;
+  winsize size{};
+  ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
+  return size.ws_col > 0 ? size.ws_col : kUsual;
+}
+
+void EditLineEditor::wipeLine() {
+  const Draft draft = obtainDraft();
+  const std::size_t rows = countRowsAbove(shownPrompt_ + draft.text.substr(0, draft.cursor), countColumns());
+  write((rows > 0 ? "\x1b[" + std::to_string(rows) + "A" : "") + "\r\x1b[J");
 }
 
 void EditLineEditor::leaveLine() {
-  const LineInfoW* const line = el_wline(line_.get());
-  el_cursor(line_.get(), static_cast<int>(line->lastchar - line->cursor));
-  el_wset(line_.get(), EL_REFRESH);
-  write("\n");
+  const Draft draft = obtainDraft();
+  const std::size_t columns = countColumns();
+  const std::size_t above = countRowsAbove(shownPrompt_ + draft.text.substr(0, draft.cursor), columns);
+  write(std::string(countRowsAbove(shownPrompt_ + draft.text, columns) - above + 1, '\n'));
 }
 
 void EditLineEditor::write(const std::string& text) {
@@ -388,87 +389,70 @@ void EditLineEditor::write(const std::string& text) {
   static_cast<void>(std::fflush(out_.get()));
 }
 
-std::size_t EditLineEditor::countRowsAbove(const Draft& draft) const {
-  winsize size{};
-  ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
-  if (size.ws_col == 0 || size.ws_row == 0) return 0;
-  std::size_t rows = 0;
-  std::size_t column = 0;
-  for (const wchar_t character : prompt_ + draft.text.substr(0, draft.cursor)) {
-    const int width = character == L'\n' ? 0 : wcwidth(character);
-    const std::size_t taken = width < 0 ? 2 : static_cast<std::size_t>(width);  // as ^A
-    const bool wraps = column + taken > size.ws_col;
-    if (wraps || character == L'\n') {
-      ++rows;
-      column = 0;
-    }
-    column += taken;
-  }
-  if (column == size.ws_col) ++rows;
-  return std::min<std::size_t>(rows, size.ws_row - 1U);
+void EditLineEditor::take() {
+  el_wset(line_.get(), EL_PREP_TERM, 1);
+  setPasteMode(true);
+}
+
+void EditLineEditor::giveBack() {
+  setPasteMode(false);
+  el_wset(line_.get(), EL_PREP_TERM, 0);
 }
 
 void EditLineEditor::endBySignal() {
-  setPasteMode(false);
-  el_wset(line_.get(), EL_PREP_TERM, 0);
+  giveBack();
   static_cast<void>(std::signal(keys_.signal(), SIG_DFL));
   static_cast<void>(std::raise(keys_.signal()));
   std::abort();
 }
 
-std::optional<TypedLine> EditLineEditor::handleEvent(KeyEvent event) {
-  Draft draft = obtainDraft();
+bool EditLineEditor::handle(KeyEvent event) {
   switch (event) {
-    case KeyEvent::Interrupted:
-      leaveLine();
-      return TypedLine{.kind = TypedLine::Kind::Dropped};
-    case KeyEvent::Resized: {
-      const std::size_t rows = countRowsAbove(draft);
-      write((rows > 0 ? "\x1b[" + std::to_string(rows) + "A" : "") + "\r\x1b[J");
-      break;
-    }
+    case KeyEvent::Resized:
+      wipeLine();
+      el_resize(line_.get());
+      drawAgain();
+      return true;
     case KeyEvent::Resumed:
-      write("\r\x1b[K");
-      break;
+      giveBack();  // whatever the terminal's settings are by now
+      take();
+      write("\r\x1b[J");
+      drawAgain();
+      return true;
     case KeyEvent::Ended:
       endBySignal();
     default:
-      return TypedLine{.kind = TypedLine::Kind::End};
+      return false;
   }
-  draft_ = std::move(draft);
-  return std::nullopt;
 }
 
-std::optional<TypedLine> EditLineEditor::readOnce() {
-  event_ = KeyEvent::Character;
-  shownPrompt_ = prompt_;
-  // Before the prompt is shown, at which one begins to type.
-  el_wset(line_.get(), EL_PREP_TERM, 1);
-  int size = 0;
-  const wchar_t* const text = el_wgets(line_.get(), &size);
-  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
-  if (event_ != KeyEvent::Character) return handleEvent(event_);
-  if (draft_) return std::nullopt;
-  if (text == nullptr || size <= 0) return TypedLine{.kind = TypedLine::Kind::End};
-  std::wstring_view whole(text, static_cast<std::size_t>(size));
-  if (whole.ends_with(L'\n')) whole.remove_suffix(1);
-  return TypedLine{.kind = TypedLine::Kind::Text, .text = toUTF8(whole)};
+KeyEvent EditLineEditor::readCharacter(wchar_t& character) {
+  static_cast<void>(std::fflush(out_.get()));
+  KeyEvent event = keys_.read(character);
+  while (handle(event)) event = keys_.read(character);
+  return event;
 }
 
 TypedLine EditLineEditor::readLine(const std::string& prompt) {
   const UTF8Locale::Use utf8(locale_);
   const KeySource::Watch watch(keys_);
   prompt_ = toWide(prompt);
+  shownPrompt_ = prompt_;
   back_ = 0;
-  draft_.reset();
-  const CODefer end([this] {
-    setPasteMode(false);
-    el_wset(line_.get(), EL_PREP_TERM, 0);
-  });
-  for (;;) {
-    setPasteMode(true);
-    if (std::optional<TypedLine> line = readOnce()) return std::move(*line);
+  event_ = KeyEvent::Character;
+  take();  // before the prompt is shown, at which one begins to type
+  const CODefer end([this] { giveBack(); });
+  int size = 0;
+  const wchar_t* const text = el_wgets(line_.get(), &size);
+  if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
+  if (event_ == KeyEvent::Interrupted) {
+    leaveLine();
+    return {.kind = TypedLine::Kind::Dropped};
   }
+  if (event_ != KeyEvent::Character || text == nullptr || size <= 0) return {};
+  std::wstring_view whole(text, static_cast<std::size_t>(size));
+  if (whole.ends_with(L'\n')) whole.remove_suffix(1);
+  return {.kind = TypedLine::Kind::Text, .text = toUTF8(whole)};
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <cf/text.h>
 
 #include <cstdint>
+#include <cwchar>
 
 std::wstring toWide(std::string_view text) {
   const std::string wellFormed = cfToUTF8(text);
@@ -43,4 +44,28 @@ std::string toUTF8(std::wstring_view text) {
     }
   }
   return cfToUTF8(narrow);
+}
+
+std::size_t countRowsAbove(std::wstring_view text, std::size_t columns) {
+  constexpr std::size_t kTab = 8;
+  std::size_t rows = 0;
+  std::size_t column = 0;
+  const auto endRow = [&] {
+    ++rows;
+    column = 0;
+  };
+  for (const wchar_t character : text) {
+    if (character == L'\n') {
+      endRow();
+      continue;
+    }
+    const int known = wcwidth(character);
+    const std::size_t width = character == L'\t' ? kTab - column % kTab
+                              : known < 0        ? 2  // a control character, as ^A
+                                                 : static_cast<std::size_t>(known);
+    if (column + width > columns && character != L'\t') endRow();
+    column += width;
+    if (column >= columns) endRow();
+  }
+  return rows;
 }
