@@ -7,6 +7,7 @@
 #include "services/saved_conversation.h"
 #include "services/switchboard.h"
 #include "standard_streams.h"
+#include "terminal/history_store.h"
 #include "terminal/interrupt.h"
 #include "terminal/line_editor.h"
 #include "terminal/questions.h"
@@ -164,9 +165,15 @@ Words listWords(const DatabaseDescription& database) {
   return words;
 }
 
+QuestionHistory openHistory(HistoryStore& store, const Options& options, std::ostream& err) {
+  return {store, chooseEndpoint(options.service, *options.service.provider).secrets,
+          [&err](const std::string& sentence) { complain(err, sentence); }};
+}
+
 ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& database, const Beginning& beginning,
                             Streams streams) {
-  QuestionHistory history;
+  const std::unique_ptr<HistoryStore> store = makeHistoryStore(options.database);
+  QuestionHistory history = store == nullptr ? QuestionHistory() : openHistory(*store, options, streams.err);
   const TypingHelp help{.history = history, .words = listWords(database)};
   const std::unique_ptr<LineEditor> editor = makeLineEditor(help, streams.in, streams.err);
   Questions questions(*editor, history);
@@ -204,6 +211,7 @@ ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams)
 
 ExitCode runProgram(const Options& options, Streams streams) {
   streams.showsPieces = !options.isWhole && isOutputTerminal();
+  streams.tellsSeconds = isErrorScreen();
   if (options.listModels) return listModels(options, streams);
   const std::unique_ptr<DatabaseReader> reader = openSqliteDatabase(options.database);
   const DatabaseDescription database = reader->readDescription();

@@ -13,5 +13,8 @@ bool isInputTerminal();
 /// Whether a person reads the standard output.
 bool isOutputTerminal();
 
+/// Whether a person reads the standard error, at a terminal where a line can be written over.
+bool isErrorScreen();
+
 /// What a person types to end the input, in words.
 const char* obtainEndOfInputKeys();

@@ -5,7 +5,9 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdlib>
 #include <initializer_list>
+#include <string_view>
 
 namespace {
 
@@ -29,5 +31,10 @@ void setUpStandardStreams() {
 bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }
 
 bool isOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
+
+bool isErrorScreen() {
+  const char* const terminal = std::getenv("TERM");
+  return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
+}
 
 const char* obtainEndOfInputKeys() { return "Ctrl-D"; }

@@ -2,6 +2,7 @@
 
 #include "conversation/service_commands.h"
 #include "standard_streams.h"
+#include "terminal/external_editor.h"
 #include "terminal/rendering.h"
 
 #include <cf/text.h>
@@ -11,11 +12,19 @@
 #include <iterator>
 #include <ostream>
 #include <sstream>
+#include <utility>
 
 namespace {
 
 bool tellCost(Talk& talk, const CommandCall& /*call*/) {
   talk.streams.err << talk.tokens.describe() << '\n';
+  return true;
+}
+
+bool editQuestion(Talk& talk, const CommandCall& call) {
+  EditedText edited = editText(call.rest.empty() ? talk.lastQuestion : call.rest);
+  if (!edited.text) complain(talk.streams.err, edited.complaint);
+  talk.nextQuestion = std::move(edited.text);
   return true;
 }
 
@@ -35,6 +44,8 @@ bool end(Talk& /*talk*/, const CommandCall& /*call*/) { return false; }
 
 constexpr std::array kCommands{
     Command{"/cost", "", "the tokens of this conversation, as far as the service tells", 0, 0, tellCost},
+    Command{"/edit", "[TEXT]", "write a question in your editor, from the last one on or from TEXT", 0,
+            Command::kAnyNumber, editQuestion},
     Command{"/help", "", "this list", 0, 0, printHelp},
     Command{"/new", "", "forget the conversation so far and begin anew", 0, 0, beginAnew},
     Command{"/provider", "", "list the services", 0, 0, listProviders},

@@ -11,6 +11,7 @@
 #include <optional>
 #include <ostream>
 #include <string_view>
+#include <utility>
 
 namespace {
 
@@ -26,6 +27,7 @@ void tellStop(const ProviderProfile& provider, std::ostream& err) {
 }
 
 void takeTurn(Talk& talk, const std::string& question) {
+  talk.lastQuestion = question;
   const auto [answer, calledOff] = askAndShow(talk.answerer, question, talk.streams, talk.runTurn);
   if (answer.error.empty()) {
     talk.tokens.add(answer.tokens);
@@ -67,6 +69,11 @@ void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, 
     } else if (!obey(talk, *text)) {
       return;
     }
+    if (!talk.nextQuestion) continue;
+    const std::string question = *std::exchange(talk.nextQuestion, std::nullopt);
+    questions.remember(question);
+    streams.err << terminalSafe(question) << '\n';
+    takeTurn(talk, question);
   }
   streams.err << '\n';  // leaves the line of the last prompt
 }

@@ -5,9 +5,14 @@
 #include "conversation/token_count.h"
 #include "conversation/turn.h"
 
+#include <optional>
+#include <string>
+
 struct Talk {
   MovableAnswerer& answerer;
   const Streams& streams;
   const TurnRunner& runTurn;
   TokenCount tokens = {};
+  std::string lastQuestion = {};
+  std::optional<std::string> nextQuestion = {};  // that a command asks
 };

@@ -2,18 +2,24 @@
 
 #include "conversation/answer_end.h"
 #include "terminal/rendering.h"
+#include "terminal/waiting.h"
 
 #include <string_view>
 
 Asked askAndShow(Answerer& answerer, const std::string& question, const Streams& streams, const TurnRunner& runTurn) {
   Asked asked;
   TextWriter writer(streams.out);
+  Waiting waiting(streams.tellsSeconds ? &streams.err : nullptr);
   if (streams.showsPieces) {
-    const auto show = [&writer](std::string_view piece) { writer.add(piece); };
+    const auto show = [&](std::string_view piece) {
+      waiting.end();
+      writer.add(piece);
+    };
     asked.calledOff = runTurn([&] { asked.answer = answerer.askInPieces(question, show); });
   } else {
     asked.calledOff = runTurn([&] { asked.answer = answerer.ask(question); });
   }
+  waiting.end();
   if (!asked.answer.error.empty()) {
     if (!asked.calledOff) writer.breakOff();
     return asked;

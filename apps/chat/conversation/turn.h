@@ -12,7 +12,8 @@ struct Streams {
   std::istream& in;
   std::ostream& out;
   std::ostream& err;
-  bool showsPieces = false;  // answers go out while they come
+  bool showsPieces = false;   // answers go out while they come
+  bool tellsSeconds = false;  // of a wait, on `err`
 };
 
 /// Runs a turn and tells whether the user called it off. What it throws ends the conversation.

@@ -1,5 +1,6 @@
 #include "terminal/tty_editor_posix.h"
 
+#include "terminal/rendering.h"
 #include "terminal/wide_text_posix.h"
 
 #include <cf/defer.h>
@@ -57,7 +58,7 @@ void TtyEditor::enter(wchar_t character) {
   text_ += character;
   const bool isControl = character < L' ' || character == 0x7F;
   echo(isControl ? std::string{'^', static_cast<char>(static_cast<unsigned>(character) ^ 0x40U)}
-                 : toUTF8({&character, 1}));
+                 : terminalSafe(toUTF8({&character, 1})));
 }
 
 bool TtyEditor::take(wchar_t character) {
