@@ -47,6 +47,11 @@ void greet(const Options& options, const DatabaseDescription& database, const st
       << "\n/help lists the commands, " << obtainEndOfInputKeys() << " ends.\n\n";
 }
 
+/// Names the model that the user left open, to people alone: scripts have their standard error for failures.
+void nameChoice(const Options& options, const std::string& model, std::ostream& err) {
+  if (options.model.empty() && isErrorTerminal()) err << "Model: " << terminalSafeLine(model) << ".\n";
+}
+
 ExitCode fail(Answerer& answerer, const std::string& error, std::ostream& err) {
   complain(err, error);
   return answerer.failureCode();
@@ -110,6 +115,7 @@ ExitCode answerUntilInterrupted(const Options& options, const Beginning& beginni
   std::string error;
   runTurn([&] { error = board.open(beginning.saved); });
   if (!error.empty()) return fail(board, error, streams.err);
+  nameChoice(options, board.model(), streams.err);
   const ExitCode code =
       options.question ? answerOnce(board, *options.question, streams, runTurn) : answerLines(board, streams, runTurn);
   return code == ExitCode::Fine && board.failedToSave() ? ExitCode::OutputFailed : code;

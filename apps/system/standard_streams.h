@@ -15,6 +15,8 @@ bool isOutputTerminal();
 
 /// Whether a person reads the standard error, at a terminal where a line can be written over.
 bool isErrorScreen();
+/// Whether a person reads the standard error.
+bool isErrorTerminal();
 
 /// What a person types to end the input, in words.
 const char* obtainEndOfInputKeys();

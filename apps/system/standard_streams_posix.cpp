@@ -36,5 +36,6 @@ bool isErrorScreen() {
   const char* const terminal = std::getenv("TERM");
   return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
+bool isErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
 
 const char* obtainEndOfInputKeys() { return "Ctrl-D"; }

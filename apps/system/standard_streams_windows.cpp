@@ -18,5 +18,6 @@ bool isInputTerminal() { return isConsole(GetStdHandle(STD_INPUT_HANDLE)); }
 bool isOutputTerminal() { return isConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
 
 bool isErrorScreen() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }
+bool isErrorTerminal() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }
 
 const char* obtainEndOfInputKeys() { return "Ctrl-Z and Enter"; }

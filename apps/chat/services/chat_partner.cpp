@@ -1,5 +1,6 @@
 #include "services/chat_partner.h"
 
+#include "services/model_choice.h"
 #include "services/piecewise_redaction.h"
 #include "services/session_text.h"
 
@@ -72,7 +73,9 @@ std::string ChatPartner::settle(Setup& setup) {
     auto [models, error] = listModels();
     if (!error.empty()) return error;
     if (models.empty()) return withHint("The service offers no models", provider().noModelsHint);
-    setup.model = std::move(models.front());
+    std::string chosen = chooseModel(provider(), models, !endpoint_.host.empty());
+    if (chosen.empty()) return explainNoChoice(models);
+    setup.model = std::move(chosen);
   }
   return configure(setup);
 }

@@ -35,7 +35,7 @@ class ChatPartner final : public Answerer {
   std::pair<std::vector<std::string>, std::string> listModels();
   /// @return an error text, "" when everything was taken.
   std::string configure(const Setup& setup);
-  /// As configure; a model that `setup` leaves open becomes the first that the service lists.
+  /// As configure; a model that `setup` leaves open is chosen from the service's list.
   std::string settle(Setup& setup);
   /// All that the model is told before the first question.
   std::string combinedInstructions();

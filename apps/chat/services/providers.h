@@ -26,7 +26,7 @@ class Texts {
   constexpr const char* front() const { return texts_.front(); }
 
  private:
-  std::array<const char*, 4> texts_{};
+  std::array<const char*, 10> texts_{};
   std::size_t count_;
 };
 
@@ -45,7 +45,11 @@ struct Provider {
   /// Parts of the error texts that tell of a refused key at status 400. That stands for other things, too: a country
   /// that is not served, for one.
   Texts keyErrors = {};
-  bool canCancel = true;  // a request in flight can be ended
+  /// Which of the listed models is asked when the user names none: the first pattern that fits one decides. '*' stands
+  /// for any characters, '#' for a digit. What comes first is good, cheap, and answers at once.
+  Texts modelPatterns = {};
+  Texts specialModels = {};  // words, so written, of models that fit a pattern and can't be chatted with
+  bool canCancel = true;     // a request in flight can be ended
   /// Assistant and conversations live at the service, until they are destroyed; no other service can take the turns.
   bool keepsConversations = false;
   const char* noConnectionHint = "";  // a sentence for the user; may be empty
@@ -54,6 +58,12 @@ struct Provider {
   constexpr bool usesKey() const { return !keyVariables.empty(); }
 };
 
+// What takes any temperature, and streams without the account being verified, comes first.
+inline constexpr Texts kOpenAIModels{"gpt-4.1-mini*", "gpt-#*-mini*", "gpt-4.1*", "gpt-4o*",
+                                     "gpt-#*",        "o#*-mini*",    "o#*"};
+// Most of them are for other requests than chat's.
+inline constexpr Texts kOpenAISpecials{"instruct", "codex", "pro", "search", "research", "computer", "vision"};
+
 inline constexpr std::array kProviders{
     Provider{
         .name = "openai",
@@ -61,6 +71,8 @@ inline constexpr std::array kProviders{
         .type = OPENAI_v1,
         .hostNote = "OpenAI's public address",
         .keyVariables = {"OPENAI_API_KEY"},
+        .modelPatterns = kOpenAIModels,
+        .specialModels = kOpenAISpecials,
     },
     Provider{
         .name = "openai-assistants",
@@ -69,6 +81,8 @@ inline constexpr std::array kProviders{
         .hostNote = "OpenAI's ended on 2026-08-26; --host names another",
         .needsHost = true,
         .keyVariables = {"OPENAI_API_KEY"},
+        .modelPatterns = kOpenAIModels,
+        .specialModels = kOpenAISpecials,
         .keepsConversations = true,
     },
     Provider{
@@ -77,6 +91,7 @@ inline constexpr std::array kProviders{
         .type = DEEPSEEK,
         .hostNote = "DeepSeek's public address",
         .keyVariables = {"DEEPSEEK_API_KEY"},
+        .modelPatterns = {"deepseek-chat*", "deepseek-*flash*", "deepseek-v#*", "deepseek-reasoner*"},
     },
     Provider{
         .name = "gemini",
@@ -85,6 +100,9 @@ inline constexpr std::array kProviders{
         .hostNote = "Google's public address",
         .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"},
         .keyErrors = {"API key not valid", "API key expired", "API Key not found", "API_KEY_INVALID"},
+        .modelPatterns = {"gemini-#*-flash", "gemini-flash-latest", "gemini-#*-flash-lite", "gemini-#*-flash*",
+                          "gemini-#*-pro", "gemini-#*"},
+        .specialModels = {"computer"},
     },
     Provider{
         .name = "ollama",
