@@ -7,6 +7,8 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 /// A service as a conversation knows it.
 struct ProviderProfile {
@@ -44,7 +46,12 @@ class MovableAnswerer : public Answerer {
   virtual const ProviderProfile& provider() const = 0;
   virtual const std::string& model() const = 0;
   /// Has `provider`, one of those, answer from here on, with all turns so far in mind where they can be carried; an
-  /// empty `model` is the first that it lists.
+  /// empty `model` is chosen from those that it lists.
   /// @return an error text, and everything is as before; "" on success.
   virtual std::string moveTo(const ProviderProfile& provider, const std::string& model) = 0;
+  /// The models that the service lists, and an error text.
+  virtual std::pair<std::vector<std::string>, std::string> listModels() = 0;
+  /// Has the service answer with `model` from here on, which it may know without listing it; the conversation goes on.
+  /// @return an error text, and everything is as before; "" on success.
+  virtual std::string changeModel(const std::string& model) = 0;
 };

@@ -47,6 +47,8 @@ constexpr std::array kCommands{
     Command{"/edit", "[TEXT]", "write a question in your editor, from the last one on or from TEXT", 0,
             Command::kAnyNumber, editQuestion},
     Command{"/help", "", "this list", 0, 0, printHelp},
+    Command{"/model", "", "list the service's models", 0, 0, listModels},
+    Command{"/model", "NAME", "go on with this conversation with another model", 1, 1, changeModel},
     Command{"/new", "", "forget the conversation so far and begin anew", 0, 0, beginAnew},
     Command{"/provider", "", "list the services", 0, 0, listProviders},
     Command{"/provider", "NAME [MODEL]", "go on with this conversation at another service", 1, 2, moveToProvider},

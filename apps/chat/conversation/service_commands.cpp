@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <ostream>
+#include <utility>
 
 namespace {
 
@@ -27,6 +28,26 @@ void tellFailure(const std::string& error, bool calledOff, std::ostream& err) {
   } else {
     complain(err, error);
   }
+}
+
+struct ModelList {
+  std::vector<std::string> models;
+  std::string error;
+};
+
+ModelList askForModels(MovableAnswerer& answerer) {
+  auto [models, error] = answerer.listModels();
+  return {.models = std::move(models), .error = std::move(error)};
+}
+
+/// Whether `listed`, of a service's list, is what the user calls `name`: Ollama lists what has no tag under "latest".
+bool isSameModel(const std::string& listed, const std::string& name) {
+  return listed == name || listed == name + ":latest";
+}
+
+bool lists(const ModelList& list, const std::string& name) {
+  return std::any_of(list.models.begin(), list.models.end(),
+                     [&name](const std::string& listed) { return isSameModel(listed, name); });
 }
 
 }  // namespace
@@ -65,6 +86,40 @@ bool moveToProvider(Talk& talk, const CommandCall& call) {
   talk.tokens = {};
   const ProviderProfile& keeper = earlier.keepsConversations ? earlier : *provider;
   err << keeper.title << " keeps conversations itself, so this one starts anew.\n";
+  return true;
+}
+
+bool listModels(Talk& talk, const CommandCall& /*call*/) {
+  std::ostream& err = talk.streams.err;
+  ModelList list;
+  const bool calledOff = talk.runTurn([&] { list = askForModels(talk.answerer); });
+  if (!list.error.empty()) {
+    tellFailure(list.error, calledOff, err);
+    return true;
+  }
+  const std::string& current = talk.answerer.model();
+  if (!lists(list, current)) err << "* " << terminalSafeLine(current) << ", which is not listed\n";
+  for (const std::string& model : list.models)
+    err << (isSameModel(model, current) ? "* " : "  ") << terminalSafeLine(model) << '\n';
+  return true;
+}
+
+bool changeModel(Talk& talk, const CommandCall& call) {
+  std::ostream& err = talk.streams.err;
+  const std::string& name = call.words.front();
+  ModelList list;
+  std::string error;
+  bool calledOff = talk.runTurn([&] { list = askForModels(talk.answerer); });
+  const bool goesOn = !calledOff;
+  if (goesOn) calledOff = talk.runTurn([&] { error = talk.answerer.changeModel(name); });
+  if (!goesOn || !error.empty()) {
+    tellFailure(error, calledOff, err);
+    err << "The model stays " << terminalSafeLine(talk.answerer.model()) << ".\n";
+    return true;
+  }
+  err << terminalSafeLine(talk.answerer.model()) << " answers from here on.\n";
+  if (list.error.empty() && !lists(list, name))
+    err << talk.answerer.provider().title << " does not list it; the next question shows whether it is there.\n";
   return true;
 }
 

@@ -5,4 +5,6 @@
 
 bool listProviders(Talk& talk, const CommandCall& call);
 bool moveToProvider(Talk& talk, const CommandCall& call);
+bool listModels(Talk& talk, const CommandCall& call);
+bool changeModel(Talk& talk, const CommandCall& call);
 bool beginAnew(Talk& talk, const CommandCall& call);

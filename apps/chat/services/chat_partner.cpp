@@ -27,7 +27,9 @@ void fillIn(qai::Fill& fill, const Setup& setup) {
 }
 
 std::string withHint(std::string error, const std::string& hint) {
-  return hint.empty() ? error : std::move(error) + ". " + hint;
+  if (hint.empty()) return error;
+  const bool isSentence = error.ends_with('.') || error.ends_with('?') || error.ends_with('!');
+  return std::move(error) + (isSentence ? " " : ". ") + hint;
 }
 
 }  // namespace
@@ -59,7 +61,7 @@ std::pair<std::vector<std::string>, std::string> ChatPartner::listModels() {
 std::string ChatPartner::configure(const Setup& setup) {
   putSettingsInPlace();
   const auto filled = assistant_.configure([&setup](qai::Fill& fill) { fillIn(fill, setup); });
-  if (!filled.accepted()) return fail(filled.error());
+  if (!filled.accepted()) return failWith(setup.model, filled.error());
   noteStatus();
   isKept_ = provider().keepsConversations;
   if (filled) return "";
@@ -144,7 +146,7 @@ qai::Result<qai::Message> ChatPartner::receive(const std::string& question, cons
 }
 
 Answer ChatPartner::readReply(const qai::Result<qai::Message>& reply) {
-  if (!reply) return {.error = fail(reply.error())};
+  if (!reply) return {.error = failWith(assistant_.properties().model(), reply.error())};
   noteStatus();
   const auto clean = [this](std::string_view text) { return withoutSecrets(std::string(text), endpoint_.secrets); };
   const qai::Details details = reply->details();
@@ -181,6 +183,13 @@ std::string ChatPartner::fail(std::string error) {
   failureCode_ = refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
   const std::string hint = tellsNoConnection(error) ? provider().noConnectionHint : "";
   return withoutSecrets(withHint(std::move(error), hint), endpoint_.secrets);
+}
+
+/// As fail, for a request that `model` was for.
+std::string ChatPartner::failWith(const std::string& model, std::string error) {
+  if (tellsUnfitModel(provider(), assistant_.lastStatus(), error) && !tellsNoConnection(error))
+    error = withHint(std::move(error), "The model is " + model + "; --model or, at a terminal, /model names another.");
+  return fail(std::move(error));
 }
 
 void ChatPartner::close() {

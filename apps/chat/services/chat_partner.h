@@ -68,6 +68,7 @@ class ChatPartner final : public Answerer {
   void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
   void noteStatus();
   std::string fail(std::string error);
+  std::string failWith(const std::string& model, std::string error);
   qai::Result<qai::Message> receive(const std::string& question, const ShowPiece& show);
   Answer readReply(const qai::Result<qai::Message>& reply);
   std::string beginWith(qai::Result<qai::Session> made);

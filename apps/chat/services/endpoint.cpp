@@ -122,6 +122,13 @@ bool tellsRefusedKey(const Provider& provider, std::int32_t status, const std::s
                      [&error](const char* part) { return error.find(part) != std::string::npos; });
 }
 
+bool tellsUnfitModel(const Provider& provider, std::int32_t status, const std::string& error) {
+  const bool isUnknown = status == 0 && !provider.canCancel;  // outside of the pool centre nobody notes it
+  if (!isUnknown && status != 400 && status != 404) return false;
+  return error.find("model") != std::string::npos || error.find("Model") != std::string::npos ||
+         error.find("does not support chat") != std::string::npos;
+}
+
 bool tellsNoConnection(const std::string& error) {
   CSErrorRecord record;
   const ICSErrorDescriptionService* texts = CF::obtainAppFactory()->obtainErrorDescriptionService();

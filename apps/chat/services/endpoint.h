@@ -64,5 +64,8 @@ std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& 
 /// Whether a reply of `status`, of which the library made `error`, tells that `provider` refuses the key.
 bool tellsRefusedKey(const Provider& provider, std::int32_t status, const std::string& error);
 
+/// Whether a reply of `status`, of which the library made `error`, tells that `provider` has no use for the model.
+bool tellsUnfitModel(const Provider& provider, std::int32_t status, const std::string& error);
+
 /// Whether `error`, a text of the library, tells that nothing listens at the address.
 bool tellsNoConnection(const std::string& error);

@@ -49,9 +49,9 @@ void Switchboard::save() {
 
 std::string Switchboard::moveTo(const ProviderProfile& profile, const std::string& model) try {
   const Provider& provider = *findProvider(profile.name);
+  if (&provider == &line_.partner->provider() && provider.keepsConversations) return changeModel(model);
   Setup setup = setup_;
   setup.model = model;
-  if (&provider == &line_.partner->provider() && provider.keepsConversations) return changeModel(setup);
   Line next = connect(provider);
   const CODefer askTheRightOne([this] { setAsked(line_.partner.get()); });
   setAsked(next.partner.get());
@@ -70,8 +70,9 @@ std::string Switchboard::moveTo(const ProviderProfile& profile, const std::strin
   return error.what();
 }
 
-/// The service has its assistant changed, and its conversation goes on.
-std::string Switchboard::changeModel(Setup& setup) {
+std::string Switchboard::changeModel(const std::string& model) {
+  Setup setup = setup_;
+  setup.model = model;
   std::string error = line_.partner->settle(setup);
   if (error.empty()) std::swap(setup_, setup);
   return error;

@@ -12,6 +12,7 @@
 #include <span>
 #include <string>
 #include <utility>
+#include <vector>
 
 /// Used by one thread but for cancel().
 class Switchboard final : public MovableAnswerer {
@@ -36,6 +37,8 @@ class Switchboard final : public MovableAnswerer {
   const ProviderProfile& provider() const override { return obtainProfile(line_.partner->provider()); }
   const std::string& model() const override { return setup_.model; }
   std::string moveTo(const ProviderProfile& profile, const std::string& model) override;
+  std::pair<std::vector<std::string>, std::string> listModels() override { return line_.partner->listModels(); }
+  std::string changeModel(const std::string& model) override;
 
   std::string startConversation() override { return line_.partner->startConversation(); }
   Answer ask(const std::string& question) override;
@@ -54,7 +57,6 @@ class Switchboard final : public MovableAnswerer {
   };
 
   Line connect(const Provider& provider);
-  std::string changeModel(Setup& setup);
   std::string goOn(ChatPartner& next, Setup& setup);
   void setAsked(ChatPartner* partner);
   Answer saved(Answer answer);

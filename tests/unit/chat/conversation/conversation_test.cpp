@@ -55,6 +55,11 @@ class FakeAnswerer : public MovableAnswerer {
     model_ = model.empty() ? "its first" : model;
     return "";
   }
+  std::pair<std::vector<std::string>, std::string> listModels() override { return {models, modelsError}; }
+  std::string changeModel(const std::string& model) override {
+    if (moveError.empty()) model_ = model;
+    return moveError;
+  }
 
   std::vector<std::string> questions;
   int conversations = 0;
@@ -62,6 +67,8 @@ class FakeAnswerer : public MovableAnswerer {
   ExitCode code = ExitCode::ServiceFailed;
   Answer next;  // what is beside the usual text
   std::string moveError;
+  std::vector<std::string> models = {"a\x1b", "b:latest", "c"};
+  std::string modelsError;
 
  private:
   const ProviderProfile* provider_ = kProfiles.data();
@@ -233,7 +240,7 @@ TEST_F(Conversation, QuitEndsIt) {
 
 TEST_F(Conversation, HelpListsTheCommands) {
   converse(answerer_, streams("/help\n"), runPlainly);
-  for (const char* command : {"/cost", "/help", "/new", "/provider NAME [MODEL]", "/quit"})
+  for (const char* command : {"/cost", "/help", "/model NAME", "/new", "/provider NAME [MODEL]", "/quit"})
     EXPECT_THAT(err_.str(), HasSubstr(command));
   EXPECT_EQ(out_.str(), "");
 }
@@ -322,6 +329,61 @@ TEST_F(Conversation, AMoveThatFailsIsTold) {
   answerer_.moveError = "not there";
   converse(answerer_, streams("/provider gemini\n"), runPlainly);
   EXPECT_THAT(err_.str(), HasSubstr("qai-chat: not there\nThe conversation stays with OpenAI.\n"));
+}
+
+TEST_F(Conversation, ModelListsTheServicesAndMarksTheCurrentOne) {
+  converse(answerer_, streams("/model b\n/model\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("  a\uFFFD\n* b:latest\n  c\n> "));
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(Conversation, ModelNamesTheCurrentOneThatIsNotListed) {
+  converse(answerer_, streams("/model\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("* m\uFFFD, which is not listed\n  a"));
+}
+
+TEST_F(Conversation, ModelTellsThatTheListFails) {
+  answerer_.modelsError = "no list";
+  converse(answerer_, streams("/model\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: no list\n> "));
+}
+
+TEST_F(Conversation, ModelOfAListThatIsCalledOffIsNoFailure) {
+  answerer_.modelsError = "cancelled by someone";
+  converse(answerer_, streams("/model\n"), runInterrupted);
+  EXPECT_THAT(err_.str(), testing::AllOf(HasSubstr("Cancelled.\n"), Not(HasSubstr("by someone"))));
+}
+
+TEST_F(Conversation, ModelChangesItAndGoesOn) {
+  converse(answerer_, streams("/model c\n/model\none\n"), runPlainly);
+  EXPECT_EQ(answerer_.model(), "c");
+  EXPECT_EQ(answerer_.conversations, 0);
+  EXPECT_THAT(err_.str(), HasSubstr("> c answers from here on.\n> "));
+}
+
+TEST_F(Conversation, ModelThatIsNotListedIsTakenAndTold) {
+  converse(answerer_, streams("/model other\n"), runPlainly);
+  EXPECT_EQ(answerer_.model(), "other");
+  EXPECT_THAT(err_.str(), HasSubstr("other answers from here on.\nOpenAI does not list it; the next question"));
+}
+
+TEST_F(Conversation, ModelIsTakenWithoutAList) {
+  answerer_.modelsError = "no list";
+  converse(answerer_, streams("/model other\n"), runPlainly);
+  EXPECT_EQ(answerer_.model(), "other");
+  EXPECT_THAT(err_.str(), Not(HasSubstr("list")));
+}
+
+TEST_F(Conversation, ModelThatIsRefusedIsToldAndTheOldOneStays) {
+  answerer_.moveError = "not there";
+  converse(answerer_, streams("/model other\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("qai-chat: not there\nThe model stays m\uFFFD.\n"));
+}
+
+TEST_F(Conversation, ModelThatIsCalledOffStays) {
+  converse(answerer_, streams("/model c\n"), runInterrupted);
+  EXPECT_EQ(answerer_.model(), "m\x1b");
+  EXPECT_THAT(err_.str(), HasSubstr("Cancelled.\nThe model stays m\uFFFD.\n"));
 }
 
 TEST_F(Conversation, AMoveThatIsCalledOffIsNoFailure) {

@@ -188,6 +188,29 @@ TEST_F(Move, ToAnotherModelOfTheSameServiceKeepsTheConversation) {
   EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"standin-large")"));
 }
 
+TEST_F(Move, OfTheModelAloneKeepsTheConversationAndItsPlace) {
+  refused_ = &provider("openai");  // the place is not chosen anew: a restored conversation's may be another
+  EXPECT_EQ(board_.changeModel("standin-large"), "");
+  EXPECT_EQ(board_.model(), "standin-large");
+  EXPECT_EQ(server("openai").requests().size(), 1U);
+  server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
+  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_THAT(lastRequest("openai").body,
+              testing::AllOf(HasSubstr(kQuestions[0]), HasSubstr(R"("model":"standin-large")"), HasSubstr("Be brief."),
+                             HasSubstr(R"("temperature":0.7)")));
+}
+
+TEST_F(Move, OfTheModelToOneThatIsNotThereIsToldAndLeavesTheTurns) {
+  EXPECT_EQ(board_.changeModel("nobody"), "");
+  EXPECT_EQ(board_.ask(kQuestions[1]).error,
+            "The model `nobody` does not exist or you do not have access to it. The model is nobody; --model or, at a "
+            "terminal, /model names another.");
+  EXPECT_EQ(board_.changeModel("standin-small"), "");
+  server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
+  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_THAT(lastRequest("openai").body, testing::AllOf(HasSubstr(kQuestions[0]), Not(HasSubstr(kQuestions[1]))));
+}
+
 TEST_F(Move, AndBackKeepsAllTurns) {
   ASSERT_EQ(board_.moveTo(profile("ollama"), "m"), "");
   server("ollama").script(
@@ -294,6 +317,21 @@ TEST_F(KeptMove, ThatFailsLeavesEverything) {
   expectTheOldConversationGoesOn();
 }
 
+TEST_F(KeptMove, ToAModelThatIsNotThereLeavesEverything) {
+  EXPECT_THAT(board_.changeModel("nobody"),
+              testing::AllOf(HasSubstr("nobody"), HasSubstr("The model is nobody; --model or")));
+  EXPECT_EQ(board_.model(), "standin-small");
+  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+}
+
+TEST_F(KeptMove, OfTheModelAloneChangesTheAssistantAndKeepsTheConversation) {
+  EXPECT_EQ(board_.changeModel("standin-large"), "");
+  EXPECT_THAT(sentSince(), ElementsAre("POST /v1/assistants/asst_standin_1"));
+  EXPECT_EQ(board_.model(), "standin-large");
+  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(sentSince().at(1), "POST /v1/threads/thread_standin_1/messages");
+}
+
 TEST_F(KeptMove, CanBeCalledOff) {
   server("gemini").script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
   cancelAt(board_, server("gemini"), 1, [this] { EXPECT_NE(board_.moveTo(profile("gemini"), ""), ""); });
@@ -317,7 +355,7 @@ TEST_F(KeptMove, ToAnotherModelChangesTheAssistantAndKeepsTheConversation) {
 
 TEST_F(KeptMove, ToAnotherModelThatIsRefusedLeavesEverything) {
   server(kKeeper).script({.status = 400, .body = R"({"error":{"message":"no such model"}})", .headers = {}});
-  EXPECT_EQ(board_.moveTo(profile(kKeeper), "standin-large"), "no such model");
+  EXPECT_THAT(board_.moveTo(profile(kKeeper), "standin-large"), testing::StartsWith("no such model. "));
   EXPECT_EQ(board_.model(), "standin-small");
   EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
 }
