@@ -1,6 +1,8 @@
 #include "conversation/commands.h"
 
+#include "conversation/near_name.h"
 #include "conversation/service_commands.h"
+#include "conversation/table_commands.h"
 #include "standard_streams.h"
 #include "terminal/external_editor.h"
 #include "terminal/rendering.h"
@@ -43,22 +45,33 @@ bool printHelp(Talk& talk, const CommandCall& /*call*/) {
 bool end(Talk& /*talk*/, const CommandCall& /*call*/) { return false; }
 
 constexpr std::array kCommands{
-    Command{"/cost", "", "the tokens of this conversation, as far as the service tells", 0, 0, tellCost},
+    Command{"/cost", "", "the tokens of this conversation, as far as the service tells", 0, 0, tellCost, true},
     Command{"/edit", "[TEXT]", "write a question in your editor, from the last one on or from TEXT", 0,
             Command::kAnyNumber, editQuestion},
-    Command{"/help", "", "this list", 0, 0, printHelp},
+    Command{"/help", "", "this list", 0, 0, printHelp, true},
     Command{"/model", "", "list the service's models", 0, 0, listModels},
     Command{"/model", "NAME", "go on with this conversation with another model", 1, 1, changeModel},
-    Command{"/new", "", "forget the conversation so far and begin anew", 0, 0, beginAnew},
+    Command{"/new", "", "forget the conversation so far and begin anew", 0, 0, beginAnew, true},
     Command{"/provider", "", "list the services", 0, 0, listProviders},
     Command{"/provider", "NAME [MODEL]", "go on with this conversation at another service", 1, 2, moveToProvider},
-    Command{"/quit", "", "end", 0, 0, end},
+    Command{"/quit", "", "end", 0, 0, end, true},
+    Command{"/tables", "", "list the tables and views", 0, 0, listTables, true},
+    Command{"/tables", "NAME", "list the columns of one", 1, Command::kAnyNumber, describeTable, true},
 };
 
 std::vector<std::string> splitWords(const std::string& line) {
   std::istringstream words(line);
   words.exceptions(std::ios::badbit);  // for want of memory it would give fewer
   return {std::istream_iterator<std::string>(words), {}};
+}
+
+void tellUnknown(Talk& talk, const std::string& name, const std::string& line) {
+  std::vector<std::string_view> names;
+  for (const Command& command : kCommands) names.push_back(command.name);
+  if (std::find(names.begin(), names.end(), name) != names.end()) names.clear();  // it has other arguments
+  talk.streams.err << "There is no command " << terminalSafeLine(line + askWhichIsMeant(name, names))
+                   << "/help lists them.\n";
+  talk.note(ExitCode::WrongUsage);
 }
 
 }  // namespace
@@ -73,7 +86,13 @@ bool obey(Talk& talk, const std::string& line) {
   const auto* const command = std::find_if(kCommands.begin(), kCommands.end(), [&](const Command& any) {
     return any.name == name && any.fewest <= call.words.size() && call.words.size() <= any.most;
   });
-  if (command != kCommands.end()) return command->obey(talk, call);
-  talk.streams.err << "There is no command " << terminalSafeLine(line) << "; /help lists them.\n";
+  if (command == kCommands.end()) {
+    tellUnknown(talk, name, line);
+  } else if (talk.isPiped && !command->isForPipes) {
+    complain(talk.streams.err, name + " is for a conversation at a terminal");
+    talk.note(ExitCode::WrongUsage);
+  } else {
+    return command->obey(talk, call);
+  }
   return true;
 }

@@ -27,6 +27,7 @@ struct Command {
   std::size_t most;
   /// @return false when the conversation ends
   bool (*obey)(Talk& talk, const CommandCall& call);
+  bool isForPipes = false;  // also when nobody sees what a line does: neither sends elsewhere nor writes files
 };
 
 /// All of them, in the order of /help.

@@ -1,6 +1,7 @@
 #include "conversation/conversation.h"
 
 #include "conversation/commands.h"
+#include "conversation/habits.h"
 #include "conversation/talk.h"
 #include "terminal/plain_line_editor.h"
 #include "terminal/rendering.h"
@@ -39,6 +40,37 @@ void takeTurn(Talk& talk, const std::string& question) {
   talk.streams.err << '\n';
 }
 
+void takePipedTurn(Talk& talk, const std::string& question) {
+  const Answer answer = askAndShow(talk.answerer, question, talk.streams, talk.runTurn).answer;
+  if (answer.error.empty()) {
+    talk.tokens.add(answer.tokens);
+  } else {
+    complain(talk.streams.err, answer.error);
+    talk.note(talk.answerer.failureCode());
+  }
+}
+
+/// Does what `line`, which is not blank, tells, and asks nothing that is no question. @return false when the
+/// conversation ends
+bool takeLine(Talk& talk, const std::string& line) {
+  const LineMeaning meaning = understand(line);
+  switch (meaning.kind) {
+    case LineKind::Question:
+      talk.isPiped ? takePipedTurn(talk, meaning.text) : takeTurn(talk, meaning.text);
+      return true;
+    case LineKind::Command:
+      return obey(talk, meaning.text);
+    case LineKind::Foreign:
+      complain(talk.streams.err, meaning.text + " is a command of another program; /help lists the ones here");
+      break;
+    case LineKind::Keys:
+      complain(talk.streams.err, "A key that means nothing here is in the line, so it was not sent");
+      break;
+  }
+  talk.note(ExitCode::WrongUsage);
+  return true;
+}
+
 }  // namespace
 
 ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn) {
@@ -48,27 +80,23 @@ ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams str
   return answerer.failureCode();
 }
 
-ExitCode answerLines(Answerer& answerer, Streams streams, const TurnRunner& runTurn) {
-  ExitCode result = ExitCode::Fine;
+ExitCode answerLines(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn,
+                     const Background& background) {
+  Talk talk{.answerer = answerer, .streams = streams, .runTurn = runTurn, .background = background, .isPiped = true};
   std::string line;
   for (bool first = true; std::getline(streams.in, line); first = false) {
     if (first && line.starts_with(kByteOrderMark)) line.erase(0, kByteOrderMark.size());
-    const std::string question = cfTrimAsString(line);
-    if (question.empty()) continue;
-    const ExitCode code = answerOnce(answerer, question, streams, runTurn);
-    if (result == ExitCode::Fine) result = code;
+    const std::string text = cfTrimAsString(line);
+    if (!text.empty() && !takeLine(talk, text)) break;
   }
-  return result;
+  return talk.firstFailure;
 }
 
-void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, const TurnRunner& runTurn) {
-  Talk talk{.answerer = answerer, .streams = streams, .runTurn = runTurn};
+void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, const TurnRunner& runTurn,
+              const Background& background) {
+  Talk talk{.answerer = answerer, .streams = streams, .runTurn = runTurn, .background = background};
   while (const std::optional<std::string> text = questions.read()) {
-    if (!text->starts_with('/')) {
-      takeTurn(talk, *text);
-    } else if (!obey(talk, *text)) {
-      return;
-    }
+    if (!takeLine(talk, *text)) return;
     if (!talk.nextQuestion) continue;
     const std::string question = *std::exchange(talk.nextQuestion, std::nullopt);
     questions.remember(question);
@@ -78,9 +106,9 @@ void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, 
   streams.err << '\n';  // leaves the line of the last prompt
 }
 
-void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn) {
+void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn, const Background& background) {
   PlainLineEditor editor(streams.in, streams.err);
   QuestionHistory history;
   Questions questions(editor, history);
-  converse(answerer, questions, streams, runTurn);
+  converse(answerer, questions, streams, runTurn, background);
 }

@@ -24,6 +24,13 @@ constexpr std::array kProfiles{
     ProviderProfile{.name = "ollama", .title = "Ollama"},
 };
 
+const Background kShop{
+    .tables = {{.name = "orders",
+                .columns = {{.name = "id", .about = "INTEGER, primary key"}, {.name = "customer_id", .about = "\x1b"}}},
+               {.name = "Orders", .columns = {{.name = "another", .about = ""}}},
+               {.name = "order lines\x1b", .columns = {}},
+               {.name = "turnover", .isView = true, .columns = {{.name = "total", .about = "REAL"}}}}};
+
 /// Answers "re: QUESTION"; fails for questions that start with "bad".
 class FakeAnswerer : public MovableAnswerer {
  public:
@@ -110,9 +117,9 @@ TEST_F(Conversation, TellsTheFailureOfTheOneQuestion) {
 }
 
 TEST_F(Conversation, EveryPipedLineThatIsNotBlankIsAQuestion) {
-  EXPECT_EQ(answerLines(answerer_, streams("one\n\n \t\r\n  two\r\n/quit\nlast"), runPlainly), ExitCode::Fine);
-  EXPECT_THAT(answerer_.questions, ElementsAre("one", "two", "/quit", "last"));
-  EXPECT_EQ(out_.str(), "re: one\nre: two\nre: /quit\nre: last\n");
+  EXPECT_EQ(answerLines(answerer_, streams("one\n\n \t\r\n  two\r\nlast"), runPlainly), ExitCode::Fine);
+  EXPECT_THAT(answerer_.questions, ElementsAre("one", "two", "last"));
+  EXPECT_EQ(out_.str(), "re: one\nre: two\nre: last\n");
   EXPECT_EQ(err_.str(), "");
 }
 
@@ -125,6 +132,36 @@ TEST_F(Conversation, PipedQuestionsGoOnAfterAFailure) {
   EXPECT_EQ(answerLines(answerer_, streams("one\nbad\ntwo\n"), runPlainly), ExitCode::ServiceFailed);
   EXPECT_EQ(out_.str(), "re: one\nre: two\n");
   EXPECT_EQ(err_.str(), "qai-chat: no answer to bad\n");
+}
+
+TEST_F(Conversation, PipedQuestionsEndWhereThePipeSaysSo) {
+  for (const char* end : {"/quit", "exit", ".quit", "\\q", ":q"}) {
+    answerer_.questions.clear();
+    EXPECT_EQ(answerLines(answerer_, streams("one\n" + std::string(end) + "\ntwo\n"), runPlainly), ExitCode::Fine);
+    EXPECT_THAT(answerer_.questions, ElementsAre("one")) << end;
+    in_.clear();
+  }
+  EXPECT_EQ(err_.str(), "");
+}
+
+TEST_F(Conversation, PipedCommandsAreObeyedAndNotAsked) {
+  EXPECT_EQ(answerLines(answerer_, streams("one\n.tables\n/new\n/cost\n"), runPlainly, kShop), ExitCode::Fine);
+  EXPECT_THAT(answerer_.questions, ElementsAre("one"));
+  EXPECT_EQ(answerer_.conversations, 1);
+  EXPECT_THAT(err_.str(), HasSubstr("  orders\n"));
+  EXPECT_EQ(out_.str(), "re: one\n");
+}
+
+TEST_F(Conversation, PipedLinesThatAreNoQuestionAreToldAndShowInTheResult) {
+  for (const char* line : {"/hlep", "/provider gemini", "\\timing", "\x1B[A", "/tables nothing"}) {
+    answerer_.questions.clear();
+    err_.str("");
+    EXPECT_EQ(answerLines(answerer_, streams(std::string(line) + "\none\n"), runPlainly, kShop), ExitCode::WrongUsage);
+    EXPECT_THAT(answerer_.questions, ElementsAre("one")) << line;
+    EXPECT_NE(err_.str(), "") << line;
+    in_.clear();
+  }
+  EXPECT_EQ(answerer_.provider().name, "openai") << "a pipe may hold what others wrote";
 }
 
 TEST_F(Conversation, PipedQuestionsEndWithARunnerThatThrows) {
@@ -240,7 +277,8 @@ TEST_F(Conversation, QuitEndsIt) {
 
 TEST_F(Conversation, HelpListsTheCommands) {
   converse(answerer_, streams("/help\n"), runPlainly);
-  for (const char* command : {"/cost", "/help", "/model NAME", "/new", "/provider NAME [MODEL]", "/quit"})
+  for (const char* command :
+       {"/cost", "/help", "/model NAME", "/new", "/provider NAME [MODEL]", "/quit", "/tables NAME"})
     EXPECT_THAT(err_.str(), HasSubstr(command));
   EXPECT_EQ(out_.str(), "");
 }
@@ -270,9 +308,52 @@ TEST_F(Conversation, NewThatIsDoneBeforeTheInterruptIsTold) {
 }
 
 TEST_F(Conversation, UnknownCommandsAreNotSent) {
-  converse(answerer_, streams("/models\x1b\n"), runPlainly);
+  converse(answerer_, streams("/frobnicate\x1b\n"), runPlainly);
   EXPECT_THAT(answerer_.questions, IsEmpty());
-  EXPECT_THAT(err_.str(), HasSubstr("There is no command /models\uFFFD; /help lists them.\n"));
+  EXPECT_THAT(err_.str(), HasSubstr("There is no command /frobnicate\uFFFD; /help lists them.\n"));
+}
+
+TEST_F(Conversation, AMistypedCommandNamesTheNearest) {
+  converse(answerer_, streams("/hlep\x1b\n/tabels orders\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("There is no command /hlep\uFFFD; did you mean /help? /help lists them.\n"));
+  EXPECT_THAT(err_.str(), HasSubstr("There is no command /tabels orders; did you mean /tables? /help lists them.\n"));
+}
+
+TEST_F(Conversation, TablesListsThemAndTheViews) {
+  converse(answerer_, streams("/tables\n"), runPlainly, kShop);
+  EXPECT_THAT(err_.str(), HasSubstr("> "
+                                    "  orders\n  Orders\n  order lines\uFFFD\n  turnover (a view)\n> "));
+}
+
+TEST_F(Conversation, TablesOfADatabaseWithoutAnySaysSo) {
+  converse(answerer_, streams("/tables\n"), runPlainly);
+  EXPECT_THAT(err_.str(), HasSubstr("The database holds no tables.\n"));
+}
+
+TEST_F(Conversation, TablesWithANameListsItsColumns) {
+  struct Row {
+    const char* line;
+    const char* shown;
+  };
+  for (const Row& row : {Row{"/tables orders", "  id           INTEGER, primary key\n  customer_id  \uFFFD\n"},
+                         Row{"\\d Orders", "  another  \n"}, Row{".schema TURNOVER;", "  total  REAL\n"},
+                         Row{"/tables `turnover`", "  total  REAL\n"}, Row{"/tables \"orders\"", "  id  "},
+                         Row{"/tables order", "There is no table order; did you mean orders? /tables lists them\n"},
+                         Row{"/tables x", "There is no table x; /tables lists them\n"}}) {
+    err_.str("");
+    converse(answerer_, streams(std::string(row.line) + "\n"), runPlainly, kShop);
+    in_.clear();
+    EXPECT_THAT(err_.str(), HasSubstr(row.shown)) << row.line;
+  }
+  EXPECT_THAT(answerer_.questions, IsEmpty());
+}
+
+TEST_F(Conversation, HabitsOfOtherProgramsAreNotSent) {
+  for (const char* line : {"help", "?", "\\?", ".help", "\\dt", ".mode box", "\\timing", "\x1B[A", "\x1B[1~", "exit"}) {
+    converse(answerer_, streams(std::string(line) + "\n"), runPlainly);
+    in_.clear();
+    EXPECT_THAT(answerer_.questions, IsEmpty()) << line;
+  }
 }
 
 TEST_F(Conversation, UnknownCommandsWithBlanksOrWrongArgumentsAreToldWhole) {
