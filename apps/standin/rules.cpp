@@ -2,6 +2,7 @@
 
 #include "describe.h"
 #include "sql_rules.h"
+#include "suggestions.h"
 #include "words.h"
 
 #include <algorithm>
@@ -15,11 +16,9 @@ namespace {
 
 constexpr std::string_view kAbilities =
     "I am a stand-in without a language model: I answer from rules.\n"
-    "I can list the tables, describe one (\"describe orders\"), repeat what you asked before, and write SQL for "
-    "counts,\n"
-    "totals and averages (\"total quantity per product\"), for the largest or latest rows (\"top 3 products by "
-    "price\")\n"
-    "and for tables joined along their keys (\"orders with their customers\").\n";
+    "I can list the tables, describe one, repeat what you asked before, and write SQL for counts, totals and "
+    "averages,\n"
+    "for the largest or latest rows, and for tables joined along their keys.\n";
 
 bool hasAny(Question& question, std::initializer_list<std::string_view> phrases) {
   return std::any_of(phrases.begin(), phrases.end(), [&](std::string_view phrase) { return question.has(phrase); });
@@ -77,6 +76,41 @@ std::string noteUnused(const Question& question) {
   return "I made no use of " + words + "; conditions are beyond my rules.\n";
 }
 
+std::optional<Finding> applyRules(const Question& question, const Schema& schema) {
+  for (const Rule rule : kRules) {
+    if (auto finding = rule(question, schema)) return finding;
+  }
+  return std::nullopt;
+}
+
+/// Whether `fragment` stands in `text` and is no beginning of a longer name.
+bool holdsWhole(std::string_view text, std::string_view fragment) {
+  for (std::size_t at = text.find(fragment); at != std::string_view::npos; at = text.find(fragment, at + 1)) {
+    constexpr std::string_view kBehind = " \n;";
+    const std::size_t end = at + fragment.size();
+    if (end < text.size() && kBehind.find(text[end]) != std::string_view::npos) return true;
+  }
+  return false;
+}
+
+/// Whether the rules answer all of the question, and with what it is meant to be answered with.
+bool isUnderstood(const Suggestion& suggestion, const Schema& schema) {
+  const Question question(suggestion.question, schema);
+  if (answerAboutHistory({}, question)) return false;
+  const auto finding = applyRules(question, schema);
+  return finding && finding->isAnswer && finding->question.unused().empty() &&
+         std::all_of(suggestion.fragments.begin(), suggestion.fragments.end(),
+                     [&](const std::string& fragment) { return holdsWhole(finding->text, fragment); });
+}
+
+std::string listSuggestions(const Schema& schema) {
+  const std::vector<std::string> questions =
+      suggestQuestions(schema, [&](const Suggestion& suggestion) { return isUnderstood(suggestion, schema); });
+  std::string text = "Of this schema I understand, for example:\n";
+  for (const std::string& question : questions) text += "- " + question + "\n";
+  return questions.empty() ? "" : text;
+}
+
 }  // namespace
 
 std::string answerQuestion(std::string_view instructions, const std::vector<Turn>& history, std::string_view question) {
@@ -85,10 +119,11 @@ std::string answerQuestion(std::string_view instructions, const std::vector<Turn
   if (auto answer = answerAboutHistory(history, words)) return *answer;
   if (schema.empty()) return std::string("No schema came with the instructions.\n") + std::string(kAbilities);
   const std::string basis = "From the schema in the instructions (" + countRelations(schema) + "):\n";
-  for (const Rule rule : kRules) {
-    if (const auto finding = rule(words, schema)) return basis + finding->text + noteUnused(finding->question);
-  }
-  return basis + "None of my rules fits this question.\n" + std::string(kAbilities);
+  const auto finding = applyRules(words, schema);
+  if (!finding)
+    return basis + "None of my rules fits this question.\n" + std::string(kAbilities) + listSuggestions(schema);
+  const std::string answer = basis + finding->text + noteUnused(finding->question);
+  return finding->isAnswer ? answer : answer + listSuggestions(schema);
 }
 
 }  // namespace standin

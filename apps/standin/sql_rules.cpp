@@ -150,7 +150,7 @@ std::optional<Finding> answerRanking(Question question, const Schema& schema) {
   if (auto text = rankByMeasure(question, schema, subject, *ranking, limit)) {
     return Finding{std::move(*text), std::move(question)};
   }
-  return Finding{askBack(subject, *ranking->word), std::move(question)};
+  return Finding{askBack(subject, *ranking->word), std::move(question), false};
 }
 
 std::optional<Finding> answerMeasure(Question question, const Schema& schema) {
@@ -166,7 +166,7 @@ std::optional<Finding> answerMeasure(Question question, const Schema& schema) {
   std::string text = "I can't group the rows of " + qualifiedName(*measure->relation) + " by \"" +
                      question.textOf(rest) + "\": no foreign key and no column of that name lead there.\n";
   question.takeAll();
-  return Finding{std::move(text), std::move(question)};
+  return Finding{std::move(text), std::move(question), false};
 }
 
 std::optional<Finding> answerJoin(Question question, const Schema& schema) {
@@ -178,7 +178,7 @@ std::optional<Finding> answerJoin(Question question, const Schema& schema) {
   const auto path = findPath(schema, first, second, Direction::Any);
   if (!path) {
     return Finding{"No foreign keys join " + qualifiedName(first) + " and " + qualifiedName(second) + ".\n",
-                   std::move(question)};
+                   std::move(question), false};
   }
   Select select(first, *path, Select::Keep::AllOfFirst);
   for (const Column& column : first.columns) select.add(select.column(first, column.name));

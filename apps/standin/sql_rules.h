@@ -13,6 +13,7 @@ namespace standin {
 struct Finding {
   std::string text;
   Question question;
+  bool isAnswer = true;  // else it says why there is none
 };
 
 /// Nothing when the question is of another kind.
