@@ -346,7 +346,13 @@ unsigned char EditLineEditor::searchBack() {
 unsigned char EditLineEditor::stop() {
   leaveLine();
   giveBack();
-  static_cast<void>(std::raise(SIGTSTP));  // comes back when the process is resumed, which is an event, too
+  struct sigaction watched {};
+  struct sigaction usual {};
+  usual.sa_handler = SIG_DFL;
+  sigaction(SIGCONT, &usual, &watched);
+  static_cast<void>(std::raise(SIGTSTP));  // comes back when the process is resumed, or nobody could do so
+  sigaction(SIGCONT, &watched, nullptr);
+  handle(KeyEvent::Resumed);
   return CC_NORM;
 }
 

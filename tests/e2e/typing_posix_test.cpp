@@ -1,0 +1,372 @@
+// What keys do at a terminal: at one that knows all of them, and at one that knows none.
+#include "workplace.h"
+
+#include <gmock/gmock.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::AllOf;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::IsEmpty;
+using testing::Not;
+
+constexpr const char* kUp = "\x1b[A";
+constexpr const char* kDown = "\x1b[B";
+constexpr const char* kHome = "\x1b[H";
+constexpr const char* kEnd = "\x1b[F";
+constexpr const char* kCtrlR = "\x12";
+constexpr const char* kCtrlU = "\x15";
+constexpr const char* kCtrlZ = "\x1a";
+constexpr const char* kBackspace = "\x7f";
+constexpr const char* kPasteBegin = "\x1b[200~";
+constexpr const char* kPasteEnd = "\x1b[201~";
+constexpr const char* kPasteOff = "\x1b[?2004l";
+
+class Typing : public Workplace {
+ protected:
+  Command command(const char* terminal = "xterm", std::vector<std::string> environment = {}) const {
+    Command command = chatWith(server_, {"--model", kModel, shop_});
+    for (const std::string& entry :
+         {"TERM=" + std::string(terminal), "XDG_STATE_HOME=" + path("state"), "TMPDIR=" + toText(folder_.path())})
+      command.environment.push_back(entry);
+    command.environment.insert(command.environment.end(), environment.begin(), environment.end());
+    return command;
+  }
+
+  /// What the service was asked last, as JSON.
+  std::string lastBody() const { return server_.requests().empty() ? "" : server_.requests().back().body; }
+  /// Waits for the answer to what was typed. @return what the service was asked
+  std::string answered(TerminalChild& chat) const {
+    chat.waitFor("FROM customers");
+    chat.waitFor("\n> ");
+    return lastBody();
+  }
+  void end(TerminalChild& chat) const {
+    chat.typeEnd();
+    EXPECT_EQ(chat.finish(), 0);
+  }
+
+  fs::path historyFile() const { return fs::directory_iterator(toPath(path("state/qai-chat/history")))->path(); }
+  std::string readHistory() const {
+    std::ostringstream text;
+    text << std::ifstream(historyFile()).rdbuf();
+    return text.str();
+  }
+  /// A program that takes the place of an editor.
+  std::string makeEditor(const std::string& script) const {
+    const std::string file = write("editor", "#!/bin/sh\n" + script);
+    fs::permissions(toPath(file), fs::perms::owner_all);
+    return file;
+  }
+
+  standin::Server server_;
+};
+
+TEST_F(Typing, APasteOfSeveralLinesIsOneQuestionThatEnterSends) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type(std::string(kPasteBegin) + "How many\r\n\tcustomers\rare \x1b there?\n" + kPasteEnd);
+  EXPECT_THAT(chat.waitFor("there?"), HasSubstr("How many\r\n"));
+  EXPECT_THAT(server_.requests(), IsEmpty());
+  chat.type("\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many\\n\\tcustomers\\nare \uFFFD there?\""));
+  EXPECT_EQ(server_.requests().size(), 1U);
+  end(chat);
+}
+
+TEST_F(Typing, PastesAreToldApartOnlyWhileALineIsRead) {
+  TerminalChild chat(command());
+  EXPECT_THAT(chat.waitFor("> "), HasSubstr("\x1b[?2004h"));
+  chat.type("How many customers are there?\n");
+  EXPECT_THAT(chat.waitFor("FROM customers"), HasSubstr(kPasteOff));
+  chat.waitFor("\x1b[?2004h");
+  chat.type("\x1c");  // the key that ends a program by SIGQUIT
+  chat.waitFor(kPasteOff);
+  EXPECT_EQ(chat.finish(), 128 + SIGQUIT);
+}
+
+TEST_F(Typing, APasteOfAHundredThousandBytesArrivesWhole) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  const std::string text = "How many customers " + std::string(100'000, 'x') + " end";
+  chat.type(kPasteBegin + text + kPasteEnd);
+  chat.waitFor(" end");
+  chat.type("\n");
+  EXPECT_THAT(answered(chat).find(text + '"'), testing::Ne(std::string::npos));
+  end(chat);
+}
+
+class TypingAt : public Typing, public testing::WithParamInterface<const char*> {};
+INSTANTIATE_TEST_SUITE_P(Terminals, TypingAt, testing::Values("xterm", "dumb"));
+
+TEST_P(TypingAt, ALineOfAHundredThousandBytesArrivesWhole) {
+  TerminalChild chat(command(GetParam()));
+  chat.waitFor("> ");
+  const std::string begin = "How many customers ";
+  chat.type(begin);
+  std::string text = begin;
+  for (int i = 0; i < 100; ++i) {  // as much as fits between it and its echo
+    const std::string piece = std::string(994, 'x') + " " + std::to_string(10'000 + i);
+    chat.type(piece);
+    chat.waitFor(std::to_string(10'000 + i).substr(4));
+    text += piece;
+  }
+  chat.type("\n");
+  EXPECT_THAT(answered(chat).find(text + '"'), testing::Ne(std::string::npos));
+  end(chat);
+}
+
+TEST_P(TypingAt, CtrlDOnAHalfTypedLineDoesNothing) {
+  TerminalChild chat(command(GetParam()));
+  chat.waitFor("> ");
+  chat.type("How many cust");
+  chat.waitFor("cust");
+  chat.typeEnd();
+  chat.type("omers?\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many customers?\""));
+  end(chat);
+}
+
+TEST_P(TypingAt, CtrlCDropsTheLine) {
+  TerminalChild chat(command(GetParam()));
+  chat.waitFor("> ");
+  chat.type("half a quest");
+  chat.waitFor("half a quest");
+  chat.typeCtrlC();
+  chat.waitFor("\n> ");
+  chat.type("How many customers are there?\n");
+  EXPECT_THAT(answered(chat), Not(HasSubstr("half a quest")));
+  EXPECT_EQ(server_.requests().size(), 1U);
+  end(chat);
+}
+
+TEST_P(TypingAt, CtrlCDropsABlock) {
+  TerminalChild chat(command(GetParam()));
+  chat.waitFor("> ");
+  chat.type("\"\"\"half\n");
+  chat.waitFor("\n. ");
+  chat.typeCtrlC();
+  chat.waitFor("\n> ");
+  chat.type("How many customers are there?\n");
+  EXPECT_THAT(answered(chat), Not(HasSubstr("half")));
+  end(chat);
+}
+
+TEST_P(TypingAt, ABlockIsOneQuestion) {
+  TerminalChild chat(command(GetParam()));
+  chat.waitFor("> ");
+  chat.type("\"\"\"\n");
+  chat.waitFor("\n. ");
+  chat.type("How many\n");
+  chat.waitFor("\n. ");
+  chat.type("customers?\"\"\"\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many\\ncustomers?\""));
+  end(chat);
+}
+
+TEST_P(TypingAt, BackspaceTakesWideCharactersWhole) {
+  TerminalChild chat(command(GetParam()));
+  chat.waitFor("> ");
+  chat.type("How many customers 中😀" + std::string(kBackspace) + kBackspace + "ä?\n");
+  EXPECT_THAT(answered(chat), AllOf(HasSubstr("How many customers \u00e4?\"")));
+  end(chat);
+}
+
+TEST_F(Typing, AtADumbTerminalIsEchoedAsTheSystemWould) {
+  TerminalChild chat(command("dumb"));
+  chat.waitFor("> ");
+  chat.type(
+      "How few \x01 w\x17\x15"
+      "How many customers\xc2\x9b?\n");
+  const std::string shown = chat.waitFor("FROM customers");
+  EXPECT_THAT(shown, HasSubstr("^A w\b \b"));
+  EXPECT_THAT(shown,
+              AllOf(HasSubstr("How many customers\uFFFD?\r\n"), Not(HasSubstr("\x1b")), Not(HasSubstr("\xc2\x9b"))));
+  chat.waitFor("\n> ");
+  end(chat);
+}
+
+TEST_F(Typing, HomeAndEndMoveInALineOfWideCharacters) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("many 中😀 customers" + std::string(kHome) + "How " + kEnd + "?\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many 中😀 customers?\""));
+  end(chat);
+}
+
+TEST_F(Typing, KeysThatAreNotKnownLeaveNothingBehind) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("How \x1b[15~many\x1b[5;3~\x1bOP\x1b[1;2R customers?\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many customers?\""));
+  end(chat);
+}
+
+TEST_F(Typing, UpRecallsTheQuestionsOfEarlierRuns) {
+  {
+    TerminalChild chat(command());
+    chat.waitFor("> ");
+    chat.type(std::string(kPasteBegin) + "How many\ncustomers?" + kPasteEnd + "\n");
+    answered(chat);
+    end(chat);
+  }
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("own" + std::string(kUp));
+  chat.waitFor("customers?");
+  chat.type("\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many\\ncustomers?\""));
+  chat.type("How many customers" + std::string(kUp) + kDown + "!\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many customers!\""));
+  end(chat);
+}
+
+TEST_F(Typing, CtrlRFindsAQuestion) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("How many customers \u00e9\u4e0a?\n");
+  answered(chat);
+  chat.type("/cost\n");
+  chat.waitFor("\n> ");
+  chat.type(std::string(kCtrlR) + "\u4e0a");
+  chat.waitFor("(search) '\u4e0a': ");
+  chat.type("\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many customers \u00e9\u4e0a?\"}]"));
+  chat.type(std::string(kCtrlR) + "nowhere");
+  chat.waitFor("(no more) 'nowhere': ");
+  chat.typeCtrlC();
+  chat.waitFor("\n");
+  end(chat);
+}
+
+TEST_F(Typing, TabCompletesNamesAndShowsThemWhereThereAreSeveral) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("How many cust\t");
+  EXPECT_THAT(chat.waitFor("customers"), HasSubstr("customer_turnover"));
+  chat.waitFor("> How many customer");
+  chat.type("s\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many customers\""));
+  chat.type("/pro\tdee\t");
+  chat.waitFor("/provider deepseek ");
+  chat.type(kCtrlU);
+  end(chat);
+}
+
+TEST_F(Typing, CtrlZWhereNobodyCouldGoOnLeavesTheLine) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("How many cust");
+  chat.waitFor("cust");
+  chat.type(kCtrlZ);
+  chat.waitFor("How many cust");
+  chat.type("omers?\n");
+  EXPECT_THAT(answered(chat), HasSubstr("How many customers?\""));
+  end(chat);
+}
+
+TEST_F(Typing, IsKeptForThisUserAloneWithoutBlanksAndKeys) {
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  for (const std::string& line : {std::string("How many customers?"), std::string(" How many customers, secretly?"),
+                                  "How many customers has " + std::string(kKey) + "?", std::string("/cost")}) {
+    chat.type(line + "\n");
+    if (line == "/cost") {
+      chat.waitFor("\n> ");
+    } else {
+      answered(chat);
+    }
+  }
+  end(chat);
+  EXPECT_EQ(readHistory(), "How many customers?\n/cost\n");
+  struct stat about {};
+  ASSERT_EQ(stat(historyFile().c_str(), &about), 0);
+  EXPECT_EQ(about.st_mode & 07777U, 0600U);
+}
+
+TEST_F(Typing, ThatCannotBeKeptIsToldOnce) {
+  write("state", "in the way");
+  TerminalChild chat(command());
+  chat.waitFor("> ");
+  chat.type("How many customers?\n");
+  EXPECT_THAT(chat.waitFor("FROM customers"), HasSubstr("qai-chat: What you ask is not kept for later: "));
+  chat.waitFor("\n> ");
+  chat.type("How many customers are there?\n");
+  EXPECT_THAT(chat.waitFor("FROM customers"), Not(HasSubstr("not kept")));
+  chat.waitFor("\n> ");
+  end(chat);
+}
+
+TEST_F(Typing, NothingIsToldWhereThereIsNoHome) {
+  Command homeless = command();
+  std::erase_if(homeless.environment, [](const std::string& entry) { return entry.starts_with("XDG"); });
+  TerminalChild chat(homeless);
+  chat.waitFor("> ");
+  chat.type("How many customers?\n");
+  EXPECT_THAT(chat.waitFor("FROM customers"), Not(HasSubstr("qai-chat:")));
+  chat.waitFor("\n> ");
+  end(chat);
+}
+
+TEST_F(Typing, EditAsksWhatTheEditorSaves) {
+  const std::string editor = makeEditor(
+      "ls -l \"$2\" >\"$1\"\nread -r last <\"$2\"\nprintf 'How many customers?\\nbut %s\\n' \"$last\" >\"$2\"\n");
+  TerminalChild chat(command("xterm", {"EDITOR=" + editor + " '" + path("listed") + "'"}));
+  chat.waitFor("> ");
+  chat.type("/edit of  mine\n");
+  EXPECT_THAT(chat.waitFor("FROM customers"), HasSubstr("How many customers?\r\nbut of  mine\r\n"));
+  chat.waitFor("\n> ");
+  EXPECT_THAT(lastBody(), HasSubstr("How many customers?\\nbut of  mine\""));
+  std::ostringstream listed;
+  listed << std::ifstream(toPath(path("listed"))).rdbuf();
+  EXPECT_THAT(listed.str(), testing::StartsWith("-rw-------"));
+  chat.type("/edit\n");
+  EXPECT_THAT(answered(chat), HasSubstr("but How many customers?\""));
+  end(chat);
+  for (const auto& entry : fs::directory_iterator(folder_.path()))
+    EXPECT_THAT(toText(entry.path().filename()), Not(HasSubstr("qai-chat-")));
+}
+
+struct EditCase {
+  const char* name;
+  const char* script;
+  const char* reason;
+};
+class Edit : public Typing, public testing::WithParamInterface<EditCase> {};
+
+TEST_P(Edit, AsksNothing) {
+  TerminalChild chat(command("xterm", {"VISUAL=" + makeEditor(GetParam().script), "EDITOR=false"}));
+  chat.waitFor("> ");
+  chat.type("/edit How many customers?\n");
+  EXPECT_THAT(chat.waitFor("\n> "), HasSubstr(std::string("qai-chat: Nothing is asked: ") + GetParam().reason));
+  EXPECT_THAT(server_.requests(), IsEmpty());
+  end(chat);
+}
+
+INSTANTIATE_TEST_SUITE_P(Ends, Edit,
+                         testing::Values(EditCase{"when_nothing_is_saved", "true\n", "nothing was saved"},
+                                         EditCase{"when_the_file_is_empty", "echo >\"$1\"\n", "the file is empty"},
+                                         EditCase{"when_the_editor_fails", "echo x >\"$1\"; exit 3\n",
+                                                  "the editor failed"},
+                                         EditCase{"when_there_is_no_editor", "exit 127\n", "there is no such editor"}),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Typing, TheEditorOfVisualGoesFirstAndTheSystemsIsTheLast) {
+  const std::string editor = makeEditor("echo 'How many customers?' >\"$1\"\n");
+  fs::rename(toPath(editor), toPath(path("vi")));
+  TerminalChild chat(command("xterm", {"PATH=" + toText(folder_.path())}));
+  chat.waitFor("> ");
+  chat.type("/edit\n");
+  answered(chat);
+  end(chat);
+}
+
+}  // namespace
