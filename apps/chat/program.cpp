@@ -203,7 +203,11 @@ ExitCode converseOnTerminal(const Options& options, const DatabaseDescription& d
 
 ExitCode showPrompt(const Options& options, const Setup& setup, Streams streams) {
   // All services are told the same, and with the first of them nothing is sent; another may keep what it is told.
-  ChatPartner partner(chooseEndpoint(options.service, kProviders.front()));
+  ChatPartner partner({.provider = &kProviders.front(),
+                       .host = "",
+                       .apiKey = "",
+                       .secrets = gatherSecrets(options.service),
+                       .settings = {}});
   const std::string error = partner.configure(setup);
   if (!error.empty()) {
     complain(streams.err, error);

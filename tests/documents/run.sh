@@ -109,7 +109,7 @@ read_rows "$here/commands.txt"
 cd "$source"
 commands=$(list_commands)
 # Without a key the stand-in answers.
-unset OPENAI_API_KEY DEEPSEEK_API_KEY GEMINI_API_KEY GOOGLE_API_KEY QAI_API_KEY QAI_PROXY
+unset OPENAI_API_KEY OPENAI_BASE_URL DEEPSEEK_API_KEY GEMINI_API_KEY GOOGLE_API_KEY QAI_API_KEY QAI_PROXY
 document=""
 while IFS=$'\t' read -r of _ block kind text <&4; do
   [[ $kind == '$' && ${how[$text]-} == "$way" ]] || continue

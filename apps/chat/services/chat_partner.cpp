@@ -26,6 +26,8 @@ void fillIn(qai::Fill& fill, const Setup& setup) {
   if (!setup.structureJson.empty()) fill.databaseStructure(setup.structureJson);
 }
 
+constexpr const char* kNeedsNoList = "--model NAME needs no list.";
+
 std::string withHint(std::string error, const std::string& hint) {
   if (hint.empty()) return error;
   const bool isSentence = error.ends_with('.') || error.ends_with('?') || error.ends_with('!');
@@ -52,7 +54,7 @@ ChatPartner::~ChatPartner() {
 std::pair<std::vector<std::string>, std::string> ChatPartner::listModels() {
   putSettingsInPlace();
   auto models = assistant_.models();
-  if (!models) return {{}, fail(models.error())};
+  if (!models) return {{}, failList(models.error())};
   noteStatus();
   for (std::string& model : models.value()) model = withoutSecrets(std::move(model), endpoint_.secrets);
   return {std::move(models.value()), ""};
@@ -73,7 +75,7 @@ std::string ChatPartner::configure(const Setup& setup) {
 std::string ChatPartner::settle(Setup& setup) {
   if (setup.model.empty()) {
     auto [models, error] = listModels();
-    if (!error.empty()) return error;
+    if (!error.empty()) return withHint(error, hasNoList_ ? kNeedsNoList : "");
     if (models.empty()) return withHint("The service offers no models", provider().noModelsHint);
     std::string chosen = chooseModel(provider(), models, !endpoint_.host.empty());
     if (chosen.empty()) return explainNoChoice(models);
@@ -181,8 +183,22 @@ std::string ChatPartner::fail(std::string error) {
   noteStatus();
   const bool refused = !keyAccepted_ && tellsRefusedKey(provider(), assistant_.lastStatus(), error);
   failureCode_ = refused ? ExitCode::KeyRefused : ExitCode::ServiceFailed;
-  const std::string hint = tellsNoConnection(error) ? provider().noConnectionHint : "";
+  const bool isAway = tellsNoConnection(error) && endpoint_.settings.proxyURL.empty();  // else the proxy is
+  const std::string hint = isAway ? provider().noConnectionHint : "";
   return withoutSecrets(withHint(std::move(error), hint), endpoint_.secrets);
+}
+
+/// As fail, for a list of models: says what it was that the service refused.
+std::string ChatPartner::failList(std::string error) {
+  // Outside of the pool centre nobody notes a status.
+  const bool isReached = provider().canCancel ? assistant_.lastStatus() != 0 : !tellsNoConnection(error);
+  std::string text = fail(std::move(error));
+  hasNoList_ = isReached && failureCode_ != ExitCode::KeyRefused;
+  if (!hasNoList_) return text;
+  std::string host(assistant_.properties().apiHost());
+  if (host.ends_with('/')) host.pop_back();
+  const std::string address = withoutAccount(host) + provider().version + provider().modelsPath;
+  return "The list of models at " + withoutSecrets(address, endpoint_.secrets) + " can't be had: " + text;
 }
 
 /// As fail, for a request that `model` was for.

@@ -68,6 +68,7 @@ class ChatPartner final : public Answerer {
   void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
   void noteStatus();
   std::string fail(std::string error);
+  std::string failList(std::string error);
   std::string failWith(const std::string& model, std::string error);
   qai::Result<qai::Message> receive(const std::string& question, const ShowPiece& show);
   Answer readReply(const qai::Result<qai::Message>& reply);
@@ -82,6 +83,7 @@ class ChatPartner final : public Answerer {
   std::atomic<bool> stop_ = false;   // the answer in pieces, or the next one
   std::atomic<bool> inPieces_ = false;
   bool isKept_ = false;       // the service keeps the assistant
+  bool hasNoList_ = false;    // of models: the service answered with something else
   bool keyAccepted_ = false;  // by a request that succeeded
   ExitCode failureCode_ = ExitCode::ServiceFailed;
 };

@@ -6,7 +6,6 @@
 #include <cf/app.h>
 #include <cf/text.h>
 #include <cf/url.h>
-#include <qai/redaction.hpp>
 #include <qai/saved_host.hpp>
 
 #include <algorithm>
@@ -25,14 +24,14 @@ std::string findKey(const Provider& provider) {
 }
 
 std::string findHost(const ServiceWish& wish, const Provider& provider) {
-  std::string host = &provider == wish.provider ? cfTrimAsString(wish.host) : "";
-  if (host.empty() && provider.hostVariable != nullptr) host = readVariable(provider.hostVariable);
-  if (provider.readHost == nullptr) return host;
-  const std::optional<std::string> address = provider.readHost(host);
-  if (!address)
-    throw HostError("'" + withoutAccount(host) + "' is no address of " + provider.title +
-                    ": http or https, and no user name or password");
-  return *address;
+  const bool isMeant = &provider == wish.provider && !cfTrimAsString(wish.host).empty();
+  if (isMeant || provider.hostVariable == nullptr) return readAddress(provider, isMeant ? wish.host : "");
+  return readAddress(provider, readVariable(provider.hostVariable), provider.hostVariable);
+}
+
+/// The proxy as the user names it.
+std::string findProxy(const ServiceWish& wish) {
+  return wish.proxyURL.empty() ? readVariable(kProxyVariable) : wish.proxyURL;
 }
 
 bool isOnThisMachine(const std::string& address) {
@@ -64,34 +63,31 @@ void addAccountSecrets(const std::string& url, std::vector<std::string>& secrets
 
 }  // namespace
 
+std::vector<std::string> gatherSecrets(const ServiceWish& wish) {
+  std::vector<std::string> secrets;
+  for (const Provider& any : kProviders) {
+    for (const char* variable : any.keyVariables) secrets.push_back(readVariable(variable));
+    if (any.hostVariable != nullptr) addAccountSecrets(readVariable(any.hostVariable), secrets);
+  }
+  addAccountSecrets(findProxy(wish), secrets);
+  return secrets;
+}
+
 Endpoint chooseEndpoint(const ServiceWish& wish, const Provider& provider) {
   Endpoint endpoint{.provider = &provider,
                     .host = findHost(wish, provider),
                     .apiKey = findKey(provider),
-                    .secrets = {},
+                    .secrets = gatherSecrets(wish),
                     .settings = {},
                     .allowsHttp = wish.allowHttp};
-  for (const Provider& any : kProviders) {
-    for (const char* variable : any.keyVariables) endpoint.secrets.push_back(readVariable(variable));
-    if (any.hostVariable != nullptr) addAccountSecrets(readVariable(any.hostVariable), endpoint.secrets);
-  }
   endpoint.settings.caFile = wish.caFile;
-  endpoint.settings.proxyURL = wish.proxyURL.empty() ? readVariable(kProxyVariable) : wish.proxyURL;
-  addAccountSecrets(endpoint.settings.proxyURL, endpoint.secrets);
+  endpoint.settings.proxyURL = readProxy(findProxy(wish));
   const bool sendsKey = provider.usesKey() && !endpoint.apiKey.empty();
   if (sendsKey && !endpoint.allowsHttp && !staysUnheard(endpoint.host, endpoint.settings)) {
     throw HostError(
         "The key would go unencrypted to another machine; name an https address, or permit it with --allow-http");
   }
   return endpoint;
-}
-
-std::string withoutAccount(const std::string& address) {
-  const std::size_t at = address.rfind('@');  // the last in any part: none of them may be a password's
-  if (at == std::string::npos) return address;
-  const std::size_t mark = address.find("://");
-  const std::string scheme = mark < at ? address.substr(0, mark + 3) : "";
-  return scheme + std::string(qai::kRedacted) + address.substr(at);
 }
 
 bool isStoodIn(const Endpoint& endpoint) { return endpoint.apiKey.empty() && endpoint.host.empty(); }

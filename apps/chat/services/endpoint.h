@@ -1,6 +1,7 @@
 // Which server a chat partner asks, and with which key.
 #pragma once
 
+#include "services/address.h"
 #include "services/providers.h"
 
 #include <cf/rest.h>
@@ -11,7 +12,6 @@
 #include <cstdint>
 #include <iosfwd>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -37,18 +37,12 @@ struct ServiceWish {
   bool allowHttp = false;  // a key, or a restored conversation, may go unencrypted to another machine
 };
 
-/// What the user calls a host can't be one: a sentence for the user.
-class HostError : public std::runtime_error {
- public:
-  using std::runtime_error::runtime_error;
-};
+/// What no text for the user may hold: all keys and passwords in the environment.
+std::vector<std::string> gatherSecrets(const ServiceWish& wish);
 
 /// The service of `provider` by `wish` and environment; the host of `wish` counts for its own provider only.
 /// @throw HostError
 Endpoint chooseEndpoint(const ServiceWish& wish, const Provider& provider);
-
-/// `address` as it can be shown: "[redacted]" in place of a user name and password in it.
-std::string withoutAccount(const std::string& address);
 
 /// Whether the stand-in answers in the place of `endpoint`: there is no key for it, and no host is named.
 bool isStoodIn(const Endpoint& endpoint);

@@ -42,6 +42,8 @@ struct Provider {
   /// Makes an address of what the user calls the host, blank included; null: the library's way will do. A provider
   /// that has this one is never stood in for.
   std::optional<std::string> (*readHost)(std::string_view text) = nullptr;
+  const char* version = "";     // how the paths of the library's requests begin
+  const char* modelsPath = "";  // what follows that for the list of models
   /// Parts of the error texts that tell of a refused key at status 400. That stands for other things, too: a country
   /// that is not served, for one.
   Texts keyErrors = {};
@@ -69,8 +71,11 @@ inline constexpr std::array kProviders{
         .name = "openai",
         .title = "OpenAI",
         .type = OPENAI_v1,
-        .hostNote = "OpenAI's public address",
+        .hostNote = "OpenAI's public address, or the one in OPENAI_BASE_URL",
         .keyVariables = {"OPENAI_API_KEY"},
+        .hostVariable = "OPENAI_BASE_URL",
+        .version = "/v1",
+        .modelsPath = "/models",
         .modelPatterns = kOpenAIModels,
         .specialModels = kOpenAISpecials,
     },
@@ -81,6 +86,9 @@ inline constexpr std::array kProviders{
         .hostNote = "OpenAI's ended on 2026-08-26; --host names another",
         .needsHost = true,
         .keyVariables = {"OPENAI_API_KEY"},
+        .hostVariable = "OPENAI_BASE_URL",
+        .version = "/v1",
+        .modelsPath = "/models",
         .modelPatterns = kOpenAIModels,
         .specialModels = kOpenAISpecials,
         .keepsConversations = true,
@@ -91,6 +99,7 @@ inline constexpr std::array kProviders{
         .type = DEEPSEEK,
         .hostNote = "DeepSeek's public address",
         .keyVariables = {"DEEPSEEK_API_KEY"},
+        .modelsPath = "/models",
         .modelPatterns = {"deepseek-chat*", "deepseek-*flash*", "deepseek-v#*", "deepseek-reasoner*"},
     },
     Provider{
@@ -99,6 +108,8 @@ inline constexpr std::array kProviders{
         .type = GOOGLE,
         .hostNote = "Google's public address",
         .keyVariables = {"GEMINI_API_KEY", "GOOGLE_API_KEY"},
+        .version = "/v1beta",
+        .modelsPath = "/models",
         .keyErrors = {"API key not valid", "API key expired", "API Key not found", "API_KEY_INVALID"},
         .modelPatterns = {"gemini-#*-flash", "gemini-flash-latest", "gemini-#*-flash-lite", "gemini-#*-flash*",
                           "gemini-#*-pro", "gemini-#*"},
@@ -111,6 +122,8 @@ inline constexpr std::array kProviders{
         .hostNote = "http://localhost:11434, or the server that OLLAMA_HOST names",
         .hostVariable = "OLLAMA_HOST",
         .readHost = readOllamaHost,
+        .version = "/api",
+        .modelsPath = "/tags",
         .canCancel = false,  // the library keeps its requests out of the pool centre
         .noConnectionHint = "Start Ollama with 'ollama serve', or name its server with --host or OLLAMA_HOST.",
         .noModelsHint = "'ollama pull NAME' fetches one.",

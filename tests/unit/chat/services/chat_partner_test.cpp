@@ -340,7 +340,8 @@ TEST(ChatPartnerOfOllama, TellsNothingOfThatWhenTheServerFails) {
   server.script({.status = 500, .body = R"({"error":{"message":"no memory"}})", .headers = {}});
   ChatPartner partner(
       {.provider = findProvider("ollama"), .host = server.address(), .apiKey = "", .secrets = {}, .settings = {}});
-  EXPECT_EQ(partner.listModels().second, "no memory");
+  EXPECT_EQ(partner.listModels().second,
+            "The list of models at " + server.address() + "/api/tags can't be had: no memory");
   EXPECT_EQ(partner.failureCode(), ExitCode::ServiceFailed);
 }
 

@@ -241,7 +241,9 @@ TEST_F(Move, ToAServiceThatListsNoModelsLeavesEverything) {
 
 TEST_F(Move, ToAServiceThatFailsLeavesEverything) {
   server("gemini").script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
-  EXPECT_EQ(board_.moveTo(profile("gemini"), ""), "overloaded");
+  EXPECT_EQ(board_.moveTo(profile("gemini"), ""), "The list of models at " + server("gemini").address() +
+                                                      "/v1beta/models can't be had: overloaded. --model NAME needs no "
+                                                      "list.");
   expectTheOldConversationGoesOn();
 }
 
@@ -313,7 +315,9 @@ class KeptMove : public SwitchboardTest {
 
 TEST_F(KeptMove, ThatFailsLeavesEverything) {
   server("gemini").script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
-  EXPECT_EQ(board_.moveTo(profile("gemini"), ""), "overloaded");
+  EXPECT_EQ(board_.moveTo(profile("gemini"), ""), "The list of models at " + server("gemini").address() +
+                                                      "/v1beta/models can't be had: overloaded. --model NAME needs no "
+                                                      "list.");
   expectTheOldConversationGoesOn();
 }
 
