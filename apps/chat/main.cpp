@@ -1,9 +1,9 @@
 // qai-chat: asks an AI service about a database, from the terminal.
 #include "databases/database.h"
+#include "failure.h"
 #include "options.h"
 #include "program.h"
 #include "services/endpoint.h"
-#include "services/saved_conversation.h"
 #include "standard_streams.h"
 #include "start.h"
 #include "terminal/rendering.h"
@@ -35,7 +35,7 @@ ExitCode run(int argc, char** argv) try {
 } catch (const DatabaseError& error) {
   complain(std::cerr, error.what());
   return error.exitCode;
-} catch (const RestoreError& error) {
+} catch (const Failure& error) {
   complain(std::cerr, error.what());
   return error.exitCode;
 } catch (const HostError& error) {

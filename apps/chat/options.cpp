@@ -11,9 +11,10 @@ namespace {
 constexpr double kHighestTemperature = 2.0;
 
 constexpr const char* kFooterStart = R"(
-With a QUESTION the answer is printed and the program ends. Without one, a
-terminal gets a conversation (/help lists its commands), and of piped input each
-line that is not blank is a question. The database is only read, and only its
+With a QUESTION the answer is printed and the program ends; what a pipe or a file
+brings to the standard input goes with it. Without one, a terminal gets a
+conversation (/help lists its commands), and of piped input each line that is not
+blank is a question or a command. The database is only read, and only its
 structure goes to the service, never its rows.
 
 A terminal shows an answer while it comes, and Ctrl-C stops it; a pipe or a file
@@ -26,8 +27,9 @@ Providers, the environment variables with their keys, and where they are:
 constexpr const char* kFooterEnd = R"(
 --save keeps the conversation in FILE after each answer, for this user alone and
 without keys: where an answer quotes one, "[redacted]" is kept. --restore goes on
-with it, and asks before it goes to another address than the one in use. OpenAI
-Assistants keeps conversations itself, so neither is for it. A key goes to
+with it, and asks before it goes to another address than the one in use, or on
+over another database. OpenAI Assistants keeps conversations itself, so neither is
+for it. A key goes to
 another machine unencrypted (http) with --allow-http only. QAI_PROXY names a
 proxy as --proxy does, and is the place for one with a password, which would show
 in the list of processes.
@@ -40,7 +42,7 @@ the conversation at the service, which deletes it when the program ends.
 
 Exit codes:
    0  fine
-  64  wrong usage, or a host that was not agreed to
+  64  wrong usage, piped input that is no question, or what was not agreed to
   65  the file is not a database, or its structure is damaged; or it is no saved
       conversation
   66  the file is missing or can't be read
@@ -106,6 +108,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
   app.add_flag("--allow-http", options.service.allowHttp, "let keys go unencrypted to other machines");
   app.add_option("--save", options.saveFile, "keep the conversation in FILE")->type_name("FILE");
   app.add_option("--restore", options.restoreFile, "go on with the conversation in FILE")->type_name("FILE");
+  app.add_flag("--other-database", options.allowOtherDatabase, "let --restore go on over another database");
   app.add_flag("--no-stream", options.isWhole, "show each answer when it is complete");
   app.add_flag("--list-models", options.listModels, "list the service's models and end");
   app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");

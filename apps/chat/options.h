@@ -14,6 +14,7 @@ struct Options {
   std::string instructions;
   std::string temperature;  // a decimal from 0 to 2; empty: the service's default
   std::string restoreFile;
+  bool allowOtherDatabase = false;  // the restored conversation may be about another one
   std::string saveFile;
   std::string database;
   std::optional<std::string> question;

@@ -5,5 +5,5 @@
 #include "exit_code.h"
 #include "options.h"
 
-/// Whether answers go out while they come is settled here. @throw DatabaseError, HostError, OutputError
+/// Whether answers go out while they come is settled here. @throw DatabaseError, Failure, HostError, OutputError
 ExitCode runProgram(const Options& options, Streams streams);

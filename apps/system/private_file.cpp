@@ -23,21 +23,39 @@ fs::path followLinks(fs::path path, std::error_code& error) {
   return path;
 }
 
-}  // namespace
+struct Target {
+  std::string path;
+  std::string obstacle;  // in words
+};
 
-std::string writePrivateFile(const std::string& path, std::string_view text) {
+/// The file that is meant by `path`.
+Target findTarget(const std::string& path) {
   constexpr const char* kNoFile = "it is neither a file nor a new name";
   std::error_code error;
   const fs::path given = makePath(path);
   // By the system's own way through links, which may keep this user from another's.
   const fs::file_type there = fs::status(given, error).type();
-  if (there == fs::file_type::none) return describeError(error);
-  if (there == fs::file_type::directory) return "it is a folder";
-  if (there != fs::file_type::regular && there != fs::file_type::not_found) return kNoFile;
+  if (there == fs::file_type::none) return {.path = "", .obstacle = describeError(error)};
+  if (there == fs::file_type::directory) return {.path = "", .obstacle = "it is a folder"};
+  if (there != fs::file_type::regular && there != fs::file_type::not_found) return {.path = "", .obstacle = kNoFile};
   error.clear();
   const fs::path target = followLinks(given, error);
-  if (error) return describeError(error);
+  if (error) return {.path = "", .obstacle = describeError(error)};
   // The system has links whose texts do not name what they lead to.
-  if (there == fs::file_type::regular && !fs::equivalent(given, target, error)) return kNoFile;
-  return replaceFile(makePathText(target), text);
+  if (there == fs::file_type::regular && !fs::equivalent(given, target, error))
+    return {.path = "", .obstacle = kNoFile};
+  return {.path = makePathText(target), .obstacle = ""};
+}
+
+}  // namespace
+
+std::string writePrivateFile(const std::string& path, std::string_view text) {
+  const Target target = findTarget(path);
+  return target.obstacle.empty() ? replaceFile(target.path, text) : target.obstacle;
+}
+
+std::string tryPrivateFile(const std::string& path) {
+  constexpr std::size_t kSize = std::size_t{64} << 10U;  // as much as a small conversation takes on a disk
+  const Target target = findTarget(path);
+  return target.obstacle.empty() ? tryToReplaceFile(target.path, std::string(kSize, ' ')) : target.obstacle;
 }

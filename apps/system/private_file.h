@@ -10,5 +10,10 @@
 /// @return "", or in words why it was not written.
 std::string writePrivateFile(const std::string& path, std::string_view text);
 
-/// The system's part of it, when nothing stands in the way and `path` is no link.
+/// The same without the text: tries with a file beside it, which is gone afterwards, and leaves what is there as it is.
+/// @return "", or in words why it can't be written now.
+std::string tryPrivateFile(const std::string& path);
+
+/// The system's part of both, when nothing stands in the way and `path` is no link.
 std::string replaceFile(const std::string& path, std::string_view text);
+std::string tryToReplaceFile(const std::string& path, std::string_view text);

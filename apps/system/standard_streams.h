@@ -10,6 +10,11 @@ void setUpStandardStreams();
 /// Whether a person types the standard input.
 bool isInputTerminal();
 
+/// Whether the standard input is a file or a pipe, which somebody has given this process to read to its end. A
+/// terminal, a device such as the null device and a closed one are not, and neither is a socket: that is what a process
+/// on another machine is often started with, and nobody may ever write to it, or end it.
+bool isInputGiven();
+
 /// Whether a person reads the standard output.
 bool isOutputTerminal();
 

@@ -1,6 +1,7 @@
 #include "standard_streams.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,6 +30,11 @@ void setUpStandardStreams() {
 }
 
 bool isInputTerminal() { return isatty(STDIN_FILENO) == 1; }
+
+bool isInputGiven() {
+  struct stat about {};
+  return fstat(STDIN_FILENO, &about) == 0 && (S_ISREG(about.st_mode) || S_ISFIFO(about.st_mode));
+}
 
 bool isOutputTerminal() { return isatty(STDOUT_FILENO) == 1; }
 

@@ -15,6 +15,14 @@ void setUpStandardStreams() {
 
 bool isInputTerminal() { return isConsole(GetStdHandle(STD_INPUT_HANDLE)); }
 
+bool isInputGiven() {
+  const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+  const DWORD type = GetFileType(input);
+  // A socket calls itself a pipe, and only that.
+  return type == FILE_TYPE_DISK ||
+         (type == FILE_TYPE_PIPE && GetNamedPipeInfo(input, nullptr, nullptr, nullptr, nullptr) != 0);
+}
+
 bool isOutputTerminal() { return isConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
 
 bool isErrorScreen() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }

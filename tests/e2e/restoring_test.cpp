@@ -252,15 +252,107 @@ TEST_F(Restoring, IsNotForAServiceThatKeepsConversationsItself) {
   expectNothingSent();
 }
 
+/// Conversations about the sample database that are gone on with elsewhere.
+class RestoringOver : public Restoring {
+ protected:
+  RestoringOver() { runCommand(chatWith(inUse_, {"--model", kModel, "--save", file_, shop_, kQuestion})); }
+
+  /// The end of a restored conversation, and what was sent for it.
+  std::size_t countSent() const { return inUse_.requests().size() - 1; }
+
+  std::string file_ = path("kept.json");
+  std::string other_ = makeDatabase("other.db", "CREATE TABLE t (a)");
+};
+
+TEST_F(RestoringOver, AnotherDatabaseSendsNothingWhenNobodyIsThereToAgree) {
+  const ProgramRun outcome = runCommand(chatWith(inUse_, {"--restore", file_, other_, kQuestion}));
+  EXPECT_EQ(outcome.code, 64);
+  EXPECT_EQ(outcome.err,
+            "qai-chat: The saved conversation is about shop.db, not about other.db, and nobody is here to agree; "
+            "--other-database permits that\n");
+  EXPECT_EQ(countSent(), 0U);
+}
+
+TEST_F(RestoringOver, AnotherDatabaseIsPermittedByAnOption) {
+  const ProgramRun outcome = runCommand(chatWith(inUse_, {"--other-database", "--restore", file_, other_, "q?"}));
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.err, "");
+  EXPECT_THAT(inUse_.requests().back().body, AllOf(HasSubstr(kQuestion), HasSubstr("CREATE TABLE `t`")));
+}
+
+TEST_F(RestoringOver, AnotherDatabaseIsAskedAboutAtATerminal) {
+  struct Row {
+    const char* answer;
+    int code;
+    std::size_t sent;
+  };
+  for (const Row& row : {Row{"n\n", 64, 0}, Row{"y\n", 0, 1}}) {
+    TerminalChild chat(chatWith(inUse_, {"--restore", file_, other_, kQuestion}));
+    EXPECT_THAT(chat.waitFor(kPromptEnd), AllOf(HasSubstr("in use: other.db"), HasSubstr("saved: shop.db"),
+                                                HasSubstr("Go on with it over other.db?")));
+    EXPECT_EQ(countSent(), 0U);
+    chat.type(row.answer);
+    EXPECT_EQ(chat.finish(), row.code);
+    EXPECT_EQ(countSent(), row.sent);
+  }
+}
+
+TEST_F(RestoringOver, TheSameDatabaseSavesItsStructureAnewWhenThatHasChanged) {
+  makeDatabase("shop.db", "CREATE TABLE returns (id)");
+  const std::vector<std::string> arguments{"--restore", file_, "--save", file_, shop_, kQuestion};
+  ProgramRun outcome = runCommand(chatWith(inUse_, arguments));
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.err, "qai-chat: The structure of shop.db is not what it was when the conversation was saved\n");
+  EXPECT_THAT(inUse_.requests().back().body, HasSubstr("CREATE TABLE `returns`"));
+  outcome = runCommand(chatWith(inUse_, arguments));
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(RestoringOver, TheSameDatabaseInAnotherFolderGoesOnWithoutAWord) {
+  std::filesystem::create_directory(toPath(path("copies")));
+  std::filesystem::copy_file(toPath(shop_), toPath(path("copies/shop.db")));
+  const ProgramRun outcome = runCommand(chatWith(inUse_, {"--restore", file_, path("copies/shop.db"), kQuestion}));
+  EXPECT_EQ(outcome.code, 0);
+  EXPECT_EQ(outcome.err, "");
+}
+
+TEST_F(RestoringOver, AnotherDatabaseKeepsNoFolderInTheFile) {
+  EXPECT_THAT(read("kept.json"), AllOf(HasSubstr(R"("database":"shop.db")"), Not(HasSubstr(toText(folder_.path())))));
+}
+
 class Saving : public Restoring {};
 
-TEST_F(Saving, ThatFailsIsToldOnceAndShowsInTheExitCode) {
-  const ProgramRun outcome = runCommand(chatWith(inUse_, {"--model", kModel, "--save", toText(folder_.path()), shop_},
-                                                 std::string(kQuestion) + "\n" + kQuestion + "\n"));
-  EXPECT_EQ(outcome.code, 74);
-  EXPECT_THAT(outcome.out, HasSubstr("customers")) << "the answers are there all the same";
-  EXPECT_THAT(outcome.err, HasSubstr("The conversation is not saved in "));
-  EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
+TEST_F(Saving, ThatCannotBeIsToldBeforeAnythingIsSent) {
+  for (const std::string& file : {toText(folder_.path()), path("none/kept.json")}) {
+    const ProgramRun outcome = runCommand(chatWith(inUse_, {"--save", file, shop_}, kQuestion));
+    EXPECT_EQ(outcome.code, 74);
+    EXPECT_EQ(outcome.out, "");
+    EXPECT_THAT(outcome.err, HasSubstr("The conversation can't be saved in " + file + ": "));
+    EXPECT_EQ(countLines(outcome.err), 1U) << outcome.err;
+  }
+  expectNothingSent();
+}
+
+TEST_F(Saving, ThatFailsLaterIsToldOnceAndShowsInTheExitCode) {
+  TerminalChild chat(chatWith(inUse_, {"--model", kModel, "--save", path("kept.json"), shop_}));
+  chat.waitFor("> ");
+  std::filesystem::create_directory(toPath(path("kept.json")));
+  EXPECT_THAT(enter(chat, kQuestion), AllOf(HasSubstr("customers"), HasSubstr("The conversation is not saved in ")));
+  EXPECT_THAT(enter(chat, kQuestion), Not(HasSubstr("not saved")));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 74);
+}
+
+TEST_F(Saving, IsTriedWithoutATraceInTheFileAndBesideIt) {
+  write("kept.json", "before");
+  TerminalChild chat(chatWith(inUse_, {"--model", kModel, "--save", path("kept.json"), shop_}));
+  chat.waitFor("> ");
+  EXPECT_EQ(read("kept.json"), "before");
+  EXPECT_EQ(std::distance(std::filesystem::directory_iterator(folder_.path()), {}), 2);
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_EQ(read("kept.json"), "before") << "nothing was asked";
 }
 
 TEST_F(Saving, LeavesTheFileOfAFailedTurnAsItWas) {

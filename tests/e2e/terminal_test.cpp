@@ -75,6 +75,19 @@ TEST_F(Terminal, AFailedTurnIsToldAndTheConversationGoesOn) {
   EXPECT_EQ(chat.finish(), 0);
 }
 
+TEST_F(Terminal, WhatIsNoQuestionIsNotSent) {
+  const standin::Server server;
+  TerminalChild chat(chatWith(server, {"--model", kModel, shop_}));
+  chat.waitFor("> ");
+  EXPECT_THAT(enter(chat, ".tables"), HasSubstr("customer_turnover (a view)"));
+  EXPECT_THAT(enter(chat, "?"), HasSubstr("/provider NAME [MODEL]"));
+  EXPECT_THAT(enter(chat, "/hlep"), HasSubstr("did you mean /help?"));
+  EXPECT_THAT(enter(chat, "\\timing"), HasSubstr("a command of another program"));
+  chat.type("\\q\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_EQ(server.requests().size(), 0U);
+}
+
 TEST_F(Terminal, WithoutAKeyTheStandInIsNamedOnce) {
   TerminalChild chat(Workplace::chat({shop_}));
   EXPECT_THAT(chat.waitFor("> "), HasSubstr("rule-based stand-in"));

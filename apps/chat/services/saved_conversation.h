@@ -1,20 +1,17 @@
 // Conversations in files, and whether one may be gone on with.
 #pragma once
 
-#include "exit_code.h"
+#include "failure.h"
 #include "services/endpoint.h"
 
 #include <functional>
 #include <iosfwd>
-#include <stdexcept>
 #include <string>
 
 /// Why a conversation is not restored: a sentence for the user.
-class RestoreError : public std::runtime_error {
+class RestoreError : public Failure {
  public:
-  RestoreError(ExitCode code, const std::string& sentence) : std::runtime_error(sentence), exitCode(code) {}
-
-  ExitCode exitCode;
+  using Failure::Failure;
 };
 
 /// Puts a question to the user and tells whether the answer is yes; empty where nobody can answer.

@@ -40,7 +40,7 @@ void Switchboard::save() {
   } else {
     // The address of the stand-in inside the program is nobody's when the program has ended.
     const std::string text = line_.standIn == nullptr ? line_.partner->savedText() : line_.partner->saveConversation();
-    reason = writePrivateFile(saveFile_, text);
+    reason = writePrivateFile(saveFile_, withDatabase(text, database_));
   }
   if (!reason.empty() && !failedToSave_)
     complain(err_, "The conversation is not saved in " + saveFile_ + ": " + reason);

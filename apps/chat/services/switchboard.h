@@ -3,6 +3,7 @@
 
 #include "conversation/answerer.h"
 #include "services/chat_partner.h"
+#include "services/database_mark.h"
 #include "services/endpoint.h"
 
 #include <functional>
@@ -28,8 +29,11 @@ class Switchboard final : public MovableAnswerer {
   /// empty. @return an error text
   std::string open(const std::string& saved = "");
 
-  /// Has the conversation saved in `file` after each answer from here on.
-  void saveIn(std::string file) { saveFile_ = std::move(file); }
+  /// Has the conversation saved in `file` after each answer from here on, with the database that it is about.
+  void saveIn(std::string file, DatabaseMark database = {}) {
+    saveFile_ = std::move(file);
+    database_ = std::move(database);
+  }
   /// Whether that failed; the user was told.
   bool failedToSave() const { return failedToSave_; }
 
@@ -66,6 +70,7 @@ class Switchboard final : public MovableAnswerer {
   Setup setup_;
   std::ostream& err_;
   std::string saveFile_;  // empty: none
+  DatabaseMark database_;
   bool failedToSave_ = false;
   Line line_;
   std::mutex mutex_;  // guards asked_

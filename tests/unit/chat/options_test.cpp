@@ -9,10 +9,10 @@ using testing::HasSubstr;
 using testing::Not;
 
 TEST(CommandLine, ReadsEveryOption) {
-  const CommandLine line =
-      readCommandLine({"--provider",   "gemini",        "--model", "m",         "--host", "h",       "--instructions",
-                       "be brief",     "--temperature", "0.5",     "--ca-file", "ca.pem", "--proxy", "http://p:1",
-                       "--allow-http", "--save",        "s.json",  "--restore", "r.json", "shop.db", "How many?"});
+  const CommandLine line = readCommandLine(
+      {"--provider",    "gemini", "--model",   "m",      "--host",  "h",          "--instructions", "be brief",
+       "--temperature", "0.5",    "--ca-file", "ca.pem", "--proxy", "http://p:1", "--allow-http",   "--other-database",
+       "--save",        "s.json", "--restore", "r.json", "shop.db", "How many?"});
   ASSERT_FALSE(line.end) << line.text;
   EXPECT_EQ(line.options.service.provider, findProvider("gemini"));
   EXPECT_EQ(line.options.model, "m");
@@ -22,6 +22,7 @@ TEST(CommandLine, ReadsEveryOption) {
   EXPECT_EQ(line.options.service.caFile, "ca.pem");
   EXPECT_EQ(line.options.service.proxyURL, "http://p:1");
   EXPECT_TRUE(line.options.service.allowHttp);
+  EXPECT_TRUE(line.options.allowOtherDatabase);
   EXPECT_EQ(line.options.saveFile, "s.json");
   EXPECT_EQ(line.options.restoreFile, "r.json");
   EXPECT_EQ(line.options.database, "shop.db");
