@@ -16,6 +16,7 @@
 #include <fcntl.h>
 #include <histedit.h>
 #include <sys/ioctl.h>
+#include <termios.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -195,8 +196,8 @@ void EditLineEditor::bindKeys() {
   addFunction<&EditLineEditor::stop>(L"qai-stop");
   for (const Binding& binding : kKeys) el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
   for (const Binding& binding : kSequences) el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
-  // The terminal would stop the process with its settings as they are for editing.
-  el_wset(line_.get(), EL_SETTY, L"-d", L"susp=^-", nullptr);
+  // What ends the lines of a paste could not be told from empty lines.
+  el_wset(line_.get(), EL_SETTY, L"-d", L"-icrnl", L"-inlcr", nullptr);
 }
 
 KeyEvent EditLineEditor::readSequence() {
@@ -397,6 +398,11 @@ void EditLineEditor::write(const std::string& text) {
 
 void EditLineEditor::take() {
   el_wset(line_.get(), EL_PREP_TERM, 1);
+  // The terminal would stop the process with its settings as they are for editing.
+  termios settings{};
+  tcgetattr(STDIN_FILENO, &settings);
+  settings.c_cc[VSUSP] = _POSIX_VDISABLE;
+  tcsetattr(STDIN_FILENO, TCSADRAIN, &settings);
   setPasteMode(true);
 }
 
