@@ -108,7 +108,7 @@ build_failed() {
 }
 
 run_packages=(g++ cmake ninja-build pkg-config ca-certificates libcurl4-openssl-dev rapidjson-dev libssl-dev
-  libcli11-dev libsqlite3-dev libutf8proc-dev sqlite3)
+  libcli11-dev libedit-dev libsqlite3-dev libutf8proc-dev sqlite3)
 # The builds that are tested hold the benches, too.
 test_packages=(abigail-tools git libbenchmark-dev libgtest-dev libgmock-dev libssl-dev zlib1g-dev clang binutils valgrind
   doxygen)
