@@ -5,6 +5,7 @@
 // entered so that it draws the whole line.
 #include "terminal/edit_line_posix.h"
 
+#include "terminal/edit_keys_posix.h"
 #include "terminal/history_search.h"
 #include "terminal/key_source_posix.h"
 #include "terminal/rendering.h"
@@ -46,34 +47,6 @@ struct Draft {
   std::size_t cursor = 0;
 };
 
-struct Binding {
-  const wchar_t* key;
-  const wchar_t* function;
-};
-
-// Stands for characters that are entered otherwise than by their own key. No key gives it: it is a control character.
-constexpr wchar_t kEnterPending = 0x80;
-
-constexpr std::array kKeys{
-    Binding{L"\x80", L"qai-enter-pending"},   Binding{L"\t", L"qai-complete"},      Binding{L"\x10", L"qai-back"},
-    Binding{L"\x0e", L"qai-forth"},           Binding{L"\x12", L"qai-search-back"}, Binding{L"\x1a", L"qai-stop"},
-    Binding{L"\x17", L"ed-delete-prev-word"},
-};
-
-// What keys send as several characters. The library would take the rest of one that it does not know for text.
-constexpr std::array kSequences{
-    Binding{L"\x1b[200~", L"qai-paste"},    Binding{L"\x1b[A", L"qai-back"},
-    Binding{L"\x1bOA", L"qai-back"},        Binding{L"\x1b[B", L"qai-forth"},
-    Binding{L"\x1bOB", L"qai-forth"},       Binding{L"\x1b[C", L"ed-next-char"},
-    Binding{L"\x1bOC", L"ed-next-char"},    Binding{L"\x1b[D", L"ed-prev-char"},
-    Binding{L"\x1bOD", L"ed-prev-char"},    Binding{L"\x1b[H", L"ed-move-to-beg"},
-    Binding{L"\x1bOH", L"ed-move-to-beg"},  Binding{L"\x1b[1~", L"ed-move-to-beg"},
-    Binding{L"\x1b[7~", L"ed-move-to-beg"}, Binding{L"\x1b[F", L"ed-move-to-end"},
-    Binding{L"\x1bOF", L"ed-move-to-end"},  Binding{L"\x1b[4~", L"ed-move-to-end"},
-    Binding{L"\x1b[8~", L"ed-move-to-end"}, Binding{L"\x1b[3~", L"ed-delete-next-char"},
-    Binding{L"\x1b[1;5D", L"ed-prev-word"}, Binding{L"\x1b[1;5C", L"em-next-word"},
-};
-
 class EditLineEditor final : public LineEditor {
  public:
   explicit EditLineEditor(const TypingHelp& help);
@@ -95,9 +68,6 @@ class EditLineEditor final : public LineEditor {
   }
   void bindKeys();
 
-  /// Reads what stands behind Escape; sequence_ is what there is to do of it, Escape included.
-  KeyEvent readSequence();
-  KeyEvent readNext(wchar_t& key);
   static int readKey(EditLine* line, wchar_t* key);
   static wchar_t* obtainPrompt(EditLine* line) { return self(line).shownPrompt_.data(); }
 
@@ -131,13 +101,13 @@ class EditLineEditor final : public LineEditor {
   const TypingHelp& help_;
   UTF8Locale locale_;
   KeySource keys_{STDIN_FILENO};
+  KeySequences sequences_{[this](wchar_t& character) { return readCharacter(character); }};
   File out_;
   File nowhere_;
   std::unique_ptr<EditLine, EndEditLine> line_;
   std::wstring prompt_;
   std::wstring shownPrompt_;
   KeyEvent event_ = KeyEvent::Character;  // that ended the read
-  std::wstring sequence_;                 // of one key, the rest that is to be read next
   std::wstring pending_;                  // to be entered at the cursor
   std::size_t back_ = 0;                  // how many entries of the history
   std::wstring own_;                      // what was typed before the history was shown
@@ -194,52 +164,16 @@ void EditLineEditor::bindKeys() {
   addFunction<&EditLineEditor::goForth>(L"qai-forth");
   addFunction<&EditLineEditor::searchBack>(L"qai-search-back");
   addFunction<&EditLineEditor::stop>(L"qai-stop");
-  for (const Binding& binding : kKeys) el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
-  for (const Binding& binding : kSequences) el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
+  for (const KeyBinding& binding : listKeyBindings())
+    el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
   // What ends the lines of a paste could not be told from empty lines.
   el_wset(line_.get(), EL_SETTY, L"-d", L"-icrnl", L"-inlcr", nullptr);
-}
-
-KeyEvent EditLineEditor::readSequence() {
-  constexpr wchar_t kEscape = 0x1B;
-  sequence_ = kEscape;
-  for (;;) {
-    wchar_t next = 0;
-    const KeyEvent event = readCharacter(next);
-    if (event != KeyEvent::Character) return event;
-    sequence_ += next;
-    const bool isIntroducer = sequence_.size() == 2 && (next == L'[' || next == L'O');
-    if (sequence_.size() == 2 && !isIntroducer) return event;  // a letter behind Escape
-    if (isIntroducer || (sequence_[1] == L'[' && (next < L'@' || next > L'~'))) continue;
-    const bool isKnown = std::any_of(kSequences.begin(), kSequences.end(),
-                                     [this](const Binding& binding) { return binding.key == sequence_; });
-    if (!isKnown) sequence_.clear();
-    return event;
-  }
-}
-
-KeyEvent EditLineEditor::readNext(wchar_t& key) {
-  constexpr wchar_t kEscape = 0x1B;
-  for (;;) {
-    if (!sequence_.empty()) {
-      key = sequence_.front();
-      sequence_.erase(0, 1);
-      return KeyEvent::Character;
-    }
-    KeyEvent event = readCharacter(key);
-    if (event != KeyEvent::Character || key != kEscape) return event;
-    event = readSequence();
-    if (event != KeyEvent::Character) {
-      sequence_.clear();
-      return event;
-    }
-  }
 }
 
 int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
   EditLineEditor& editor = self(line);
   try {
-    editor.event_ = editor.readNext(*key);
+    editor.event_ = editor.sequences_.read(*key);
     if (editor.event_ != KeyEvent::Character) return -1;
     const bool isControl = *key >= 0x7F && *key < 0xA0 && *key != 0x7F;
     if (!isControl && (*key < 0x80 || wcwidth(*key) > 0)) return 1;
