@@ -317,6 +317,18 @@ TEST_F(Typing, NothingIsToldWhereThereIsNoHome) {
   end(chat);
 }
 
+TEST_F(Typing, TheSecondsOfAWaitAreToldAndWiped) {
+  TerminalChild chat(command());
+  waitForPrompt(chat);
+  server_.script({.status = {}, .body = {}, .headers = {}, .fault = standin::Fault::NoReply});
+  chat.type("Will this end?\n");
+  EXPECT_THAT(chat.waitFor("\r2 s"), EndsWith("\r2 s"));
+  chat.typeCtrlC();
+  EXPECT_THAT(chat.waitFor("Stopped."), HasSubstr("\r                \r"));
+  waitForPrompt(chat);
+  end(chat);
+}
+
 TEST_F(Typing, EditAsksWhatTheEditorSaves) {
   const std::string editor = makeEditor(
       "ls -l \"$2\" >\"$1\"\nread -r last <\"$2\"\nprintf 'How many customers?\\nbut %s\\n' \"$last\" >\"$2\"\n");

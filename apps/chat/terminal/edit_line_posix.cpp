@@ -27,7 +27,6 @@
 #include <cstdlib>
 #include <cwchar>
 #include <exception>
-#include <new>
 #include <utility>
 
 namespace {
@@ -118,10 +117,10 @@ EditLineEditor::EditLineEditor(const TypingHelp& help) : help_(help) {
   const UTF8Locale::Use utf8(locale_);
   out_.reset(fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w"));
   nowhere_.reset(std::fopen("/dev/null", "we"));  // for complaints about the terminal's name
-  if (!out_ || !nowhere_) throw std::bad_alloc();
+  if (!out_ || !nowhere_) return;
   line_.reset(el_init_fd("qai-chat", stdin, out_.get(), nowhere_.get(), STDIN_FILENO, fileno(out_.get()),
                          fileno(nowhere_.get())));
-  if (!line_) throw std::bad_alloc();
+  if (!line_) return;
   el_wset(line_.get(), EL_CLIENTDATA, this);
   el_wset(line_.get(), EL_PROMPT, obtainPrompt);
   el_wset(line_.get(), EL_GETCFN, readKey);
@@ -131,6 +130,7 @@ EditLineEditor::EditLineEditor(const TypingHelp& help) : help_(help) {
 }
 
 bool EditLineEditor::isAble() const {
+  if (!line_) return false;
   for (const char* const ability : {"up", "ce"}) {
     const char* text = nullptr;
     if (el_get(line_.get(), EL_GETTC, ability, &text) != 0 || text == nullptr || *text == '\0') return false;
