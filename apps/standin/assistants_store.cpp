@@ -41,6 +41,12 @@ void AssistantsStore::scriptRun(RunScript script) {
   state_.scripts.push_back(std::move(script));
 }
 
+void AssistantsStore::forget() {
+  const std::lock_guard lock(mutex_);
+  state_.assistants.clear();
+  state_.threads.clear();
+}
+
 ObjectOrFlaw AssistantsStore::createAssistant(const Members& sent) {
   Members told;
   addMembers(told, kAssistantRules, sent);

@@ -24,6 +24,9 @@ class AssistantsStore {
 
   /// Queues `script` for the next run that starts without one.
   void scriptRun(RunScript script);
+  /// Nothing is left of assistants and threads, as after a start without a disk; no identifier comes twice all the
+  /// same.
+  void forget();
 
   ObjectOrFlaw createAssistant(const Members& sent);
   ObjectOrFlaw tellAssistant(const std::string& id) const;

@@ -197,6 +197,8 @@ void Server::script(Script script) {
 
 void Server::scriptRun(RunScript script) { impl_->assistants.scriptRun(std::move(script)); }
 
+void Server::forgetAssistants() { impl_->assistants.forget(); }
+
 std::vector<Request> Server::requests() const {
   const std::lock_guard lock(impl_->mutex);
   return impl_->log;

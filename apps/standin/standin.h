@@ -110,6 +110,8 @@ class Server {
   /// Queues `script` for the next run of an assistant that has none yet. Until a request has been told that such a run
   /// has ended, its thread takes no new message and no new run; so it is with every run whose events are streamed.
   void scriptRun(RunScript script);
+  /// Forgets all assistants and threads, as a server does that kept them in memory and was started anew.
+  void forgetAssistants();
   /// All requests so far, oldest first. The reply to the one at `i` has the header "x-request-id: req_standin_N", with
   /// i + 1 for N, unless a script sets another.
   std::vector<Request> requests() const;

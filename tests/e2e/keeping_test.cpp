@@ -90,9 +90,9 @@ TEST_F(Keeping, CtrlCDuringARunThatIsPolledAndNeverEndsBringsBackThePrompt) {
   chat.type("/quit\n");
   EXPECT_EQ(chat.finish(), 0);
   EXPECT_THAT(changesBehind(kPolled),
-              ElementsAre("POST /v1/threads/thread_standin_1/messages", "POST /v1/threads", kDeleteThread,
-                          "POST /v1/threads/thread_standin_2/messages", "POST /v1/threads/thread_standin_2/runs",
-                          kDeleteSecondThread, kDeleteAssistant));
+              ElementsAre("POST /v1/threads/thread_standin_1/messages", "POST /v1/assistants/asst_standin_1",
+                          "POST /v1/threads", kDeleteThread, "POST /v1/threads/thread_standin_2/messages",
+                          "POST /v1/threads/thread_standin_2/runs", kDeleteSecondThread, kDeleteAssistant));
 }
 
 TEST_F(Keeping, CtrlCWhileAConversationBeginsAnewKeepsTheOldOne) {

@@ -104,6 +104,24 @@ TEST_F(Moving, FromAServiceThatKeepsConversationsBeginsAnewEachTimeAndLeavesNoth
               ElementsAre("DELETE /v1/threads/thread_standin_2", "DELETE /v1/assistants/asst_standin_2"));
 }
 
+TEST_F(Moving, NewBringsAConversationBackThatTheServiceLost) {
+  TerminalChild chat(command("openai-assistants", "OPENAI_API_KEY"));
+  chat.waitFor("\n> ");
+  enter(chat, "How many customers are there?");
+  first_.forgetAssistants();
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_THAT(enter(chat, "How many orders are there?"),
+                HasSubstr("OpenAI Assistants no longer has this conversation; at a terminal, /new begins another."));
+  }
+  EXPECT_THAT(enter(chat, "/new"), HasSubstr("The conversation begins anew."));
+  EXPECT_THAT(enter(chat, "What did I ask before?"), HasSubstr("No earlier question"));
+  EXPECT_THAT(enter(chat, "How many orders are there?"), HasSubstr("orders"));
+  chat.type("/quit\n");
+  EXPECT_EQ(chat.finish(), 0);
+  EXPECT_THAT(requestLines(first_, first_.requests().size() - 2),
+              ElementsAre("DELETE /v1/threads/thread_standin_2", "DELETE /v1/assistants/asst_standin_2"));
+}
+
 TEST_F(Moving, WithoutAKeyGoesToTheStandInAndSaysSo) {
   TerminalChild chat(command("openai", "OPENAI_API_KEY"));
   chat.waitFor("\n> ");

@@ -26,6 +26,7 @@ void fillIn(qai::Fill& fill, const Setup& setup) {
   if (!setup.structureJson.empty()) fill.databaseStructure(setup.structureJson);
 }
 
+constexpr std::int32_t kRefusals = 400;  // the first of their statuses
 constexpr const char* kNeedsNoList = "--model NAME needs no list.";
 
 std::string withHint(std::string error, const std::string& hint) {
@@ -148,6 +149,7 @@ qai::Result<qai::Message> ChatPartner::receive(const std::string& question, cons
 }
 
 Answer ChatPartner::readReply(const qai::Result<qai::Message>& reply) {
+  wasRefused_ = !reply && assistant_.lastStatus() >= kRefusals;
   if (!reply) return {.error = failWith(assistant_.properties().model(), reply.error())};
   noteStatus();
   const auto clean = [this](std::string_view text) { return withoutSecrets(std::string(text), endpoint_.secrets); };
@@ -201,11 +203,20 @@ std::string ChatPartner::failList(std::string error) {
   return "The list of models at " + withoutSecrets(address, endpoint_.secrets) + " can't be had: " + text;
 }
 
-/// As fail, for a request that `model` was for.
+/// As fail, for a request of an assistant with `model`.
 std::string ChatPartner::failWith(const std::string& model, std::string error) {
-  if (tellsUnfitModel(provider(), assistant_.lastStatus(), error) && !tellsNoConnection(error))
-    error = withHint(std::move(error), "The model is " + model + "; --model or, at a terminal, /model names another.");
-  return fail(std::move(error));
+  std::string hint;
+  if (tellsUnfitModel(provider(), assistant_.lastStatus(), error) && !tellsNoConnection(error)) {
+    hint = "The model is " + model + "; --model or, at a terminal, /model names another.";
+  } else if (isKept_ && isMissing()) {
+    hint = std::string(provider().title) + " no longer has this conversation; at a terminal, /new begins another.";
+  }
+  return fail(withHint(std::move(error), hint));
+}
+
+bool ChatPartner::isMissing() const {
+  constexpr std::int32_t kNotFound = 404;
+  return assistant_.lastStatus() == kNotFound;
 }
 
 void ChatPartner::close() {

@@ -41,6 +41,10 @@ class ChatPartner final : public Answerer {
   std::string combinedInstructions();
 
   std::string startConversation() override;
+  /// Whether a service that keeps the assistant may have lost it: it refused the last turn.
+  bool mayBeLost() const { return isKept_ && wasRefused_; }
+  /// Whether the last request failed since the service has no such thing.
+  bool isMissing() const;
   /// The conversation with its settings as a text for restoreConversation, without secrets.
   std::string savedText() const;
   /// Goes on with the conversation in `saved`, at the host that it names; `setup` is told besides, with the model of
@@ -83,6 +87,7 @@ class ChatPartner final : public Answerer {
   std::atomic<bool> stop_ = false;   // the answer in pieces, or the next one
   std::atomic<bool> inPieces_ = false;
   bool isKept_ = false;       // the service keeps the assistant
+  bool wasRefused_ = false;   // the last turn
   bool hasNoList_ = false;    // of models: the service answered with something else
   bool keyAccepted_ = false;  // by a request that succeeded
   ExitCode failureCode_ = ExitCode::ServiceFailed;

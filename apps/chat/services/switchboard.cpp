@@ -47,15 +47,32 @@ void Switchboard::save() {
   failedToSave_ = failedToSave_ || !reason.empty();
 }
 
-std::string Switchboard::moveTo(const ProviderProfile& profile, const std::string& model) try {
+std::string Switchboard::moveTo(const ProviderProfile& profile, const std::string& model) {
   const Provider& provider = *findProvider(profile.name);
   if (&provider == &line_.partner->provider() && provider.keepsConversations) return changeModel(model);
   Setup setup = setup_;
   setup.model = model;
+  return replaceLine(provider, std::move(setup),
+                     carriesTurns(this->provider(), profile) ? Turns::Carried : Turns::Forgotten);
+}
+
+std::string Switchboard::startConversation() {
+  // A new conversation with an assistant that the service has lost would fail at its first question, and so for ever.
+  if (line_.partner->mayBeLost()) {
+    std::string error = changeModel(std::string(model()));
+    const bool isLost = !error.empty() && line_.partner->isMissing();
+    if (isLost) return replaceLine(line_.partner->provider(), setup_, Turns::Forgotten);
+    if (!error.empty()) return error;
+  }
+  return line_.partner->startConversation();
+}
+
+/// Has `provider` answer by `setup` from here on, unless that fails.
+std::string Switchboard::replaceLine(const Provider& provider, Setup setup, Turns turns) try {
   Line next = connect(provider);
   const CODefer askTheRightOne([this] { setAsked(line_.partner.get()); });
   setAsked(next.partner.get());
-  std::string error = goOn(*next.partner, setup);
+  std::string error = makeReady(*next.partner, setup, turns);
   if (error.empty()) {
     std::swap(line_, next);
     std::swap(setup_, setup);
@@ -79,9 +96,9 @@ std::string Switchboard::changeModel(const std::string& model) {
 }
 
 /// Has `next` ready to answer in this one's place.
-std::string Switchboard::goOn(ChatPartner& next, Setup& setup) {
+std::string Switchboard::makeReady(ChatPartner& next, Setup& setup, Turns turns) {
   if (std::string error = next.settle(setup); !error.empty()) return error;
-  if (!carriesTurns(provider(), obtainProfile(next.provider()))) return next.startConversation();
+  if (turns == Turns::Forgotten) return next.startConversation();
   return next.resumeConversation(line_.partner->saveConversation());
 }
 

@@ -44,7 +44,7 @@ class Switchboard final : public MovableAnswerer {
   std::pair<std::vector<std::string>, std::string> listModels() override { return line_.partner->listModels(); }
   std::string changeModel(const std::string& model) override;
 
-  std::string startConversation() override { return line_.partner->startConversation(); }
+  std::string startConversation() override;
   Answer ask(const std::string& question) override;
   Answer askInPieces(const std::string& question, const ShowPiece& show) override;
   ExitCode failureCode() const override { return line_.partner->failureCode(); }
@@ -61,7 +61,9 @@ class Switchboard final : public MovableAnswerer {
   };
 
   Line connect(const Provider& provider);
-  std::string goOn(ChatPartner& next, Setup& setup);
+  enum class Turns { Carried, Forgotten };
+  std::string replaceLine(const Provider& provider, Setup setup, Turns turns);
+  std::string makeReady(ChatPartner& next, Setup& setup, Turns turns);
   void setAsked(ChatPartner* partner);
   Answer saved(Answer answer);
   void save();

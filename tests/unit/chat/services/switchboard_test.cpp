@@ -364,6 +364,57 @@ TEST_F(KeptMove, ToAnotherModelThatIsRefusedLeavesEverything) {
   EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
 }
 
+TEST_F(KeptMove, OfAConversationThatTheServiceLostBeginsAnewWithAnotherAssistant) {
+  server(kKeeper).forgetAssistants();
+  EXPECT_THAT(board_.ask(kQuestions[1]).error,
+              HasSubstr(" OpenAI Assistants no longer has this conversation; at a terminal, /new begins another."));
+  const std::size_t asked = server(kKeeper).requests().size();
+  EXPECT_EQ(board_.startConversation(), "");
+  EXPECT_THAT(requestLines(server(kKeeper), asked),
+              ElementsAre("POST /v1/assistants/asst_standin_1", kCreateAssistant, kCreateThread, kDeleteThread));
+  EXPECT_EQ(board_.model(), "standin-small");
+  EXPECT_THAT(lastRequest(kKeeper, 3).body, testing::AllOf(HasSubstr("Be brief."), HasSubstr("CREATE TABLE `orders`")));
+  EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr("No earlier question"));
+  const std::size_t before = server(kKeeper).requests().size();
+  board_.close();
+  EXPECT_THAT(requestLines(server(kKeeper), before),
+              ElementsAre("DELETE /v1/threads/thread_standin_2", "DELETE /v1/assistants/asst_standin_2"));
+}
+
+TEST_F(KeptMove, OfAConversationWhoseAssistantAloneIsLostBeginsAnewWithAnother) {
+  server(kKeeper).script({});
+  server(kKeeper).script({.status = 404, .body = R"({"error":{"message":"No assistant found"}})", .headers = {}});
+  EXPECT_THAT(board_.ask(kQuestions[1]).error, HasSubstr("No assistant found. OpenAI Assistants no longer has"));
+  server(kKeeper).script({.status = 404, .body = R"({"error":{"message":"No assistant found"}})", .headers = {}});
+  EXPECT_EQ(board_.startConversation(), "");
+  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_EQ(sentSince().at(2), "POST /v1/assistants/asst_standin_1");
+  EXPECT_EQ(sentSince().at(3), kCreateAssistant);
+}
+
+TEST_F(KeptMove, OfAConversationWhoseTurnFailedKeepsTheAssistantThatIsThere) {
+  server(kKeeper).script({.status = 500, .body = R"({"error":{"message":"no"}})", .headers = {}});
+  EXPECT_EQ(board_.ask(kQuestions[1]).error, "no");
+  EXPECT_EQ(board_.startConversation(), "");
+  EXPECT_THAT(requestLines(server(kKeeper), kBefore + 1),
+              ElementsAre("POST /v1/assistants/asst_standin_1", kCreateThread, kDeleteThread));
+  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_EQ(board_.startConversation(), "");
+  EXPECT_EQ(sentSince().at(sentSince().size() - 2), kCreateThread) << "all is well again";
+}
+
+TEST_F(KeptMove, OfALostConversationThatCannotBeMadeAnewIsTriedAgain) {
+  server(kKeeper).forgetAssistants();
+  EXPECT_NE(board_.ask(kQuestions[1]).error, "");
+  server(kKeeper).script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
+  EXPECT_EQ(board_.startConversation(), "overloaded");
+  server(kKeeper).script({});
+  server(kKeeper).script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
+  EXPECT_EQ(board_.startConversation(), "overloaded");
+  EXPECT_EQ(board_.startConversation(), "");
+  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+}
+
 class KeptMoveAndBack : public SwitchboardTest, public testing::WithParamInterface<TestedService> {};
 
 TEST_P(KeptMoveAndBack, BeginsAnewEachTimeAndLeavesNothingThere) {
