@@ -34,11 +34,18 @@ another machine unencrypted (http) with --allow-http only. QAI_PROXY names a
 proxy as --proxy does, and is the place for one with a password, which would show
 in the list of processes.
 
+Without --model one of the service's list answers: of its well-known families,
+or the first that is not for other work than chat where --host or a variable
+names the server. A terminal shows which; /model NAME takes another.
+
 --host names another server that speaks the same. It is a URL, and https is meant
 where it has no scheme; of Ollama alone it is read as Ollama reads OLLAMA_HOST:
-http is meant, and port 11434. Without a key and without --host a stand-in inside
-the program answers by rules; none stands in for Ollama. OpenAI Assistants keeps
-the conversation at the service, which deletes it when the program ends.
+http is meant, and port 11434. It may end in the version (/v1, /v1beta, /api)
+that the requests begin with. OPENAI_BASE_URL names the server of both of OpenAI's
+services where --host does not, and OPENAI_API_KEY goes there. Without a key and
+without a host so named a stand-in inside the program answers by rules; none
+stands in for Ollama. OpenAI Assistants keeps the conversation at the service,
+which deletes it when the program ends.
 
 Exit codes:
    0  fine
@@ -95,7 +102,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
       ->check(checkProvider)
       ->type_name("NAME")
       ->capture_default_str();
-  app.add_option("--model", options.model, "default: the first that the service lists")->type_name("NAME");
+  app.add_option("--model", options.model, "default: one that chats, of the service's list")->type_name("NAME");
   app.add_option("--host", options.service.host, "another address of the service")->type_name("ADDRESS");
   app.add_option("--instructions", options.instructions, "what the model should heed in every answer");
   app.add_option("--temperature", options.temperature, "from 0 (dry) to 2 (wild)")

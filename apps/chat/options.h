@@ -10,7 +10,7 @@
 
 struct Options {
   ServiceWish service;
-  std::string model;  // empty: the first that the service lists
+  std::string model;  // empty: one of the service's list
   std::string instructions;
   std::string temperature;  // a decimal from 0 to 2; empty: the service's default
   std::string restoreFile;

@@ -193,7 +193,7 @@ std::string ChatPartner::fail(std::string error) {
 /// As fail, for a list of models: says what it was that the service refused.
 std::string ChatPartner::failList(std::string error) {
   // Outside of the pool centre nobody notes a status.
-  const bool isReached = provider().canCancel ? assistant_.lastStatus() != 0 : !tellsNoConnection(error);
+  const bool isReached = provider().canCancel ? assistant_.lastStatus() != 0 : !tellsNoWay(error);
   std::string text = fail(std::move(error));
   hasNoList_ = isReached && failureCode_ != ExitCode::KeyRefused;
   if (!hasNoList_) return text;

@@ -131,3 +131,7 @@ bool tellsNoConnection(const std::string& error) {
   texts->describeError(static_cast<std::int32_t>(CFRestError::CouldNotConnect), nullptr, record);
   return error.starts_with(record.title);
 }
+
+bool tellsNoWay(const std::string& error) {
+  return tellsNoConnection(error) || error.starts_with("Could not find the ");
+}

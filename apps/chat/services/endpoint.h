@@ -63,3 +63,6 @@ bool tellsUnfitModel(const Provider& provider, std::int32_t status, const std::s
 
 /// Whether `error`, a text of the library, tells that nothing listens at the address.
 bool tellsNoConnection(const std::string& error);
+
+/// The same, or that there is no such name, be it the proxy's.
+bool tellsNoWay(const std::string& error);

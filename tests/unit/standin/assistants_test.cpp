@@ -114,6 +114,16 @@ TEST_F(AssistantsService, TellsOfAThreadNoMoreOnceItIsDeleted) {
   EXPECT_EQ(client.get(other).status, 200);
 }
 
+TEST_F(AssistantsService, ForgetsAllAtOnceAndGivesNoIdentifierAgain) {
+  const std::string assistant = client.createAssistant();
+  const std::string thread = client.createThread();
+  server.forgetAssistants();
+  EXPECT_EQ(client.get("/v1/assistants/" + assistant).status, 404);
+  EXPECT_EQ(client.get(thread).status, 404);
+  EXPECT_NE(client.createAssistant(), assistant);
+  EXPECT_NE(client.createThread(), thread);
+}
+
 TEST_F(AssistantsService, TellsAMessage) {
   const std::string thread = client.createThread();
   const auto answer = client.post(thread + "/messages", R"({"role":"user","content":"How?","metadata":{"k":"v"}})");

@@ -195,6 +195,43 @@ TEST_F(EndpointChoice, TakesAProxyWithoutASchemeForHttp) {
   EXPECT_THROW(choose("deepseek"), HostError);
 }
 
+TEST(NoWay, IsToldByTheLibrarysTexts) {
+  for (const char* text : {"Could not connect to 127.0.0.1:1: connection refused", "Could not find the host box",
+                           "Could not find the proxy box"}) {
+    EXPECT_TRUE(tellsNoWay(text)) << text;
+  }
+  EXPECT_FALSE(tellsNoWay("HTTP 404 Not Found"));
+}
+
+struct UnfitCase {
+  const char* name;
+  const char* provider;
+  int status;
+  const char* error;
+  bool isUnfit;
+};
+
+class UnfitModel : public testing::TestWithParam<UnfitCase> {};
+
+TEST_P(UnfitModel, IsToldByTheReply) {
+  const UnfitCase& row = GetParam();
+  EXPECT_EQ(tellsUnfitModel(provider(row.provider), row.status, row.error), row.isUnfit);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Replies, UnfitModel,
+    testing::Values(UnfitCase{"not_for_chat", "openai", 404, "This is not a chat model and thus not supported", true},
+                    UnfitCase{"unknown", "openai", 404, "The model `m` does not exist", true},
+                    UnfitCase{"unknown_to_deepseek", "deepseek", 400, "Model Not Exist", true},
+                    UnfitCase{"unknown_to_gemini", "gemini", 404, "models/m is not found for API version v1beta", true},
+                    UnfitCase{"unknown_to_ollama", "ollama", 0, "model 'm' not found", true},
+                    UnfitCase{"not_for_chat_in_ollama", "ollama", 0, "\"nomic\" does not support chat", true},
+                    UnfitCase{"wrong_path", "openai", 404, "Not found", false},
+                    UnfitCase{"too_busy", "openai", 503, "The model is overloaded", false},
+                    UnfitCase{"too_many", "openai", 429, "Rate limit reached for the model", false},
+                    UnfitCase{"no_reply", "openai", 0, "No reply from model-box:443 within 600 s", false}),
+    [](const auto& row) { return std::string(row.param.name); });
+
 TEST_F(EndpointChoice, TheStandInIsForThoseWithoutKeyAndHost) {
   for (const TestedService& row : allServices()) {
     if (!row.usesKey()) continue;

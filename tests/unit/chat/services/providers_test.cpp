@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -41,6 +43,18 @@ TEST(Providers, SayOfEachServiceWhatTheTableSays) {
     EXPECT_EQ(provider->usesKey(), service.usesKey());
     EXPECT_EQ(provider->canCancel, service.usesPool);
     EXPECT_EQ(provider->keepsConversations, service.keepsConversations);
+  }
+}
+
+TEST(Providers, HaveTheModelPatternsThatTheDocumentTells) {
+  std::ostringstream document;
+  document << std::ifstream(SOURCES "/docs/providers.md").rdbuf();
+  for (const Provider& provider : kProviders) {
+    std::string patterns;
+    for (const char* pattern : provider.modelPatterns)
+      patterns += (patterns.empty() ? "`" : ", `") + std::string(pattern) + "`";
+    EXPECT_NE(document.str().find("| " + (patterns.empty() ? "none" : patterns) + " |\n"), std::string::npos)
+        << patterns;
   }
 }
 
