@@ -43,8 +43,10 @@ TEST_F(ChosenModel, IsNamedToAPersonAtATerminal) {
     scriptAnswer();
     TerminalChild chat(chatWith(server_, arguments));
     EXPECT_THAT(chat.waitFor("Model: gpt-4.1."), HasSubstr("Model: gpt-4.1."));
-    if (arguments.size() == 1) enter(chat, kQuestion);
-    chat.typeEnd();
+    if (arguments.size() == 1) {
+      enter(chat, kQuestion);
+      chat.typeEnd();
+    }
     EXPECT_EQ(chat.finish(), 0);
   }
 }
