@@ -87,10 +87,11 @@ TEST_P(RefusedValue, OfTheStructureTakesTheOldOneOutOfTheNextTurn) {
   assign(*assistant, {{"db_structure", kStructure}});
   const auto session = newSession(*assistant);
   ask(*assistant, session.get(), "question");
-  EXPECT_THAT(lastBody(), HasSubstr("glacier"));
+  constexpr const char* kTable = "CREATE TABLE `";  // its name alone may come back with what was answered
+  EXPECT_THAT(lastBody(), HasSubstr(kTable));
   EXPECT_EQ(assign(*assistant, {{"db_structure", "{"}}), "");
   ask(*assistant, session.get(), "question");
-  EXPECT_THAT(lastBody(), Not(HasSubstr("glacier")));
+  EXPECT_THAT(lastBody(), Not(HasSubstr(kTable)));
 }
 
 /// What the Assistants service is told, and what the record shows afterwards, when one value is refused.
