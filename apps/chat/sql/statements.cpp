@@ -24,14 +24,14 @@ class StatementEnd {
  private:
   /// "CREATE [TEMP] TRIGGER", which something to explain may stand before.
   void readOpening(const SqlToken& token) {
-    if (token.isWord("CREATE")) {
+    const bool isCreate = opening_ == Opening::None && token.isWord("CREATE");
+    const bool goesOn = opening_ == Opening::None
+                            ? token.isWord("EXPLAIN") || token.isWord("QUERY") || token.isWord("PLAN")
+                            : token.isWord("TEMP") || token.isWord("TEMPORARY");
+    isTrigger_ = opening_ == Opening::Create && token.isWord("TRIGGER");
+    if (isCreate) {
       opening_ = Opening::Create;
-    } else if (opening_ == Opening::Create && token.isWord("TRIGGER")) {
-      isTrigger_ = true;
-      opening_ = Opening::Other;
-    } else if (opening_ == Opening::Create
-                   ? !token.isWord("TEMP") && !token.isWord("TEMPORARY")
-                   : !token.isWord("EXPLAIN") && !token.isWord("QUERY") && !token.isWord("PLAN")) {
+    } else if (!goesOn) {
       opening_ = Opening::Other;
     }
   }

@@ -1,8 +1,10 @@
 #include "sql/statements.h"
 
-#include "sql/lexer.h"
-
 #include <gtest/gtest.h>
+#include <sqlite3.h>
+
+#include <array>
+#include <random>
 
 namespace {
 
@@ -52,6 +54,9 @@ INSTANTIATE_TEST_SUITE_P(
                     SplitCase{"trigger_elsewhere_is_a_word",
                               "CREATE TABLE trigger (a); DROP TRIGGER t; SELECT 1",
                               {"CREATE TABLE trigger (a);", "DROP TRIGGER t;", "SELECT 1"}},
+                    SplitCase{"create_twice_begins_no_trigger",
+                              "CREATE CREATE TRIGGER; SELECT 1",
+                              {"CREATE CREATE TRIGGER;", "SELECT 1"}},
                     SplitCase{"transaction", "BEGIN; SELECT 1; END;", {"BEGIN;", "SELECT 1;", "END;"}},
                     SplitCase{"shell_commands", ".mode box\n.headers on\nSELECT 1;\n.quit\n", {"SELECT 1;"}},
                     SplitCase{"shell_command_between", "SELECT 1;\n.mode box\nSELECT 2;", {"SELECT 1;", "SELECT 2;"}},
@@ -71,6 +76,31 @@ TEST(SqlText, IsReadOnceHoweverLongItIs) {
     std::size_t size = 0;
     for (const std::string& statement : splitStatements(text)) size += statement.size();
     EXPECT_LE(size, text.size()) << piece;
+  }
+}
+
+/// One of a database's own shell as a judge: what it takes for a whole statement, its pieces are not.
+TEST(SqlText, IsSplitWhereSqliteSeesAStatementEnd) {
+  constexpr std::array<const char*, 24> kPieces{";",  ";",  "END",  "BEGIN", "CREATE", "TEMP",      "TRIGGER", "SELECT",
+                                                "'",  "\"", "`",    "[",     "]",      "--",        "\n",      "/*",
+                                                "*/", "a",  "CASE", "1.5e-", "''",     "temporary", " ",       "("};
+  constexpr int kTexts = 20000;
+  std::mt19937 random(1);  // the same each time
+  for (int i = 0; i < kTexts; ++i) {
+    std::string sql;
+    for (std::size_t pieces = random() % 30; pieces > 0; --pieces) {
+      sql.append(kPieces.at(random() % kPieces.size())).append(random() % 4 == 0 ? "" : " ");
+    }
+    const std::vector<std::string> statements = splitStatements(sql);
+    for (const std::string& statement : statements) {
+      const bool isLast = &statement == &statements.back();
+      ASSERT_TRUE(isLast || sqlite3_complete(statement.c_str()) == 1) << sql << "\n=> " << statement;
+      for (std::size_t end = 0; end + 1 < statement.size(); ++end) {
+        if (statement[end] != ';') continue;
+        const std::string begin = statement.substr(0, end + 1);
+        ASSERT_TRUE(isEmptyStatement(begin) || sqlite3_complete(begin.c_str()) == 0) << sql << "\n=> " << statement;
+      }
+    }
   }
 }
 
