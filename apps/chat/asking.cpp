@@ -12,7 +12,6 @@
 
 #include <cf/defer.h>
 
-#include <algorithm>
 #include <exception>
 #include <memory>
 #include <ostream>
@@ -20,20 +19,24 @@
 namespace {
 
 void greet(const Job& job, const std::string& model) {
-  const std::vector<TableOutline>& tables = job.background.tables;
-  const auto views = static_cast<std::size_t>(
-      std::count_if(tables.begin(), tables.end(), [](const TableOutline& table) { return table.isView; }));
-  const auto count = [](std::size_t number, const char* noun) {
-    return std::to_string(number) + " " + noun + (number == 1 ? "" : "s");
-  };
-  job.streams.err << terminalSafeLine(job.options.database + ": " + count(tables.size() - views, "table") + ", " +
-                                      count(views, "view") + ". Model: " + model + ".")
+  job.streams.err << terminalSafeLine(job.options.database + ": " + countTables(job.background.tables) +
+                                      ". Model: " + model + ".")
                   << "\n/help lists the commands, " << obtainEndOfInputKeys() << " ends.\n\n";
 }
 
 /// Names the model that the user left open, to people alone: scripts have their standard error for failures.
 void nameChoice(const Job& job, const std::string& model) {
   if (job.options.model.empty() && isErrorTerminal()) job.streams.err << "Model: " << terminalSafeLine(model) << ".\n";
+}
+
+/// The job's background, with what `board` knows; borrows both.
+Background makeBackground(const Job& job, const Switchboard& board) {
+  Background background = job.background;
+  background.tellSent = [&board] { return board.ledger().describe(); };
+  background.tellContext = [&job, &board] {
+    return describeContext(board.describeNext(countTables(job.background.tables)));
+  };
+  return background;
 }
 
 ExitCode fail(Answerer& answerer, const std::string& error, std::ostream& err) {
@@ -66,7 +69,7 @@ ExitCode answerUntilInterrupted(const Job& job, Interrupts& interrupts) {
   runTurn([&] { error = board.open(job.saved); });
   if (!error.empty()) return fail(board, error, job.streams.err);
   nameChoice(job, board.model());
-  const ExitCode code = job.question.empty() ? answerLines(board, job.streams, runTurn, job.background)
+  const ExitCode code = job.question.empty() ? answerLines(board, job.streams, runTurn, makeBackground(job, board))
                                              : answerOnce(board, job.question, job.streams, runTurn);
   return code == ExitCode::Fine && board.failedToSave() ? ExitCode::OutputFailed : code;
 }
@@ -146,6 +149,6 @@ ExitCode converseOnTerminal(const Job& job) {
   }
   if (!error.empty()) return fail(board, error, streams.err);
   greet(job, board.model());
-  converse(board, questions, streams, runTurn, job.background);
+  converse(board, questions, streams, runTurn, makeBackground(job, board));
   return board.failedToSave() ? ExitCode::OutputFailed : ExitCode::Fine;
 }

@@ -25,6 +25,8 @@ struct Job {
 
 /// Prints what the model would be told, and sends nothing.
 ExitCode showPrompt(const Job& job);
+/// Prints that with the question, and before it where it would go and how much it is; sends nothing.
+ExitCode showContext(const Job& job);
 /// One question, or each line of what is piped.
 ExitCode answerWithoutTerminal(const Job& job);
 ExitCode converseOnTerminal(const Job& job);

@@ -12,10 +12,12 @@ constexpr double kHighestTemperature = 2.0;
 
 constexpr const char* kFooterStart = R"(
 With a QUESTION the answer is printed and the program ends; what a pipe or a file
-brings to the standard input goes with it. Without one, a terminal gets a
-conversation (/help lists its commands), and of piped input each line that is not
-blank is a question or a command. The database is only read, and only its
-structure goes to the service, never its rows.
+brings to the standard input, 1 MiB at most, goes with it (</dev/null keeps a
+loop's or a script's input out of it). Without one, a terminal gets a conversation
+(/help lists its commands), and of piped input each line that is not blank is a
+question or a command; "exit" ends it. The database is only read, and only its
+structure goes to the service, never its rows: --dry-run tells beforehand what
+would go and where, /sent afterwards what went.
 
 A terminal shows an answer while it comes, and Ctrl-C stops it; a pipe or a file
 gets it when it is complete. --no-stream has it complete everywhere, for servers
@@ -29,10 +31,9 @@ constexpr const char* kFooterEnd = R"(
 without keys: where an answer quotes one, "[redacted]" is kept. --restore goes on
 with it, and asks before it goes to another address than the one in use, or on
 over another database. OpenAI Assistants keeps conversations itself, so neither is
-for it. A key goes to
-another machine unencrypted (http) with --allow-http only. QAI_PROXY names a
-proxy as --proxy does, and is the place for one with a password, which would show
-in the list of processes.
+for it. A key goes to another machine unencrypted (http) with --allow-http only.
+QAI_PROXY names a proxy as --proxy does, and is the place for one with a password,
+which would show in the list of processes.
 
 Without --model one of the service's list answers: of its well-known families,
 or the first that is not for other work than chat where --host or a variable
@@ -119,6 +120,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
   app.add_flag("--no-stream", options.isWhole, "show each answer when it is complete");
   app.add_flag("--list-models", options.listModels, "list the service's models and end");
   app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");
+  app.add_flag("--dry-run", options.isDryRun, "print what would be sent, to whom and how much it is, and end");
   app.set_version_flag("--version", std::string("qai-chat ") + QAI_VERSION, "print the version and end");
   app.allow_windows_style_options(false);  // a QUESTION and a DATABASE may begin with "/"
   app.set_help_flag("-h,--help", "print this text and end");
@@ -155,6 +157,8 @@ CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   if (app.count("QUESTION") > 0) result.options.question = question;
   if (result.options.database.empty() && !result.options.listModels) return wrongUsage("No DATABASE is given");
   if (result.options.question && cfTrimAsString(question).empty()) return wrongUsage("The QUESTION is empty");
+  if (result.options.isDryRun && !result.options.restoreFile.empty())
+    return wrongUsage("--dry-run tells of new conversations, not of one to restore");
   const bool keeps = !result.options.saveFile.empty() || !result.options.restoreFile.empty();
   if (keeps && result.options.service.provider->keepsConversations)
     return wrongUsage(std::string(result.options.service.provider->title) + " keeps conversations itself");

@@ -21,6 +21,7 @@ struct Options {
   bool isWhole = false;  // answers are shown when they are complete, on terminals, too
   bool listModels = false;
   bool showPrompt = false;
+  bool isDryRun = false;
 };
 
 /// A command line as read: either options to go on with, or an end with a text for the user.

@@ -67,11 +67,15 @@ Job makeJob(const Options& options, Streams streams) {
           .saved = ""};
 }
 
+void addInput(Job& job) {
+  if (job.options.question && isInputGiven()) job.question = joinInput(job.question, job.streams.in, job.streams.err);
+}
+
 /// What can be known to fail, and what the user has to agree to, comes before anything is sent.
 void prepareToAsk(Job& job) {
   makeSureToSave(job.options.saveFile);
   job.saved = readRestored(job.options, job.database, job.streams);
-  if (job.options.question && isInputGiven()) job.question = joinInput(job.question, job.streams.in, job.streams.err);
+  addInput(job);
 }
 
 }  // namespace
@@ -82,6 +86,10 @@ ExitCode runProgram(const Options& options, Streams streams) {
   if (options.listModels) return listModels(options, streams);
   Job job = makeJob(options, streams);
   if (options.showPrompt) return showPrompt(job);
+  if (options.isDryRun) {
+    addInput(job);
+    return showContext(job);
+  }
   prepareToAsk(job);
   const bool isConversation = !options.question && isInputTerminal();
   return isConversation ? converseOnTerminal(job) : answerWithoutTerminal(job);

@@ -1,6 +1,7 @@
 // What a conversation is about, beside who answers: plain texts, whatever the product.
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,4 +20,9 @@ struct TableOutline {
 /// All of it may be empty.
 struct Background {
   std::vector<TableOutline> tables;
+  std::function<std::string()> tellSent = {};     // what has left this machine, for people
+  std::function<std::string()> tellContext = {};  // what goes along with the next question
 };
+
+/// "5 tables, 1 view, 21 columns".
+std::string countTables(const std::vector<TableOutline>& tables);

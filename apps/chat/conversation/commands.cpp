@@ -1,6 +1,7 @@
 #include "conversation/commands.h"
 
 #include "conversation/near_name.h"
+#include "conversation/sending_commands.h"
 #include "conversation/service_commands.h"
 #include "conversation/table_commands.h"
 #include "standard_streams.h"
@@ -45,6 +46,7 @@ bool printHelp(Talk& talk, const CommandCall& /*call*/) {
 bool end(Talk& /*talk*/, const CommandCall& /*call*/) { return false; }
 
 constexpr std::array kCommands{
+    Command{"/context", "", "what goes along with the next question", 0, 0, tellContext, true},
     Command{"/cost", "", "the tokens of this conversation, as far as the service tells", 0, 0, tellCost, true},
     Command{"/edit", "[TEXT]", "write a question in your editor, from the last one on or from TEXT", 0,
             Command::kAnyNumber, editQuestion},
@@ -55,6 +57,7 @@ constexpr std::array kCommands{
     Command{"/provider", "", "list the services", 0, 0, listProviders},
     Command{"/provider", "NAME [MODEL]", "go on with this conversation at another service", 1, 2, moveToProvider},
     Command{"/quit", "", "end", 0, 0, end, true},
+    Command{"/sent", "", "what was sent, and to whom", 0, 0, tellSent, true},
     Command{"/tables", "", "list the tables and views", 0, 0, listTables, true},
     Command{"/tables", "NAME", "list the columns of one", 1, Command::kAnyNumber, describeTable, true},
 };

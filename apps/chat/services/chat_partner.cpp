@@ -1,5 +1,6 @@
 #include "services/chat_partner.h"
 
+#include "services/context.h"
 #include "services/model_choice.h"
 #include "services/piecewise_redaction.h"
 #include "services/session_text.h"
@@ -64,6 +65,7 @@ std::pair<std::vector<std::string>, std::string> ChatPartner::listModels() {
 std::string ChatPartner::configure(const Setup& setup) {
   putSettingsInPlace();
   const auto filled = assistant_.configure([&setup](qai::Fill& fill) { fillIn(fill, setup); });
+  noteInstructions();
   if (!filled.accepted()) return failWith(setup.model, filled.error());
   noteStatus();
   isKept_ = provider().keepsConversations;
@@ -91,7 +93,9 @@ std::string ChatPartner::combinedInstructions() {
 
 std::string ChatPartner::startConversation() {
   putSettingsInPlace();
-  return beginWith(assistant_.createSession());
+  std::string error = beginWith(assistant_.createSession());
+  if (error.empty()) earlierBytes_ = 0;
+  return error;
 }
 
 std::string ChatPartner::savedText() const {
@@ -107,7 +111,9 @@ std::string ChatPartner::restoreConversation(const std::string& saved, Setup& se
 std::string ChatPartner::saveConversation() const { return turnsWithoutSecrets(session_.save(), endpoint_.secrets); }
 
 std::string ChatPartner::resumeConversation(const std::string& saved) {
-  return beginWith(assistant_.loadSession(saved));
+  std::string error = beginWith(assistant_.loadSession(saved));
+  if (error.empty()) earlierBytes_ = saveConversation().size();
+  return error;
 }
 
 /// The old conversation ends after the new one has begun: a service that keeps an assistant drops it with its last one.
@@ -122,12 +128,14 @@ std::string ChatPartner::beginWith(qai::Result<qai::Session> made) {
 
 Answer ChatPartner::ask(const std::string& question) {
   putSettingsInPlace();
-  return readReply(session_.ask(question));
+  noteQuestion(question);
+  return readReply(question, session_.ask(question));
 }
 
 Answer ChatPartner::askInPieces(const std::string& question, const ShowPiece& show) {
   putSettingsInPlace();
-  return readReply(receive(question, show));
+  noteQuestion(question);
+  return readReply(question, receive(question, show));
 }
 
 qai::Result<qai::Message> ChatPartner::receive(const std::string& question, const ShowPiece& show) {
@@ -148,10 +156,11 @@ qai::Result<qai::Message> ChatPartner::receive(const std::string& question, cons
   return reply;
 }
 
-Answer ChatPartner::readReply(const qai::Result<qai::Message>& reply) {
+Answer ChatPartner::readReply(const std::string& question, const qai::Result<qai::Message>& reply) {
   wasRefused_ = !reply && assistant_.lastStatus() >= kRefusals;
   if (!reply) return {.error = failWith(assistant_.properties().model(), reply.error())};
   noteStatus();
+  earlierBytes_ += question.size() + reply->text().size();
   const auto clean = [this](std::string_view text) { return withoutSecrets(std::string(text), endpoint_.secrets); };
   const qai::Details details = reply->details();
   return {.text = clean(reply->text()),
@@ -172,6 +181,25 @@ bool ChatPartner::cancel() noexcept {
 void ChatPartner::dropLateCancel() noexcept {
   stop_ = false;
   assistant_.dropCancel();
+}
+
+/// After the settings were changed, which a service that keeps the assistant has been told by now.
+void ChatPartner::noteInstructions() {
+  auto properties = assistant_.properties();
+  destination_ = endpoint_.isStandIn ? nameStandIn(provider()) : nameDestination(provider(), properties.apiHost());
+  instructionBytes_ = properties.combinedInstructions().size();
+  if (provider().keepsConversations) noteSending(Matter::Instructions, instructionBytes_);
+}
+
+void ChatPartner::noteSending(Matter matter, std::size_t bytes) {
+  if (ledger_ != nullptr) ledger_->note(destination_, matter, bytes);
+}
+
+/// What goes along with `question`, too: a service that keeps no conversation is told all of it each time.
+void ChatPartner::noteQuestion(const std::string& question) {
+  if (!provider().keepsConversations) noteSending(Matter::Instructions, instructionBytes_);
+  if (earlierBytes() > 0) noteSending(Matter::EarlierTurns, earlierBytes());
+  noteSending(Matter::Question, question.size());
 }
 
 /// Notes what the last request tells of the key: one that succeeded had a good one, whatever its reply was worth.

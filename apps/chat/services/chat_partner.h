@@ -3,6 +3,7 @@
 
 #include "conversation/answerer.h"
 #include "services/endpoint.h"
+#include "services/ledger.h"
 
 #include <qai.hpp>
 
@@ -30,6 +31,12 @@ class ChatPartner final : public Answerer {
   ~ChatPartner() override;
 
   const Provider& provider() const { return *endpoint_.provider; }
+  /// Notes in `ledger`, which is borrowed, what goes to the service from here on.
+  void keepLedger(Ledger& ledger) { ledger_ = &ledger; }
+  /// Where requests go, for people, as of the last configure; restoreConversation may lead elsewhere.
+  const std::string& destination() const { return destination_; }
+  /// The size of the turns that go along with the next question; 0 when the service keeps them.
+  std::size_t earlierBytes() const { return provider().keepsConversations ? 0 : earlierBytes_; }
 
   /// The service's models and an error text. One HTTP exchange.
   std::pair<std::vector<std::string>, std::string> listModels();
@@ -70,16 +77,23 @@ class ChatPartner final : public Answerer {
 
  private:
   void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
+  void noteInstructions();
+  void noteSending(Matter matter, std::size_t bytes);
+  void noteQuestion(const std::string& question);
   void noteStatus();
   std::string fail(std::string error);
   std::string failList(std::string error);
   std::string failWith(const std::string& model, std::string error);
   qai::Result<qai::Message> receive(const std::string& question, const ShowPiece& show);
-  Answer readReply(const qai::Result<qai::Message>& reply);
+  Answer readReply(const std::string& question, const qai::Result<qai::Message>& reply);
   std::string beginWith(qai::Result<qai::Session> made);
   void destroyEnded();
 
   Endpoint endpoint_;
+  Ledger* ledger_ = nullptr;  // null: none is kept
+  std::string destination_;
+  std::size_t instructionBytes_ = 0;
+  std::size_t earlierBytes_ = 0;
   qai::Assistant assistant_;
   qai::Canceller canceller_;
   qai::Session session_;

@@ -104,6 +104,7 @@ std::unique_ptr<standin::Server> startStandIn(Endpoint& endpoint, std::ostream& 
   auto server = std::make_unique<standin::Server>();
   endpoint.host = server->address();
   endpoint.apiKey = "stand-in";
+  endpoint.isStandIn = true;
   endpoint.settings = {};  // no proxy on the way to this machine
   complain(err, std::string("A rule-based stand-in answers, not a language model; set ") +
                     endpoint.provider->keyVariables.front() +

@@ -26,6 +26,7 @@ struct Endpoint {
   std::vector<std::string> secrets;  // what no text for the user may hold
   CMRestGlobalSettings settings;
   bool allowsHttp = false;  // a key, or a restored conversation, may go unencrypted to another machine
+  bool isStandIn = false;   // the service inside the program answers
 };
 
 /// Which service the user wants, in words of the command line.

@@ -102,6 +102,14 @@ std::string Switchboard::makeReady(ChatPartner& next, Setup& setup, Turns turns)
   return next.resumeConversation(line_.partner->saveConversation());
 }
 
+Context Switchboard::describeNext(std::string tables) const {
+  return {.destination = line_.partner->destination(),
+          .model = setup_.model,
+          .tables = std::move(tables),
+          .instructions = line_.partner->combinedInstructions(),
+          .earlierBytes = line_.partner->earlierBytes()};
+}
+
 bool Switchboard::cancel() noexcept {
   const std::lock_guard lock(mutex_);
   return asked_->cancel();
@@ -110,7 +118,9 @@ bool Switchboard::cancel() noexcept {
 Switchboard::Line Switchboard::connect(const Provider& provider) {
   Endpoint endpoint = choose_(provider);
   auto standIn = startStandIn(endpoint, err_);
-  return {.standIn = std::move(standIn), .partner = std::make_unique<ChatPartner>(std::move(endpoint))};
+  auto partner = std::make_unique<ChatPartner>(std::move(endpoint));
+  partner->keepLedger(ledger_);
+  return {.standIn = std::move(standIn), .partner = std::move(partner)};
 }
 
 void Switchboard::setAsked(ChatPartner* partner) {

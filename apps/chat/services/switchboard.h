@@ -3,8 +3,10 @@
 
 #include "conversation/answerer.h"
 #include "services/chat_partner.h"
+#include "services/context.h"
 #include "services/database_mark.h"
 #include "services/endpoint.h"
+#include "services/ledger.h"
 
 #include <functional>
 #include <iosfwd>
@@ -36,6 +38,11 @@ class Switchboard final : public MovableAnswerer {
   }
   /// Whether that failed; the user was told.
   bool failedToSave() const { return failedToSave_; }
+
+  /// What was sent since the beginning, to whichever service.
+  const Ledger& ledger() const { return ledger_; }
+  /// What goes along with the next question, over a database of `tables`, in words.
+  Context describeNext(std::string tables) const;
 
   std::span<const ProviderProfile> providers() const override { return kProviderProfiles; }
   const ProviderProfile& provider() const override { return obtainProfile(line_.partner->provider()); }
@@ -74,6 +81,7 @@ class Switchboard final : public MovableAnswerer {
   std::string saveFile_;  // empty: none
   DatabaseMark database_;
   bool failedToSave_ = false;
+  Ledger ledger_;
   Line line_;
   std::mutex mutex_;  // guards asked_
   ChatPartner* asked_;

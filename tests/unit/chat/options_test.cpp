@@ -34,6 +34,8 @@ TEST(CommandLine, ReadsEveryOption) {
 
 TEST(CommandLine, MayHaveAnswersComeWhole) { EXPECT_TRUE(readCommandLine({"--no-stream", "shop.db"}).options.isWhole); }
 
+TEST(CommandLine, MayAskForADryRun) { EXPECT_TRUE(readCommandLine({"--dry-run", "shop.db"}).options.isDryRun); }
+
 TEST(CommandLine, LeavesTheRestToDefaults) {
   const CommandLine line = readCommandLine({"shop.db"});
   ASSERT_FALSE(line.end) << line.text;

@@ -348,6 +348,20 @@ TEST_F(Conversation, TablesWithANameListsItsColumns) {
   EXPECT_THAT(answerer_.questions, IsEmpty());
 }
 
+TEST_F(Conversation, SentAndContextTellWhatTheBackgroundKnows) {
+  Background background = kShop;
+  background.tellSent = [] { return "two\nlines\x1b"; };
+  background.tellContext = [] { return "facts"; };
+  converse(answerer_, streams("/sent\n/context\n"), runPlainly, background);
+  EXPECT_EQ(err_.str(), "> two\nlines\uFFFD\n> facts\n> \n");
+  EXPECT_THAT(answerer_.questions, IsEmpty());
+}
+
+TEST_F(Conversation, CountsTablesViewsAndColumns) {
+  EXPECT_EQ(countTables(kShop.tables), "3 tables, 1 view, 4 columns");
+  EXPECT_EQ(countTables({}), "0 tables, 0 views, 0 columns");
+}
+
 TEST_F(Conversation, HabitsOfOtherProgramsAreNotSent) {
   for (const char* line : {"help", "?", "\\?", ".help", "\\dt", ".mode box", "\\timing", "\x1B[A", "\x1B[1~", "exit"}) {
     converse(answerer_, streams(std::string(line) + "\n"), runPlainly);
