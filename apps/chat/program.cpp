@@ -34,7 +34,7 @@ std::string readRestored(const Options& options, const DatabaseMark& database, S
   const std::string saved = readSavedConversation(options.restoreFile);
   Consent consent;
   if (isInputTerminal()) consent = [&](const std::string& question) { return askToAgree(question, streams); };
-  const std::string accepted =
+  std::string accepted =
       consentToSaved(saved, chooseEndpoint(options.service, *options.service.provider), consent);
   const std::string notice = consentToDatabase(saved, database, options.allowOtherDatabase, consent);
   if (!notice.empty()) complain(streams.err, notice);

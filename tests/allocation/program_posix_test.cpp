@@ -218,6 +218,16 @@ TEST_F(ChatWithService, AnsweringLines) {
   sweep(with({file("shop.db")}, std::string(kQuestion) + "\nAnd how many orders?\n"));
 }
 
+TEST_F(ChatWithService, AnsweringWithWhatIsPiped) { sweep(with({file("shop.db"), kQuestion}, "Error 42\n")); }
+
+TEST_F(ChatWithService, TellingWhatWouldBeSent) {
+  sweep(with({"--dry-run", file("shop.db"), kQuestion}, "Error 42\n"));
+}
+
+TEST_F(ChatWithService, ObeyingPipedCommands) {
+  sweep(with({file("shop.db")}, ".tables\n\\d orders\n/sent\n" + std::string(kQuestion) + "\n/context\nexit\nq\n"));
+}
+
 TEST_F(ChatWithService, RestoringAndSaving) {
   std::ofstream(file("earlier.json")) << R"({"api_host":")" + address_ + R"(","model":"standin-small",)"
                                       << R"("messages":[{"role":"user","content":"earlier question"}]})";

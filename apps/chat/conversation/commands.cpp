@@ -70,6 +70,7 @@ std::vector<std::string> splitWords(const std::string& line) {
 
 void tellUnknown(Talk& talk, const std::string& name, const std::string& line) {
   std::vector<std::string_view> names;
+  names.reserve(kCommands.size());
   for (const Command& command : kCommands) names.push_back(command.name);
   if (std::find(names.begin(), names.end(), name) != names.end()) names.clear();  // it has other arguments
   talk.streams.err << "There is no command " << terminalSafeLine(line + askWhichIsMeant(name, names))

@@ -91,7 +91,7 @@ bool isForeign(std::string_view word, bool isAlone) {
 }  // namespace
 
 LineMeaning understand(std::string_view line) {
-  const LineMeaning question{.kind = LineKind::Question, .text = std::string(line)};
+  LineMeaning question{.kind = LineKind::Question, .text = std::string(line)};
   if (line.empty()) return question;
   if (holdsKey(line)) return {.kind = LineKind::Keys, .text = ""};
   if (line.front() == '/') return {.kind = LineKind::Command, .text = std::string(line)};

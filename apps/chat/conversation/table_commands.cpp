@@ -59,6 +59,7 @@ bool describeTable(Talk& talk, const CommandCall& call) {
     return true;
   }
   std::vector<std::string_view> names;
+  names.reserve(tables.size());
   for (const TableOutline& table : tables) names.emplace_back(table.name);
   complain(talk.streams.err,
            "There is no table " + std::string(name) + askWhichIsMeant(name, names) + "/tables lists them");
