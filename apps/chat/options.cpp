@@ -23,6 +23,9 @@ A terminal shows an answer while it comes, and Ctrl-C stops it; a pipe or a file
 gets it when it is complete. --no-stream has it complete everywhere, for servers
 that do not stream or refuse to be asked for it.
 
+At a terminal, but on Windows, what is asked is kept for the next run, for this
+user alone: in XDG_STATE_HOME or ~/.local/state. What begins with a blank is not.
+
 Providers, the environment variables with their keys, and where they are:
 )";
 
