@@ -1,7 +1,7 @@
 #include "program.h"
 
 #include "conversation/question_input.h"
-#include "databases/sqlite_database.h"
+#include "databases/database.h"
 #include "failure.h"
 #include "job.h"
 #include "outline.h"
@@ -49,13 +49,13 @@ void makeSureToSave(const std::string& file) {
 }
 
 Job makeJob(const Options& options, Streams streams) {
-  const std::unique_ptr<DatabaseReader> reader = openSqliteDatabase(options.database);
-  const DatabaseDescription database = reader->readDescription();
+  const std::unique_ptr<Database> opened = openDatabase(options.database, Access::Read);
+  const DatabaseDescription database = opened->readDescription();
   for (const std::string& note : database.notes) complain(streams.err, note);
   Setup setup{.model = options.model,
               .temperature = options.temperature,
               .instructions = options.instructions,
-              .productName = reader->productName(),
+              .productName = opened->productName(),
               .structureJson = obtainStructureJson(database)};
   DatabaseMark mark = markDatabase(options.database, setup.structureJson);
   return {.options = options,

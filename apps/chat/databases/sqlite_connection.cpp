@@ -9,10 +9,12 @@
 #include <array>
 #include <filesystem>
 #include <fstream>
+#include <new>
 
 namespace {
 
 constexpr int kBusyMilliseconds = 500;
+constexpr int kMostBytesInValue = 32 << 20;
 
 DatabaseError noInput(const std::string& sentence) { return {ExitCode::NoInput, sentence}; }
 
@@ -27,20 +29,13 @@ void requireReadableFile(const std::filesystem::path& file, const std::string& p
   if (!std::ifstream(file, std::ios::binary)) throw noInput(path + " can't be read: permission denied");
 }
 
-// In write-ahead mode even a reader makes two files beside the database and leaves them there. When there is no log,
-// the file holds everything and nobody is writing, so it can be read as immutable, which needs neither. It also works
-// in a folder that can't be written.
-bool canBeReadAsImmutable(const std::filesystem::path& file) {
+bool isInWriteAheadMode(const std::filesystem::path& file) {
   constexpr std::size_t kReadVersionAt = 19;
   constexpr char kWriteAhead = 2;
   std::array<char, kReadVersionAt + 1> header{};
   std::ifstream(file, std::ios::binary).read(header.data(), header.size());
   // cppcheck-suppress containerOutOfBounds ; it takes the array for one shorter than it is
-  if (header[kReadVersionAt] != kWriteAhead) return false;
-  std::error_code error;
-  std::filesystem::path log = std::filesystem::canonical(file, error);
-  log += "-wal";
-  return !error && !std::filesystem::exists(log, error);
+  return header[kReadVersionAt] == kWriteAhead;
 }
 
 std::string makeURI(const std::filesystem::path& file) {
@@ -48,7 +43,40 @@ std::string makeURI(const std::filesystem::path& file) {
   const std::string path = makePathText(std::filesystem::absolute(file));
   std::string uri = path.starts_with('/') ? "file://" : "file:///";
   for (const char c : path) uri += c == '/' ? "/" : cfEncodeQueryText({&c, 1});
-  return uri + "?mode=ro" + (canBeReadAsImmutable(file) ? "&immutable=1" : "");
+  return uri;
+}
+
+void execute(sqlite3* connection, const char* sql) {
+  const int result = sqlite3_exec(connection, sql, nullptr, nullptr, nullptr);
+  if (result == SQLITE_NOMEM) throw std::bad_alloc();
+  if (result != SQLITE_OK) throw SqliteError(result, sqlite3_errmsg(connection));
+}
+
+// The file may come from anyone: its schema must not be able to run anything that matters. Neither must a statement be
+// able to make a value that takes memory and time beyond all reason.
+void setUp(sqlite3* connection) {
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_FTS3_TOKENIZER, 0, nullptr);
+  sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
+  sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, kMostBytesInValue);
+  sqlite3_limit(connection, SQLITE_LIMIT_ATTACHED, 0);
+  sqlite3_limit(connection, SQLITE_LIMIT_WORKER_THREADS, 0);
+  sqlite3_busy_timeout(connection, kBusyMilliseconds);
+  execute(connection, "PRAGMA cell_size_check=ON");
+}
+
+SqliteConnection open(const std::string& path, int flags, const char* parameters) {
+  const std::filesystem::path file = makePath(path);
+  requireReadableFile(file, path);
+  sqlite3* opened = nullptr;
+  const std::string uri = makeURI(file) + parameters;
+  const int result = sqlite3_open_v2(uri.c_str(), &opened, flags | SQLITE_OPEN_URI, nullptr);
+  SqliteConnection connection(opened);
+  if (result == SQLITE_NOMEM) throw std::bad_alloc();
+  if (result != SQLITE_OK) throw noInput(path + " can't be opened: " + sqlite3_errstr(result));
+  setUp(opened);
+  return connection;
 }
 
 }  // namespace
@@ -60,9 +88,13 @@ SqliteQuery::SqliteQuery(sqlite3* connection, const char* sql) : connection_(con
   require(result == SQLITE_OK);
 }
 
-void SqliteQuery::bind(const std::string& first, const std::string& second) {
+void SqliteQuery::bind(const std::string& first) {
   sqlite3_reset(statement_.get());  // gives the error of the last step again, which was reported then
   bindText(1, first);
+}
+
+void SqliteQuery::bind(const std::string& first, const std::string& second) {
+  bind(first);
   bindText(2, second);
 }
 
@@ -74,7 +106,10 @@ bool SqliteQuery::nextRow() {
 
 std::string SqliteQuery::text(int column) const {
   const void* bytes = sqlite3_column_text(statement_.get(), column);
-  if (bytes == nullptr) return "";
+  if (bytes == nullptr) {
+    require(sqlite3_errcode(connection_) != SQLITE_NOMEM);  // which turning it into UTF-8 can take
+    return "";
+  }
   return {static_cast<const char*>(bytes), static_cast<std::size_t>(sqlite3_column_bytes(statement_.get(), column))};
 }
 
@@ -91,16 +126,39 @@ void SqliteQuery::require(bool good) const {
   if (!good) throw SqliteError(sqlite3_errcode(connection_), sqlite3_errmsg(connection_));
 }
 
-SqliteConnection openSqliteReadOnly(const std::string& path) {
-  const std::filesystem::path file = makePath(path);
-  requireReadableFile(file, path);
-  sqlite3* opened = nullptr;
-  const int result = sqlite3_open_v2(makeURI(file).c_str(), &opened, SQLITE_OPEN_READONLY | SQLITE_OPEN_URI, nullptr);
-  SqliteConnection connection(opened);
-  if (result != SQLITE_OK) throw noInput(path + " can't be opened: " + sqlite3_errstr(result));
-  // The file may come from anyone: its schema must not be able to run anything that matters.
-  sqlite3_db_config(opened, SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
-  sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-  sqlite3_busy_timeout(opened, kBusyMilliseconds);
+SqliteFileState readSqliteFileState(const std::string& path) {
+  std::error_code error;
+  const std::filesystem::path file = std::filesystem::canonical(makePath(path), error);
+  if (error) return {};
+  std::filesystem::path log = file;
+  log += "-wal";
+  SqliteFileState state;
+  state.size = std::filesystem::file_size(file, error);
+  state.time = std::filesystem::last_write_time(file, error);
+  state.hasLog = std::filesystem::exists(log, error);
+  return state;
+}
+
+// In write-ahead mode even a reader makes two files beside the database and leaves them there. When there is no log,
+// the file holds everything and nobody is writing, so it can be read as immutable, which needs neither. It also works
+// in a folder that can't be written.
+SqliteSharing findSharing(const std::string& path) {
+  requireReadableFile(makePath(path), path);
+  const bool isAlone = isInWriteAheadMode(makePath(path)) && !readSqliteFileState(path).hasLog;
+  return isAlone ? SqliteSharing::Immutable : SqliteSharing::Shared;
+}
+
+SqliteConnection openSqliteForReading(const std::string& path, SqliteSharing sharing) {
+  const char* parameters = sharing == SqliteSharing::Immutable ? "?mode=ro&immutable=1" : "?mode=ro";
+  SqliteConnection connection = open(path, SQLITE_OPEN_READONLY, parameters);
+  execute(connection.get(), "PRAGMA query_only=ON");
+  return connection;
+}
+
+SqliteConnection openSqliteForWriting(const std::string& path) {
+  SqliteConnection connection = open(path, SQLITE_OPEN_READWRITE, "?mode=rw");
+  // SQLite opens a file for reading when it can't be written.
+  if (sqlite3_db_readonly(connection.get(), "main") != 0) throw noInput(path + " can't be written: permission denied");
+  execute(connection.get(), "PRAGMA foreign_keys=ON");
   return connection;
 }

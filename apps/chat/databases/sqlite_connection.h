@@ -1,8 +1,10 @@
-// A SQLite file opened for reading only, and queries on it.
+// SQLite files opened with care, and queries of our own on them.
 #pragma once
 
 #include <sqlite3.h>
 
+#include <cstdint>
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -26,7 +28,8 @@ class SqliteQuery {
   /// @throw SqliteError, as every operation that runs something
   SqliteQuery(sqlite3* connection, const char* sql);
 
-  /// Starts over with `first` and `second` in place of ?1 and ?2.
+  /// Starts over with `first` in place of ?1 and `second` in place of ?2.
+  void bind(const std::string& first);
   void bind(const std::string& first, const std::string& second);
   bool nextRow();
   std::string text(int column) const;
@@ -45,7 +48,30 @@ class SqliteQuery {
   std::unique_ptr<sqlite3_stmt, Finalizer> statement_;
 };
 
+enum class SqliteSharing {
+  Shared,     // another program may write the file meanwhile
+  Immutable,  // none may, and SQLite needs neither locks nor files beside it
+};
+
+/// By which something can be known to have been written; for a link, of the file that it leads to.
+struct SqliteFileState {
+  std::uintmax_t size = 0;
+  std::filesystem::file_time_type time;
+  bool hasLog = false;
+
+  bool operator==(const SqliteFileState&) const = default;
+};
+
+SqliteFileState readSqliteFileState(const std::string& path);
+
+/// How the file at `path` can be read now without leaving anything beside it.
+/// @throw DatabaseError when there is no such file or none that can be read
+SqliteSharing findSharing(const std::string& path);
+
 /// Opens the file at `path` so that nothing about it or beside it changes, as far as SQLite can do that.
 /// @throw DatabaseError when there is no such file or it is none that can be opened; what is inside shows only in
 ///        queries.
-SqliteConnection openSqliteReadOnly(const std::string& path);
+SqliteConnection openSqliteForReading(const std::string& path, SqliteSharing sharing);
+
+/// As openSqliteForReading, for writing, too. Foreign keys are enforced.
+SqliteConnection openSqliteForWriting(const std::string& path);

@@ -1,210 +1,20 @@
 #include "databases/sqlite_database.h"
 
-#include "databases/sqlite_bounds.h"
 #include "databases/sqlite_connection.h"
+#include "databases/sqlite_doubt.h"
+#include "databases/sqlite_engine.h"
+#include "databases/sqlite_structure.h"
 
-#include <algorithm>
-#include <array>
-#include <cctype>
+#include <atomic>
 #include <map>
+#include <mutex>
 #include <new>
 #include <optional>
-#include <set>
-#include <string_view>
 #include <utility>
 
 namespace {
 
-constexpr const char* kSchemasSQL = R"(
-  SELECT name FROM pragma_database_list
-  ORDER BY CASE name WHEN 'main' THEN 0 WHEN 'temp' THEN 1 ELSE 2 END, name)";
-
-// Without SQLite's own tables. SQLite's list of tables would tell their kinds, too, but compiles each view for that,
-// which a few hundred bytes can make impossible. Tables come first, so that no view keeps one out.
-constexpr const char* kObjectsSQL = R"(.sqlite_schema
-  WHERE type IN ('table', 'view') AND name NOT LIKE 'sqlite\_%' ESCAPE '\' ORDER BY type, name)";
-
-// How the names of the tables behind virtual ones end, with the modules that SQLite brings along: FTS3 to 5, R-Tree.
-constexpr std::array<std::string_view, 11> kShadowEndings{"config", "content", "data",   "docsize",  "idx", "node",
-                                                          "parent", "rowid",   "segdir", "segments", "stat"};
-
-// Generated columns included, the hidden ones of virtual tables not. `pk` is the place in the primary key.
-constexpr const char* kColumnsSQL =
-    "SELECT name, type, pk FROM pragma_table_xinfo(?1, ?2) WHERE hidden <> 1 ORDER BY cid";
-
-// SQLite counts foreign keys from the last one declared.
-constexpr const char* kForeignKeysSQL =
-    R"(SELECT id, "table", "from", "to" FROM pragma_foreign_key_list(?1, ?2) ORDER BY id DESC, seq)";
-
-// For columns without a declared type and expressions in views, which may hold anything.
-constexpr const char* kNoType = "ANY";
-
-// A type is written as declared, line breaks included, but has to stay on the line of its statement.
-std::string inOneLine(const std::string& type) {
-  std::string line;
-  for (const char c : type) {
-    const bool space = std::isspace(static_cast<unsigned char>(c)) != 0;
-    if (!space) {
-      line += c;
-    } else if (!line.ends_with(' ')) {
-      line += ' ';
-    }
-  }
-  return line.empty() ? kNoType : line;
-}
-
-std::string toLower(std::string_view text) {
-  std::string lower(text);
-  std::transform(lower.begin(), lower.end(), lower.begin(),
-                 [](unsigned char c) { return static_cast<char>(c < 0x80 ? std::tolower(c) : c); });
-  return lower;
-}
-
-std::string quote(const std::string& name) {
-  std::string quoted = "\"";
-  for (const char c : name) quoted += c == '"' ? "\"\"" : std::string(1, c);
-  return quoted + '"';
-}
-
-struct Object {
-  std::string name;
-  bool isView;
-  bool isVirtual;
-};
-
-std::vector<std::string> readSchemas(sqlite3* connection) {
-  std::vector<std::string> schemas;
-  SqliteQuery query(connection, kSchemasSQL);
-  while (query.nextRow()) schemas.push_back(query.text(0));
-  return schemas;
-}
-
-/// As SQLite tells them: by their names alone.
-void eraseShadows(std::vector<Object>& objects) {
-  std::set<std::string> owners;
-  for (const Object& object : objects) {
-    if (object.isVirtual) owners.insert(toLower(object.name));
-  }
-  std::erase_if(objects, [&](const Object& object) {
-    const std::string name = toLower(object.name);
-    const std::size_t mark = name.rfind('_');
-    return !object.isView && mark != std::string::npos && owners.contains(name.substr(0, mark)) &&
-           std::binary_search(kShadowEndings.begin(), kShadowEndings.end(), name.substr(mark + 1));
-  });
-}
-
-std::vector<Object> readObjects(sqlite3* connection, const std::string& schema) {
-  std::vector<Object> objects;
-  const std::string sql = "SELECT name, type = 'view', sql LIKE 'create virtual table%' FROM " + quote(schema);
-  SqliteQuery query(connection, (sql + kObjectsSQL).c_str());
-  while (query.nextRow())
-    objects.push_back({.name = query.text(0), .isView = query.integer(1) != 0, .isVirtual = query.integer(2) != 0});
-  eraseShadows(objects);
-  return objects;
-}
-
-class SchemaReader {
- public:
-  SchemaReader(sqlite3* connection, std::chrono::milliseconds patience)
-      : connection_(connection),
-        columns_(connection, kColumnsSQL),
-        keys_(connection, kForeignKeysSQL),
-        bounds_(patience) {}
-
-  DatabaseDescription read() {
-    DatabaseDescription database;
-    for (const std::string& schema : readSchemas(connection_)) readSchema(schema, database);
-    if (leftOut_ > 0)
-      database.notes.push_back(std::to_string(leftOut_) +
-                               (leftOut_ == 1 ? " table or view is" : " tables and views are") +
-                               " left out: views of many others take too long to read");
-    return database;
-  }
-
- private:
-  void readSchema(const std::string& schema, DatabaseDescription& database) {
-    const std::vector<Object> objects = readObjects(connection_, schema);
-    if (objects.empty()) return;
-    database.schemas.push_back({.name = schema == "main" ? "" : schema, .tables = {}, .views = {}});
-    for (const Object& object : objects) readObject(schema, object, database);
-  }
-
-  void readObject(const std::string& schema, const Object& object, DatabaseDescription& database) {
-    if (bounds_.areReached()) {
-      ++leftOut_;
-      return;
-    }
-    try {
-      TableDescription table = readColumns(schema, object.name);
-      if (!object.isView) table.foreignKeys = readForeignKeys(schema, object.name);
-      SchemaDescription& target = database.schemas.back();
-      (object.isView ? target.views : target.tables).push_back(std::move(table));
-    } catch (const SqliteError& error) {
-      const std::optional<std::string> lack = explainLack(error);
-      if (!lack) throw;
-      database.notes.push_back(object.name + " is left out: " + *lack);
-    }
-  }
-
-  /// Why one object can't be read where others can; nothing when the error is not of one object alone.
-  std::optional<std::string> explainLack(const SqliteError& error) const {
-    if (error.resultCode == SQLITE_NOMEM && bounds_.wereTight()) return "it takes too much memory to read";
-    // A view on a table that is gone, a virtual table of an unknown module: they can't be queried either.
-    if (error.resultCode == SQLITE_ERROR) return error.what();
-    return std::nullopt;
-  }
-
-  TableDescription readColumns(const std::string& schema, const std::string& name) {
-    const SqliteBounds::Reading reading(bounds_);
-    TableDescription table{.name = name, .columns = {}, .primaryKey = {}, .foreignKeys = {}};
-    std::map<int, std::string> key;
-    columns_.bind(name, schema);
-    while (columns_.nextRow()) {
-      table.columns.push_back({.name = columns_.text(0), .type = inOneLine(columns_.text(1))});
-      if (columns_.integer(2) > 0) key[columns_.integer(2)] = columns_.text(0);
-    }
-    for (auto& [place, column] : key) table.primaryKey.push_back(std::move(column));
-    return table;
-  }
-
-  std::vector<ForeignKeyDescription> readForeignKeys(const std::string& schema, const std::string& name) {
-    std::vector<ForeignKeyDescription> keys;
-    int current = -1;
-    keys_.bind(name, schema);
-    while (keys_.nextRow()) {
-      if (keys_.integer(0) != current) {
-        current = keys_.integer(0);
-        keys.push_back({.columns = {}, .targetTable = keys_.text(1), .targetColumns = {}});
-      }
-      keys.back().columns.push_back(keys_.text(2));
-      if (!keys_.isNull(3)) keys.back().targetColumns.push_back(keys_.text(3));
-    }
-    for (ForeignKeyDescription& key : keys) {
-      if (key.targetColumns.empty()) key.targetColumns = readTargetKey(schema, key.targetTable);
-    }
-    // Left is what points nowhere: a target without such a primary key.
-    std::erase_if(keys, [](const auto& key) { return key.columns.size() != key.targetColumns.size(); });
-    return keys;
-  }
-
-  std::vector<std::string> readTargetKey(const std::string& schema, const std::string& name) {
-    if (bounds_.areReached()) return {};
-    try {
-      return readColumns(schema, name).primaryKey;
-    } catch (const SqliteError& error) {
-      if (!explainLack(error)) throw;
-      return {};  // noted with the object itself
-    }
-  }
-
-  sqlite3* connection_;
-  SqliteQuery columns_;
-  SqliteQuery keys_;
-  SqliteBounds bounds_;
-  std::size_t leftOut_ = 0;  // when the bounds were reached
-};
-
-DatabaseError explain(const std::string& path, const SqliteError& error) {
+DatabaseError explainUnreadable(const std::string& path, const SqliteError& error) {
   const std::string detail = std::string(": ") + error.what();
   switch (error.resultCode) {
     case SQLITE_NOMEM:
@@ -219,37 +29,106 @@ DatabaseError explain(const std::string& path, const SqliteError& error) {
       return {ExitCode::NoInput, path + " needs repair or recovery by a program that may write it" + detail};
     case SQLITE_IOERR:
     case SQLITE_PERM:
+    case SQLITE_INTERRUPT:
       return {ExitCode::NoInput, path + " can't be read" + detail};
     default:
       return {ExitCode::NotADatabase, "The structure of " + path + " is damaged" + detail};
   }
 }
 
-class SqliteDatabase final : public DatabaseReader {
+/// The rows of EXPLAIN QUERY PLAN: a number, its parent's number, something unused, a text.
+Result indentPlan(const Result& plan) {
+  Result indented{.columns = {"plan"}, .rows = {}, .isCut = plan.isCut, .time = plan.time};
+  std::map<std::int64_t, std::size_t> depths{{0, 0}};
+  for (const std::vector<Value>& row : plan.rows) {
+    const std::size_t depth = depths[std::get<std::int64_t>(row[1])];
+    depths[std::get<std::int64_t>(row[0])] = depth + 1;
+    indented.rows.push_back({std::string(2 * depth, ' ') + std::get<std::string>(row[3])});
+  }
+  return indented;
+}
+
+class SqliteDatabase final : public Database {
  public:
-  explicit SqliteDatabase(const std::string& path) : path_(path), connection_(openSqliteReadOnly(path)) {}
+  SqliteDatabase(std::string path, Access access) : path_(std::move(path)) {
+    if (access == Access::Write) writer_.emplace(openSqliteForWriting(path_), stop_);
+    openReader();
+  }
 
   std::string productName() const override { return "SQLite"; }
 
   DatabaseDescription readDescription() override try {
-    DatabaseDescription database = describeSqlite(connection_.get());
+    DatabaseDescription database = describeSqlite(reader().connection());
     if (database.schemas.empty()) database.notes.push_back(path_ + " holds no tables");
     return database;
   } catch (const SqliteError& error) {
-    throw explain(path_, error);
+    throw explainUnreadable(path_, error);
   }
 
+  StatementCheck check(const std::string& sql) override {
+    StatementCheck check = reader().check(sql);
+    if (check.effect == Effect::Writes && !writer_) check.reason += kNotForWriting;
+    return check;
+  }
+
+  Result run(const std::string& sql, const RunLimits& limits) override { return reader().run(sql, limits); }
+
+  Written runWriting(const std::string& sql, const RunLimits& limits, const Confirm& confirm) override {
+    if (!writer_) throw QueryError(QueryProblem::NotAllowed, "", std::string("It would write") + kNotForWriting);
+    return writer_->write(sql, limits, confirm);
+  }
+
+  Result explain(const std::string& sql) override {
+    return indentPlan(reader().run("EXPLAIN QUERY PLAN " + sql, RunLimits()));
+  }
+
+  NearValues findNearValues(const ColumnName& column, const std::string& literal,
+                            std::chrono::milliseconds patience) override {
+    return ::findNearValues(reader(), column, literal, patience);
+  }
+
+  std::vector<RepeatedRows> findRepeatedRows(const std::string& sql, std::chrono::milliseconds patience) override {
+    return ::findRepeatedRows(reader(), sql, patience);
+  }
+
+  void interrupt() noexcept override {
+    stop_ = true;
+    const std::lock_guard lock(mutex_);
+    if (reader_) sqlite3_interrupt(reader_->connection());
+    if (writer_) sqlite3_interrupt(writer_->connection());
+  }
+
+  void dropLateInterrupt() noexcept override { stop_ = false; }
+
  private:
+  static constexpr const char* kNotForWriting = ", and the database is not open for writing";
+
+  void openReader() {
+    const SqliteSharing sharing = writer_ ? SqliteSharing::Shared : findSharing(path_);
+    SqliteConnection opened = openSqliteForReading(path_, sharing);
+    std::optional<SqliteFileState> state;
+    if (sharing == SqliteSharing::Immutable) state = readSqliteFileState(path_);
+    const std::lock_guard lock(mutex_);
+    reader_.emplace(std::move(opened), stop_);
+    state_ = state;
+  }
+
+  /// A file that is read as immutable is opened again when another program has begun to change it.
+  SqliteEngine& reader() {
+    if (state_ && readSqliteFileState(path_) != *state_) openReader();
+    return *reader_;
+  }
+
   std::string path_;
-  SqliteConnection connection_;
+  std::atomic<bool> stop_ = false;
+  std::mutex mutex_;  // that the reader is not replaced while it is interrupted
+  std::optional<SqliteEngine> writer_;
+  std::optional<SqliteEngine> reader_;
+  std::optional<SqliteFileState> state_;  // when the reader takes the file for immutable
 };
 
 }  // namespace
 
-DatabaseDescription describeSqlite(sqlite3* connection, std::chrono::milliseconds patience) {
-  return SchemaReader(connection, patience).read();
-}
-
-std::unique_ptr<DatabaseReader> openSqliteDatabase(const std::string& path) {
-  return std::make_unique<SqliteDatabase>(path);
+std::unique_ptr<Database> openSqliteDatabase(const std::string& path, Access access) {
+  return std::make_unique<SqliteDatabase>(path, access);
 }

@@ -2,7 +2,7 @@
 #include "databases/sqlite_bounds.h"
 
 #include "databases/sqlite_connection.h"
-#include "databases/sqlite_database.h"
+#include "databases/sqlite_structure.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

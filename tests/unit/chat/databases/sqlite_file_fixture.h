@@ -51,13 +51,13 @@ class SqliteFile : public testing::Test {
   }
 
   static std::size_t countTables(const std::string& file) {
-    const DatabaseDescription database = openSqliteDatabase(file)->readDescription();
+    const DatabaseDescription database = openSqliteDatabase(file, Access::Read)->readDescription();
     return database.schemas.empty() ? 0 : database.schemas.front().tables.size();
   }
 
   static void expectFailure(const std::string& file, ExitCode code, const std::string& part) {
     try {
-      openSqliteDatabase(file)->readDescription();
+      openSqliteDatabase(file, Access::Read)->readDescription();
       ADD_FAILURE() << file << " was read";
     } catch (const DatabaseError& error) {
       EXPECT_EQ(error.exitCode, code) << error.what();

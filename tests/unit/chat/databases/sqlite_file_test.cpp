@@ -32,7 +32,7 @@ TEST_F(SqliteFile, WhatAnotherProgramHasInItsLogIsSeen) {
 
 TEST_F(SqliteFile, CannotBeWrittenThroughTheConnection) {
   writer("a.db", "CREATE TABLE t(a)");
-  const SqliteConnection connection = openSqliteReadOnly(path("a.db"));
+  const SqliteConnection connection = openSqliteForReading(path("a.db"), findSharing(path("a.db")));
   EXPECT_EQ(sqlite3_exec(connection.get(), "INSERT INTO t VALUES(1)", nullptr, nullptr, nullptr), SQLITE_READONLY);
   int defensive = 0;
   int trusted = 1;
@@ -61,7 +61,7 @@ TEST_F(SqliteFile, RelativePathsWork) {
 }
 
 TEST_F(SqliteFile, AnEmptyFileIsAnEmptyDatabase) {
-  const DatabaseDescription database = openSqliteDatabase(write("a.db", ""))->readDescription();
+  const DatabaseDescription database = openSqliteDatabase(write("a.db", ""), Access::Read)->readDescription();
   EXPECT_TRUE(database.schemas.empty());
   ASSERT_EQ(database.notes.size(), 1U);
   EXPECT_THAT(database.notes.front(), HasSubstr("holds no tables"));

@@ -1,6 +1,7 @@
 // What the reader makes of SQL: statements in, the JSON of "db_structure" out.
+#include "databases/sqlite_structure.h"
+
 #include "databases/sqlite_connection.h"
-#include "databases/sqlite_database.h"
 
 #include <qai.h>
 

@@ -1,4 +1,4 @@
-#include "databases/database.h"
+#include "databases/description.h"
 
 #include <cf/json.h>
 
