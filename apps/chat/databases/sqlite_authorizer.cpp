@@ -157,7 +157,10 @@ void SqliteAuthorizer::noteChange(int action, const std::string& first, const st
   const auto* const change =
       std::find_if(kChanges.begin(), kChanges.end(), [&](const Change& row) { return row.action == action; });
   if (change == kChanges.end()) return;
-  const bool isFirst = requests_.change.empty() && !first.starts_with("sqlite_");
+  // SQLite keeps the schema there, and makes tables for statistics itself.
+  if (first == "sqlite_master" || first == "sqlite_temp_master") return;
+  if (change->changesStructure && first.starts_with("sqlite_")) return;
+  const bool isFirst = requests_.change.empty();
   if (!isFirst && (!change->changesStructure || changesStructure_)) return;
   requests_.change = std::string(change->words) + (change->namesSecond ? second : first);
   changesStructure_ = change->changesStructure;

@@ -4,9 +4,12 @@
 #include "databases/sqlite_bounds.h"
 #include "databases/sqlite_rows.h"
 
+#include <algorithm>
 #include <chrono>
 #include <new>
+#include <string_view>
 #include <utility>
+#include <vector>
 
 namespace {
 
@@ -38,6 +41,11 @@ class Deadline {
 };
 
 QueryError notAllowed(const std::string& reason) { return {QueryProblem::NotAllowed, "", reason}; }
+
+bool holdsNothing(std::string_view sql) {
+  const std::vector<SqlWord> words = splitSql(sql);
+  return std::all_of(words.begin(), words.end(), [&](const SqlWord& word) { return sql[word.begin] == ';'; });
+}
 
 std::chrono::milliseconds since(Clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
@@ -129,7 +137,7 @@ SqliteEngine::Prepared SqliteEngine::prepare(const std::string& sql) {
     prepared.requests = authorizer_.takeRequests();
     if (result == SQLITE_OK) {
       prepared.requests.refusal.clear();  // of what a virtual table does without
-      prepared.isSingle = splitSql(std::string_view(sql).substr(static_cast<std::size_t>(tail - sql.data()))).empty();
+      prepared.isSingle = holdsNothing(std::string_view(sql).substr(static_cast<std::size_t>(tail - sql.data())));
     } else if (prepared.requests.refusal.empty()) {
       throw SqliteError(result, sqlite3_errmsg(connection()));
     }

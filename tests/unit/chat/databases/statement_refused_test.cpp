@@ -46,7 +46,7 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"delete", "DELETE FROM customers", kWrites, "would delete rows of customers"},
         RefusedCase{"delete_after_cte", "WITH a AS (SELECT 1) DELETE FROM orders WHERE id IN a", kWrites,
                     "delete rows of orders"},
-        RefusedCase{"delete_none", "DELETE FROM customers WHERE 0", kWrites, "not open for writing"},
+        RefusedCase{"delete_none", "DELETE FROM customers WHERE 0", kWrites, "delete rows of customers"},
         RefusedCase{"commented", "/* SELECT */ -- x\n DELETE FROM customers", kWrites, "delete rows of customers"}),
     [](const auto& row) { return std::string(row.param.name); });
 
@@ -117,7 +117,8 @@ TEST_F(DatabaseFile, WhatFollowsANullByteIsAStatementOfItsOwn) {
 
 TEST_F(DatabaseFile, ViewsCannotReachBeyondTheDatabase) {
   open("CREATE VIEW v AS SELECT load_extension('x.so')");
-  EXPECT_THAT(database().check("SELECT * FROM v").reason, HasSubstr("load_extension"));
+  EXPECT_TRUE(fail("SELECT * FROM v"));
+  EXPECT_THROW(database().check("SELECT * FROM v"), QueryError);
 }
 
 TEST_F(DatabaseFile, RunningAWriterOnAReaderIsRefused) {
