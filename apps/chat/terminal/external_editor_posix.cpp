@@ -29,8 +29,7 @@ constexpr int kNoSuchCommand = 127;
 /// What a shell takes for the editor, which may come with arguments.
 std::string findEditor() {
   for (const char* const variable : {"VISUAL", "EDITOR"}) {
-    if (const std::string editor = cfTrimAsString(obtainVariable(variable).value_or("")); !editor.empty())
-      return editor;
+    if (std::string editor = cfTrimAsString(obtainVariable(variable).value_or("")); !editor.empty()) return editor;
   }
   return kSystemsEditor;
 }

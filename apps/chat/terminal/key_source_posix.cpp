@@ -52,7 +52,7 @@ KeyEvent KeySource::takeWord(char word) {
     case SIGCONT:
       return KeyEvent::Resumed;
     default:
-      signal_ = word;
+      signal_ = static_cast<unsigned char>(word);
       return KeyEvent::Ended;
   }
 }

@@ -14,7 +14,7 @@
 #include <ostream>
 #include <string_view>
 
-TtyEditor::TtyEditor(std::ostream& err) : err_(err), keys_(STDIN_FILENO), terminal_(-1) {
+TtyEditor::TtyEditor(std::ostream& err) : err_(err), keys_(STDIN_FILENO) {
   if (const char* const name = ttyname(STDIN_FILENO)) terminal_ = open(name, O_WRONLY | O_NOCTTY | O_CLOEXEC);
 }
 

@@ -34,7 +34,7 @@ class TtyEditor final : public LineEditor {
   std::ostream& err_;
   KeySource keys_;
   UTF8Locale locale_;
-  int terminal_;  // to show what is typed
+  int terminal_ = -1;  // to show what is typed
   termios before_{};
   std::wstring text_;
   TypedLine::Kind end_ = TypedLine::Kind::Text;
