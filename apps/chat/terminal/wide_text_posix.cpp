@@ -10,7 +10,7 @@ std::wstring toWide(std::string_view text) {
   std::wstring wide;
   wide.reserve(wellFormed.size());
   for (std::size_t at = 0; at < wellFormed.size();) {
-    const auto byte = [&](std::size_t i) { return static_cast<unsigned char>(wellFormed[i]); };
+    const auto byte = [&](std::size_t i) -> std::uint32_t { return static_cast<unsigned char>(wellFormed[i]); };
     const std::size_t size = sizeOfSequence(wellFormed[at]);
     std::uint32_t character = size == 1 ? byte(at) : byte(at) & (0x7FU >> size);
     for (std::size_t i = 1; i < size; ++i) character = (character << 6U) | (byte(at + i) & 0x3FU);
