@@ -24,6 +24,7 @@ std::string toUTF8(std::wstring_view text) {
   std::string narrow;
   narrow.reserve(text.size());
   for (const wchar_t wide : text) {
+    // NOLINTNEXTLINE(bugprone-signed-char-misuse,cert-str34-c): a wide character is no byte
     const auto character = static_cast<std::uint32_t>(wide);
     const auto put = [&narrow](std::uint32_t byte) { narrow += static_cast<char>(byte); };
     const auto putRest = [&](unsigned shift) { put(0x80U | ((character >> shift) & 0x3FU)); };
