@@ -1,6 +1,8 @@
 // The ways to run the program in which questions are asked.
 #include "conversation/commands.h"
+#include "conversation/consent.h"
 #include "conversation/conversation.h"
+#include "conversation/workbench.h"
 #include "job.h"
 #include "services/switchboard.h"
 #include "standard_streams.h"
@@ -29,9 +31,37 @@ void nameChoice(const Job& job, const std::string& model) {
   if (job.options.model.empty() && isErrorTerminal()) job.streams.err << "Model: " << terminalSafeLine(model) << ".\n";
 }
 
-/// The job's background, with what `board` knows; borrows both.
-Background makeBackground(const Job& job, const Switchboard& board) {
+/// Where answers and all that is said about them go: rows for programs have the output for themselves.
+Streams makeTalkStreams(const Job& job) {
+  const Streams& all = job.streams;
+  if (job.options.rowFormat == RowFormat::Table) return all;
+  return {all.in, all.err, all.err, all.showsPieces, all.tellsSeconds};
+}
+
+/// Runs the database's work so that Ctrl-C ends it. @return whether it did
+bool runQuery(Interrupts& interrupts, Database& database, const std::function<void()>& work) {
+  return interrupts.run(work, [&database] { database.interrupt(); });
+}
+
+Workbench makeWorkbench(const Job& job, Interrupts& interrupts) {
+  const Options& options = job.options;
+  WorkbenchSetting setting{.streams = job.streams,
+                           .runQuery = [&interrupts, &database = *job.opened](const std::function<void()>& work) {
+                             return runQuery(interrupts, database, work);
+                           }};
+  if (isInputTerminal() && !options.question)
+    setting.agree = [&job](const std::string& question) { return askToAgree(question, job.streams); };
+  if (isOutputTerminal()) setting.width = obtainOutputWidth;
+  return {*job.opened,
+          job.description,
+          {.mode = options.runMode, .writes = options.writes, .format = options.rowFormat},
+          std::move(setting)};
+}
+
+/// The job's background, with what `board` knows and where statements run; borrows all three.
+Background makeBackground(const Job& job, const Switchboard& board, Workbench& workbench) {
   Background background = job.background;
+  background.workbench = &workbench;
   background.tellSent = [&board] { return board.ledger().describe(); };
   background.tellContext = [&job, &board] {
     return describeContext(board.describeNext(countTables(job.background.tables)));
@@ -69,8 +99,11 @@ ExitCode answerUntilInterrupted(const Job& job, Interrupts& interrupts) {
   runTurn([&] { error = board.open(job.saved); });
   if (!error.empty()) return fail(board, error, job.streams.err);
   nameChoice(job, board.model());
-  const ExitCode code = job.question.empty() ? answerLines(board, job.streams, runTurn, makeBackground(job, board))
-                                             : answerOnce(board, job.question, job.streams, runTurn);
+  Workbench workbench = makeWorkbench(job, interrupts);
+  const Streams streams = makeTalkStreams(job);
+  const ExitCode code = job.question.empty()
+                            ? answerLines(board, streams, runTurn, makeBackground(job, board, workbench))
+                            : answerOnce(board, job.question, streams, runTurn, &workbench);
   return code == ExitCode::Fine && board.failedToSave() ? ExitCode::OutputFailed : code;
 }
 
@@ -149,6 +182,7 @@ ExitCode converseOnTerminal(const Job& job) {
   }
   if (!error.empty()) return fail(board, error, streams.err);
   greet(job, board.model());
-  converse(board, questions, streams, runTurn, makeBackground(job, board));
+  Workbench workbench = makeWorkbench(job, interrupts);
+  converse(board, questions, makeTalkStreams(job), runTurn, makeBackground(job, board, workbench));
   return board.failedToSave() ? ExitCode::OutputFailed : ExitCode::Fine;
 }

@@ -3,11 +3,13 @@
 
 #include "conversation/background.h"
 #include "conversation/turn.h"
+#include "databases/database.h"
 #include "exit_code.h"
 #include "options.h"
 #include "services/chat_partner.h"
 #include "services/database_mark.h"
 
+#include <memory>
 #include <string>
 
 /// What all ways share. A further collaborator is a further member.
@@ -18,6 +20,8 @@ struct Job {
   Setup setup;            // what the service is told of the database
   Background background;  // what the user can ask about it here
   DatabaseMark database;
+  std::unique_ptr<Database> opened;
+  DatabaseDescription description;
   std::string saved;  // the conversation to go on with; "" for a new one
 };
 

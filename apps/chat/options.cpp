@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <map>
 
 namespace {
 
@@ -99,10 +100,32 @@ CommandLine wrongUsage(std::string sentence) {
   return {.options = {}, .end = ExitCode::WrongUsage, .text = sentence + " (qai-chat --help explains)"};
 }
 
-void declare(CLI::App& app, Options& options, std::string& providerName, std::string& question) {
+const std::map<std::string, RunMode> kRunModes{
+    {"auto", RunMode::Auto}, {"ask", RunMode::Ask}, {"never", RunMode::Never}};
+
+/// What the parser has a text or a flag of, and Options something else.
+struct Given {
+  std::string provider = kProviders.front().name;
+  std::string question;
+  std::string run = "auto";
+  bool csv = false;
+  bool json = false;
+};
+
+void declareRunning(CLI::App& app, Options& options, Given& given) {
+  app.add_option("--run", given.run, "when a statement that only reads is run")
+      ->check(CLI::IsMember({"auto", "ask", "never"}))
+      ->type_name("auto|ask|never")
+      ->capture_default_str();
+  app.add_flag("--write", options.writes, "let statements write, each when you have agreed to it");
+  CLI::Option* const csv = app.add_flag("--csv", given.csv, "print rows alone, as CSV");
+  app.add_flag("--json", given.json, "print rows alone, as JSON")->excludes(csv);
+}
+
+void declare(CLI::App& app, Options& options, Given& given) {
   app.add_option("DATABASE", options.database, "a SQLite file")->type_name("");
-  app.add_option("QUESTION", question, "what to ask, in one argument")->type_name("");
-  app.add_option("--provider", providerName, "the service to ask")
+  app.add_option("QUESTION", given.question, "what to ask, in one argument")->type_name("");
+  app.add_option("--provider", given.provider, "the service to ask")
       ->check(checkProvider)
       ->type_name("NAME")
       ->capture_default_str();
@@ -121,6 +144,7 @@ void declare(CLI::App& app, Options& options, std::string& providerName, std::st
   app.add_option("--restore", options.restoreFile, "go on with the conversation in FILE")->type_name("FILE");
   app.add_flag("--other-database", options.allowOtherDatabase, "let --restore go on over another database");
   app.add_flag("--no-stream", options.isWhole, "show each answer when it is complete");
+  declareRunning(app, options, given);
   app.add_flag("--list-models", options.listModels, "list the service's models and end");
   app.add_flag("--show-prompt", options.showPrompt, "print what the model would be told and end");
   app.add_flag("--dry-run", options.isDryRun, "print what would be sent, to whom and how much it is, and end");
@@ -141,10 +165,9 @@ std::string explainExtras(const std::vector<std::string>& extras) {
 
 CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   CommandLine result;
-  std::string providerName = kProviders.front().name;
-  std::string question;
+  Given given;
   CLI::App app("Ask an AI service about a database.", "qai-chat");
-  declare(app, result.options, providerName, question);
+  declare(app, result.options, given);
   try {
     app.parse(std::vector<std::string>(arguments.rbegin(), arguments.rend()));  // the parser takes from the end
   } catch (const CLI::CallForHelp&) {
@@ -156,10 +179,13 @@ CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   } catch (const CLI::ParseError& error) {
     return wrongUsage(error.what());
   }
-  result.options.service.provider = findProvider(providerName);
-  if (app.count("QUESTION") > 0) result.options.question = question;
+  result.options.service.provider = findProvider(given.provider);
+  if (app.count("QUESTION") > 0) result.options.question = given.question;
+  result.options.runMode = kRunModes.at(given.run);
+  if (given.csv) result.options.rowFormat = RowFormat::CSV;
+  if (given.json) result.options.rowFormat = RowFormat::JSON;
   if (result.options.database.empty() && !result.options.listModels) return wrongUsage("No DATABASE is given");
-  if (result.options.question && cfTrimAsString(question).empty()) return wrongUsage("The QUESTION is empty");
+  if (result.options.question && cfTrimAsString(given.question).empty()) return wrongUsage("The QUESTION is empty");
   if (result.options.isDryRun && !result.options.restoreFile.empty())
     return wrongUsage("--dry-run tells of new conversations, not of one to restore");
   const bool keeps = !result.options.saveFile.empty() || !result.options.restoreFile.empty();

@@ -1,6 +1,7 @@
 // The command line.
 #pragma once
 
+#include "conversation/run_options.h"
 #include "exit_code.h"
 #include "services/endpoint.h"
 
@@ -19,6 +20,9 @@ struct Options {
   std::string database;
   std::optional<std::string> question;
   bool isWhole = false;  // answers are shown when they are complete, on terminals, too
+  RunMode runMode = RunMode::Auto;
+  bool writes = false;  // the database is opened for writing, and what would write may be agreed to
+  RowFormat rowFormat = RowFormat::Table;
   bool listModels = false;
   bool showPrompt = false;
   bool isDryRun = false;

@@ -1,5 +1,6 @@
 #include "program.h"
 
+#include "conversation/consent.h"
 #include "conversation/question_input.h"
 #include "databases/database.h"
 #include "failure.h"
@@ -11,8 +12,6 @@
 #include "standard_streams.h"
 #include "terminal/rendering.h"
 
-#include <cf/text.h>
-
 #include <istream>
 #include <memory>
 #include <ostream>
@@ -20,22 +19,13 @@
 
 namespace {
 
-bool askToAgree(const std::string& question, Streams streams) {
-  streams.err << terminalSafe(question) << " [y/N] " << std::flush;
-  std::string line;
-  std::getline(streams.in, line);
-  const std::string answer = cfTrimAsString(line);
-  return answer == "y" || answer == "Y" || answer == "yes";
-}
-
 /// The saved conversation to begin with; "" when there is none.
 std::string readRestored(const Options& options, const DatabaseMark& database, Streams streams) {
   if (options.restoreFile.empty()) return "";
   const std::string saved = readSavedConversation(options.restoreFile);
   Consent consent;
   if (isInputTerminal()) consent = [&](const std::string& question) { return askToAgree(question, streams); };
-  std::string accepted =
-      consentToSaved(saved, chooseEndpoint(options.service, *options.service.provider), consent);
+  std::string accepted = consentToSaved(saved, chooseEndpoint(options.service, *options.service.provider), consent);
   const std::string notice = consentToDatabase(saved, database, options.allowOtherDatabase, consent);
   if (!notice.empty()) complain(streams.err, notice);
   return accepted;
@@ -49,8 +39,8 @@ void makeSureToSave(const std::string& file) {
 }
 
 Job makeJob(const Options& options, Streams streams) {
-  const std::unique_ptr<Database> opened = openDatabase(options.database, Access::Read);
-  const DatabaseDescription database = opened->readDescription();
+  std::unique_ptr<Database> opened = openDatabase(options.database, options.writes ? Access::Write : Access::Read);
+  DatabaseDescription database = opened->readDescription();
   for (const std::string& note : database.notes) complain(streams.err, note);
   Setup setup{.model = options.model,
               .temperature = options.temperature,
@@ -62,8 +52,10 @@ Job makeJob(const Options& options, Streams streams) {
           .streams = streams,
           .question = options.question.value_or(""),
           .setup = std::move(setup),
-          .background = {.tables = outlineTables(database)},
+          .background = {.tables = outlineTables(database), .workbench = nullptr},
           .database = std::move(mark),
+          .opened = std::move(opened),
+          .description = std::move(database),
           .saved = ""};
 }
 

@@ -1,6 +1,8 @@
 // Standard input, output and error; one source file for each system.
 #pragma once
 
+#include <cstddef>
+
 /// Has std::cin, std::cout and std::cerr carry UTF-8: from and to pipes and files byte by byte, at a terminal whatever
 /// it is set to. One that was closed when the process started can't be read or written, and no file that is opened
 /// later takes its place. A write to a closed pipe fails with EPIPE in errno and does not end the process. Called once,
@@ -22,6 +24,9 @@ bool isOutputTerminal();
 bool isErrorScreen();
 /// Whether a person reads the standard error.
 bool isErrorTerminal();
+
+/// The columns of the terminal that the standard output goes to; 0 where it is none, or tells none.
+std::size_t obtainOutputWidth();
 
 /// What a person types to end the input, in words.
 const char* obtainEndOfInputKeys();

@@ -1,6 +1,7 @@
 #include "standard_streams.h"
 
 #include <fcntl.h>
+#include <sys/ioctl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -43,5 +44,10 @@ bool isErrorScreen() {
   return isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
 }
 bool isErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
+
+std::size_t obtainOutputWidth() {
+  winsize size{};
+  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
 
 const char* obtainEndOfInputKeys() { return "Ctrl-D"; }

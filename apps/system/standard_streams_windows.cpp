@@ -28,4 +28,10 @@ bool isOutputTerminal() { return isConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
 bool isErrorScreen() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }
 bool isErrorTerminal() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }
 
+std::size_t obtainOutputWidth() {
+  CONSOLE_SCREEN_BUFFER_INFO screen{};
+  if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen) == 0) return 0;
+  return static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left + 1);
+}
+
 const char* obtainEndOfInputKeys() { return "Ctrl-Z and Enter"; }

@@ -2,8 +2,10 @@
 #pragma once
 
 #include "conversation/answer.h"
+#include "conversation/matter.h"
 #include "exit_code.h"
 
+#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -29,6 +31,8 @@ class Answerer {
   /// Begins a conversation; an earlier one is forgotten. @return an error text, and the earlier one goes on; "" on
   /// success.
   virtual std::string startConversation() = 0;
+  /// Tells that the next question holds not the user's words but `count` of what `matter` names.
+  virtual void announce(Matter /*matter*/, std::size_t /*count*/) {}
   virtual Answer ask(const std::string& question) = 0;
   /// The same, and calls `show` with the text while it comes; the pieces joined are the answer's text. A failure may
   /// come after some of them.

@@ -1,4 +1,4 @@
-// What a conversation is about, beside who answers: plain texts, whatever the product.
+// What a conversation is about, beside who answers: plain texts and a place to run statements, whatever the product.
 #pragma once
 
 #include <functional>
@@ -17,9 +17,12 @@ struct TableOutline {
   std::vector<ColumnOutline> columns;
 };
 
+class Workbench;
+
 /// All of it may be empty.
 struct Background {
   std::vector<TableOutline> tables;
+  Workbench* workbench = nullptr;                 // where the statements of answers run; null: nowhere
   std::function<std::string()> tellSent = {};     // what has left this machine, for people
   std::function<std::string()> tellContext = {};  // what goes along with the next question
 };

@@ -3,6 +3,7 @@
 #include "conversation/near_name.h"
 #include "conversation/sending_commands.h"
 #include "conversation/service_commands.h"
+#include "conversation/sql_commands.h"
 #include "conversation/table_commands.h"
 #include "standard_streams.h"
 #include "terminal/external_editor.h"
@@ -46,10 +47,16 @@ bool printHelp(Talk& talk, const CommandCall& /*call*/) {
 bool end(Talk& /*talk*/, const CommandCall& /*call*/) { return false; }
 
 constexpr std::array kCommands{
+    Command{"/change", "[N]", "write a statement of the last answer anew in your editor, and run it", 0, 1,
+            changeStatement},
+    Command{"/chart", "", "draw the last rows", 0, 0, drawLastChart, true},
     Command{"/context", "", "what goes along with the next question", 0, 0, tellContext, true},
     Command{"/cost", "", "the tokens of this conversation, as far as the service tells", 0, 0, tellCost, true},
     Command{"/edit", "[TEXT]", "write a question in your editor, from the last one on or from TEXT", 0,
             Command::kAnyNumber, editQuestion},
+    Command{"/explain", "[N]", "show how the database would run a statement of the last answer", 0, 1, explainStatement,
+            true},
+    Command{"/export", "FILE", "write the last rows as .csv, .json or .sql", 1, Command::kAnyNumber, exportRows},
     Command{"/help", "", "this list", 0, 0, printHelp, true},
     Command{"/model", "", "list the service's models", 0, 0, listModels},
     Command{"/model", "NAME", "go on with this conversation with another model", 1, 1, changeModel},
@@ -57,7 +64,12 @@ constexpr std::array kCommands{
     Command{"/provider", "", "list the services", 0, 0, listProviders},
     Command{"/provider", "NAME [MODEL]", "go on with this conversation at another service", 1, 2, moveToProvider},
     Command{"/quit", "", "end", 0, 0, end, true},
+    Command{"/rows", "N", "show so many rows of a result", 1, 1, setShownRows, true},
+    Command{"/run", "[N]", "run a statement of the last answer", 0, 1, runStatement, true},
     Command{"/sent", "", "what was sent, and to whom", 0, 0, tellSent, true},
+    Command{"/share", "N", "send the first N of the last rows to the service, once you have seen them", 1, 1,
+            shareRows},
+    Command{"/sql", "STATEMENT", "run a statement of yours", 1, Command::kAnyNumber, runTypedStatement, true},
     Command{"/tables", "", "list the tables and views", 0, 0, listTables, true},
     Command{"/tables", "NAME", "list the columns of one", 1, Command::kAnyNumber, describeTable, true},
 };

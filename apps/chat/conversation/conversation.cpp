@@ -2,6 +2,7 @@
 
 #include "conversation/commands.h"
 #include "conversation/habits.h"
+#include "conversation/mending.h"
 #include "conversation/talk.h"
 #include "terminal/plain_line_editor.h"
 #include "terminal/rendering.h"
@@ -27,11 +28,20 @@ void tellStop(const ProviderProfile& provider, std::ostream& err) {
   }
 }
 
+/// Runs what an answer brings. @return whether none of it failed
+bool work(Talk& talk, const Answer& answer) {
+  talk.tokens.add(answer.tokens);
+  if (talk.background.workbench == nullptr) return true;
+  const auto note = [&talk](const Answer& again) { talk.tokens.add(again.tokens); };
+  const Mender mender{.answerer = talk.answerer, .streams = talk.streams, .runTurn = talk.runTurn, .note = note};
+  return runStatements(*talk.background.workbench, answer.text, mender);
+}
+
 void takeTurn(Talk& talk, const std::string& question) {
   talk.lastQuestion = question;
   const auto [answer, calledOff] = askAndShow(talk.answerer, question, talk.streams, talk.runTurn);
   if (answer.error.empty()) {
-    talk.tokens.add(answer.tokens);
+    work(talk, answer);
   } else if (calledOff) {
     tellStop(talk.answerer.provider(), talk.streams.err);
   } else {
@@ -43,7 +53,7 @@ void takeTurn(Talk& talk, const std::string& question) {
 void takePipedTurn(Talk& talk, const std::string& question) {
   const Answer answer = askAndShow(talk.answerer, question, talk.streams, talk.runTurn).answer;
   if (answer.error.empty()) {
-    talk.tokens.add(answer.tokens);
+    if (!work(talk, answer)) talk.note(ExitCode::StatementFailed);
   } else {
     complain(talk.streams.err, answer.error);
     talk.note(talk.answerer.failureCode());
@@ -73,11 +83,16 @@ bool takeLine(Talk& talk, const std::string& line) {
 
 }  // namespace
 
-ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn) {
+ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn,
+                    Workbench* workbench) {
   const Answer answer = askAndShow(answerer, question, streams, runTurn).answer;
-  if (answer.error.empty()) return ExitCode::Fine;
-  complain(streams.err, answer.error);
-  return answerer.failureCode();
+  if (!answer.error.empty()) {
+    complain(streams.err, answer.error);
+    return answerer.failureCode();
+  }
+  const Mender mender{.answerer = answerer, .streams = streams, .runTurn = runTurn};
+  const bool isFine = workbench == nullptr || runStatements(*workbench, answer.text, mender);
+  return isFine ? ExitCode::Fine : ExitCode::StatementFailed;
 }
 
 ExitCode answerLines(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn,

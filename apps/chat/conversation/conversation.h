@@ -10,7 +10,8 @@
 #include <string>
 
 /// Each of these needs a conversation that was begun. @throw OutputError
-ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn);
+ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn,
+                    Workbench* workbench = nullptr);
 /// Every line that is not blank is a question, or a command that ends nothing but the conversation. A failed turn does
 /// not end it; the first failure is the result.
 ExitCode answerLines(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn,

@@ -191,15 +191,20 @@ void ChatPartner::noteInstructions() {
   if (provider().keepsConversations) noteSending(Matter::Instructions, instructionBytes_);
 }
 
-void ChatPartner::noteSending(Matter matter, std::size_t bytes) {
-  if (ledger_ != nullptr) ledger_->note(destination_, matter, bytes);
+void ChatPartner::noteSending(Matter matter, std::size_t bytes, std::size_t count) {
+  if (ledger_ != nullptr) ledger_->note(destination_, matter, bytes, count);
+}
+
+void ChatPartner::announce(Matter matter, std::size_t count) {
+  nextMatter_ = matter;
+  nextCount_ = count;
 }
 
 /// What goes along with `question`, too: a service that keeps no conversation is told all of it each time.
 void ChatPartner::noteQuestion(const std::string& question) {
   if (!provider().keepsConversations) noteSending(Matter::Instructions, instructionBytes_);
   if (earlierBytes() > 0) noteSending(Matter::EarlierTurns, earlierBytes());
-  noteSending(Matter::Question, question.size());
+  noteSending(std::exchange(nextMatter_, Matter::Question), question.size(), std::exchange(nextCount_, 1));
 }
 
 /// Notes what the last request tells of the key: one that succeeded had a good one, whatever its reply was worth.

@@ -1,14 +1,12 @@
 // What has left this machine, for whom.
 #pragma once
 
+#include "conversation/matter.h"
+
 #include <array>
 #include <cstddef>
 #include <map>
 #include <string>
-
-/// What a request can hold.
-enum class Matter { Instructions, EarlierTurns, Question, KindOfError, Row };
-inline constexpr std::size_t kMatters = 5;
 
 /// Kept by whoever sends, before anything goes: what could not be delivered is counted, too.
 class Ledger {

@@ -126,12 +126,16 @@ void TextWriter::breakOff() {
 
 void TextWriter::write(std::string_view safe) {
   if (safe.empty()) return;
-  errno = 0;
-  out_ << safe << std::flush;
-  if (!out_) throw OutputError(errno, std::generic_category(), "The answer can't be written");
+  printBytes(out_, safe);
   last_ = safe.back();
 }
 
 void printText(std::ostream& out, std::string_view text) { TextWriter(out).finish(text); }
+
+void printBytes(std::ostream& out, std::string_view bytes) {
+  errno = 0;
+  out << bytes << std::flush;
+  if (!out) throw OutputError(errno, std::generic_category(), "The answer can't be written");
+}
 
 void complain(std::ostream& err, std::string_view text) { err << "qai-chat: " << terminalSafeLine(text) << std::endl; }

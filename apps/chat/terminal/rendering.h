@@ -64,5 +64,8 @@ class TextWriter {
 /// Writes `text`, made safe and ended by one newline, and flushes. @throw OutputError
 void printText(std::ostream& out, std::string_view text);
 
+/// Writes `bytes` as they are, for programs, and flushes. @throw OutputError
+void printBytes(std::ostream& out, std::string_view bytes);
+
 /// Writes one line of complaint or notice, made safe, under the program's name.
 void complain(std::ostream& err, std::string_view text);
