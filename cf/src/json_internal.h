@@ -88,10 +88,10 @@ struct JsonMemberIndex {
   std::size_t covered = 0;                                 // how many members have been entered; the others are new
 };
 
-/// What is read waits here until the container around it ends.
+/// What has been read waits here until the container around it ends.
 struct JsonStacks {
-  std::vector<JsonNode*> values;
-  std::vector<std::string_view> keys;
+  std::vector<JsonMember> members;
+  std::vector<JsonNode*> items;
 };
 
 /// A document. Nothing is given back before it goes.

@@ -6,9 +6,11 @@
 #include <cf/text.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstring>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -50,6 +52,9 @@ class TextStream {
   char Take() noexcept { return *source_++; }
   /// Compared with other places alone.
   std::size_t Tell() const noexcept { return reinterpret_cast<std::uintptr_t>(source_); }
+  bool isAtBlank() const noexcept {
+    return *source_ <= ' ' && (*source_ == ' ' || *source_ == '\n' || *source_ == '\r' || *source_ == '\t');
+  }
   bool isAtEnd() const noexcept { return source_ == end_; }
 
   char* PutBegin() noexcept {
@@ -65,7 +70,8 @@ class TextStream {
   /// @return false when there are none: the next one is ill-formed.
   bool takePlain() noexcept {
     const char* const start = source_;
-    source_ = plainJsonEndOfShort(start, end_);
+    source_ = plainJsonASCIIEndOfShort(start, end_);
+    if (static_cast<unsigned char>(*source_) >= 0x80) source_ = plainJsonEnd(source_, end_);
     target_.put(start, source_);
     return source_ != start;
   }
@@ -92,6 +98,12 @@ class TextStream {
   const char* end_;
   [[no_unique_address]] std::conditional_t<isWritable, Place, NoPlace> target_;
 };
+
+/// The library's own stores the place even where nothing is skipped, which is nearly always.
+template <bool isWritable>
+void SkipWhitespace(TextStream<isWritable>& stream) {
+  while (stream.isAtBlank()) stream.Take();
+}
 
 }  // namespace
 
@@ -121,16 +133,15 @@ struct StrictUTF8 : cf_rapidjson::UTF8<> {
 
 using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8>;
 
-/// Receives the parser's events. What has been read waits on a stack until the container around it ends, and the
-/// members' keys on another.
+/// Receives the parser's events and fills the top of the document.
 class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
  public:
   TreeBuilder(JsonDocument& document, JsonStacks& stacks)
-      : document_(document), values_(stacks.values), keys_(stacks.keys) {
-    values_.clear();
-    keys_.clear();
-    values_.reserve(kFew);
-    keys_.reserve(kFew);
+      : document_(document), members_(stacks.members), items_(stacks.items), next_(&document.top) {
+    members_.clear();
+    items_.clear();
+    members_.reserve(kFew);
+    items_.reserve(kFew);
   }
 
   bool Null() {
@@ -139,7 +150,7 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   }
 
   bool Bool(bool value) {
-    add(JsonType::Bool).boolean = value;
+    add(JsonType::Bool).content.boolean = value;
     return true;
   }
 
@@ -154,7 +165,8 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   }
 
   bool Key(const char* text, SizeType size, bool /*copy*/) {
-    keys_.emplace_back(text, size);
+    next_ = document_.create();
+    members_.push_back({{text, size}, next_});
     return true;
   }
 
@@ -162,58 +174,60 @@ class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuild
   bool StartArray() { return start(JsonType::Array); }
 
   bool EndObject(SizeType count) {
-    auto* const members = document_.lists.allocate<JsonMember>(count);
-    const auto values = values_.end() - count;
-    std::transform(keys_.end() - count, keys_.end(), values, members, [](std::string_view key, JsonNode* value) {
-      return JsonMember{key, value};
-    });
-    keys_.erase(keys_.end() - count, keys_.end());
-    end(count).members = members;
+    end(count).members = take(members_, count);
     return true;
   }
 
   bool EndArray(SizeType count) {
-    auto* const items = document_.lists.allocate<JsonNode*>(count);
-    std::copy(values_.end() - count, values_.end(), items);
-    end(count).items = items;
+    end(count).items = take(items_, count);
     return true;
   }
-
-  /// The value that was read.
-  const JsonContent& result() const { return values_.front()->content; }
 
  private:
   static constexpr std::size_t kFew = 32;
 
-  static void setText(JsonContent& content, const char* text, SizeType size) {
-    content.text = text;
-    content.size = size;
+  static void setText(JsonNode& node, const char* text, SizeType size) {
+    node.content.text = text;
+    node.content.size = size;
   }
 
-  JsonContent& add(JsonType type) {
-    JsonContent& content = values_.emplace_back(document_.create())->content;
-    content.type = type;
-    return content;
+  /// The value of the key that was read before, or else an array's next item.
+  JsonNode& add(JsonType type) {
+    if (next_ == nullptr) next_ = items_.emplace_back(document_.create());
+    JsonNode& node = *std::exchange(next_, nullptr);
+    node.content.type = type;
+    return node;
   }
 
   bool start(JsonType type) {
-    add(type);
-    return ++depth_ <= kMaxJsonDepth;
+    if (depth_ == kMaxJsonDepth) return false;
+    open_[depth_++] = &add(type);
+    return true;
   }
 
-  /// Takes a container's children off the stack.
+  /// The container that ends.
   JsonContent& end(SizeType count) {
-    --depth_;
-    values_.erase(values_.end() - count, values_.end());
-    JsonContent& container = values_.back()->content;
+    JsonContent& container = open_[--depth_]->content;
     container.size = count;
     return container;
   }
 
+  /// Moves a container's children from their stack to where they stay.
+  template <typename Child>
+  Child* take(std::vector<Child>& stack, SizeType count) {
+    auto* const children = document_.lists.allocate<Child>(count);
+    const auto first = stack.end() - count;
+    std::copy(first, stack.end(), children);
+    stack.erase(first, stack.end());
+    return children;
+  }
+
   JsonDocument& document_;
-  std::vector<JsonNode*>& values_;
-  std::vector<std::string_view>& keys_;
-  unsigned depth_ = 0;
+  std::vector<JsonMember>& members_;
+  std::vector<JsonNode*>& items_;
+  JsonNode* next_;                             // the value that is read next, when it has its place already
+  std::array<JsonNode*, kMaxJsonDepth> open_;  // the containers around it
+  unsigned depth_ = 0;                         // and their number
 };
 
 /// Receives the parser's events and keeps nothing.
@@ -267,10 +281,10 @@ void JsonDocument::read(std::string_view text, bool isKept, JsonStacks& stacks) 
     }
     const Verdict verdict = isInPlace ? parseWith<false>(builder, json) : parseWith<true>(builder, json);
     if (verdict == Verdict::Valid) {
-      top.content = builder.result();
       jsonSize = json.size();
       return verdict;
     }
+    top.content = JsonContent();
     values.release();
     lists.release();
     return verdict;

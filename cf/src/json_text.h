@@ -12,12 +12,6 @@
 #include <emmintrin.h>
 #endif
 
-#if defined(_MSC_VER)
-#define CF_FORCE_INLINE __forceinline
-#else
-#define CF_FORCE_INLINE inline __attribute__((always_inline))
-#endif
-
 /// Whether a byte is an ASCII character that needs no escape.
 inline constexpr std::array<bool, 256> kPlainJsonBytes = [] {
   std::array<bool, 256> plain{};
@@ -85,13 +79,7 @@ inline const char* plainJsonEnd(const char* text, const char* end) noexcept {
   }
 }
 
-/// As plainJsonEnd, for mostly short texts with a NUL at their end. Going on from a predicted branch takes less time
-/// than from a place that had to be computed, so the first characters are looked at one by one.
-CF_FORCE_INLINE const char* plainJsonEndOfShort(const char* text, const char* end) noexcept {
-  for (int index = 0; index < 16; ++index) {
-    if (isPlainJson(text[index])) continue;
-    text += index;
-    return static_cast<unsigned char>(*text) < 0x80 ? text : plainJsonEnd(text, end);
-  }
-  return plainJsonEnd(text + 16, end);
-}
+/// As plainJsonASCIIEnd, for mostly short texts with a NUL at their end. Going on from a predicted branch takes less
+/// time than from a place that had to be computed, so the first characters are looked at one by one; three instructions
+/// each, which are five where the function is inlined.
+const char* plainJsonASCIIEndOfShort(const char* text, const char* end) noexcept;
