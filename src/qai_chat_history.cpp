@@ -8,17 +8,22 @@ void ChatHistory::append(std::uint32_t role, std::string text) {
   entries_.push_back(std::make_unique<QAIMessage>(role, std::move(text)));
 }
 
-void ChatHistory::appendTurn(std::string question, std::string reply) {
+void ChatHistory::appendTurn(std::string&& question, std::string&& reply) {
   auto asked = std::make_unique<QAIMessage>(static_cast<std::uint32_t>(QAIMessageRole::User), std::move(question));
   auto answered = std::make_unique<QAIMessage>(static_cast<std::uint32_t>(QAIMessageRole::Assistant), std::move(reply));
   // So that neither of the next two can fail; twice the room, so that few turns move the history.
   if (entries_.capacity() < entries_.size() + 2) entries_.reserve(2 * entries_.size() + 2);
+  if (written_ == entries_.size() && asked->firstText() == question_ && requestText_.size() > writtenSize_) {
+    ++written_;
+    writtenSize_ = requestText_.size();
+  }
   entries_.push_back(std::move(asked));
   entries_.push_back(std::move(answered));
 }
 
 std::string_view ChatHistory::writeRequestText(std::string_view question) {
   requestText_.resize(writtenSize_);
+  question_ = question;
   makeRoom(question.size());
   for (; written_ < entries_.size(); ++written_) {
     writeEntry(entries_[written_]->isByAssistant(), entries_[written_]->firstText());

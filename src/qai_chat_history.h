@@ -34,8 +34,9 @@ class ChatHistory {
 
   /// When it throws, nothing is appended.
   void append(std::uint32_t role, std::string text);
-  /// Appends the user's entry and the assistant's, or throws and appends neither.
-  void appendTurn(std::string question, std::string reply);
+  /// Appends the user's entry and the assistant's, or throws and appends neither. What was written of the question as
+  /// the last request's stays.
+  void appendTurn(std::string&& question, std::string&& reply);
 
  private:
   void makeRoom(std::size_t questionSize);
@@ -45,5 +46,6 @@ class ChatHistory {
   Entries entries_;
   std::string requestText_;
   std::size_t written_ = 0;      // the number of entries in it
-  std::size_t writtenSize_ = 0;  // and their bytes; what follows is an earlier question
+  std::size_t writtenSize_ = 0;  // and their bytes; what follows is the question
+  std::string question_;         // of the last request
 };

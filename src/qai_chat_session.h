@@ -26,7 +26,7 @@ class QAIChatSession : public IQAISession {
 
   void append(std::uint32_t role, std::string text) { history_.append(role, std::move(text)); }
   /// Appends the user's entry and the assistant's, or throws and appends neither.
-  void appendTurn(std::string question, std::string reply) {
+  void appendTurn(std::string&& question, std::string&& reply) {
     history_.appendTurn(std::move(question), std::move(reply));
   }
 

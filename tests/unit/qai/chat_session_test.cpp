@@ -58,6 +58,22 @@ TEST(ChatSession, RequestsHaveTheHistoryAndThenTheQuestionWhateverWasAskedBefore
             "{\"role\":\"user\",\"content\":\"z\\\"\uFFFD\"}");
 }
 
+TEST(ChatSession, TheQuestionOfTheLastRequestIsInTheNextOnceAndInItsPlace) {
+  QAIAssistantProperties record;
+  QAISession_OPENAI_v1 session(record);
+  const auto write = [&](std::string_view question) {
+    return std::string(session.history().writeRequestText(question));
+  };
+  write("q\"");
+  session.appendTurn("q\"", "a");
+  const std::string first = R"({"role":"user","content":"q\""},{"role":"assistant","content":"a"},)";
+  EXPECT_EQ(write("y"), first + R"({"role":"user","content":"y"})");
+  session.append(0, "between");
+  session.appendTurn("y", "b");
+  EXPECT_EQ(write("y"), first + R"({"role":"user","content":"between"},{"role":"user","content":"y"},)"
+                                R"({"role":"assistant","content":"b"},{"role":"user","content":"y"})");
+}
+
 TEST(ChatSession, EntriesCarryNoTime) {
   QAIAssistantProperties record;
   QAISession_OPENAI_v1 session(record);
