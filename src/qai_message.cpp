@@ -2,7 +2,7 @@
 
 #include <memory>
 
-QAIMessage::QAIMessage(std::uint32_t messageRole, std::string text) : role(messageRole), sections(1) {
+QAIMessage::QAIMessage(std::uint32_t messageRole, std::string&& text) : role(messageRole), sections(1) {
   sections.front() = new QAIMessageTextSection(std::move(text));  // the destructor frees it
 }
 

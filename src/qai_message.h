@@ -13,7 +13,7 @@ enum class QAIMessageSectionType : std::uint32_t { Text = 0 };
 
 class QAIMessageTextSection final : public IQAIMessageSection {
  public:
-  explicit QAIMessageTextSection(std::string text) noexcept : text_(std::move(text)) {}
+  explicit QAIMessageTextSection(std::string&& text) noexcept : text_(std::move(text)) {}
   std::uint32_t obtainType() const override { return static_cast<std::uint32_t>(QAIMessageSectionType::Text); }
   std::string_view obtainText() const override { return text_; }
 
@@ -25,7 +25,7 @@ class QAIMessage : public IQAIMessage {
  public:
   QAIMessage() = default;
   /// A message with one text section; `role` is taken as it is, known or not.
-  QAIMessage(std::uint32_t role, std::string text);
+  QAIMessage(std::uint32_t role, std::string&& text);
   ~QAIMessage() override;
   QAIMessage(const QAIMessage&) = delete;
   QAIMessage& operator=(const QAIMessage&) = delete;

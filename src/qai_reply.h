@@ -39,7 +39,7 @@ class QAIReply final : public QAIMessage, public IQAIExtensible, public IQAIMess
   using QAIMessage::QAIMessage;
   /// A reply that came whole. `read` gets its details out of `response` when they are first asked for, which most hosts
   /// never do.
-  QAIReply(std::string text, std::unique_ptr<CMRestResourceResponse> response, ReadDetails* read)
+  QAIReply(std::string&& text, std::unique_ptr<CMRestResourceResponse> response, ReadDetails* read)
       : QAIMessage(static_cast<std::uint32_t>(QAIMessageRole::Assistant), std::move(text)),
         response_(std::move(response)),
         read_(read) {}

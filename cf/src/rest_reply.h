@@ -18,7 +18,9 @@ inline constexpr std::size_t kMostHeaderBytes = std::size_t{256} << 10;
 
 struct RestReply {
   /// `mostBytes` of a body that is collected; `to` gets the body as it comes, if it wants that, and may be null.
-  RestReply(std::size_t mostBytes, ICSRestReceiver* to) noexcept : limit_(mostBytes), asked_(to) {}
+  RestReply(std::size_t mostBytes, ICSRestReceiver* to) noexcept : limit_(mostBytes), asked_(to) {
+    errorText.front() = '\0';
+  }
 
   /// Called for each line, those after a chunked body included. False ends the transfer, as below; why, the reply
   /// tells.
@@ -35,9 +37,9 @@ struct RestReply {
   bool headerTooLarge = false;
   bool tooLarge = false;
   bool tooSlow = false;
-  bool isRefused = false;                         // the receiver ended the transfer
-  std::exception_ptr thrown;                      // on the way here: it must not pass through libcurl
-  std::array<char, CURL_ERROR_SIZE> errorText{};  // never a verdict: libcurl may fill it in success
+  bool isRefused = false;                       // the receiver ended the transfer
+  std::exception_ptr thrown;                    // on the way here: it must not pass through libcurl
+  std::array<char, CURL_ERROR_SIZE> errorText;  // never a verdict: libcurl may fill it in success
 
  private:
   void keepHeaderLine(std::string_view line);
