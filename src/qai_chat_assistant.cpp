@@ -67,7 +67,7 @@ std::pair<IQAIMessage*, std::string> QAIChatAssistant::addMessageStreaming(IQAIS
 }
 
 /// `streaming` is null for a reply that comes whole.
-std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* session, std::string text,
+std::pair<IQAIMessage*, std::string> QAIChatAssistant::takeTurn(IQAISession* session, std::string&& text,
                                                                 const Streaming* streaming) {
   // One that refers to the record of another assistant would bring that one's settings to this one's host.
   QAIChatSession* own = asSessionOfService(session);
@@ -90,26 +90,27 @@ QAIChatAssistant::Answer QAIChatAssistant::exchange(QAIChatSession& session, con
   if (std::string refusal = refuseKey(); !refusal.empty()) return {nullptr, std::move(refusal)};
 
   const InstructionsJson instructions = settings.obtainInstructionsJson();
-  COJson body;
-  dialect_.writeBody(body,
-                     {settings, dialect_.instructionsStart, instructions, session.history().writeRequestText(text)});
-  if (streaming != nullptr) return receive(body, *streaming);
-  return readWhole(HTTP::Post(restSession_.get(), address(dialect_.turn.path), &body, queryParams(), {}));
+  ChatBody body;
+  dialect_.writeBody(body, {.settings = settings,
+                            .instructionsStart = dialect_.instructionsStart,
+                            .instructions = instructions,
+                            .messages = session.history().writeRequestText(text),
+                            .isStreamed = streaming != nullptr,
+                            .asksForUsage = streaming != nullptr && streaming->options.asksForUsage});
+  HTTPBody sent(body.takeText(), body.parts());
+  if (streaming != nullptr) return receive(std::move(sent), *streaming);
+  return readWhole(HTTP::Post(restSession_.get(), address(dialect_.turn.path), std::move(sent), queryParams(), {}));
 }
 
 /// Has the reply handed on while it comes. A service that answers with a whole body is understood as well.
-QAIChatAssistant::Answer QAIChatAssistant::receive(COJson& body, const Streaming& streaming) {
+QAIChatAssistant::Answer QAIChatAssistant::receive(HTTPBody body, const Streaming& streaming) {
   const ChatStream& stream = dialect_.stream;
-  if (stream.isAskedForInBody) body.addKeyValue("stream")->setBool(true);
-  if (stream.canAskForUsage && streaming.options.asksForUsage) {
-    body.addKeyValue("stream_options")->addKeyValue("include_usage")->setBool(true);
-  }
   CMRestParams query = queryParams();
   if (!stream.query.name.empty()) query.emplace_back(stream.query.name, stream.query.value);
 
   QAIReplyStream receiver(stream.form, streaming.options, streaming.sink);
   HTTPResult result = HTTP::PostStreaming(
-      restSession_.get(), address(stream.path.empty() ? dialect_.turn.path : stream.path), &body, query,
+      restSession_.get(), address(stream.path.empty() ? dialect_.turn.path : stream.path), std::move(body), query,
       {{"Accept", std::string(stream.form.accept)}}, limitStream(httpSettings, streaming.options), receiver);
   if (!receiver.hasBegun() && receiver.failure() == QAIReplyStream::Failure::None) {
     Answer answer = readWhole(result);

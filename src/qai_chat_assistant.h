@@ -45,9 +45,9 @@ class QAIChatAssistant : public QAIAssistantBase {
     const Sink& sink;
   };
 
-  std::pair<IQAIMessage*, std::string> takeTurn(IQAISession* session, std::string text, const Streaming* streaming);
+  std::pair<IQAIMessage*, std::string> takeTurn(IQAISession* session, std::string&& text, const Streaming* streaming);
   Answer exchange(QAIChatSession& session, const std::string& text, const Streaming* streaming);
-  Answer receive(COJson& body, const Streaming& streaming);
+  Answer receive(HTTPBody body, const Streaming& streaming);
   Answer readWhole(const HTTPResult& result) const;
 
   const ChatDialect& dialect_;

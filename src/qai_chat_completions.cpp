@@ -5,7 +5,6 @@
 #include <cf/json_shortcuts.h>
 
 #include <algorithm>
-#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -64,20 +63,23 @@ bool completions::isByAssistant(const ICOJsonValue& message) {
   return cfHasJsonType(role, JsonType::String) && role->obtainString() == "assistant";
 }
 
-void completions::writeBody(COJson& body, const ChatTurn& turn) {
-  body.addKeyValue("model")->setStringReference(turn.settings.model);
+void completions::writeBody(ChatBody& body, const ChatTurn& turn) {
+  body.add(R"({"model":)").addString(turn.settings.model);
   if (turn.settings.assignedKeys.contains("temperature")) {
-    body.addKeyValue("temperature")->setNumber(turn.settings.temperature);
+    body.add(R"(,"temperature":)").addNumber(turn.settings.temperature);
   }
-  writeMessages(*body.addKeyValue("messages"), turn);
+  writeMessages(body, turn);
+  if (turn.isStreamed) body.add(R"(,"stream":true)");
+  if (turn.asksForUsage) body.add(R"(,"stream_options":{"include_usage":true})");
+  body.add("}");
 }
 
-void completions::writeMessages(COJsonValue& messages, const ChatTurn& turn) {
+void completions::writeMessages(ChatBody& body, const ChatTurn& turn) {
+  body.add(R"(,"messages":[)");
   if (!turn.instructions.isEmpty) {
-    const auto [start, structure, end] = turn.instructions.pieces();
-    messages.addArrayItem()->setJsonReference(std::array{turn.instructionsStart, start, structure, end, kEntry.end});
+    body.add(turn.instructionsStart).addInstructions(turn.instructions).add(kEntry.end).add(",");
   }
-  messages.addArrayItem()->setJsonReference(turn.messages);
+  body.addMessages(turn.messages).add("]");
 }
 
 std::optional<std::string> completions::readReply(const ICOJsonValue& reply) {

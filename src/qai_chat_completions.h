@@ -12,8 +12,8 @@
 
 namespace completions {
 
-/// {"model", "temperature" when it was assigned, "messages"}
-void writeBody(COJson& body, const ChatTurn& turn);
+/// {"model", "temperature" when it was assigned, "messages", "stream" when it is one, and what asks for the tokens}
+void writeBody(ChatBody& body, const ChatTurn& turn);
 
 /// {"role", "content"}
 inline constexpr ChatEntryForm kEntry{
@@ -22,8 +22,9 @@ inline constexpr ChatEntryForm kEntry{
 /// How the message with the instructions begins where its role is the usual one; its end is that of kEntry.
 inline constexpr std::string_view kSystemStart = R"({"role":"system","content":)";
 
-/// The instructions (when there are any), the history and the new text as objects with "role" and "content".
-void writeMessages(COJsonValue& messages, const ChatTurn& turn);
+/// "messages": the instructions (when there are any), the history and the new text as objects with "role" and
+/// "content".
+void writeMessages(ChatBody& body, const ChatTurn& turn);
 
 /// Whether the "role" of `message` is "assistant".
 bool isByAssistant(const ICOJsonValue& message);
@@ -37,7 +38,7 @@ void readDetails(const ICOJsonValue& reply, ReplyDetails& details);
 /// An event of a stream, in which a choice has a "delta" in place of its "message".
 void readEvent(std::string_view type, const ICOJsonValue& event, StreamedReply& reply);
 
-inline constexpr ChatStream kStream{.isAskedForInBody = true, .canAskForUsage = true, .form = {.read = readEvent}};
+inline constexpr ChatStream kStream{.form = {.read = readEvent}};
 
 /// The identifiers of a model list in its order.
 std::vector<std::string> readModels(const ICOJsonValue& list);

@@ -1,6 +1,7 @@
 // What differs between the services that are sent the whole conversation on every turn.
 #pragma once
 
+#include "qai_chat_body.h"
 #include "qai_chat_history.h"
 #include "qai_service_row.h"
 #include "qai_streamed_reply.h"
@@ -11,15 +12,14 @@
 #include <string>
 #include <string_view>
 
-class QAIAssistantProperties;
-struct InstructionsJson;
-
-/// What a request body is made from. Borrowed, as are the body's texts: all of it outlives the body.
+/// What a request body is made from. Borrowed; the messages and what the instructions borrow outlive the body.
 struct ChatTurn {
   const QAIAssistantProperties& settings;
   std::string_view instructionsStart;  // the dialect's
   const InstructionsJson& instructions;
   std::string_view messages;  // ChatHistory::writeRequestText: the history and the new text
+  bool isStreamed = false;    // the reply is to come as a stream
+  bool asksForUsage = false;  // and to tell the tokens, where a service only does so when asked
 };
 
 /// Where turns go, and the labels behind "Model is empty", "Invalid response" and "Unsupported data format".
@@ -34,8 +34,6 @@ struct ChatTurnEndpoint {
 struct ChatStream {
   std::string_view path = {};  // empty: that of every turn
   ServicePair query = {};      // in the address
-  bool isAskedForInBody;       // by "stream": true
-  bool canAskForUsage;         // by "stream_options": {"include_usage": true}
   StreamForm form;
 };
 
@@ -53,7 +51,7 @@ struct ChatDialect {
   ChatStream stream;
 
   ChatEntryForm entry;
-  void (*writeBody)(COJson& body, const ChatTurn& turn);
+  void (*writeBody)(ChatBody& body, const ChatTurn& turn);
   /// The reply's text; nothing when the reply is not in the service's format.
   std::optional<std::string> (*readReply)(const ICOJsonValue& reply);
   /// What a reply tells beside its text.

@@ -2,8 +2,9 @@
 
 #include "qai_exports.h"
 
-#include <cf/defer.h>
 #include <cf/json_shortcuts.h>
+
+#include <memory>
 
 namespace {
 
@@ -20,8 +21,7 @@ void addParams(Request& request, const CMRestParams& query, const CMRestParams& 
 template <class Execute>
 HTTPResult run(ICSAppFactory* app, const CMRestGlobalSettings& settings, const CMRestSession* session,
                const Execute& execute) {
-  ICSRestClient* client = app->obtainRestClientFactory()->createRestClient(app, settings, session);
-  const CODefer releaseClient([client] { delete client; });
+  const std::unique_ptr<ICSRestClient> client(app->obtainRestClientFactory()->createRestClient(app, settings, session));
 
   CMRestResourceResponse* response = nullptr;
   const std::int32_t error = execute(*client, &response);
@@ -29,20 +29,21 @@ HTTPResult run(ICSAppFactory* app, const CMRestGlobalSettings& settings, const C
 
   std::unique_ptr<CMRestResourceResponse> kept(response);
   CSErrorRecord record;
-  app->obtainErrorDescriptionService()->describeError(error, client, record);
+  app->obtainErrorDescriptionService()->describeError(error, client.get(), record);
   return {kept.release(), std::move(record.message)};
 }
 
 template <class Request>
-void prepare(Request& request, std::string url) {
+void prepare(Request& request, std::string&& url) {
   request.requestTag = kRequestTag;
   request.setURL(std::move(url));
 }
 
-void prepare(CMRestPostRequest& request, std::string url, const ICOJsonValue* body, const CMRestParams& queryParams,
+void prepare(CMRestPostRequest& request, std::string&& url, HTTPBody& body, const CMRestParams& queryParams,
              const CMRestParams& headerParams) {
   prepare(request, std::move(url));
-  if (body != nullptr) request.updateJson(body);
+  if (body.json != nullptr) request.updateJson(body.json);
+  if (!body.text.empty()) request.updateJsonText(std::move(body.text), body.parts);
   addParams(request, queryParams, headerParams);
 }
 
@@ -58,7 +59,7 @@ HTTPResult HTTP::Get(CMRestSession* session, std::string url, const CMRestParams
   });
 }
 
-HTTPResult HTTP::Post(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
+HTTPResult HTTP::Post(CMRestSession* session, std::string url, HTTPBody body, const CMRestParams& queryParams,
                       const CMRestParams& headerParams, ICSAppFactory* app) {
   CMRestPostRequest request;
   prepare(request, std::move(url), body, queryParams, headerParams);
@@ -79,9 +80,9 @@ HTTPResult HTTP::PostBriefly(CMRestSession* session, std::string url, std::chron
   });
 }
 
-HTTPResult HTTP::PostStreaming(CMRestSession* session, std::string url, ICOJsonValue* body,
-                               const CMRestParams& queryParams, const CMRestParams& headerParams,
-                               const CMRestGlobalSettings& settings, ICSRestReceiver& receiver, ICSAppFactory* app) {
+HTTPResult HTTP::PostStreaming(CMRestSession* session, std::string url, HTTPBody body, const CMRestParams& queryParams,
+                               const CMRestParams& headerParams, const CMRestGlobalSettings& settings,
+                               ICSRestReceiver& receiver, ICSAppFactory* app) {
   CMRestPostRequest request;
   prepare(request, std::move(url), body, queryParams, headerParams);
   return run(app, settings, session, [&](ICSRestClient& client, CMRestResourceResponse** response) {

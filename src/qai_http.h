@@ -5,12 +5,24 @@
 #include <cf/rest.h>
 
 #include <chrono>
+#include <span>
 #include <string>
 #include <utility>
 
 /// The response, owned by the caller in success and in failure and null when none came, and an error text, empty on
 /// success.
 using HTTPResult = std::pair<CMRestResourceResponse*, std::string>;
+
+/// JSON for a body: a tree, which may be null for none; or a text with others in it. Borrowed until the request has
+/// ended.
+struct HTTPBody {
+  HTTPBody(const ICOJsonValue* tree) : json(tree) {}  // NOLINT(google-explicit-constructor)
+  HTTPBody(std::string written, std::span<const CMRestTextPart> others) : text(std::move(written)), parts(others) {}
+
+  const ICOJsonValue* json = nullptr;
+  std::string text = {};
+  std::span<const CMRestTextPart> parts = {};
+};
 
 /// Each runs one request on `session` under the library's HTTP settings as they are now, and blocks until it ends.
 /// `url` is complete; parameters are sent in their order. Throws nothing but std::bad_alloc. `app` is where the REST
@@ -20,8 +32,7 @@ namespace HTTP {
 HTTPResult Get(CMRestSession* session, std::string url, const CMRestParams& queryParams,
                const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
 
-/// `body` stays the caller's; null sends none.
-HTTPResult Post(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
+HTTPResult Post(CMRestSession* session, std::string url, HTTPBody body, const CMRestParams& queryParams,
                 const CMRestParams& headerParams, ICSAppFactory* app = CF::obtainAppFactory());
 
 /// As Post without a body, given up after `most` where the settings do not give up before.
@@ -29,7 +40,7 @@ HTTPResult PostBriefly(CMRestSession* session, std::string url, std::chrono::mil
                        ICSAppFactory* app = CF::obtainAppFactory());
 
 /// As Post, under `settings` and with a receiver for the reply; throws what that throws, too.
-HTTPResult PostStreaming(CMRestSession* session, std::string url, ICOJsonValue* body, const CMRestParams& queryParams,
+HTTPResult PostStreaming(CMRestSession* session, std::string url, HTTPBody body, const CMRestParams& queryParams,
                          const CMRestParams& headerParams, const CMRestGlobalSettings& settings,
                          ICSRestReceiver& receiver, ICSAppFactory* app = CF::obtainAppFactory());
 

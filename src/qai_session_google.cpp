@@ -31,15 +31,15 @@ std::vector<std::string> readModels(const ICOJsonValue& list) {
   return models;
 }
 
-void writeBody(COJson& body, const ChatTurn& turn) {
+void writeBody(ChatBody& body, const ChatTurn& turn) {
+  body.add("{");
   if (turn.settings.assignedKeys.contains("temperature")) {
-    body.addKeyValue("generationConfig")->addKeyValue("temperature")->setNumber(turn.settings.temperature);
+    body.add(R"("generationConfig":{"temperature":)").addNumber(turn.settings.temperature).add("},");
   }
   if (!turn.instructions.isEmpty) {
-    COJsonValue* part = body.addKeyValue("system_instruction")->addKeyValue("parts")->addArrayItem();
-    part->addKeyValue("text")->setJsonReference(turn.instructions.pieces());
+    body.add(R"("system_instruction":{"parts":[{"text":)").addInstructions(turn.instructions).add("}]},");
   }
-  body.addKeyValue("contents")->addArrayItem()->setJsonReference(turn.messages);
+  body.add(R"("contents":[)").addMessages(turn.messages).add("]}");
 }
 
 void appendParts(std::string& text, const ICOJsonValue* content) {
@@ -122,8 +122,6 @@ constinit const ChatDialect kGoogle{
              .formatLabel = ": p/v1beta/models/{model}:generateContent"},
     .stream = {.path = "/v1beta/models/{model}:streamGenerateContent",
                .query = {"alt", "sse"},
-               .isAskedForInBody = false,
-               .canAskForUsage = false,
                .form = {.hasDoneMark = false, .read = readEvent}},
     .entry = {.userStart = R"({"role":"user","parts":[{"text":)",
               .assistantStart = R"({"role":"model","parts":[{"text":)",

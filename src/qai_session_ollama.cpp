@@ -16,13 +16,14 @@ std::vector<std::string> readModels(const ICOJsonValue& list) {
   return models;
 }
 
-void writeBody(COJson& body, const ChatTurn& turn) {
-  body.addKeyValue("model")->setStringReference(turn.settings.model);
-  body.addKeyValue("stream")->setBool(false);
+void writeBody(ChatBody& body, const ChatTurn& turn) {
+  body.add(R"({"model":)").addString(turn.settings.model);
+  body.add(turn.isStreamed ? R"(,"stream":true)" : R"(,"stream":false)");
   if (turn.settings.assignedKeys.contains("temperature")) {
-    body.addKeyValue("options")->addKeyValue("temperature")->setNumber(turn.settings.temperature);
+    body.add(R"(,"options":{"temperature":)").addNumber(turn.settings.temperature).add("}");
   }
-  completions::writeMessages(*body.addKeyValue("messages"), turn);
+  completions::writeMessages(body, turn);
+  body.add("}");
 }
 
 std::optional<std::string> readReply(const ICOJsonValue& reply) {
@@ -72,9 +73,7 @@ constinit const ChatDialect kOllama{
              .noModelLabel = ": p/api/chat",
              .noJsonLabel = ": g/api/chat",  // the other method's label, as hosts know it
              .formatLabel = ": p/api/chat"},
-    .stream = {.isAskedForInBody = true,
-               .canAskForUsage = false,
-               .form = {.framing = StreamForm::Framing::Lines, .accept = "application/x-ndjson", .read = readEvent}},
+    .stream = {.form = {.framing = StreamForm::Framing::Lines, .accept = "application/x-ndjson", .read = readEvent}},
     .entry = completions::kEntry,
     .writeBody = writeBody,
     .readReply = readReply,

@@ -4,6 +4,7 @@
 #include "json_arena.h"
 
 #include <cf/json.h>
+#include <cf/rest.h>
 #include <cf/text.h>
 
 #include <cstddef>
@@ -131,12 +132,8 @@ inline JsonNode& JsonNode::of(COJsonValue& value) noexcept {
 
 /// A written text with gaps: long pieces of references, which were not copied into it.
 struct JsonText {
-  struct Gap {
-    std::size_t place;  // in the text
-    std::string_view borrowed;
-  };
   std::string text;
-  std::vector<Gap> gaps;  // in the order of their places
+  std::vector<CMRestTextPart> gaps;  // in the order of their places
 };
 
 /// Writes `value`. Pieces of references that have at least `shortestBorrowed` bytes are borrowed.

@@ -89,13 +89,16 @@ void appendVariant(std::string& result, const CMVariant& value, unsigned depth) 
 /// @param documentSize about how much else will be written.
 void appendReference(JsonText& written, std::span<const std::string_view> pieces, std::size_t shortestBorrowed,
                      std::size_t documentSize) {
+  const auto isBorrowed = [&](std::string_view piece) { return piece.size() >= shortestBorrowed; };
+  std::size_t copied = 0;
+  for (const std::string_view piece : pieces) copied += isBorrowed(piece) ? 0 : piece.size();
+  written.text.reserve(written.text.size() + copied + documentSize);
   for (const std::string_view piece : pieces) {
-    if (piece.size() >= shortestBorrowed) {
+    if (isBorrowed(piece)) {
       written.gaps.push_back({written.text.size(), piece});
-      continue;
+    } else {
+      written.text += piece;
     }
-    written.text.reserve(written.text.size() + piece.size() + documentSize);
-    written.text += piece;
   }
 }
 

@@ -55,9 +55,9 @@ struct CMRestPostRequest::Body {
     const std::string_view whole = text;
     std::size_t place = 0;
     parts.reserve(2 * written.gaps.size() + 1);
-    for (const JsonText::Gap& gap : written.gaps) {
+    for (const CMRestTextPart& gap : written.gaps) {
       parts.push_back(whole.substr(place, gap.place - place));
-      parts.push_back(gap.borrowed);
+      parts.push_back(gap.text);
       place = gap.place;
     }
     parts.push_back(whole.substr(place));
@@ -72,6 +72,22 @@ CMRestPostRequest::~CMRestPostRequest() = default;
 
 void CMRestPostRequest::updateJson(const ICOJsonValue* json) {
   body_ = json == nullptr ? nullptr : std::make_unique<Body>(writeJson(*json, kShortestBorrowed));
+}
+
+void CMRestPostRequest::updateJsonText(std::string text, std::span<const CMRestTextPart> others) {
+  JsonText written{.text = std::move(text), .gaps = {}};
+  written.gaps.reserve(others.size());
+  std::size_t copied = 0;
+  for (const CMRestTextPart& other : others) {
+    const std::size_t place = other.place + copied;
+    if (other.text.size() >= kShortestBorrowed) {
+      written.gaps.push_back({place, other.text});
+    } else {
+      written.text.insert(place, other.text);
+      copied += other.text.size();
+    }
+  }
+  body_ = std::make_unique<Body>(std::move(written));
 }
 
 std::string CMRestPostRequest::getBody() const {
@@ -92,7 +108,7 @@ CMRestDeleteRequest::~CMRestDeleteRequest() = default;
 CMRestResourceResponse::CMRestResourceResponse(std::int32_t status, std::string body, std::string head)
     : status_(status), body_(std::move(body)), head_(std::move(head)) {
   if (hasTooManyJsonValues(body_)) return;
-  json_ = std::make_unique<COJson>(COJson::readReference(body_));
+  json_.reset(new COJson(COJson::readReference(body_)));
   if (!json_->getIsValidJson()) json_.reset();
 }
 

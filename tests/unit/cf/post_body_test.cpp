@@ -67,6 +67,23 @@ TEST(PostBodyParts, BorrowEachLongPieceAndCopyTheShortOnes) {
   EXPECT_EQ(request.getBodyParts().size(), 7U);
 }
 
+TEST(PostBodyParts, OfAWrittenTextStandAtTheirPlacesWhetherBorrowedOrCopied) {
+  const std::string longText(kShortest, '1');
+  const std::string shortText(kShortest - 1, '2');
+  const std::array<std::array<std::string_view, 3>, 3> rows{
+      {{shortText, longText, shortText}, {longText, shortText, longText}, {"", longText, ""}}};
+  for (const auto& [first, second, third] : rows) {
+    const std::array<CMRestTextPart, 3> parts{{{0, first}, {2, second}, {4, third}}};
+    CMRestPostRequest request;
+    request.updateJsonText("[,,]", parts);
+    EXPECT_TRUE(request.getBody() == std::string(first).append("[,").append(second).append(",]").append(third));
+    EXPECT_TRUE(joinParts(request) == request.getBody());
+    for (const std::string_view text : {first, second, third}) {
+      EXPECT_EQ(borrows(request, text), text.size() >= kShortest);
+    }
+  }
+}
+
 TEST(PostBodyParts, OfAnEarlierBodyAreForgotten) {
   const std::string entries(kShortest, '7');
   COJson json;

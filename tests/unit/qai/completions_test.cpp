@@ -1,4 +1,5 @@
 // Bodies, replies and model lists of the chat-completions format, without any I/O.
+#include "posted_text.h"
 #include "qai_assistant_properties.h"
 #include "qai_chat_completions.h"
 #include "qai_session_openai_v1.h"
@@ -39,11 +40,11 @@ TEST_P(Body, IsWrittenToTheByte) {
   }
   ChatHistory history(completions::kEntry);
   for (const auto& [role, text] : GetParam().history) history.append(role, text);
-  COJson body;
+  ChatBody body;
   const InstructionsJson instructions = instructionsOf(GetParam().instructions);
   completions::writeBody(
       body, {settings, kOpenAI.instructionsStart, instructions, history.writeRequestText(GetParam().text)});
-  EXPECT_EQ(body.obtainJsonString(), GetParam().body);
+  EXPECT_EQ(postedText(body), GetParam().body);
 }
 
 INSTANTIATE_TEST_SUITE_P(

@@ -1,4 +1,5 @@
 // The whole request body of each service, to the byte, without any I/O.
+#include "posted_text.h"
 #include "qai_assistant_properties.h"
 #include "qai_session_deepseek.h"
 #include "qai_session_google.h"
@@ -31,9 +32,9 @@ TEST_P(DialectBody, IsWrittenToTheByte) {
     history.append(1, "a1");
   }
   const InstructionsJson instructions{.isEmpty = !row.everything, .start = R"("I")"};
-  COJson body;
+  ChatBody body;
   row.dialect.writeBody(body, {settings, row.dialect.instructionsStart, instructions, history.writeRequestText("q2")});
-  EXPECT_EQ(body.obtainJsonString(), row.body);
+  EXPECT_EQ(postedText(body), row.body);
 }
 
 INSTANTIATE_TEST_SUITE_P(
