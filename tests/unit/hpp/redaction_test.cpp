@@ -25,6 +25,16 @@ TEST(Redaction, TakesEveryFormOut) {
   }
 }
 
+/// Texts that only seem to hold a secret.
+TEST(Redaction, LeavesWhatOnlyResemblesASecret) {
+  // What begins anew within a beginning of it.
+  EXPECT_EQ(redacted("aababsecret", "aabsecret"), "aababsecret");
+  EXPECT_EQ(redacted("aaabsecret", "aabsecret"), "a[redacted]");
+  // Base64 of "password1234" and "password1231", which differ in the last digit alone.
+  EXPECT_EQ(redacted("cGFzc3dvcmQxMjM0", "password1234"), "[redacted]");
+  EXPECT_EQ(redacted("cGFzc3dvcmQxMjMx", "password1234"), "cGFzc3dvcmQxMjMx");
+}
+
 struct Row {
   const char* name;
   std::string text;

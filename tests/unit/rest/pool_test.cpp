@@ -203,6 +203,13 @@ TEST_F(Pool, CancelThatIsTakenBackEndsNothing) {
   expectCancelled(caller_.get(server.getURL()));
 }
 
+TEST_F(Pool, OfAHostThatKnowsNoStatusTellsNone) {
+  struct HostsOwn : ICSHTTPPoolCenter {
+    void cancel() noexcept override {}
+  };
+  EXPECT_EQ(HostsOwn().obtainLastStatus(), 0);
+}
+
 TEST_F(Pool, TellsTheStatusOfTheLastReplyThatCameWhole) {
   EXPECT_EQ(pool_->obtainLastStatus(), 0);
   RawServer made(raw::reply(201, "{}"));
