@@ -108,7 +108,7 @@ CMRestDeleteRequest::~CMRestDeleteRequest() = default;
 CMRestResourceResponse::CMRestResourceResponse(std::int32_t status, std::string body, std::string head)
     : status_(status), body_(std::move(body)), head_(std::move(head)) {
   if (hasTooManyJsonValues(body_)) return;
-  json_.reset(new COJson(COJson::readReference(body_)));
+  json_ = std::make_unique<COJson>(COJson::readReference(body_));
   if (!json_->getIsValidJson()) json_.reset();
 }
 
