@@ -36,6 +36,8 @@ answers 2 'usage: ./bench [FILTER]' ./bench a b
 answers 2 'usage: tools/release vX.Y.Z [--windows]' tools/release
 answers 2 'usage: tools/release vX.Y.Z [--windows]' tools/release v1.2.3 --linux
 answers 2 'takes no arguments, not cf' tools/update_abi cf
+answers 2 'usage: tools/picture [FILE [COMMAND]]' tools/picture --help
+answers 2 'usage: tools/picture [FILE [COMMAND]]' tools/picture a b c
 answers 2 'usage: tools/windows/build_deps.sh PREFIX' tools/windows/build_deps.sh
 answers 2 'usage: tools/windows/build_deps.sh PREFIX' tools/windows/build_deps.sh --help
 answers 2 'usage: tools/windows/build_deps.sh PREFIX' tools/windows/build_deps.sh a b
