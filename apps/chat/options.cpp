@@ -16,9 +16,18 @@ With a QUESTION the answer is printed and the program ends; what a pipe or a fil
 brings to the standard input, 1 MiB at most, goes with it (</dev/null keeps a
 loop's or a script's input out of it). Without one, a terminal gets a conversation
 (/help lists its commands), and of piped input each line that is not blank is a
-question or a command; "exit" ends it. The database is only read, and only its
-structure goes to the service, never its rows: --dry-run tells beforehand what
-would go and where, /sent afterwards what went.
+question or a command; "exit" ends it. Only the structure of the database goes to
+the service, never its rows, unless /share N sends some: --dry-run tells beforehand
+what would go and where, /sent afterwards what went.
+
+A statement of an answer that only reads is run at once, and its rows are shown:
+10 s, 10,000 rows, 16 MiB and 128 MiB of the engine's memory at most. --run ask
+asks first, --run never leaves it to /run. One that fails goes back once, as the
+kind of the error with names of the schema; the database's own words, which may
+quote a row, go when that is agreed to. One that would write is refused, but with
+--write is asked about, before it runs and before its changes are kept. To agree
+takes a conversation at a terminal. --csv and --json print rows alone to the
+standard output, and all else to the standard error.
 
 A terminal shows an answer while it comes, and Ctrl-C stops it; a pipe or a file
 gets it when it is complete. --no-stream has it complete everywhere, for servers
@@ -55,8 +64,8 @@ which deletes it when the program ends.
 Exit codes:
    0  fine
   64  wrong usage, piped input that is no question, or what was not agreed to
-  65  the file is not a database, or its structure is damaged; or it is no saved
-      conversation
+  65  the file is not a database, or its structure is damaged; it is no saved
+      conversation; or a statement of the answer failed, and so did the next
   66  the file is missing or can't be read
   69  the service can't be reached, or failed
   70  an error inside the program
@@ -114,7 +123,7 @@ struct Given {
 
 void declareRunning(CLI::App& app, Options& options, Given& given) {
   app.add_option("--run", given.run, "when a statement that only reads is run")
-      ->check(CLI::IsMember({"auto", "ask", "never"}))
+      ->check(CLI::IsMember({"auto", "ask", "never"}).description(""))  // which would list them twice
       ->type_name("auto|ask|never")
       ->capture_default_str();
   app.add_flag("--write", options.writes, "let statements write, each when you have agreed to it");
