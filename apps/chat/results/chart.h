@@ -8,7 +8,7 @@
 
 struct Chart {
   bool isDrawn = false;
-  std::string text;  // ends with a newline; when nothing is drawn, a sentence that says why
+  std::string text;  // lines, each with its end; when nothing is drawn, a sentence that says why
 };
 
 /// Draws the last column that holds numbers: over a column of dates (ISO texts) as a line from the first to the last,

@@ -181,12 +181,12 @@ TEST_P(UndrawnChart, SaysWhy) {
   EXPECT_EQ(chart.text, GetParam().sentence);
 }
 
-const std::string kNoColumns = "A chart needs a column of numbers and one of labels or dates beside it.\n";
+const std::string kNoColumns = "A chart needs a column of numbers and one of labels or dates beside it.";
 
 INSTANTIATE_TEST_SUITE_P(
     Results, UndrawnChart,
-    testing::Values(UndrawnCase{"no_rows", {"a", "b"}, {}, "There are no rows to draw a chart of.\n"},
-                    UndrawnCase{"no_columns", {}, {}, "There are no rows to draw a chart of.\n"},
+    testing::Values(UndrawnCase{"no_rows", {"a", "b"}, {}, "There are no rows to draw a chart of."},
+                    UndrawnCase{"no_columns", {}, {}, "There are no rows to draw a chart of."},
                     UndrawnCase{"one_column", {"n"}, {{1_i}}, kNoColumns},
                     UndrawnCase{"no_numbers", {"a", "b"}, {{"x"_t, "1"_t}}, kNoColumns},
                     UndrawnCase{"numbers_mixed_with_texts", {"a", "b"}, {{"x"_t, 1_i}, {"y"_t, "z"_t}}, kNoColumns},
