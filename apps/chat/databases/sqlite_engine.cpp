@@ -126,6 +126,10 @@ void SqliteEngine::fail(const SqliteError& error, SqliteStage stage, bool isHeap
 SqliteEngine::Prepared SqliteEngine::prepare(const std::string& sql) {
   if (sql.size() > kMostSql) throw QueryError(QueryProblem::TooComplex, "", "");
   Prepared prepared;
+  if (sql.find('\0') != std::string::npos) {
+    prepared.requests.refusal = "It has a NUL character, behind which SQLite would not read on";
+    return prepared;
+  }
   RunLimits limits;
   limits.heap = kMostMemoryToPrepare;
   within(limits, SqliteStage::Preparing, [&] {
