@@ -14,6 +14,7 @@
 
 #include <cf/defer.h>
 
+#include <atomic>
 #include <exception>
 #include <memory>
 #include <ostream>
@@ -38,23 +39,16 @@ Streams makeTalkStreams(const Job& job) {
   return {all.in, all.err, all.err, all.showsPieces, all.tellsSeconds};
 }
 
-/// Runs the database's work so that Ctrl-C ends it. @return whether it did
-bool runQuery(Interrupts& interrupts, Database& database, const std::function<void()>& work) {
-  return interrupts.run(work, [&database] { database.interrupt(); });
-}
-
-Workbench makeWorkbench(const Job& job, Interrupts& interrupts) {
+Workbench makeWorkbench(const Job& job, TurnRunner runQuery, Agree agree = {}) {
   const Options& options = job.options;
-  WorkbenchSetting setting{.streams = job.streams,
-                           .runQuery = [&interrupts, &database = *job.opened](const std::function<void()>& work) {
-                             return runQuery(interrupts, database, work);
-                           }};
-  if (isInputTerminal() && !options.question)
-    setting.agree = [&job](const std::string& question) { return askToAgree(question, job.streams); };
+  WorkbenchSetting setting{.streams = job.streams, .runQuery = std::move(runQuery), .agree = std::move(agree)};
   if (isOutputTerminal()) setting.width = obtainOutputWidth;
   return {*job.opened,
           job.description,
-          {.mode = options.runMode, .writes = options.writes, .format = options.rowFormat},
+          {.mode = options.runMode,
+           .writes = options.writes,
+           .format = options.rowFormat,
+           .hasCommands = !options.question},
           std::move(setting)};
 }
 
@@ -99,7 +93,11 @@ ExitCode answerUntilInterrupted(const Job& job, Interrupts& interrupts) {
   runTurn([&] { error = board.open(job.saved); });
   if (!error.empty()) return fail(board, error, job.streams.err);
   nameChoice(job, board.model());
-  Workbench workbench = makeWorkbench(job, interrupts);
+  const TurnRunner runQuery = [&](const std::function<void()>& work) {
+    if (interrupts.run(work, [&job] { job.opened->interrupt(); })) throw Interrupted();
+    return false;
+  };
+  Workbench workbench = makeWorkbench(job, runQuery);
   const Streams streams = makeTalkStreams(job);
   const ExitCode code = job.question.empty()
                             ? answerLines(board, streams, runTurn, makeBackground(job, board, workbench))
@@ -182,7 +180,19 @@ ExitCode converseOnTerminal(const Job& job) {
   }
   if (!error.empty()) return fail(board, error, streams.err);
   greet(job, board.model());
-  Workbench workbench = makeWorkbench(job, interrupts);
+  std::atomic<bool> asks = false;  // whether the changes of what ran are kept
+  const Agree agree = [&](const std::string& question) {
+    asks = true;
+    const CODefer answered([&asks] { asks = false; });
+    return askToAgree(question, *editor, streams.err);
+  };
+  const TurnRunner runQuery = [&](const std::function<void()>& work) {
+    return interrupts.run(work, [&] {
+      job.opened->interrupt();
+      if (asks) editor->interrupt();
+    });
+  };
+  Workbench workbench = makeWorkbench(job, runQuery, agree);
   converse(board, questions, makeTalkStreams(job), runTurn, makeBackground(job, board, workbench));
   return board.failedToSave() ? ExitCode::OutputFailed : ExitCode::Fine;
 }

@@ -5,6 +5,7 @@
 #include "results/table.h"
 #include "sql/answer_statements.h"
 #include "sql/marking.h"
+#include "sql/statements.h"
 #include "terminal/rendering.h"
 
 #include <cstdint>
@@ -29,27 +30,35 @@ Workbench::Workbench(Database& database, DatabaseDescription description, Workbe
 
 std::optional<StatementFailure> Workbench::take(std::string_view answer) {
   statements_ = findStatements(answer);
-  for (std::size_t number = 1; number <= size(); ++number) {
-    if (auto failure = handle(nameStatement(number, size()), statement(number), false)) return failure;
-  }
-  return std::nullopt;
+  return handleEach(statements_, false);
 }
 
-void Workbench::run(const std::string& sql) { static_cast<void>(handle("The statement", sql, true)); }
+void Workbench::run(const std::string& sql) { static_cast<void>(handleEach(splitStatements(sql), true)); }
 
 void Workbench::explain(const std::string& sql) try {
-  std::optional<Result> steps;
-  query([&] { steps = database_.explain(sql); });
-  ResultLayout room = layout();
-  room.rows = 0;
-  printText(setting_.streams.out, formatTable(*steps, room));
+  Result steps;
+  interruptibly([&] { steps = database_.explain(sql); });
+  std::string text;
+  for (const std::vector<Value>& row : steps.rows) text += markHidden(std::get<std::string>(row.front())).text + '\n';
+  printText(options_.format == RowFormat::Table ? setting_.streams.out : setting_.streams.err, text);
 } catch (const QueryError& error) {
   complain(setting_.streams.err, std::string("The statement can't be explained: ") + error.what());
 }
 
+/// One after the other, up to the first that fails to more than the user, or that Ctrl-C ends.
+std::optional<StatementFailure> Workbench::handleEach(const std::vector<std::string>& statements, bool isNamed) {
+  std::optional<StatementFailure> failure;
+  isStopped_ = false;
+  count_ = statements.size();
+  interruptibly([&] {
+    for (number_ = 1; number_ <= count_ && !failure && !isStopped_; ++number_)
+      failure = handle(nameStatement(number_, count_), statements[number_ - 1], isNamed);
+  });
+  return failure;
+}
+
 std::optional<StatementFailure> Workbench::handle(const std::string& name, const std::string& sql, bool isNamed) try {
-  StatementCheck check;
-  query([&] { check = database_.check(sql); });
+  const StatementCheck check = database_.check(sql);
   if (check.effect == Effect::Refused || (check.effect == Effect::Writes && !options_.writes)) {
     complain(setting_.streams.err, name + " is not run: " + check.reason);
   } else if (check.effect == Effect::Writes) {
@@ -61,6 +70,7 @@ std::optional<StatementFailure> Workbench::handle(const std::string& name, const
 } catch (const QueryError& error) {
   if (error.problem == QueryProblem::Interrupted) {
     setting_.streams.err << "\nStopped.\n";
+    isStopped_ = true;
     return std::nullopt;
   }
   const std::string known = describeWithoutValues(error, description_, sql);
@@ -82,16 +92,18 @@ bool Workbench::mayRun(const std::string& name, const std::string& sql) {
         << terminalSafe(shown.text) << '\n';
   if (options_.mode == RunMode::Auto) return true;
   if (options_.mode == RunMode::Ask && setting_.agree) return setting_.agree("Run it? " + name + " only reads.");
-  err << name << " was not run; " << (options_.mode == RunMode::Ask ? "nobody is here to agree." : "/run does it.")
-      << '\n';
+  if (options_.mode == RunMode::Ask) {
+    err << name << " was not run; nobody is here to agree.\n";
+  } else {
+    const std::string call = count_ == 1 ? "/run" : "/run " + std::to_string(number_);
+    err << name << (options_.hasCommands ? " was not run; " + call + " does it.\n" : " was checked, not run.\n");
+  }
   return false;
 }
 
 void Workbench::runReading(const std::string& name, const std::string& sql, const StatementCheck& check) {
-  std::optional<Result> result;
-  query([&] { result = database_.run(sql, {}); });
-  result_ = std::move(result);
-  if (size() > 1 && options_.format == RowFormat::Table) setting_.streams.out << name << ":\n";
+  result_ = database_.run(sql, {});
+  if (count_ > 1 && options_.format == RowFormat::Table) setting_.streams.out << name << ":\n";
   showResult();
   if (options_.findsDoubts) showDoubts(sql, check);
 }
@@ -104,24 +116,22 @@ void Workbench::runWriting(const std::string& name, const std::string& sql) {
   }
   if (!setting_.agree(markHidden(sql).text + "\n" + name + " writes. Run it, and see how many rows it changes?"))
     return;
-  Written written;
-  query([&] {
-    written = database_.runWriting(sql, {}, [&](std::int64_t changed) {
-      return setting_.agree("It changes " + countRows(changed) + ". Keep that?");
-    });
+  Written written = database_.runWriting(sql, {}, [&](std::int64_t changed) {
+    return setting_.agree("It changes " + countRows(changed) + ". Keep that?");
   });
   result_ = std::move(written.result);
   if (!result_->columns.empty()) showResult();
   err << (written.isKept ? "Kept: " : "Taken back: ") << countRows(written.changedRows) << ".\n";
 }
 
-void Workbench::showResult() const {
+void Workbench::showResult() {
   switch (options_.format) {
     case RowFormat::Table:
       printText(setting_.streams.out, formatTable(*result_, layout()));
       return;
     case RowFormat::CSV:
-      write(writeCsv(*result_));
+      write((hasWritten_ ? "\r\n" : "") + writeCsv(*result_));
+      hasWritten_ = true;
       return;
     case RowFormat::JSON:
       write(writeJson(*result_));
@@ -143,20 +153,20 @@ ResultLayout Workbench::layout() const {
 }
 
 void Workbench::showDoubts(const std::string& sql, const StatementCheck& check) try {
-  std::vector<std::string> doubts;
-  query([&] { doubts = findDoubts(database_, sql, check, *result_); });
-  for (const std::string& doubt : doubts) complain(setting_.streams.err, doubt);
-} catch (const QueryError&) {
+  for (const std::string& doubt : findDoubts(database_, sql, check, *result_)) complain(setting_.streams.err, doubt);
+} catch (const QueryError& error) {
+  if (error.problem == QueryProblem::Interrupted) throw;
   // A doubt that can't be settled is none.
 }
 
+/// Does `work`, which Ctrl-C has end; one between two operations on the database ends the next.
 /// @throw what `work` throws, when the way through Ctrl-C's taking has ended
-void Workbench::query(const std::function<void()>& work) {
+void Workbench::interruptibly(const std::function<void()>& work) {
   std::exception_ptr failed;
   const bool calledOff = setting_.runQuery([&] {
     try {
       work();
-    } catch (const QueryError&) {
+    } catch (...) {
       failed = std::current_exception();
     }
   });

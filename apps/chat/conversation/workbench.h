@@ -20,6 +20,7 @@ struct WorkbenchOptions {
   RowFormat format = RowFormat::Table;
   std::size_t rows = 40;    // that a table shows at most
   bool findsDoubts = true;  // looks for what makes a result misleading
+  bool hasCommands = true;  // the user can name a statement later
 };
 
 /// Puts a question to the user and tells whether the answer is yes; empty where nobody can answer.
@@ -28,7 +29,7 @@ using Agree = std::function<bool(const std::string& question)>;
 /// How a workbench meets its user.
 struct WorkbenchSetting {
   Streams streams;      // rows go to the output, all else to the error output
-  TurnRunner runQuery;  // has Ctrl-C end the database's work
+  TurnRunner runQuery;  // has Ctrl-C end the database's work and a question to agree to
   Agree agree = {};
   std::function<std::size_t()> width = {};  // of the terminal, in columns; empty: as wide as it takes
 };
@@ -47,21 +48,23 @@ class Workbench {
   Workbench(Database& database, DatabaseDescription description, WorkbenchOptions options, WorkbenchSetting setting);
 
   /// Has the statements of `answer` in place of the last ones, and runs those that may run at once, up to the first
-  /// that fails. @throw OutputError, as each operation that shows rows
+  /// that fails or that Ctrl-C ends. @throw OutputError, as each operation that shows rows; DatabaseError, as each that
+  /// runs something, when the database can't be opened any more
   std::optional<StatementFailure> take(std::string_view answer);
 
   /// The statements of the last answer; numbers count from 1.
   std::size_t size() const { return statements_.size(); }
   const std::string& statement(std::size_t number) const { return statements_.at(number - 1); }
 
-  /// Runs what the user names; what writes only when it is agreed to. Says what is wrong.
+  /// Runs the statements that the user names; what writes only when it is agreed to. Says what is wrong.
   void run(const std::string& sql);
   /// Shows how the engine would go about it.
   void explain(const std::string& sql);
 
   /// What ran last gave; null when nothing did.
   const Result* result() const { return result_ ? &*result_ : nullptr; }
-  void showResult() const;
+  /// Programs get the results one after the other: as CSV with an empty line between two, as JSON an array each.
+  void showResult();
   /// The room of what is shown.
   ResultLayout layout() const;
   void setRows(std::size_t rows) { options_.rows = rows; }
@@ -70,6 +73,7 @@ class Workbench {
   const Agree& agree() const { return setting_.agree; }
 
  private:
+  std::optional<StatementFailure> handleEach(const std::vector<std::string>& statements, bool isNamed);
   /// What is named by the user is asked for no more when it reads, and fails to the user alone.
   std::optional<StatementFailure> handle(const std::string& name, const std::string& sql, bool isNamed);
   void runReading(const std::string& name, const std::string& sql, const StatementCheck& check);
@@ -77,7 +81,7 @@ class Workbench {
   bool mayRun(const std::string& name, const std::string& sql);
   void showDoubts(const std::string& sql, const StatementCheck& check);
   void write(std::string_view text) const;
-  void query(const std::function<void()>& work);
+  void interruptibly(const std::function<void()>& work);
 
   Database& database_;
   DatabaseDescription description_;
@@ -85,4 +89,8 @@ class Workbench {
   WorkbenchSetting setting_;
   std::vector<std::string> statements_;
   std::optional<Result> result_;
+  std::size_t count_ = 0;    // of the statements that run together
+  std::size_t number_ = 0;   // of the one that runs
+  bool isStopped_ = false;   // the user ended what ran
+  bool hasWritten_ = false;  // a result, as CSV
 };

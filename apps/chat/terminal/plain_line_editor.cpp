@@ -11,7 +11,11 @@ TypedLine PlainLineEditor::readLine(const std::string& prompt) {
   dropped_ = false;
   err_ << prompt << std::flush;
   TypedLine line;
-  if (std::getline(in_, line.text)) line.kind = TypedLine::Kind::Text;
+  if (std::getline(in_, line.text)) {
+    line.kind = TypedLine::Kind::Text;
+  } else {
+    in_.clear();  // one can type on behind the end of a terminal's input
+  }
   if (!dropped_) return line;
   behindDropped_ = std::move(line);
   return {.kind = TypedLine::Kind::Dropped};

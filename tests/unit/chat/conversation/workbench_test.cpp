@@ -2,6 +2,7 @@
 
 #include "conversation/conversation.h"
 #include "conversation/mending.h"
+#include "lost_database.h"
 #include "support/temporary_folder.h"
 
 #include <gmock/gmock.h>
@@ -193,6 +194,16 @@ TEST_F(AtTheWorkbench, RowsForProgramsAreTheOutputAlone) {
   EXPECT_THAT(out_.str(), HasSubstr("{\"id\":3}"));
 }
 
+TEST_F(AtTheWorkbench, WhereNothingCanBeNamedNeverIsNoWordOfCommands) {
+  EXPECT_FALSE(open({.mode = RunMode::Never, .hasCommands = false}).take(fenced("SELECT name FROM people")));
+  EXPECT_EQ(err_.str(), "The statement was checked, not run.\n");
+}
+
+TEST_F(AtTheWorkbench, ResultsForProgramsAreToldApart) {
+  EXPECT_FALSE(open({.format = RowFormat::CSV}).take(fenced("SELECT 1 AS a; SELECT 2 AS b")));
+  EXPECT_EQ(out_.str(), "a\r\n1\r\n\r\nb\r\n2\r\n");
+}
+
 TEST_F(AtTheWorkbench, AnEmptyResultTellsWhichTextIsNowhere) {
   EXPECT_FALSE(open().take(fenced("SELECT name FROM people WHERE country = 'Germany'")));
   EXPECT_THAT(err_.str(), HasSubstr("No row of people has country 'Germany'; there are 'AT', 'CH'"));
@@ -239,6 +250,14 @@ TEST_F(Mending, TheDatabasesWordsStayHere) {
   ASSERT_EQ(answerer_.questions.size(), 1U);
   EXPECT_THAT(answerer_.questions.front(), Not(HasSubstr("Ann")));
   EXPECT_THAT(err_.str(), HasSubstr("secret Ann")) << "the user sees them";
+}
+
+TEST_F(AtTheWorkbench, ADatabaseThatIsLostIsTheCallersMatter) {
+  LostDatabase lost;
+  Workbench bench(lost, {}, {}, {.streams = streams(), .runQuery = runPlainly});
+  EXPECT_THROW(bench.take(fenced("SELECT 1")), DatabaseError);
+  EXPECT_THROW(bench.run("SELECT 1"), DatabaseError);
+  EXPECT_THROW(bench.explain("SELECT 1"), DatabaseError);
 }
 
 }  // namespace
