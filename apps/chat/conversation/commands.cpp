@@ -27,8 +27,11 @@ bool tellCost(Talk& talk, const CommandCall& /*call*/) {
 
 bool editQuestion(Talk& talk, const CommandCall& call) {
   EditedText edited = editText(call.rest.empty() ? talk.lastQuestion : call.rest);
-  if (!edited.text) complain(talk.streams.err, edited.complaint);
-  talk.nextQuestion = std::move(edited.text);
+  if (edited.text) {
+    talk.nextQuestion = NextQuestion{.text = *std::move(edited.text)};
+  } else {
+    complain(talk.streams.err, edited.complaint);
+  }
   return true;
 }
 

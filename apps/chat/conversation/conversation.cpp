@@ -4,11 +4,13 @@
 #include "conversation/habits.h"
 #include "conversation/mending.h"
 #include "conversation/talk.h"
+#include "databases/database.h"
 #include "terminal/plain_line_editor.h"
 #include "terminal/rendering.h"
 
 #include <cf/text.h>
 
+#include <functional>
 #include <istream>
 #include <optional>
 #include <ostream>
@@ -62,7 +64,7 @@ void takePipedTurn(Talk& talk, const std::string& question) {
 
 /// Does what `line`, which is not blank, tells, and asks nothing that is no question. @return false when the
 /// conversation ends
-bool takeLine(Talk& talk, const std::string& line) {
+bool follow(Talk& talk, const std::string& line) {
   const LineMeaning meaning = understand(line);
   switch (meaning.kind) {
     case LineKind::Question:
@@ -79,6 +81,31 @@ bool takeLine(Talk& talk, const std::string& line) {
   }
   talk.note(ExitCode::WrongUsage);
   return true;
+}
+
+/// Does `work`. The service answers on when the database is gone, which may come back.
+bool outliveDatabase(Talk& talk, const std::function<bool()>& work) try {
+  return work();
+} catch (const DatabaseError& error) {
+  complain(talk.streams.err, error.what());
+  talk.note(error.exitCode);
+  return true;
+}
+
+bool takeLine(Talk& talk, const std::string& line) {
+  return outliveDatabase(talk, [&] { return follow(talk, line); });
+}
+
+void askWhatIsNext(Talk& talk, Questions& questions) {
+  const NextQuestion next = *std::exchange(talk.nextQuestion, std::nullopt);
+  if (!next.isShown) {
+    questions.remember(next.text);
+    talk.streams.err << terminalSafe(next.text) << '\n';
+  }
+  outliveDatabase(talk, [&] {
+    takeTurn(talk, next.text);
+    return true;
+  });
 }
 
 }  // namespace
@@ -112,11 +139,7 @@ void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, 
   Talk talk{.answerer = answerer, .streams = streams, .runTurn = runTurn, .background = background};
   while (const std::optional<std::string> text = questions.read()) {
     if (!takeLine(talk, *text)) return;
-    if (!talk.nextQuestion) continue;
-    const std::string question = *std::exchange(talk.nextQuestion, std::nullopt);
-    questions.remember(question);
-    streams.err << terminalSafe(question) << '\n';
-    takeTurn(talk, question);
+    if (talk.nextQuestion) askWhatIsNext(talk, questions);
   }
   streams.err << '\n';  // leaves the line of the last prompt
 }

@@ -4,7 +4,6 @@
 #include "results/chart.h"
 #include "results/export.h"
 #include "sql/marking.h"
-#include "sql/statements.h"
 #include "terminal/external_editor.h"
 #include "terminal/rendering.h"
 
@@ -60,10 +59,6 @@ const Result* findResult(Talk& talk) {
   return result;
 }
 
-void runEach(Talk& talk, const std::string& sql) {
-  for (const std::string& statement : splitStatements(sql)) talk.background.workbench->run(statement);
-}
-
 }  // namespace
 
 bool runStatement(Talk& talk, const CommandCall& call) {
@@ -72,7 +67,7 @@ bool runStatement(Talk& talk, const CommandCall& call) {
 }
 
 bool runTypedStatement(Talk& talk, const CommandCall& call) {
-  if (findWorkbench(talk) != nullptr) runEach(talk, call.rest);
+  if (findWorkbench(talk) != nullptr) talk.background.workbench->run(call.rest);
   return true;
 }
 
@@ -85,7 +80,7 @@ bool changeStatement(Talk& talk, const CommandCall& call) {
     return true;
   }
   talk.streams.err << terminalSafe(markHidden(*edited.text).text) << '\n';
-  runEach(talk, *edited.text);
+  talk.background.workbench->run(*edited.text);
   return true;
 }
 
@@ -146,10 +141,13 @@ bool shareRows(Talk& talk, const CommandCall& call) {
   talk.streams.err << terminalSafe(markHidden(question).text);
   const std::string count = std::to_string(shared.rows.size()) + (shared.rows.size() == 1 ? " row" : " rows");
   const Agree& agree = talk.background.workbench->agree();
-  if (!agree ||
-      !agree("Send this, " + count + " of your database, to " + std::string(talk.answerer.provider().title) + "?"))
+  if (!agree) {
+    talk.streams.err << "Nobody is here to agree, so nothing is sent.\n";
+    return true;
+  }
+  if (!agree("Send this, " + count + " of your database, to " + std::string(talk.answerer.provider().title) + "?"))
     return true;
   talk.answerer.announce(Matter::Row, shared.rows.size());
-  talk.nextQuestion = question;
+  talk.nextQuestion = NextQuestion{.text = question, .isShown = true};
   return true;
 }

@@ -1,5 +1,9 @@
 #include "conversation/conversation.h"
 
+#include "conversation/consent.h"
+#include "conversation/workbench.h"
+#include "lost_database.h"
+#include "terminal/plain_line_editor.h"
 #include "terminal/rendering.h"
 
 #include <gmock/gmock.h>
@@ -486,6 +490,27 @@ TEST_F(Conversation, AMoveThatIsCalledOffIsNoFailure) {
   converse(answerer_, streams("/provider gemini\n"), runInterrupted);
   EXPECT_THAT(err_.str(), HasSubstr("Cancelled.\nThe conversation stays with OpenAI.\n"));
   EXPECT_THAT(err_.str(), Not(HasSubstr("by someone")));
+}
+
+TEST_F(Conversation, GoesOnWithoutTheDatabase) {
+  LostDatabase lost;
+  Workbench workbench(lost, {}, {}, {.streams = streams(), .runQuery = runPlainly});
+  answerer_.next.text = "```sql\nSELECT 1\n```";
+  const ExitCode code =
+      answerLines(answerer_, streams("one\ntwo\n/sql SELECT 1\n"), runPlainly, {.tables = {}, .workbench = &workbench});
+  EXPECT_EQ(answerer_.questions.size(), 2U);
+  EXPECT_EQ(err_.str().substr(0, err_.str().find('\n')), "qai-chat: The file is gone");
+  EXPECT_EQ(code, ExitCode::NoInput);
+}
+
+TEST_F(Conversation, AskingToAgreeAtTheEndOfTheInputIsANoAndEndsNothingElse) {
+  EXPECT_FALSE(askToAgree("Sure?", streams("")));
+  EXPECT_TRUE(in_.good());
+  PlainLineEditor editor(in_, err_);
+  EXPECT_FALSE(askToAgree("Sure?", editor, err_));
+  EXPECT_TRUE(in_.good());
+  in_.str("y\n");
+  EXPECT_TRUE(askToAgree("Sure?", editor, err_));
 }
 
 }  // namespace
