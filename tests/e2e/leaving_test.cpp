@@ -1,4 +1,5 @@
 // What leaves this machine: it is told beforehand and afterwards, and no row is ever among it.
+#include "scripted_answers.h"
 #include "support/services.h"
 #include "workplace.h"
 
@@ -33,18 +34,7 @@ ANALYZE;
 
 class Leaving : public Workplace {
  protected:
-  static std::string everything(const standin::Request& request) {
-    std::string text = request.method + " " + request.path + " " + request.body;
-    for (const auto& [name, value] : request.headers) text += " " + name + ": " + value;
-    for (const auto& [name, value] : request.query) text += " " + name + "=" + value;
-    return text;
-  }
-
-  std::string everythingSent() const {
-    std::string text;
-    for (const standin::Request& request : server_.requests()) text += everything(request) + "\n";
-    return text;
-  }
+  std::string everythingSent() const { return ::everythingSent(server_); }
 
   std::string database_ = makeDatabase("rows.db", kSql);
   standin::Server server_;
@@ -70,7 +60,7 @@ TEST_P(LeavingFor, AreNoRowsInAWholeConversation) {
   for (const char* line :
        {"Who are the customers?", "/tables", "/tables broken", "Select json_extract(notes, name) from customers",
         "/context", "/sent", "/cost", "/new", "Delete all customers", "Show me the rows of broken", "/nothing"}) {
-    EXPECT_THAT(enter(chat, line), Not(HasSubstr(kCanary))) << line;
+    enter(chat, line);
   }
   chat.type("/quit\n");
   EXPECT_EQ(chat.finish(), 0);
@@ -83,6 +73,29 @@ TEST_P(LeavingFor, AreNoRowsInAWholeConversation) {
     EXPECT_THAT(sent, HasSubstr(part));
   }
   EXPECT_EQ(sent.find(kCanary), std::string::npos);
+}
+
+TEST_P(LeavingFor, AreNoValuesThatStatementsFailOver) {
+  for (const char* sql : {
+           "SELECT json_extract(notes, name) FROM customers",
+           "SELECT json_extract('{}', code) FROM codes",
+           "SELECT json(notes) FROM customers",
+           "SELECT value FROM broken",
+           "SELECT e.value FROM customers, json_each(notes) e",
+           "SELECT name LIKE notes ESCAPE name FROM customers",
+           "SELECT name, abs(-9223372036854775807 - 1) FROM customers",
+           "SELECT name FROM customers WHERE name MATCH notes",
+       }) {
+    const std::size_t before = server_.requests().size();
+    scriptAnswer(server_, GetParam(), fence(sql));
+    scriptAnswer(server_, GetParam(), fence(sql));
+    const ProgramRun run = runCommand(at({"--model", GetParam().model, database_, "What do they say?"}));
+    EXPECT_EQ(run.code, 65) << sql << run.err;
+    std::string told;
+    for (std::size_t i = before; i < server_.requests().size(); ++i) told += server_.requests()[i].body;
+    EXPECT_THAT(told, HasSubstr("The statement can't be run: ")) << sql;
+  }
+  EXPECT_EQ(everythingSent().find(kCanary), std::string::npos);
 }
 
 INSTANTIATE_TEST_SUITE_P(Services, LeavingFor, testing::ValuesIn(allServices()),

@@ -1,4 +1,5 @@
 // What keys do at a terminal: at one that knows all of them, and at one that knows none.
+#include "scripted_answers.h"
 #include "workplace.h"
 
 #include <gmock/gmock.h>
@@ -379,6 +380,21 @@ TEST_F(Typing, TheEditorOfVisualGoesFirstAndTheSystemsIsTheLast) {
   waitForPrompt(chat);
   chat.type("/edit\n");
   answered(chat);
+  end(chat);
+}
+
+TEST_F(Typing, ChangeRunsWhatTheEditorSaves) {
+  const std::string editor = makeEditor("echo \"SELECT 'changed ' || (6 * 7)\" >\"$1\"\n");
+  TerminalChild chat(command("xterm", {"EDITOR=" + editor}));
+  waitForPrompt(chat);
+  scriptAnswer(server_, fence("SELECT count(*) FROM customers"));
+  chat.type("Who?\n");
+  chat.waitFor("1 row, ");
+  waitForPrompt(chat);
+  chat.type("/change\n");
+  EXPECT_THAT(chat.waitFor("1 row, "), AllOf(HasSubstr("SELECT 'changed ' || (6 * 7)\r\n"), HasSubstr("changed 42")));
+  waitForPrompt(chat);
+  EXPECT_EQ(server_.requests().size(), 1U);
   end(chat);
 }
 
