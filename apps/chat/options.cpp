@@ -5,7 +5,6 @@
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <map>
 
 namespace {
 
@@ -109,8 +108,11 @@ CommandLine wrongUsage(std::string sentence) {
   return {.options = {}, .end = ExitCode::WrongUsage, .text = sentence + " (qai-chat --help explains)"};
 }
 
-const std::map<std::string, RunMode> kRunModes{
-    {"auto", RunMode::Auto}, {"ask", RunMode::Ask}, {"never", RunMode::Never}};
+/// `word` is one that --run takes.
+RunMode readRunMode(const std::string& word) {
+  if (word == "ask") return RunMode::Ask;
+  return word == "never" ? RunMode::Never : RunMode::Auto;
+}
 
 /// What the parser has a text or a flag of, and Options something else.
 struct Given {
@@ -190,7 +192,7 @@ CommandLine readCommandLine(const std::vector<std::string>& arguments) {
   }
   result.options.service.provider = findProvider(given.provider);
   if (app.count("QUESTION") > 0) result.options.question = given.question;
-  result.options.runMode = kRunModes.at(given.run);
+  result.options.runMode = readRunMode(given.run);
   if (given.csv) result.options.rowFormat = RowFormat::CSV;
   if (given.json) result.options.rowFormat = RowFormat::JSON;
   if (result.options.database.empty() && !result.options.listModels) return wrongUsage("No DATABASE is given");

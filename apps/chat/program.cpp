@@ -47,12 +47,13 @@ Job makeJob(const Options& options, Streams streams) {
               .instructions = options.instructions,
               .productName = opened->productName(),
               .structureJson = obtainStructureJson(database)};
+  Background background{.tables = outlineTables(database), .workbench = nullptr};
   DatabaseMark mark = markDatabase(options.database, setup.structureJson);
   return {.options = options,
           .streams = streams,
           .question = options.question.value_or(""),
           .setup = std::move(setup),
-          .background = {.tables = outlineTables(database), .workbench = nullptr},
+          .background = std::move(background),
           .database = std::move(mark),
           .opened = std::move(opened),
           .description = std::move(database),
