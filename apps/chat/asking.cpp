@@ -123,7 +123,7 @@ bool runInterruptibly(Interrupts& interrupts, Switchboard& board, std::ostream& 
 /// What Tab completes: commands, services, tables, views and columns.
 Words listWords(const Job& job) {
   Words words;
-  for (const Command& command : listCommands()) words.commands.emplace_back(command.name);
+  for (const CommandRow& command : listCommands()) words.commands.emplace_back(command.name);
   for (const Provider& provider : kProviders) words.arguments["/provider"].emplace_back(provider.name);
   for (const TableOutline& table : job.background.tables) {
     words.names.push_back(table.name);

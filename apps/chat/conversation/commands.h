@@ -17,7 +17,7 @@ struct CommandCall {
 };
 
 /// One way to call a command.
-struct Command {
+struct CommandRow {
   static constexpr std::size_t kAnyNumber = std::numeric_limits<std::size_t>::max();
 
   std::string_view name;
@@ -31,7 +31,7 @@ struct Command {
 };
 
 /// All of them, in the order of /help.
-std::span<const Command> listCommands();
+std::span<const CommandRow> listCommands();
 
 /// Does what `line`, which begins with a slash, tells. @return false when the conversation ends
 bool obey(Talk& talk, const std::string& line);
