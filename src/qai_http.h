@@ -16,7 +16,7 @@ using HTTPResult = std::pair<CMRestResourceResponse*, std::string>;
 /// JSON for a body: a tree, which may be null for none; or a text with others in it. Borrowed until the request has
 /// ended.
 struct HTTPBody {
-  HTTPBody(const ICOJsonValue* tree) : json(tree) {}  // NOLINT(google-explicit-constructor)
+  HTTPBody(const ICOJsonValue* tree) : json(tree) {}  // NOLINT(google-explicit-constructor): a tree is a body
   HTTPBody(std::string written, std::span<const CMRestTextPart> others) : text(std::move(written)), parts(others) {}
 
   const ICOJsonValue* json = nullptr;
