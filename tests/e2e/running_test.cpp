@@ -51,8 +51,8 @@ TEST_F(Running, ShowsRowsBelowTheAnswer) {
   answer("SELECT name FROM people ORDER BY id");
   const ProgramRun run = ask();
   EXPECT_EQ(run.code, 0);
-  EXPECT_THAT(run.out, testing::MatchesRegex("Here:\n```sql\nSELECT name FROM people ORDER BY id\n```\n"
-                                             "name\n[^\n]*\nAnn *\nBo *\nNULL\n3 rows, [0-9]+ ms\n"));
+  EXPECT_THAT(run.out, testing::StartsWith("Here:\n```sql\nSELECT name FROM people ORDER BY id\n```\nname\n"));
+  EXPECT_THAT(run.out, testing::ContainsRegex("\nAnn *\nBo *\nNULL\n3 rows, .+ ms\n"));
   EXPECT_EQ(run.err, "");
 }
 
