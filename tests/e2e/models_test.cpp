@@ -44,6 +44,7 @@ TEST_F(ChosenModel, IsNamedToAPersonAtATerminal) {
     TerminalChild chat(chatWith(server_, arguments));
     EXPECT_THAT(chat.waitFor("Model: gpt-4.1."), HasSubstr("Model: gpt-4.1."));
     if (arguments.size() == 1) {
+      chat.waitFor("\n> ");
       enter(chat, kQuestion);
       chat.typeEnd();
     }

@@ -20,7 +20,8 @@ class StatementThatReads : public DatabaseFile, public testing::WithParamInterfa
 
 TEST_P(StatementThatReads, RunsAndChangesNothing) {
   const std::string needed = GetParam().needs;
-  if (!needed.empty() && sqlite3_compileoption_used(GetParam().needs) == 0) GTEST_SKIP() << "no " << needed;
+  if (!needed.empty() && sqlite3_compileoption_used(GetParam().needs) == 0)
+    GTEST_SKIP() << "SQLite was compiled without the option " << needed;
   open(std::string(kShop) + (needed.empty() ? "" : kVirtualTables));
   const auto before = contents();
   const StatementCheck check = database().check(GetParam().sql);
