@@ -35,8 +35,7 @@ namespace {
 using cf_rapidjson::SizeType;
 
 constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
-constexpr unsigned kParseFlags = cf_rapidjson::kParseInsituFlag | cf_rapidjson::kParseNumbersAsStringsFlag |
-                                 cf_rapidjson::kParseValidateEncodingFlag;
+constexpr unsigned kParseFlags = cf_rapidjson::kParseInsituFlag | cf_rapidjson::kParseNumbersAsStringsFlag;
 
 /// The text that the library reads, with a NUL behind it. It also takes what a string holds, which ends up where it
 /// stood when `isWritable` and else nowhere: then only strings without escapes keep their texts.
@@ -66,14 +65,13 @@ class TextStream {
     return static_cast<std::size_t>(target_.end(source_) - begin);
   }
 
-  /// Takes and puts the characters up to the next one that the library must look at.
-  /// @return false when there are none: the next one is ill-formed.
-  bool takePlain() noexcept {
+  /// Takes and puts the characters of a string up to the next one that the library must look at, which is ASCII.
+  void takePlain() {
     const char* const start = source_;
     source_ = plainJsonASCIIEndOfShort(start, end_);
-    if (static_cast<unsigned char>(*source_) >= 0x80) source_ = plainJsonEnd(source_, end_);
+    if (!isAtASCII()) source_ = plainJsonEnd(source_, end_);
+    if (!isAtASCII()) throw InvalidJson();
     target_.put(start, source_);
-    return source_ != start;
   }
 
  private:
@@ -93,6 +91,8 @@ class TextStream {
     void put(const char* /*from*/, const char* /*to*/) noexcept {}
     const char* end(const char* source) const noexcept { return source; }
   };
+
+  bool isAtASCII() const noexcept { return static_cast<unsigned char>(*source_) < 0x80; }
 
   const char* source_;
   const char* end_;
@@ -117,13 +117,6 @@ namespace {
 
 /// UTF-8 whose escapes can't put a lone surrogate into a text; the library lets the low ones pass.
 struct StrictUTF8 : cf_rapidjson::UTF8<> {
-  /// Called with a character in a string that is neither a control character, nor a quotation mark or backslash.
-  /// Input and output are the same.
-  template <typename Input, typename Output>
-  static bool Validate(Input& input, Output& /*output*/) {
-    return input.takePlain();
-  }
-
   template <typename OutputStream>
   static void Encode(OutputStream& output, unsigned codePoint) {
     if (codePoint >= 0xD800 && codePoint <= 0xDFFF) throw InvalidJson();
@@ -132,6 +125,23 @@ struct StrictUTF8 : cf_rapidjson::UTF8<> {
 };
 
 using Reader = cf_rapidjson::GenericReader<StrictUTF8, StrictUTF8>;
+
+}  // namespace
+
+// Where the library begins a string, and behind each of its escapes. Its own way would be to ask for each character
+// whether it is well-formed.
+template <>
+template <>
+inline void Reader::ScanCopyUnescapedString(TextStream<false>& input, TextStream<false>& /*output*/) {
+  input.takePlain();
+}
+template <>
+template <>
+inline void Reader::ScanCopyUnescapedString(TextStream<true>& input, TextStream<true>& /*output*/) {
+  input.takePlain();
+}
+
+namespace {
 
 /// Receives the parser's events and fills the top of the document.
 class TreeBuilder : public cf_rapidjson::BaseReaderHandler<StrictUTF8, TreeBuilder> {
