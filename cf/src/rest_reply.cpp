@@ -27,24 +27,19 @@ bool RestReply::takeHeaderLine(std::string_view line) noexcept {
   if (headerTooLarge) return false;
   const bool isBlank = line == "\r\n" || line == "\n";
   isComing = !isBlank;
+  if (headersEnded && line.starts_with("HTTP/")) {  // the one before was an interim reply (1xx)
+    headersEnded = false;
+    head.clear();
+  }
   try {
-    keepHeaderLine(line);
+    if (head.empty()) head.reserve(kUsualHeadBytes);
+    if (!headersEnded) head += line;
   } catch (...) {
     thrown = std::current_exception();
     return false;
   }
   headersEnded = headersEnded || isBlank;
   return true;
-}
-
-// An interim reply (1xx) is followed by another status line.
-void RestReply::keepHeaderLine(std::string_view line) {
-  if (line.starts_with("HTTP/")) {
-    headersEnded = false;
-    head.clear();
-    head.reserve(kUsualHeadBytes);
-  }
-  if (!headersEnded) head += line;
 }
 
 bool RestReply::takeBody(std::string_view part) noexcept {

@@ -42,7 +42,6 @@ struct RestReply {
   std::array<char, CURL_ERROR_SIZE> errorText;  // never a verdict: libcurl may fill it in success
 
  private:
-  void keepHeaderLine(std::string_view line);
   void beginReceiving(std::string_view beginning);
   void keepBody(std::string_view part);
 
