@@ -237,34 +237,32 @@ void QAIAssistantProperties::setApiHost(const std::string& value, const std::str
 
 bool QAIAssistantProperties::isApiHostBlank() const { return apiHost.empty() || apiHost == kScheme; }
 
-std::string QAIAssistantProperties::obtainOtherInstructions() const {
-  std::string text;
-  if (!userInstructions.empty()) text.append(userInstructions).append("\n\n");
-  for (const auto& [name, instruction] : systemInstructions) text.append(instruction.stringValue()).append("\n");
-  return text;
+template <typename Take>
+void QAIAssistantProperties::walkOtherInstructions(const Take& take) const {
+  if (!userInstructions.empty()) take(userInstructions, 2);
+  for (const auto& [name, instruction] : systemInstructions) take(instruction.stringValue(), 1);
 }
 
 std::string QAIAssistantProperties::obtainCombinedInstructions() const {
   const std::string& structure = obtainDatabaseStructureText();
-  std::string text = obtainOtherInstructions();
+  std::string text;
+  walkOtherInstructions(
+      [&text](std::string_view other, std::size_t lineEnds) { text.append(other).append(lineEnds, '\n'); });
   if (!structure.empty()) text.append(structure).append("\n");
   return text;
 }
 
 InstructionsJson QAIAssistantProperties::obtainInstructionsJson() const {
   const bool hasStructure = !obtainDatabaseStructureText().empty();
-  const std::string others = obtainOtherInstructions();
-  InstructionsJson json{.isEmpty = others.empty() && !hasStructure, .start = {}};
-  json.start.reserve(others.size() + others.size() / 8 + 16);  // with quotation marks and some escapes
-  cfAppendJsonString(json.start, others);
-  if (!hasStructure) return json;
-  // What stands before the structure ends with a line end, so it can be written apart from it.
-  constexpr std::string_view kQuotationMark = "\"";
-  json.start.resize(json.start.size() - kQuotationMark.size());
-  json.structure = dbStructureJson.text().json;
-  json.structure.remove_prefix(kQuotationMark.size());
-  json.structure.remove_suffix(kQuotationMark.size());
-  json.end = R"(\n")";
+  InstructionsJson json{.isEmpty = !hasStructure, .start = "\"", .end = hasStructure ? R"(\n")" : R"(")"};
+  if (hasStructure) json.structure = dbStructureJson.text().json;
+  json.start.reserve(userInstructions.size() + userInstructions.size() / 8 + 16);  // with some escapes
+  // Each ends with a line end, so it can be written apart from what follows.
+  walkOtherInstructions([&json](std::string_view other, std::size_t lineEnds) {
+    json.isEmpty = false;
+    cfAppendJsonCharacters(json.start, other);
+    for (; lineEnds != 0; --lineEnds) json.start += R"(\n)";
+  });
   return json;
 }
 

@@ -89,7 +89,9 @@ class QAIAssistantProperties : public IQAIProperties {
   DatabaseDescription dbStructureJson;
 
  private:
-  std::string obtainOtherInstructions() const;
+  /// Hands over the texts that stand before the structure, each with the number of line ends behind it.
+  template <typename Take>
+  void walkOtherInstructions(const Take& take) const;
 };
 
 /// Puts a record back to what it was, unless told that the changes may stay: for what changes it step by step and may

@@ -97,9 +97,10 @@ QAIChatAssistant::Answer QAIChatAssistant::exchange(QAIChatSession& session, con
                             .messages = session.history().writeRequestText(text),
                             .isStreamed = streaming != nullptr,
                             .asksForUsage = streaming != nullptr && streaming->options.asksForUsage});
-  HTTPBody sent(body.takeText(), body.parts());
-  if (streaming != nullptr) return receive(std::move(sent), *streaming);
-  return readWhole(HTTP::Post(restSession_.get(), address(dialect_.turn.path), std::move(sent), queryParams(), {}));
+  const auto parts = body.parts();
+  const HTTPBody sent(parts);
+  if (streaming != nullptr) return receive(sent, *streaming);
+  return readWhole(HTTP::Post(restSession_.get(), address(dialect_.turn.path), sent, queryParams(), {}));
 }
 
 /// Has the reply handed on while it comes. A service that answers with a whole body is understood as well.
@@ -110,7 +111,7 @@ QAIChatAssistant::Answer QAIChatAssistant::receive(HTTPBody body, const Streamin
 
   QAIReplyStream receiver(stream.form, streaming.options, streaming.sink);
   HTTPResult result = HTTP::PostStreaming(
-      restSession_.get(), address(stream.path.empty() ? dialect_.turn.path : stream.path), std::move(body), query,
+      restSession_.get(), address(stream.path.empty() ? dialect_.turn.path : stream.path), body, query,
       {{"Accept", std::string(stream.form.accept)}}, limitStream(httpSettings, streaming.options), receiver);
   if (!receiver.hasBegun() && receiver.failure() == QAIReplyStream::Failure::None) {
     Answer answer = readWhole(result);

@@ -4,14 +4,11 @@
 #include "qai_assistant_properties.h"
 
 #include <cf/json_shortcuts.h>
-#include <cf/rest.h>
 
 #include <array>
 #include <cstddef>
-#include <span>
 #include <string>
 #include <string_view>
-#include <utility>
 
 /// What may be long is borrowed: the database's statements, and the history behind them.
 class ChatBody {
@@ -23,9 +20,9 @@ class ChatBody {
     text_ += json;
     return *this;
   }
-  /// A text, as a JSON string.
-  ChatBody& addString(std::string_view text) {
-    cfAppendJsonString(text_, text);
+  /// A text, as what stands in a JSON string.
+  ChatBody& addCharacters(std::string_view text) {
+    cfAppendJsonCharacters(text_, text);
     return *this;
   }
   ChatBody& addNumber(double number) { return add(cfWriteJson(number)); }
@@ -33,23 +30,30 @@ class ChatBody {
   /// The text of the instructions as a JSON string. At most once, before the messages.
   ChatBody& addInstructions(const InstructionsJson& instructions) {
     add(instructions.start);
-    parts_.front() = {text_.size(), instructions.structure};
+    structurePlace_ = text_.size();
+    structure_ = instructions.structure;
     return add(instructions.end);
   }
   /// JSON values with commas between them. Once.
   ChatBody& addMessages(std::string_view messages) {
-    parts_.back() = {text_.size(), messages};
+    messagesPlace_ = text_.size();
+    messages_ = messages;
     return *this;
   }
 
-  /// All but what is borrowed. Ends the writing.
-  std::string takeText() { return std::move(text_); }
-  /// What is borrowed, and its places in the text.
-  std::span<const CMRestTextPart> parts() const { return parts_; }
+  /// What was written, as long as nothing more is.
+  std::array<std::string_view, 5> parts() const {
+    const std::string_view text = text_;
+    return {text.substr(0, structurePlace_), structure_, text.substr(structurePlace_, messagesPlace_ - structurePlace_),
+            messages_, text.substr(messagesPlace_)};
+  }
 
  private:
   static constexpr std::size_t kUsualSize = 512;
 
   std::string text_;
-  std::array<CMRestTextPart, 2> parts_;
+  std::size_t structurePlace_ = 0;  // in the text
+  std::string_view structure_;
+  std::size_t messagesPlace_ = 0;  // behind it
+  std::string_view messages_;
 };

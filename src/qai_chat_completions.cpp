@@ -64,7 +64,7 @@ bool completions::isByAssistant(const ICOJsonValue& message) {
 }
 
 void completions::writeBody(ChatBody& body, const ChatTurn& turn) {
-  body.add(R"({"model":)").addString(turn.settings.model);
+  body.add(R"({"model":")").addCharacters(turn.settings.model).add("\"");
   if (turn.settings.assignedKeys.contains("temperature")) {
     body.add(R"(,"temperature":)").addNumber(turn.settings.temperature);
   }
@@ -77,7 +77,7 @@ void completions::writeBody(ChatBody& body, const ChatTurn& turn) {
 void completions::writeMessages(ChatBody& body, const ChatTurn& turn) {
   body.add(R"(,"messages":[)");
   if (!turn.instructions.isEmpty) {
-    body.add(turn.instructionsStart).addInstructions(turn.instructions).add(kEntry.end).add(",");
+    body.add(turn.instructionsStart).addInstructions(turn.instructions).add("},");
   }
   body.addMessages(turn.messages).add("]");
 }

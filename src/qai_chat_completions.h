@@ -16,10 +16,11 @@ namespace completions {
 void writeBody(ChatBody& body, const ChatTurn& turn);
 
 /// {"role", "content"}
-inline constexpr ChatEntryForm kEntry{
-    .userStart = R"({"role":"user","content":)", .assistantStart = R"({"role":"assistant","content":)", .end = "}"};
+inline constexpr ChatEntryForm kEntry{.userStart = R"({"role":"user","content":")",
+                                      .assistantStart = R"({"role":"assistant","content":")",
+                                      .end = R"("})"};
 
-/// How the message with the instructions begins where its role is the usual one; its end is that of kEntry.
+/// How the message with the instructions begins where its role is the usual one.
 inline constexpr std::string_view kSystemStart = R"({"role":"system","content":)";
 
 /// "messages": the instructions (when there are any), the history and the new text as objects with "role" and

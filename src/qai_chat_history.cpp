@@ -35,7 +35,7 @@ std::string_view ChatHistory::writeRequestText(std::string_view question) {
 
 /// For what is still to be written, and a quarter more, so that the next turns need not move a long history.
 void ChatHistory::makeRoom(std::size_t questionSize) {
-  const std::size_t formSize = form_.assistantStart.size() + form_.end.size() + 3;  // with quotation marks and a comma
+  const std::size_t formSize = form_.assistantStart.size() + form_.end.size() + 1;  // with a comma
   std::size_t size = requestText_.size() + questionSize + formSize;
   for (std::size_t i = written_; i < entries_.size(); ++i) size += entries_[i]->firstText().size() + formSize;
   if (size > requestText_.capacity()) requestText_.reserve(size + size / 4);
@@ -44,6 +44,6 @@ void ChatHistory::makeRoom(std::size_t questionSize) {
 void ChatHistory::writeEntry(bool byAssistant, std::string_view text) {
   if (!requestText_.empty()) requestText_ += ',';
   requestText_ += byAssistant ? form_.assistantStart : form_.userStart;
-  cfAppendJsonString(requestText_, text);
+  cfAppendJsonCharacters(requestText_, text);
   requestText_ += form_.end;
 }

@@ -10,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-/// An entry as it stands in a service's request bodies: a start, the text as a JSON string, and the end.
+/// An entry as it stands in a service's request bodies: a start, what stands in the text's JSON string, and the end.
 struct ChatEntryForm {
   std::string_view userStart;
   std::string_view assistantStart;

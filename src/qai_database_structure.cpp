@@ -227,8 +227,8 @@ DatabaseText makeText(const std::string& json) {
   });
   made.ddl.reserve(size);
   forEachInstruction(catalogs, [&](const std::string& instruction) { made.ddl.append(instruction).append("\n"); });
-  made.json.reserve(size + lines + 2);  // a line end takes a byte more there; little else does
-  cfAppendJsonString(made.json, made.ddl);
+  made.json.reserve(size + lines);  // a line end takes a byte more there; little else does
+  cfAppendJsonCharacters(made.json, made.ddl);
   return made;
 }
 

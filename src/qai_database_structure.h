@@ -28,7 +28,7 @@ std::string writeObjectStatement(const std::string& kind, const std::string& sch
 /// What is sent to a model of a description.
 struct DatabaseText {
   std::string ddl;   // the statements as lines, each ended by "\n"
-  std::string json;  // the same as a JSON string
+  std::string json;  // what stands in a JSON string of the same
   StructureFailures failures;
 };
 

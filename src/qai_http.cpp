@@ -39,11 +39,11 @@ void prepare(Request& request, std::string&& url) {
   request.setURL(std::move(url));
 }
 
-void prepare(CMRestPostRequest& request, std::string&& url, HTTPBody& body, const CMRestParams& queryParams,
+void prepare(CMRestPostRequest& request, std::string&& url, const HTTPBody& body, const CMRestParams& queryParams,
              const CMRestParams& headerParams) {
   prepare(request, std::move(url));
   if (body.json != nullptr) request.updateJson(body.json);
-  if (!body.text.empty()) request.updateJsonText(std::move(body.text), body.parts);
+  if (!body.parts.empty()) request.updateJsonText(body.parts);
   addParams(request, queryParams, headerParams);
 }
 

@@ -13,15 +13,13 @@
 /// success.
 using HTTPResult = std::pair<CMRestResourceResponse*, std::string>;
 
-/// JSON for a body: a tree, which may be null for none; or a text with others in it. Borrowed until the request has
-/// ended.
+/// JSON for a body: a tree, which may be null for none; or a text in parts. Borrowed until the request has ended.
 struct HTTPBody {
   HTTPBody(const ICOJsonValue* tree) : json(tree) {}  // NOLINT(google-explicit-constructor): a tree is a body
-  HTTPBody(std::string written, std::span<const CMRestTextPart> others) : text(std::move(written)), parts(others) {}
+  explicit HTTPBody(std::span<const std::string_view> written) : parts(written) {}
 
   const ICOJsonValue* json = nullptr;
-  std::string text = {};
-  std::span<const CMRestTextPart> parts = {};
+  std::span<const std::string_view> parts = {};
 };
 
 /// Each runs one request on `session` under the library's HTTP settings as they are now, and blocks until it ends.

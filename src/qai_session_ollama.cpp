@@ -17,7 +17,7 @@ std::vector<std::string> readModels(const ICOJsonValue& list) {
 }
 
 void writeBody(ChatBody& body, const ChatTurn& turn) {
-  body.add(R"({"model":)").addString(turn.settings.model);
+  body.add(R"({"model":")").addCharacters(turn.settings.model).add("\"");
   body.add(turn.isStreamed ? R"(,"stream":true)" : R"(,"stream":false)");
   if (turn.settings.assignedKeys.contains("temperature")) {
     body.add(R"(,"options":{"temperature":)").addNumber(turn.settings.temperature).add("}");

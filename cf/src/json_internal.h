@@ -130,10 +130,16 @@ inline JsonNode& JsonNode::of(COJsonValue& value) noexcept {
   return isDocument(value) ? static_cast<COJson&>(value).own_->top : static_cast<JsonNode&>(value);
 }
 
-/// A written text with gaps: long pieces of references, which were not copied into it.
+/// A long piece of a reference, and where it belongs into a text.
+struct JsonGap {
+  std::size_t place;
+  std::string_view text;
+};
+
+/// A written text with gaps: what was not copied into it.
 struct JsonText {
   std::string text;
-  std::vector<CMRestTextPart> gaps;  // in the order of their places
+  std::vector<JsonGap> gaps;  // in the order of their places
 };
 
 /// Writes `value`. Pieces of references that have at least `shortestBorrowed` bytes are borrowed.

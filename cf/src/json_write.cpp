@@ -129,17 +129,15 @@ struct OpenContainer {
 
 }  // namespace
 
-void cfAppendJsonString(std::string& json, std::string_view text) {
+void cfAppendJsonCharacters(std::string& json, std::string_view text) {
   const char* rest = text.data();
   const char* const end = rest + text.size();
-  json += '"';
   for (;;) {
     const char* const plainEnd = plainJsonEnd(rest, end);
-    json.append(rest, plainEnd);
-    if (plainEnd == end) break;
+    json.append(rest, static_cast<std::size_t>(plainEnd - rest));
+    if (plainEnd == end) return;
     rest = appendEscaped(json, plainEnd, end);
   }
-  json += '"';
 }
 
 void appendJsonNumber(std::string& result, double value, bool integer) {

@@ -49,13 +49,13 @@ void CMRestPostRequest::addQueryParams(const CMRestParams& params) { append(quer
 
 void CMRestPostRequest::addHeaderParams(const CMRestParams& params) { append(headers_, params); }
 
-/// A body's text, and its parts: stretches of the text, with what is borrowed between them.
+/// A body's parts: stretches of its own text, and what is borrowed.
 struct CMRestPostRequest::Body {
   explicit Body(JsonText written) : text(std::move(written.text)) {
     const std::string_view whole = text;
     std::size_t place = 0;
     parts.reserve(2 * written.gaps.size() + 1);
-    for (const CMRestTextPart& gap : written.gaps) {
+    for (const JsonGap& gap : written.gaps) {
       parts.push_back(whole.substr(place, gap.place - place));
       parts.push_back(gap.text);
       place = gap.place;
@@ -63,7 +63,19 @@ struct CMRestPostRequest::Body {
     parts.push_back(whole.substr(place));
   }
 
-  const std::string text;
+  explicit Body(std::span<const std::string_view> written) {
+    std::size_t size = 0;
+    for (const std::string_view part : written) size += part.size();
+    if (size >= kShortestBorrowed) {
+      parts.assign(written.begin(), written.end());
+      return;
+    }
+    text.reserve(size);
+    for (const std::string_view part : written) text += part;
+    parts.assign(1, text);
+  }
+
+  std::string text;
   std::vector<std::string_view> parts;
 };
 
@@ -74,20 +86,8 @@ void CMRestPostRequest::updateJson(const ICOJsonValue* json) {
   body_ = json == nullptr ? nullptr : std::make_unique<Body>(writeJson(*json, kShortestBorrowed));
 }
 
-void CMRestPostRequest::updateJsonText(std::string text, std::span<const CMRestTextPart> others) {
-  JsonText written{.text = std::move(text), .gaps = {}};
-  written.gaps.reserve(others.size());
-  std::size_t copied = 0;
-  for (const CMRestTextPart& other : others) {
-    const std::size_t place = other.place + copied;
-    if (other.text.size() >= kShortestBorrowed) {
-      written.gaps.push_back({place, other.text});
-    } else {
-      written.text.insert(place, other.text);
-      copied += other.text.size();
-    }
-  }
-  body_ = std::make_unique<Body>(std::move(written));
+void CMRestPostRequest::updateJsonText(std::span<const std::string_view> parts) {
+  body_ = std::make_unique<Body>(parts);
 }
 
 std::string CMRestPostRequest::getBody() const {

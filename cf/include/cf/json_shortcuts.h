@@ -43,8 +43,15 @@ class CFJsonReader {
 /// Whether COJson(text) would be valid; nothing is kept of what is read.
 CF_API bool cfIsJson(const std::string& text);
 
-/// Appends `text` to `json` as a JSON string, written as obtainJsonString writes one.
-CF_API void cfAppendJsonString(std::string& json, std::string_view text);
+/// Appends what stands between the quotation marks when obtainJsonString writes `text` as a JSON string.
+CF_API void cfAppendJsonCharacters(std::string& json, std::string_view text);
+
+/// Appends `text` to `json` as a JSON string.
+inline void cfAppendJsonString(std::string& json, std::string_view text) {
+  json += '"';
+  cfAppendJsonCharacters(json, text);
+  json += '"';
+}
 
 /// What cfCreateCOJsonFromCMVariant(value).obtainJsonString() gives, without the document in between.
 CF_API std::string cfWriteJson(const CMVariant& value);

@@ -130,12 +130,6 @@ class CF_TYPE CMRestGetRequest : public CMRestRequest {
   CF_API virtual void addHeaderParams(const CMRestParams& params);
 };
 
-/// A text that belongs into another one.
-struct CMRestTextPart {
-  std::size_t place = 0;  ///< before which byte of the other
-  std::string_view text;  ///< borrowed
-};
-
 /// A POST request, with a JSON body or none.
 class CF_TYPE CMRestPostRequest : public CMRestRequest {
  public:
@@ -148,9 +142,9 @@ class CF_TYPE CMRestPostRequest : public CMRestRequest {
   /// Takes `json` as it is now as the body, serialised here and once; null leaves the request without a body. What
   /// setJsonReference put into it may be borrowed until the request goes.
   CF_API void updateJson(const ICOJsonValue* json);
-  /// The same with JSON that is written already: `text`, and in it `others`, in the order of their places. What is long
-  /// of those is borrowed until the request goes.
-  CF_API void updateJsonText(std::string text, std::span<const CMRestTextPart> others);
+  /// The same with JSON that is written already, in `parts` one behind the other. They may be borrowed until the
+  /// request goes.
+  CF_API void updateJsonText(std::span<const std::string_view> parts);
   /// The body's text; meaningful when hasBody().
   CF_API std::string getBody() const;
   /// The same without a copy, as parts in their order, valid until the next body; none without a body.

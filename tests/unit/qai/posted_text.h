@@ -5,8 +5,8 @@
 
 #include <string>
 
-inline std::string postedText(ChatBody& body) {
-  CMRestPostRequest request;
-  request.updateJsonText(body.takeText(), body.parts());
-  return request.getBody();
+inline std::string postedText(const ChatBody& body) {
+  std::string text;
+  for (const std::string_view part : body.parts()) text += part;
+  return text;
 }
