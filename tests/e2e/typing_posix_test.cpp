@@ -1,8 +1,6 @@
 // What keys do at a terminal: at one that knows all of them, and at one that knows none.
-#include "scripted_answers.h"
-#include "workplace.h"
+#include "typing_fixture.h"
 
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <csignal>
@@ -30,47 +28,6 @@ constexpr const char* kBackspace = "\x7f";
 constexpr const char* kPasteBegin = "\x1b[200~";
 constexpr const char* kPasteEnd = "\x1b[201~";
 constexpr const char* kPasteOff = "\x1b[?2004l";
-
-class Typing : public Workplace {
- protected:
-  Command command(const char* terminal = "xterm", std::vector<std::string> environment = {}) const {
-    Command command = chatWith(server_, {"--model", kModel, shop_});
-    for (const std::string& entry :
-         {"TERM=" + std::string(terminal), "XDG_STATE_HOME=" + path("state"), "TMPDIR=" + toText(folder_.path())})
-      command.environment.push_back(entry);
-    command.environment.insert(command.environment.end(), environment.begin(), environment.end());
-    return command;
-  }
-
-  /// What the service was asked last, as JSON.
-  std::string lastBody() const { return server_.requests().empty() ? "" : server_.requests().back().body; }
-  /// Waits for the answer to what was typed. @return what the service was asked
-  std::string answered(TerminalChild& chat) const {
-    EXPECT_THAT(chat.waitFor("FROM customers"), HasSubstr("FROM customers"));
-    waitForPrompt(chat);
-    return lastBody();
-  }
-  static void waitForPrompt(TerminalChild& chat) { EXPECT_THAT(chat.waitFor("> "), EndsWith("> ")); }
-  void end(TerminalChild& chat) const {
-    chat.typeEnd();
-    EXPECT_EQ(chat.finish(), 0);
-  }
-
-  fs::path historyFile() const { return fs::directory_iterator(toPath(path("state/qai-chat/history")))->path(); }
-  std::string readHistory() const {
-    std::ostringstream text;
-    text << std::ifstream(historyFile()).rdbuf();
-    return text.str();
-  }
-  /// A program that takes the place of an editor.
-  std::string makeEditor(const std::string& script) const {
-    const std::string file = write("editor", "#!/bin/sh\n" + script);
-    fs::permissions(toPath(file), fs::perms::owner_all);
-    return file;
-  }
-
-  standin::Server server_;
-};
 
 TEST_F(Typing, APasteOfSeveralLinesIsOneQuestionThatEnterSends) {
   TerminalChild chat(command());
@@ -288,9 +245,12 @@ TEST_F(Typing, IsKeptForThisUserAloneWithoutBlanksAndKeys) {
     }
   }
   end(chat);
-  EXPECT_EQ(readHistory(), "How many customers?\n/cost\n");
+  const fs::path file = fs::directory_iterator(toPath(path("state/qai-chat/history")))->path();
+  std::ostringstream kept;
+  kept << std::ifstream(file).rdbuf();
+  EXPECT_EQ(kept.str(), "How many customers?\n/cost\n");
   struct stat about {};
-  ASSERT_EQ(stat(historyFile().c_str(), &about), 0);
+  ASSERT_EQ(stat(file.c_str(), &about), 0);
   EXPECT_EQ(about.st_mode & 07777U, 0600U);
 }
 
@@ -327,74 +287,6 @@ TEST_F(Typing, TheSecondsOfAWaitAreToldAndWiped) {
   chat.typeCtrlC();
   EXPECT_THAT(chat.waitFor("Stopped."), HasSubstr("\r                \r"));
   waitForPrompt(chat);
-  end(chat);
-}
-
-TEST_F(Typing, EditAsksWhatTheEditorSaves) {
-  const std::string editor = makeEditor(
-      "ls -l \"$2\" >\"$1\"\nread -r last <\"$2\"\nprintf 'How many customers?\\nbut %s\\n' \"$last\" >\"$2\"\n");
-  TerminalChild chat(command("xterm", {"EDITOR=" + editor + " '" + path("listed") + "'"}));
-  waitForPrompt(chat);
-  chat.type("/edit of  mine\n");
-  EXPECT_THAT(chat.waitFor("FROM customers"), HasSubstr("How many customers?\r\nbut of  mine\r\n"));
-  waitForPrompt(chat);
-  EXPECT_THAT(lastBody(), HasSubstr("How many customers?\\nbut of  mine\""));
-  std::ostringstream listed;
-  listed << std::ifstream(toPath(path("listed"))).rdbuf();
-  EXPECT_THAT(listed.str(), testing::StartsWith("-rw-------"));
-  chat.type("/edit\n");
-  EXPECT_THAT(answered(chat), HasSubstr("but How many customers?\""));
-  end(chat);
-  for (const auto& entry : fs::directory_iterator(folder_.path()))
-    EXPECT_THAT(toText(entry.path().filename()), Not(HasSubstr("qai-chat-")));
-}
-
-struct EditCase {
-  const char* name;
-  const char* script;
-  const char* reason;
-};
-class Edit : public Typing, public testing::WithParamInterface<EditCase> {};
-
-TEST_P(Edit, AsksNothing) {
-  TerminalChild chat(command("xterm", {"VISUAL=" + makeEditor(GetParam().script), "EDITOR=false"}));
-  waitForPrompt(chat);
-  chat.type("/edit How many customers?\n");
-  EXPECT_THAT(chat.waitFor("> "), HasSubstr(std::string("qai-chat: Nothing is asked: ") + GetParam().reason));
-  EXPECT_THAT(server_.requests(), IsEmpty());
-  end(chat);
-}
-
-INSTANTIATE_TEST_SUITE_P(Ends, Edit,
-                         testing::Values(EditCase{"when_nothing_is_saved", "true\n", "nothing was saved"},
-                                         EditCase{"when_the_file_is_empty", "echo >\"$1\"\n", "the file is empty"},
-                                         EditCase{"when_the_editor_fails", "echo x >\"$1\"; exit 3\n",
-                                                  "the editor failed"},
-                                         EditCase{"when_there_is_no_editor", "exit 127\n", "there is no such editor"}),
-                         [](const auto& row) { return std::string(row.param.name); });
-
-TEST_F(Typing, TheEditorOfVisualGoesFirstAndTheSystemsIsTheLast) {
-  const std::string editor = makeEditor("echo 'How many customers?' >\"$1\"\n");
-  fs::rename(toPath(editor), toPath(path("vi")));
-  TerminalChild chat(command("xterm", {"PATH=" + toText(folder_.path())}));
-  waitForPrompt(chat);
-  chat.type("/edit\n");
-  answered(chat);
-  end(chat);
-}
-
-TEST_F(Typing, ChangeRunsWhatTheEditorSaves) {
-  const std::string editor = makeEditor("echo \"SELECT 'changed ' || (6 * 7)\" >\"$1\"\n");
-  TerminalChild chat(command("xterm", {"EDITOR=" + editor}));
-  waitForPrompt(chat);
-  scriptAnswer(server_, fence("SELECT count(*) FROM customers"));
-  chat.type("Who?\n");
-  chat.waitFor("1 row, ");
-  waitForPrompt(chat);
-  chat.type("/change\n");
-  EXPECT_THAT(chat.waitFor("1 row, "), AllOf(HasSubstr("SELECT 'changed ' || (6 * 7)\r\n"), HasSubstr("changed 42")));
-  waitForPrompt(chat);
-  EXPECT_EQ(server_.requests().size(), 1U);
   end(chat);
 }
 
