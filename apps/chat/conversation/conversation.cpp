@@ -5,7 +5,6 @@
 #include "conversation/mending.h"
 #include "conversation/talk.h"
 #include "databases/database.h"
-#include "terminal/plain_line_editor.h"
 #include "terminal/rendering.h"
 
 #include <cf/text.h>
@@ -142,11 +141,4 @@ void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, 
     if (talk.nextQuestion) askWhatIsNext(talk, questions);
   }
   streams.err << '\n';  // leaves the line of the last prompt
-}
-
-void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn, const Background& background) {
-  PlainLineEditor editor(streams.in, streams.err);
-  QuestionHistory history;
-  Questions questions(editor, history);
-  converse(answerer, questions, streams, runTurn, background);
 }

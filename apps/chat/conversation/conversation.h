@@ -19,5 +19,3 @@ ExitCode answerLines(MovableAnswerer& answerer, Streams streams, const TurnRunne
 /// Of `questions`, to their end or to a command that ends it.
 void converse(MovableAnswerer& answerer, Questions& questions, Streams streams, const TurnRunner& runTurn,
               const Background& background = {});
-/// The same of plain lines from the input.
-void converse(MovableAnswerer& answerer, Streams streams, const TurnRunner& runTurn, const Background& background = {});
