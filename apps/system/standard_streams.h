@@ -27,6 +27,8 @@ bool isErrorTerminal();
 
 /// The columns of the terminal that the standard output goes to; 0 where it is none, or tells none.
 std::size_t obtainOutputWidth();
+/// The same of the standard error.
+std::size_t obtainErrorWidth();
 
 /// What a person types to end the input, in words.
 const char* obtainEndOfInputKeys();

@@ -23,6 +23,11 @@ void occupyClosedDescriptors() {
   }
 }
 
+std::size_t obtainWidth(int descriptor) {
+  winsize size{};
+  return ioctl(descriptor, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+}
+
 }  // namespace
 
 void setUpStandardStreams() {
@@ -45,9 +50,7 @@ bool isErrorScreen() {
 }
 bool isErrorTerminal() { return isatty(STDERR_FILENO) == 1; }
 
-std::size_t obtainOutputWidth() {
-  winsize size{};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
-}
+std::size_t obtainOutputWidth() { return obtainWidth(STDOUT_FILENO); }
+std::size_t obtainErrorWidth() { return obtainWidth(STDERR_FILENO); }
 
 const char* obtainEndOfInputKeys() { return "Ctrl-D"; }

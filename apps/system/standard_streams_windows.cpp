@@ -5,6 +5,16 @@
 
 #include <iostream>
 
+namespace {
+
+std::size_t obtainWidth(DWORD which) {
+  CONSOLE_SCREEN_BUFFER_INFO screen{};
+  if (GetConsoleScreenBufferInfo(GetStdHandle(which), &screen) == 0) return 0;
+  return static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left + 1);
+}
+
+}  // namespace
+
 // The C library would turn line ends into pairs and take bytes for the code page's. These live as long as the streams,
 // which are used to the very end of the process.
 void setUpStandardStreams() {
@@ -28,10 +38,7 @@ bool isOutputTerminal() { return isConsole(GetStdHandle(STD_OUTPUT_HANDLE)); }
 bool isErrorScreen() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }
 bool isErrorTerminal() { return isConsole(GetStdHandle(STD_ERROR_HANDLE)); }
 
-std::size_t obtainOutputWidth() {
-  CONSOLE_SCREEN_BUFFER_INFO screen{};
-  if (GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &screen) == 0) return 0;
-  return static_cast<std::size_t>(screen.srWindow.Right - screen.srWindow.Left + 1);
-}
+std::size_t obtainOutputWidth() { return obtainWidth(STD_OUTPUT_HANDLE); }
+std::size_t obtainErrorWidth() { return obtainWidth(STD_ERROR_HANDLE); }
 
 const char* obtainEndOfInputKeys() { return "Ctrl-Z and Enter"; }

@@ -1,29 +1,25 @@
-// The library shows and edits the line; the keys' bytes, the history, its search, pastes and Tab are ours. Three of its
+// The library shows and edits the line; the keys' bytes, the history, its search, pastes and Tab are ours. Two of its
 // habits shape this file. It cuts a line that is put by for the history at 1,024 characters and searches for single
-// bytes, so the history is not given to it. Told to draw its line anew, it begins where the terminal's cursor is, so
-// that we have to know the rows that the line takes. And it does not count on characters without a width, which are
-// entered so that it draws the whole line.
+// bytes, so the history is not given to it. And it does not count on characters without a width, which are entered so
+// that it draws the whole line.
 #include "terminal/edit_line_posix.h"
 
+#include "terminal/drawn_line_posix.h"
 #include "terminal/edit_keys_posix.h"
 #include "terminal/history_search.h"
+#include "terminal/history_walk.h"
 #include "terminal/key_source_posix.h"
-#include "terminal/rendering.h"
+#include "terminal/pasted_text.h"
 #include "terminal/utf8_locale_posix.h"
 #include "terminal/wide_text_posix.h"
 
 #include <cf/defer.h>
 
-#include <fcntl.h>
 #include <histedit.h>
-#include <sys/ioctl.h>
 #include <termios.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cwchar>
 #include <exception>
@@ -31,27 +27,11 @@
 
 namespace {
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
-};
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-struct EndEditLine {
-  void operator()(EditLine* line) const { el_end(line); }
-};
-
-/// A line as far as it is typed.
-struct Draft {
-  std::wstring text;
-  std::size_t cursor = 0;
-};
-
 class EditLineEditor final : public LineEditor {
  public:
   explicit EditLineEditor(const TypingHelp& help);
 
-  /// Whether the terminal can do what is needed.
-  bool isAble() const;
+  bool isAble() const { return line_.isAble(); }
   TypedLine readLine(const std::string& prompt) override;
   void interrupt() override { keys_.interrupt(); }
 
@@ -63,32 +43,23 @@ class EditLineEditor final : public LineEditor {
   static unsigned char call(EditLine* line, int key);
   template <Handler kHandler>
   void addFunction(const wchar_t* name) {
-    el_wset(line_.get(), EL_ADDFN, name, L"of qai-chat", call<kHandler>);
+    el_wset(line_.library(), EL_ADDFN, name, L"of qai-chat", call<kHandler>);
   }
   void bindKeys();
 
   static int readKey(EditLine* line, wchar_t* key);
-  static wchar_t* obtainPrompt(EditLine* line) { return self(line).shownPrompt_.data(); }
+  static wchar_t* obtainPrompt(EditLine* line) { return self(line).line_.prompt(); }
 
   unsigned char enterPending();
   unsigned char paste();
   unsigned char completeWord();
-  unsigned char goBack() { return showEntry(1); }
-  unsigned char goForth() { return showEntry(-1); }
+  unsigned char goBack() { return show(walk_.goBack(toUTF8(line_.draft().text))); }
+  unsigned char goForth() { return show(walk_.goForth()); }
   unsigned char searchBack();
   unsigned char stop();
 
-  unsigned char showEntry(int direction);
-  void setText(const std::wstring& text, std::size_t cursor);
-  Draft obtainDraft() const;
-  std::size_t countColumns() const;
-  /// Takes the line off the screen, for drawAgain() in its place.
-  void wipeLine();
-  /// Leaves the line as it is on the screen, for drawAgain() below what is written then.
-  void leaveLine();
-  void drawAgain() { el_wset(line_.get(), EL_REFRESH); }
-  void write(const std::string& text);
-  void setPasteMode(bool on) { write(on ? "\x1b[?2004h" : "\x1b[?2004l"); }
+  unsigned char show(const std::string* text);
+  void setPasteMode(bool on) { line_.write(on ? "\x1b[?2004h" : "\x1b[?2004l"); }
   /// Has the keys and the screen be the line's, and nobody's when it is read.
   void take();
   void giveBack();
@@ -101,41 +72,23 @@ class EditLineEditor final : public LineEditor {
   UTF8Locale locale_;
   KeySource keys_{STDIN_FILENO};
   KeySequences sequences_{[this](wchar_t& character) { return readCharacter(character); }};
-  File out_;
-  File nowhere_;
-  std::unique_ptr<EditLine, EndEditLine> line_;
+  DrawnLine line_{locale_};
+  HistoryWalk walk_;
   std::wstring prompt_;
-  std::wstring shownPrompt_;
   KeyEvent event_ = KeyEvent::Character;  // that ended the read
   std::wstring pending_;                  // to be entered at the cursor
-  std::size_t back_ = 0;                  // how many entries of the history
-  std::wstring own_;                      // what was typed before the history was shown
   std::exception_ptr failure_;            // of a function that the library called
 };
 
-EditLineEditor::EditLineEditor(const TypingHelp& help) : help_(help) {
+EditLineEditor::EditLineEditor(const TypingHelp& help) : help_(help), walk_(help.history.entries()) {
   const UTF8Locale::Use utf8(locale_);
-  out_.reset(fdopen(fcntl(STDERR_FILENO, F_DUPFD_CLOEXEC, 0), "w"));
-  nowhere_.reset(std::fopen("/dev/null", "we"));  // for complaints about the terminal's name
-  if (!out_ || !nowhere_) return;
-  line_.reset(el_init_fd("qai-chat", stdin, out_.get(), nowhere_.get(), STDIN_FILENO, fileno(out_.get()),
-                         fileno(nowhere_.get())));
-  if (!line_) return;
-  el_wset(line_.get(), EL_CLIENTDATA, this);
-  el_wset(line_.get(), EL_PROMPT, obtainPrompt);
-  el_wset(line_.get(), EL_GETCFN, readKey);
-  el_wset(line_.get(), EL_EDITOR, L"emacs");
-  el_source(line_.get(), nullptr);  // what the user has set
+  if (line_.library() == nullptr) return;
+  el_wset(line_.library(), EL_CLIENTDATA, this);
+  el_wset(line_.library(), EL_PROMPT, obtainPrompt);
+  el_wset(line_.library(), EL_GETCFN, readKey);
+  el_wset(line_.library(), EL_EDITOR, L"emacs");
+  el_source(line_.library(), nullptr);  // what the user has set
   bindKeys();
-}
-
-bool EditLineEditor::isAble() const {
-  if (!line_) return false;
-  for (const char* const ability : {"up", "ce"}) {
-    const char* text = nullptr;
-    if (el_get(line_.get(), EL_GETTC, ability, &text) != 0 || text == nullptr || *text == '\0') return false;
-  }
-  return true;
 }
 
 EditLineEditor& EditLineEditor::self(EditLine* line) {
@@ -165,9 +118,9 @@ void EditLineEditor::bindKeys() {
   addFunction<&EditLineEditor::searchBack>(L"qai-search-back");
   addFunction<&EditLineEditor::stop>(L"qai-stop");
   for (const KeyBinding& binding : listKeyBindings())
-    el_wset(line_.get(), EL_BIND, binding.key, binding.function, nullptr);
+    el_wset(line_.library(), EL_BIND, binding.key, binding.function, nullptr);
   // What ends the lines of a paste could not be told from empty lines.
-  el_wset(line_.get(), EL_SETTY, L"-d", L"-icrnl", L"-inlcr", nullptr);
+  el_wset(line_.library(), EL_SETTY, L"-d", L"-icrnl", L"-inlcr", nullptr);
 }
 
 int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
@@ -187,7 +140,7 @@ int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
 }
 
 unsigned char EditLineEditor::enterPending() {
-  el_winsertstr(line_.get(), std::exchange(pending_, {}).c_str());
+  el_winsertstr(line_.library(), std::exchange(pending_, {}).c_str());
   return CC_REFRESH;
 }
 
@@ -201,17 +154,13 @@ unsigned char EditLineEditor::paste() {
     text += character;
   }
   text.erase(text.size() - kEnd.size());
-  std::string lines = toUTF8(text);
-  for (std::size_t at = 0; (at = lines.find('\r', at)) != std::string::npos;)
-    lines.replace(at, lines.compare(at, 2, "\r\n") == 0 ? 2 : 1, "\n");
-  lines = terminalSafe(lines);
-  while (lines.ends_with('\n')) lines.pop_back();  // it is for Enter to send it
-  if (!lines.empty()) el_winsertstr(line_.get(), toWide(lines).c_str());
+  const std::wstring lines = toWide(tidyPaste(toUTF8(text)));
+  if (!lines.empty()) el_winsertstr(line_.library(), lines.c_str());
   return CC_REFRESH;
 }
 
 unsigned char EditLineEditor::completeWord() {
-  Draft draft = obtainDraft();
+  Draft draft = line_.draft();
   const std::string before = toUTF8(std::wstring_view(draft.text).substr(0, draft.cursor));
   const Completion completion = complete(before, help_.words);
   if (completion.candidates.empty()) return CC_ERROR;
@@ -221,40 +170,38 @@ unsigned char EditLineEditor::completeWord() {
   draft.text.replace(draft.cursor - word.size(), word.size(), replacement);
   draft.cursor += replacement.size() - word.size();
   if (isOne) {
-    setText(draft.text, draft.cursor);
+    line_.setDraft(draft);
     return CC_REFRESH;
   }
-  leaveLine();
-  write(listCandidates(completion.candidates, countColumns()));
-  setText(draft.text, draft.cursor);
-  drawAgain();
+  line_.leave();
+  line_.write(listCandidates(completion.candidates, line_.columns()));
+  line_.setDraft(draft);
+  line_.drawAgain();
   return CC_NORM;
 }
 
-unsigned char EditLineEditor::showEntry(int direction) {
-  const std::vector<std::string>& entries = help_.history.entries();
-  if (direction > 0 ? back_ == entries.size() : back_ == 0) return CC_ERROR;
-  if (back_ == 0) own_ = obtainDraft().text;
-  back_ = direction > 0 ? back_ + 1 : back_ - 1;
-  const std::wstring text = back_ == 0 ? own_ : toWide(entries[entries.size() - back_]);
-  setText(text, text.size());
+unsigned char EditLineEditor::show(const std::string* text) {
+  if (text == nullptr) return CC_ERROR;
+  const std::wstring wide = toWide(*text);
+  line_.setDraft({.text = wide, .cursor = wide.size()});
   return CC_REFRESH;
 }
 
 unsigned char EditLineEditor::searchBack() {
-  const Draft own = obtainDraft();
+  const Draft own = line_.draft();
   HistorySearch search(help_.history.entries());
   const CODefer end([this] {
-    wipeLine();
-    shownPrompt_ = prompt_;
-    drawAgain();
+    line_.wipe();
+    line_.setPrompt(prompt_);
+    line_.drawAgain();
   });
   for (;;) {
-    wipeLine();
-    shownPrompt_ = toWide(search.describe());
-    const std::wstring found = search.found() ? toWide(*search.found()) : own.text;
-    setText(found, search.found() ? toWide(search.found()->substr(0, search.at())).size() : own.cursor);
-    drawAgain();
+    line_.wipe();
+    line_.setPrompt(toWide(search.describe()));
+    line_.setDraft(search.found() ? Draft{.text = toWide(*search.found()),
+                                          .cursor = toWide(search.found()->substr(0, search.at())).size()}
+                                  : own);
+    line_.drawAgain();
     wchar_t key = 0;
     event_ = readCharacter(key);
     if (event_ != KeyEvent::Character) return CC_EOF;
@@ -267,7 +214,7 @@ unsigned char EditLineEditor::searchBack() {
     } else if (key == kBackspace || key == kDelete) {
       search.shorten();
     } else if (key == kAbort) {
-      setText(own.text, own.cursor);
+      line_.setDraft(own);
       return CC_REFRESH;
     } else if (key < L' ' || (key > kDelete && key < 0xA0)) {
       keys_.putBack({&key, 1});  // does to what was found what it always does
@@ -279,7 +226,7 @@ unsigned char EditLineEditor::searchBack() {
 }
 
 unsigned char EditLineEditor::stop() {
-  leaveLine();
+  line_.leave();
   giveBack();
   struct sigaction watched {};
   struct sigaction usual {};
@@ -291,47 +238,8 @@ unsigned char EditLineEditor::stop() {
   return CC_NORM;
 }
 
-void EditLineEditor::setText(const std::wstring& text, std::size_t cursor) {
-  const LineInfoW* const line = el_wline(line_.get());
-  el_cursor(line_.get(), static_cast<int>(line->lastchar - line->cursor));
-  el_wdeletestr(line_.get(), static_cast<int>(line->lastchar - line->buffer));
-  if (!text.empty()) el_winsertstr(line_.get(), text.c_str());
-  el_cursor(line_.get(), -static_cast<int>(text.size() - cursor));
-}
-
-Draft EditLineEditor::obtainDraft() const {
-  const LineInfoW* const line = el_wline(line_.get());
-  return {.text = std::wstring(line->buffer, line->lastchar),
-          .cursor = static_cast<std::size_t>(line->cursor - line->buffer)};
-}
-
-std::size_t EditLineEditor::countColumns() const {
-  constexpr std::size_t kUsual = 80;
-  winsize size{};
-  ioctl(STDERR_FILENO, TIOCGWINSZ, &size);
-  return size.ws_col > 0 ? size.ws_col : kUsual;
-}
-
-void EditLineEditor::wipeLine() {
-  const Draft draft = obtainDraft();
-  const std::size_t rows = countRowsAbove(shownPrompt_ + draft.text.substr(0, draft.cursor), countColumns());
-  write((rows > 0 ? "\x1b[" + std::to_string(rows) + "A" : "") + "\r\x1b[J");
-}
-
-void EditLineEditor::leaveLine() {
-  const Draft draft = obtainDraft();
-  const std::size_t columns = countColumns();
-  const std::size_t above = countRowsAbove(shownPrompt_ + draft.text.substr(0, draft.cursor), columns);
-  write(std::string(countRowsAbove(shownPrompt_ + draft.text, columns) - above + 1, '\n'));
-}
-
-void EditLineEditor::write(const std::string& text) {
-  static_cast<void>(std::fputs(text.c_str(), out_.get()));
-  static_cast<void>(std::fflush(out_.get()));
-}
-
 void EditLineEditor::take() {
-  el_wset(line_.get(), EL_PREP_TERM, 1);
+  el_wset(line_.library(), EL_PREP_TERM, 1);
   // The terminal would stop the process with its settings as they are for editing.
   termios settings{};
   tcgetattr(STDIN_FILENO, &settings);
@@ -342,7 +250,7 @@ void EditLineEditor::take() {
 
 void EditLineEditor::giveBack() {
   setPasteMode(false);
-  el_wset(line_.get(), EL_PREP_TERM, 0);
+  el_wset(line_.library(), EL_PREP_TERM, 0);
 }
 
 void EditLineEditor::endBySignal() {
@@ -355,15 +263,15 @@ void EditLineEditor::endBySignal() {
 bool EditLineEditor::handle(KeyEvent event) {
   switch (event) {
     case KeyEvent::Resized:
-      wipeLine();
-      el_resize(line_.get());
-      drawAgain();
+      line_.wipe();
+      el_resize(line_.library());
+      line_.drawAgain();
       return true;
     case KeyEvent::Resumed:
       giveBack();  // whatever the terminal's settings are by now
       take();
-      write("\r\x1b[J");
-      drawAgain();
+      line_.write("\r\x1b[J");
+      line_.drawAgain();
       return true;
     case KeyEvent::Ended:
       endBySignal();
@@ -373,7 +281,7 @@ bool EditLineEditor::handle(KeyEvent event) {
 }
 
 KeyEvent EditLineEditor::readCharacter(wchar_t& character) {
-  static_cast<void>(std::fflush(out_.get()));
+  line_.flush();
   KeyEvent event = keys_.read(character);
   while (handle(event)) event = keys_.read(character);
   return event;
@@ -383,16 +291,16 @@ TypedLine EditLineEditor::readLine(const std::string& prompt) {
   const UTF8Locale::Use utf8(locale_);
   const KeySource::Watch watch(keys_);
   prompt_ = toWide(prompt);
-  shownPrompt_ = prompt_;
-  back_ = 0;
+  line_.setPrompt(prompt_);
+  walk_.startAnew();
   event_ = KeyEvent::Character;
   take();  // before the prompt is shown, at which one begins to type
   const CODefer end([this] { giveBack(); });
   int size = 0;
-  const wchar_t* const text = el_wgets(line_.get(), &size);
+  const wchar_t* const text = el_wgets(line_.library(), &size);
   if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
   if (event_ == KeyEvent::Interrupted) {
-    leaveLine();
+    line_.leave();
     return {.kind = TypedLine::Kind::Dropped};
   }
   if (event_ != KeyEvent::Character || text == nullptr || size <= 0) return {};
