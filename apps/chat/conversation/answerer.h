@@ -5,7 +5,6 @@
 #include "conversation/matter.h"
 #include "exit_code.h"
 
-#include <cstddef>
 #include <span>
 #include <string>
 #include <string_view>
@@ -31,12 +30,10 @@ class Answerer {
   /// Begins a conversation; an earlier one is forgotten. @return an error text, and the earlier one goes on; "" on
   /// success.
   virtual std::string startConversation() = 0;
-  /// Tells that the next question holds not the user's words but `count` of what `matter` names.
-  virtual void announce(Matter /*matter*/, std::size_t /*count*/) {}
-  virtual Answer ask(const std::string& question) = 0;
+  virtual Answer ask(const Inquiry& inquiry) = 0;
   /// The same, and calls `show` with the text while it comes; the pieces joined are the answer's text. A failure may
   /// come after some of them.
-  virtual Answer askInPieces(const std::string& question, const ShowPiece& show) = 0;
+  virtual Answer askInPieces(const Inquiry& inquiry, const ShowPiece& show) = 0;
   /// After a failed turn: what the program's end should tell of it.
   virtual ExitCode failureCode() const = 0;
 };

@@ -28,7 +28,7 @@ bool tellCost(Talk& talk, const CommandCall& /*call*/) {
 bool editQuestion(Talk& talk, const CommandCall& call) {
   EditedText edited = editText(call.rest.empty() ? talk.lastQuestion : call.rest);
   if (edited.text) {
-    talk.nextQuestion = NextQuestion{.text = *std::move(edited.text)};
+    talk.nextQuestion = Inquiry{.text = *std::move(edited.text)};
   } else {
     complain(talk.streams.err, edited.complaint);
   }

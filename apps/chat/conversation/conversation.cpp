@@ -38,9 +38,9 @@ bool work(Talk& talk, const Answer& answer) {
   return runStatements(*talk.background.workbench, answer.text, mender);
 }
 
-void takeTurn(Talk& talk, const std::string& question) {
-  talk.lastQuestion = question;
-  const auto [answer, calledOff] = askAndShow(talk.answerer, question, talk.streams, talk.runTurn);
+void takeTurn(Talk& talk, const Inquiry& inquiry) {
+  talk.lastQuestion = inquiry.text;
+  const auto [answer, calledOff] = askAndShow(talk.answerer, inquiry, talk.streams, talk.runTurn);
   if (answer.error.empty()) {
     work(talk, answer);
   } else if (calledOff) {
@@ -51,8 +51,8 @@ void takeTurn(Talk& talk, const std::string& question) {
   talk.streams.err << '\n';
 }
 
-void takePipedTurn(Talk& talk, const std::string& question) {
-  const Answer answer = askAndShow(talk.answerer, question, talk.streams, talk.runTurn).answer;
+void takePipedTurn(Talk& talk, const Inquiry& inquiry) {
+  const Answer answer = askAndShow(talk.answerer, inquiry, talk.streams, talk.runTurn).answer;
   if (answer.error.empty()) {
     if (!work(talk, answer)) talk.note(ExitCode::StatementFailed);
   } else {
@@ -67,7 +67,7 @@ bool follow(Talk& talk, const std::string& line) {
   const LineMeaning meaning = understand(line);
   switch (meaning.kind) {
     case LineKind::Question:
-      talk.isPiped ? takePipedTurn(talk, meaning.text) : takeTurn(talk, meaning.text);
+      talk.isPiped ? takePipedTurn(talk, {.text = meaning.text}) : takeTurn(talk, {.text = meaning.text});
       return true;
     case LineKind::Command:
       return obey(talk, meaning.text);
@@ -96,13 +96,13 @@ bool takeLine(Talk& talk, const std::string& line) {
 }
 
 void askWhatIsNext(Talk& talk, Questions& questions) {
-  const NextQuestion next = *std::exchange(talk.nextQuestion, std::nullopt);
-  if (!next.isShown) {
+  const Inquiry next = *std::exchange(talk.nextQuestion, std::nullopt);
+  if (next.matter != Matter::Row) {  // which was shown, and is not kept in the history
     questions.remember(next.text);
     talk.streams.err << terminalSafe(next.text) << '\n';
   }
   outliveDatabase(talk, [&] {
-    takeTurn(talk, next.text);
+    takeTurn(talk, next);
     return true;
   });
 }
@@ -111,7 +111,7 @@ void askWhatIsNext(Talk& talk, Questions& questions) {
 
 ExitCode answerOnce(Answerer& answerer, const std::string& question, Streams streams, const TurnRunner& runTurn,
                     Workbench* workbench) {
-  const Answer answer = askAndShow(answerer, question, streams, runTurn).answer;
+  const Answer answer = askAndShow(answerer, {.text = question}, streams, runTurn).answer;
   if (!answer.error.empty()) {
     complain(streams.err, answer.error);
     return answerer.failureCode();

@@ -26,8 +26,8 @@ bool runStatements(Workbench& workbench, const std::string& answer, const Mender
   complain(err, first->forUser);
   const std::string report = makeReport(*first, workbench.agree());
   complain(err, "The service is told this, and asked once more: " + report);
-  mender.answerer.announce(Matter::KindOfError, 1);
-  const auto [second, calledOff] = askAndShow(mender.answerer, report, mender.streams, mender.runTurn);
+  const auto [second, calledOff] =
+      askAndShow(mender.answerer, {.text = report, .matter = Matter::KindOfError}, mender.streams, mender.runTurn);
   if (!second.error.empty()) {
     if (!calledOff) complain(err, second.error);
     return false;

@@ -147,7 +147,6 @@ bool shareRows(Talk& talk, const CommandCall& call) {
   }
   if (!agree("Send this, " + count + " of your database, to " + std::string(talk.answerer.provider().title) + "?"))
     return true;
-  talk.answerer.announce(Matter::Row, shared.rows.size());
-  talk.nextQuestion = NextQuestion{.text = question, .isShown = true};
+  talk.nextQuestion = Inquiry{.text = question, .matter = Matter::Row, .count = shared.rows.size()};
   return true;
 }

@@ -10,11 +10,6 @@
 #include <optional>
 #include <string>
 
-struct NextQuestion {
-  std::string text;
-  bool isShown = false;  // it holds rows that were shown: neither shown again nor kept in the history
-};
-
 struct Talk {
   MovableAnswerer& answerer;
   const Streams& streams;
@@ -23,7 +18,7 @@ struct Talk {
   bool isPiped = false;  // nobody can look at what a line did before the next is read
   TokenCount tokens = {};
   std::string lastQuestion = {};
-  std::optional<NextQuestion> nextQuestion = {};  // that a command asks
+  std::optional<Inquiry> nextQuestion = {};  // that a command asks
   ExitCode firstFailure = ExitCode::Fine;
 
   void note(ExitCode failure) {

@@ -6,7 +6,7 @@
 
 #include <string_view>
 
-Asked askAndShow(Answerer& answerer, const std::string& question, const Streams& streams, const TurnRunner& runTurn) {
+Asked askAndShow(Answerer& answerer, const Inquiry& inquiry, const Streams& streams, const TurnRunner& runTurn) {
   Asked asked;
   TextWriter writer(streams.out);
   Waiting waiting(streams.tellsSeconds ? &streams.err : nullptr);
@@ -15,9 +15,9 @@ Asked askAndShow(Answerer& answerer, const std::string& question, const Streams&
       waiting.end();
       writer.add(piece);
     };
-    asked.calledOff = runTurn([&] { asked.answer = answerer.askInPieces(question, show); });
+    asked.calledOff = runTurn([&] { asked.answer = answerer.askInPieces(inquiry, show); });
   } else {
-    asked.calledOff = runTurn([&] { asked.answer = answerer.ask(question); });
+    asked.calledOff = runTurn([&] { asked.answer = answerer.ask(inquiry); });
   }
   waiting.end();
   if (!asked.answer.error.empty()) {

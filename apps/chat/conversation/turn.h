@@ -25,5 +25,5 @@ struct Asked {
   bool calledOff = false;
 };
 
-/// Asks `question` and shows the answer, but not why there is none. @throw OutputError
-Asked askAndShow(Answerer& answerer, const std::string& question, const Streams& streams, const TurnRunner& runTurn);
+/// Asks `inquiry` and shows the answer, but not why there is none. @throw OutputError
+Asked askAndShow(Answerer& answerer, const Inquiry& inquiry, const Streams& streams, const TurnRunner& runTurn);

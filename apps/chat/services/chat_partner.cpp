@@ -126,16 +126,16 @@ std::string ChatPartner::beginWith(qai::Result<qai::Session> made) {
   return "";
 }
 
-Answer ChatPartner::ask(const std::string& question) {
+Answer ChatPartner::ask(const Inquiry& inquiry) {
   putSettingsInPlace();
-  noteQuestion(question);
-  return readReply(question, session_.ask(question));
+  noteInquiry(inquiry);
+  return readReply(inquiry.text, session_.ask(inquiry.text));
 }
 
-Answer ChatPartner::askInPieces(const std::string& question, const ShowPiece& show) {
+Answer ChatPartner::askInPieces(const Inquiry& inquiry, const ShowPiece& show) {
   putSettingsInPlace();
-  noteQuestion(question);
-  return readReply(question, receive(question, show));
+  noteInquiry(inquiry);
+  return readReply(inquiry.text, receive(inquiry.text, show));
 }
 
 qai::Result<qai::Message> ChatPartner::receive(const std::string& question, const ShowPiece& show) {
@@ -195,16 +195,11 @@ void ChatPartner::noteSending(Matter matter, std::size_t bytes, std::size_t coun
   if (ledger_ != nullptr) ledger_->note(destination_, matter, bytes, count);
 }
 
-void ChatPartner::announce(Matter matter, std::size_t count) {
-  nextMatter_ = matter;
-  nextCount_ = count;
-}
-
-/// What goes along with `question`, too: a service that keeps no conversation is told all of it each time.
-void ChatPartner::noteQuestion(const std::string& question) {
+/// What goes along with `inquiry`, too: a service that keeps no conversation is told all of it each time.
+void ChatPartner::noteInquiry(const Inquiry& inquiry) {
   if (!provider().keepsConversations) noteSending(Matter::Instructions, instructionBytes_);
   if (earlierBytes() > 0) noteSending(Matter::EarlierTurns, earlierBytes());
-  noteSending(std::exchange(nextMatter_, Matter::Question), question.size(), std::exchange(nextCount_, 1));
+  noteSending(inquiry.matter, inquiry.text.size(), inquiry.count);
 }
 
 /// Notes what the last request tells of the key: one that succeeded had a good one, whatever its reply was worth.

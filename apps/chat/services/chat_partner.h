@@ -61,9 +61,8 @@ class ChatPartner final : public Answerer {
   std::string saveConversation() const;
   /// Begins a conversation with the turns of `saved`. @return an error text
   std::string resumeConversation(const std::string& saved);
-  void announce(Matter matter, std::size_t count) override;
-  Answer ask(const std::string& question) override;
-  Answer askInPieces(const std::string& question, const ShowPiece& show) override;
+  Answer ask(const Inquiry& inquiry) override;
+  Answer askInPieces(const Inquiry& inquiry, const ShowPiece& show) override;
   ExitCode failureCode() const override { return failureCode_; }
 
   /// Ends the request in flight, or the next one; false when it can't be ended. An answer in pieces can be with every
@@ -80,7 +79,7 @@ class ChatPartner final : public Answerer {
   void putSettingsInPlace() const { qai::setHTTPSettings(endpoint_.settings); }
   void noteInstructions();
   void noteSending(Matter matter, std::size_t bytes, std::size_t count = 1);
-  void noteQuestion(const std::string& question);
+  void noteInquiry(const Inquiry& inquiry);
   void noteStatus();
   std::string fail(std::string error);
   std::string failList(std::string error);
@@ -91,8 +90,6 @@ class ChatPartner final : public Answerer {
   void destroyEnded();
 
   Endpoint endpoint_;
-  Matter nextMatter_ = Matter::Question;  // what the next question is
-  std::size_t nextCount_ = 1;
   Ledger* ledger_ = nullptr;  // null: none is kept
   std::string destination_;
   std::size_t instructionBytes_ = 0;

@@ -21,10 +21,10 @@ std::string Switchboard::open(const std::string& saved) {
   return error.empty() ? line_.partner->startConversation() : error;
 }
 
-Answer Switchboard::ask(const std::string& question) { return saved(line_.partner->ask(question)); }
+Answer Switchboard::ask(const Inquiry& inquiry) { return saved(line_.partner->ask(inquiry)); }
 
-Answer Switchboard::askInPieces(const std::string& question, const ShowPiece& show) {
-  return saved(line_.partner->askInPieces(question, show));
+Answer Switchboard::askInPieces(const Inquiry& inquiry, const ShowPiece& show) {
+  return saved(line_.partner->askInPieces(inquiry, show));
 }
 
 /// `answer`, with the conversation saved that it is the last of.

@@ -52,9 +52,8 @@ class Switchboard final : public MovableAnswerer {
   std::string changeModel(const std::string& model) override;
 
   std::string startConversation() override;
-  void announce(Matter matter, std::size_t count) override { line_.partner->announce(matter, count); }
-  Answer ask(const std::string& question) override;
-  Answer askInPieces(const std::string& question, const ShowPiece& show) override;
+  Answer ask(const Inquiry& inquiry) override;
+  Answer askInPieces(const Inquiry& inquiry, const ShowPiece& show) override;
   ExitCode failureCode() const override { return line_.partner->failureCode(); }
 
   /// As with ChatPartner, for the one that is being asked; a move asks the one that it goes to.

@@ -35,7 +35,8 @@ class FakeAnswerer : public MovableAnswerer {
     ++conversations;
     return conversationError;
   }
-  Answer ask(const std::string& question) override {
+  Answer ask(const Inquiry& inquiry) override {
+    const std::string& question = inquiry.text;
     questions.push_back(question);
     if (question.starts_with("bad")) return {.error = "no answer to " + question};
     Answer answer = next;
@@ -43,9 +44,9 @@ class FakeAnswerer : public MovableAnswerer {
     return answer;
   }
   /// In two pieces, of which a failure has the first one.
-  Answer askInPieces(const std::string& question, const ShowPiece& show) override {
-    Answer answer = ask(question);
-    if (!answer.text.empty() || question == "bad end") show("re: ");
+  Answer askInPieces(const Inquiry& inquiry, const ShowPiece& show) override {
+    Answer answer = ask(inquiry);
+    if (!answer.text.empty() || inquiry.text == "bad end") show("re: ");
     if (!answer.text.empty()) show(answer.text.substr(4));
     return answer;
   }

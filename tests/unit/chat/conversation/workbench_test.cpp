@@ -36,15 +36,15 @@ std::string fenced(const std::string& sql) { return "Here:\n```sql\n" + sql + "\
 class ScriptedAnswerer : public Answerer {
  public:
   std::string startConversation() override { return ""; }
-  Answer ask(const std::string& question) override {
-    questions.push_back(question);
-    return {.text = next.at(questions.size() - 1)};
+  Answer ask(const Inquiry& inquiry) override {
+    inquiries.push_back(inquiry);
+    return {.text = next.at(inquiries.size() - 1)};
   }
-  Answer askInPieces(const std::string& question, const ShowPiece& /*show*/) override { return ask(question); }
+  Answer askInPieces(const Inquiry& inquiry, const ShowPiece& /*show*/) override { return ask(inquiry); }
   ExitCode failureCode() const override { return ExitCode::ServiceFailed; }
 
   std::vector<std::string> next;
-  std::vector<std::string> questions;
+  std::vector<Inquiry> inquiries;
 };
 
 class AtTheWorkbench : public testing::Test {
@@ -233,22 +233,23 @@ class Mending : public AtTheWorkbench {
 
 TEST_F(Mending, WhatFailsIsAskedForOnceMoreInOurWords) {
   EXPECT_TRUE(work(fenced("SELECT nam FROM people"), {fenced("SELECT name FROM people")}));
-  ASSERT_EQ(answerer_.questions.size(), 1U);
-  EXPECT_THAT(answerer_.questions.front(), testing::AllOf(HasSubstr("no such column"), HasSubstr("nam")));
+  ASSERT_EQ(answerer_.inquiries.size(), 1U);
+  EXPECT_THAT(answerer_.inquiries.front().text, testing::AllOf(HasSubstr("no such column"), HasSubstr("nam")));
+  EXPECT_EQ(answerer_.inquiries.front().matter, Matter::KindOfError);
   EXPECT_THAT(out_.str(), HasSubstr("Ann"));
 }
 
 TEST_F(Mending, ASecondFailureShowsBoth) {
   EXPECT_FALSE(work(fenced("SELECT nam FROM people"), {fenced("SELECT nome FROM people")}));
-  EXPECT_EQ(answerer_.questions.size(), 1U);
+  EXPECT_EQ(answerer_.inquiries.size(), 1U);
   EXPECT_THAT(err_.str(),
               testing::AllOf(HasSubstr("First: "), HasSubstr("nam"), HasSubstr("Then: "), HasSubstr("nome")));
 }
 
 TEST_F(Mending, TheDatabasesWordsStayHere) {
   EXPECT_TRUE(work(fenced("SELECT json_extract('{}', (SELECT json FROM notes))"), {"No idea."}));
-  ASSERT_EQ(answerer_.questions.size(), 1U);
-  EXPECT_THAT(answerer_.questions.front(), Not(HasSubstr("Ann")));
+  ASSERT_EQ(answerer_.inquiries.size(), 1U);
+  EXPECT_THAT(answerer_.inquiries.front().text, Not(HasSubstr("Ann")));
   EXPECT_THAT(err_.str(), HasSubstr("secret Ann")) << "the user sees them";
 }
 

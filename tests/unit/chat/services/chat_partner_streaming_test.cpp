@@ -42,7 +42,7 @@ class PiecesOfAnswers : public testing::TestWithParam<TestedService> {
 
   Answer ask(const std::string& question) {
     pieces_.clear();
-    return partner_.askInPieces(question, [this](std::string_view piece) { pieces_.emplace_back(piece); });
+    return partner_.askInPieces({question}, [this](std::string_view piece) { pieces_.emplace_back(piece); });
   }
 
   /// Asks with a service that says nothing to the last request of the turn, and cancels that.
@@ -103,7 +103,7 @@ TEST_P(PiecesOfAnswers, CanBeStoppedWithEveryServiceAndTheNextQuestionIsAnswered
 }
 
 TEST_P(PiecesOfAnswers, StopAtTheNextOneAfterACancel) {
-  const Answer answer = partner_.askInPieces("How many customers are there?", [this](std::string_view piece) {
+  const Answer answer = partner_.askInPieces({"How many customers are there?"}, [this](std::string_view piece) {
     pieces_.emplace_back(piece);
     EXPECT_TRUE(partner_.cancel());
   });
@@ -132,7 +132,7 @@ TEST(PiecesOfARun, LeaveNoRunBehindWhenTheyAreStopped) {
   setup.model = "standin-small";
   ASSERT_EQ(partner.settle(setup), "");
   ASSERT_EQ(partner.startConversation(), "");
-  const Answer answer = partner.askInPieces("q", [&partner](std::string_view) { partner.cancel(); });
+  const Answer answer = partner.askInPieces({"q"}, [&partner](std::string_view) { partner.cancel(); });
   EXPECT_EQ(answer.error, "Stopped");
   EXPECT_THAT(requestLines(server, 2),
               ElementsAre("POST /v1/threads/thread_standin_1/messages", "POST /v1/threads/thread_standin_1/runs",

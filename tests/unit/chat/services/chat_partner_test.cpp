@@ -46,10 +46,10 @@ class ChatPartnerTest : public testing::Test {
 };
 
 TEST_F(ChatPartnerTest, RemembersUntilTheConversationBeginsAnew) {
-  EXPECT_EQ(partner_.ask("first question").error, "");
-  EXPECT_EQ(partner_.ask("second question").error, "");
+  EXPECT_EQ(partner_.ask({"first question"}).error, "");
+  EXPECT_EQ(partner_.ask({"second question"}).error, "");
   EXPECT_EQ(partner_.startConversation(), "");
-  EXPECT_EQ(partner_.ask("third question").error, "");
+  EXPECT_EQ(partner_.ask({"third question"}).error, "");
   ASSERT_EQ(server_.requests().size(), 3U);
   EXPECT_THAT(server_.requests()[1].body, HasSubstr("first question"));
   EXPECT_THAT(server_.requests()[2].body, Not(HasSubstr("first question")));
@@ -57,31 +57,31 @@ TEST_F(ChatPartnerTest, RemembersUntilTheConversationBeginsAnew) {
 
 TEST_F(ChatPartnerTest, ACancelEndsTheNextTurn) {
   partner_.cancel();
-  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_NE(partner_.ask({"q"}).error, "");
   EXPECT_THAT(server_.requests(), IsEmpty());
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
 }
 
 TEST_F(ChatPartnerTest, ACancelThatCameTooLateForItsTurnCanBeDropped) {
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
   partner_.cancel();
   partner_.dropLateCancel();
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
   EXPECT_EQ(server_.requests().size(), 2U);
 }
 
 TEST_F(ChatPartnerTest, ACancelThatCameTooLateForAFailedTurnCanBeDropped) {
   server_.script({.status = 500, .body = "{}", .headers = {}});
-  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_NE(partner_.ask({"q"}).error, "");
   partner_.cancel();
   partner_.dropLateCancel();
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
 }
 
 TEST_F(ChatPartnerTest, ACancelThatCameInTimeLeavesNothingToDrop) {
   partner_.dropLateCancel();
   EXPECT_THAT(server_.requests(), IsEmpty());
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
 }
 
 TEST_F(ChatPartnerTest, SettingsThatTheLibraryRefusesAreNamed) {
@@ -92,14 +92,14 @@ TEST_F(ChatPartnerTest, SettingsThatTheLibraryRefusesAreNamed) {
 
 TEST_F(ChatPartnerTest, ATextShowsNoSecretButIsNotMangledByShortOnes) {
   server_.script({.status = 500, .body = R"({"error":{"message":"a secret key, in short"}})", .headers = {}});
-  EXPECT_EQ(partner_.ask("q").error, "[redacted], in short");
+  EXPECT_EQ(partner_.ask({"q"}).error, "[redacted], in short");
 }
 
 TEST_F(ChatPartnerTest, ASavedConversationHoldsTheTurnsAndNoSettings) {
   EXPECT_EQ(partner_.saveConversation(), R"({"messages":[]})");
   server_.script(
       {.status = 200, .body = R"({"choices":[{"message":{"role":"assistant","content":"a"}}]})", .headers = {}});
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
   EXPECT_EQ(partner_.saveConversation(),
             R"({"messages":[{"role":"user","content":"q"},{"role":"assistant","content":"a"}]})");
 }
@@ -109,31 +109,31 @@ TEST_F(ChatPartnerTest, ARefusedKeyIsToldFromOtherFailuresWithoutAFurtherRequest
   for (const auto& [status, code] :
        {std::pair{401, ExitCode::KeyRefused}, {403, ExitCode::KeyRefused}, {500, ExitCode::ServiceFailed}}) {
     server_.script({.status = status, .body = "{}", .headers = {}});
-    EXPECT_NE(partner_.ask("q").error, "");
+    EXPECT_NE(partner_.ask({"q"}).error, "");
     EXPECT_EQ(partner_.failureCode(), code) << status;
   }
   EXPECT_EQ(server_.requests().size(), 3U);
 }
 
 TEST_F(ChatPartnerTest, AKeyThatWasGoodOnceIsNotRefused) {
-  EXPECT_EQ(partner_.ask("q").error, "");
+  EXPECT_EQ(partner_.ask({"q"}).error, "");
   server_.script({.status = 403, .body = "{}", .headers = {}});
-  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_NE(partner_.ask({"q"}).error, "");
   EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
 }
 
 TEST_F(ChatPartnerTest, AKeyThatGotAReplyOfNoUseIsNotRefused) {
   server_.script({.status = 200, .body = "no JSON", .headers = {}});
-  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_NE(partner_.ask({"q"}).error, "");
   server_.script({.status = 403, .body = "{}", .headers = {}});
-  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_NE(partner_.ask({"q"}).error, "");
   EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
 }
 
 TEST_F(ChatPartnerTest, AConversationThatBeginsAnewWithoutARequestSaysNothingOfTheKey) {
   for (int turn = 0; turn < 2; ++turn) {
     server_.script({.status = 401, .body = "{}", .headers = {}});
-    EXPECT_NE(partner_.ask("q").error, "");
+    EXPECT_NE(partner_.ask({"q"}).error, "");
     EXPECT_EQ(partner_.failureCode(), ExitCode::KeyRefused);
     EXPECT_EQ(partner_.startConversation(), "");
   }
@@ -141,7 +141,7 @@ TEST_F(ChatPartnerTest, AConversationThatBeginsAnewWithoutARequestSaysNothingOfT
 
 TEST_F(ChatPartnerTest, ACancelSaysNothingOfTheKey) {
   partner_.cancel();
-  EXPECT_NE(partner_.ask("q").error, "");
+  EXPECT_NE(partner_.ask({"q"}).error, "");
   EXPECT_EQ(partner_.failureCode(), ExitCode::ServiceFailed);
 }
 
@@ -229,21 +229,21 @@ constexpr const char* kDeleteAssistant = "DELETE /v1/assistants/asst_standin_1";
 
 TEST_F(Keeper, IsLeftWithNothing) {
   begin();
-  EXPECT_EQ(partner_->ask("q").error, "");
+  EXPECT_EQ(partner_->ask({"q"}).error, "");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, IsLeftWithNothingAfterAFailedTurn) {
   begin();
   failNext();
-  EXPECT_EQ(partner_->ask("q").error, "no");
+  EXPECT_EQ(partner_->ask({"q"}).error, "no");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
 
 TEST_F(Keeper, IsLeftWithNothingAfterACancelledRun) {
   begin();
   server_.scriptRun({.statuses = {"in_progress"}});
-  cancelRequest(3, [this] { EXPECT_THAT(partner_->ask("q").error, HasSubstr("cancelled")); });
+  cancelRequest(3, [this] { EXPECT_THAT(partner_->ask({"q"}).error, HasSubstr("cancelled")); });
   partner_->cancel();  // once more, too late
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }
@@ -270,7 +270,7 @@ TEST_F(Keeper, BeginsAnewBeforeTheOldConversationEnds) {
   begin();
   EXPECT_EQ(partner_->startConversation(), "");
   EXPECT_THAT(requestLines(server_, 2), ElementsAre("POST /v1/threads", kDeleteThread));
-  EXPECT_EQ(partner_->ask("q").error, "");
+  EXPECT_EQ(partner_->ask({"q"}).error, "");
   EXPECT_EQ(requestLines(server_, 4).front(), "POST /v1/threads/thread_standin_2/messages");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteSecondThread, kDeleteAssistant));
 }
@@ -280,7 +280,7 @@ TEST_F(Keeper, ThatCannotBeginAnewGoesOnWithTheOldConversation) {
   failNext();
   EXPECT_EQ(partner_->startConversation(), "no");
   cancelRequest(1, [this] { EXPECT_THAT(partner_->startConversation(), HasSubstr("cancelled")); });
-  EXPECT_EQ(partner_->ask("q").error, "");
+  EXPECT_EQ(partner_->ask({"q"}).error, "");
   EXPECT_EQ(requestLines(server_, 4).front(), "POST /v1/threads/thread_standin_1/messages");
   EXPECT_THAT(farewell(), ElementsAre(kDeleteThread, kDeleteAssistant));
 }

@@ -61,7 +61,7 @@ class SwitchboardTest : public testing::Test {
 
   std::string ask(Switchboard& board, const TestedService& asked, const char* question) {
     server(asked.provider).script({.status = 200, .body = asked.replyBody, .headers = {}});
-    const Answer answer = board.ask(question);
+    const Answer answer = board.ask({question});
     EXPECT_EQ(answer.error, "");
     return answer.text;
   }

@@ -13,7 +13,7 @@ class KeptMove : public SwitchboardTest {
  protected:
   void SetUp() override {
     ASSERT_EQ(board_.open(), "");
-    ASSERT_EQ(board_.ask(kQuestions[0]).error, "");
+    ASSERT_EQ(board_.ask({kQuestions[0]}).error, "");
     ASSERT_EQ(server(kKeeper).requests().size(), kBefore);
   }
 
@@ -23,7 +23,7 @@ class KeptMove : public SwitchboardTest {
     EXPECT_EQ(&board_.provider(), &profile(kKeeper));
     EXPECT_EQ(board_.model(), "standin-small");
     EXPECT_THAT(sentSince(), IsEmpty());
-    EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+    EXPECT_EQ(board_.ask({kQuestions[1]}).error, "");
     EXPECT_EQ(sentSince().front(), "POST /v1/threads/thread_standin_1/messages");
   }
 
@@ -43,14 +43,14 @@ TEST_F(KeptMove, ToAModelThatIsNotThereLeavesEverything) {
   EXPECT_THAT(board_.changeModel("nobody"),
               testing::AllOf(HasSubstr("nobody"), HasSubstr("The model is nobody; --model or")));
   EXPECT_EQ(board_.model(), "standin-small");
-  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error, "");
 }
 
 TEST_F(KeptMove, OfTheModelAloneChangesTheAssistantAndKeepsTheConversation) {
   EXPECT_EQ(board_.changeModel("standin-large"), "");
   EXPECT_THAT(sentSince(), ElementsAre("POST /v1/assistants/asst_standin_1"));
   EXPECT_EQ(board_.model(), "standin-large");
-  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error, "");
   EXPECT_EQ(sentSince().at(1), "POST /v1/threads/thread_standin_1/messages");
 }
 
@@ -72,19 +72,19 @@ TEST_F(KeptMove, ToAnotherModelChangesTheAssistantAndKeepsTheConversation) {
   EXPECT_EQ(board_.model(), "standin-large");
   EXPECT_THAT(sentSince(), ElementsAre("POST /v1/assistants/asst_standin_1"));
   EXPECT_THAT(lastRequest(kKeeper).body, HasSubstr(R"("model":"standin-large")"));
-  EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
+  EXPECT_THAT(board_.ask({"What did I ask before?"}).text, HasSubstr(kQuestions[0]));
 }
 
 TEST_F(KeptMove, ToAnotherModelThatIsRefusedLeavesEverything) {
   server(kKeeper).script({.status = 400, .body = R"({"error":{"message":"no such model"}})", .headers = {}});
   EXPECT_THAT(board_.moveTo(profile(kKeeper), "standin-large"), testing::StartsWith("no such model. "));
   EXPECT_EQ(board_.model(), "standin-small");
-  EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr(kQuestions[0]));
+  EXPECT_THAT(board_.ask({"What did I ask before?"}).text, HasSubstr(kQuestions[0]));
 }
 
 TEST_F(KeptMove, OfAConversationThatTheServiceLostBeginsAnewWithAnotherAssistant) {
   server(kKeeper).forgetAssistants();
-  EXPECT_THAT(board_.ask(kQuestions[1]).error,
+  EXPECT_THAT(board_.ask({kQuestions[1]}).error,
               HasSubstr(" OpenAI Assistants no longer has this conversation; at a terminal, /new begins another."));
   const std::size_t asked = server(kKeeper).requests().size();
   EXPECT_EQ(board_.startConversation(), "");
@@ -92,7 +92,7 @@ TEST_F(KeptMove, OfAConversationThatTheServiceLostBeginsAnewWithAnotherAssistant
               ElementsAre("POST /v1/assistants/asst_standin_1", kCreateAssistant, kCreateThread, kDeleteThread));
   EXPECT_EQ(board_.model(), "standin-small");
   EXPECT_THAT(lastRequest(kKeeper, 3).body, testing::AllOf(HasSubstr("Be brief."), HasSubstr("CREATE TABLE `orders`")));
-  EXPECT_THAT(board_.ask("What did I ask before?").text, HasSubstr("No earlier question"));
+  EXPECT_THAT(board_.ask({"What did I ask before?"}).text, HasSubstr("No earlier question"));
   const std::size_t before = server(kKeeper).requests().size();
   board_.close();
   EXPECT_THAT(requestLines(server(kKeeper), before),
@@ -102,35 +102,35 @@ TEST_F(KeptMove, OfAConversationThatTheServiceLostBeginsAnewWithAnotherAssistant
 TEST_F(KeptMove, OfAConversationWhoseAssistantAloneIsLostBeginsAnewWithAnother) {
   server(kKeeper).script({});
   server(kKeeper).script({.status = 404, .body = R"({"error":{"message":"No assistant found"}})", .headers = {}});
-  EXPECT_THAT(board_.ask(kQuestions[1]).error, HasSubstr("No assistant found. OpenAI Assistants no longer has"));
+  EXPECT_THAT(board_.ask({kQuestions[1]}).error, HasSubstr("No assistant found. OpenAI Assistants no longer has"));
   server(kKeeper).script({.status = 404, .body = R"({"error":{"message":"No assistant found"}})", .headers = {}});
   EXPECT_EQ(board_.startConversation(), "");
-  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[2]}).error, "");
   EXPECT_EQ(sentSince().at(2), "POST /v1/assistants/asst_standin_1");
   EXPECT_EQ(sentSince().at(3), kCreateAssistant);
 }
 
 TEST_F(KeptMove, OfAConversationWhoseTurnFailedKeepsTheAssistantThatIsThere) {
   server(kKeeper).script({.status = 500, .body = R"({"error":{"message":"no"}})", .headers = {}});
-  EXPECT_EQ(board_.ask(kQuestions[1]).error, "no");
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error, "no");
   EXPECT_EQ(board_.startConversation(), "");
   EXPECT_THAT(requestLines(server(kKeeper), kBefore + 1),
               ElementsAre("POST /v1/assistants/asst_standin_1", kCreateThread, kDeleteThread));
-  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[2]}).error, "");
   EXPECT_EQ(board_.startConversation(), "");
   EXPECT_EQ(sentSince().at(sentSince().size() - 2), kCreateThread) << "all is well again";
 }
 
 TEST_F(KeptMove, OfALostConversationThatCannotBeMadeAnewIsTriedAgain) {
   server(kKeeper).forgetAssistants();
-  EXPECT_NE(board_.ask(kQuestions[1]).error, "");
+  EXPECT_NE(board_.ask({kQuestions[1]}).error, "");
   server(kKeeper).script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
   EXPECT_EQ(board_.startConversation(), "overloaded");
   server(kKeeper).script({});
   server(kKeeper).script({.status = 503, .body = R"({"error":{"message":"overloaded"}})", .headers = {}});
   EXPECT_EQ(board_.startConversation(), "overloaded");
   EXPECT_EQ(board_.startConversation(), "");
-  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[2]}).error, "");
 }
 
 class KeptMoveAndBack : public SwitchboardTest, public testing::WithParamInterface<TestedService> {};
@@ -146,7 +146,7 @@ TEST_P(KeptMoveAndBack, BeginsAnewEachTimeAndLeavesNothingThere) {
   for (const char* part : {"Be brief.", R"("temperature":0.7)", "CREATE TABLE `orders`", "standin-large"}) {
     EXPECT_THAT(assistant, HasSubstr(part));
   }
-  EXPECT_EQ(board.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(board.ask({kQuestions[1]}).error, "");
   const std::size_t asked = server(kKeeper).requests().size();
 
   ASSERT_EQ(board.moveTo(profile(other.provider), "standin-large"), "");

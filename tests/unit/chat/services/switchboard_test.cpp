@@ -67,14 +67,14 @@ class Move : public SwitchboardTest {
   void SetUp() override {
     ASSERT_EQ(board_.open(), "");
     server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
-    ASSERT_EQ(board_.ask(kQuestions[0]).error, "");
+    ASSERT_EQ(board_.ask({kQuestions[0]}).error, "");
   }
 
   void expectTheOldConversationGoesOn() {
     EXPECT_EQ(&board_.provider(), &profile("openai"));
     EXPECT_EQ(board_.model(), "standin-small");
     server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
-    EXPECT_EQ(board_.ask(kQuestions[1]).text, "noted");
+    EXPECT_EQ(board_.ask({kQuestions[1]}).text, "noted");
     EXPECT_EQ(server("openai").requests().size(), 2U);
     EXPECT_THAT(lastRequest("openai").body, HasSubstr(kQuestions[0]));
     EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"standin-small")"));
@@ -96,7 +96,7 @@ TEST_F(Move, WithoutAModelTakesTheFirstThatIsListed) {
 TEST_F(Move, ToAnotherModelOfTheSameServiceKeepsTheConversation) {
   EXPECT_EQ(board_.moveTo(profile("openai"), "standin-large"), "");
   server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
-  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error, "");
   EXPECT_THAT(lastRequest("openai").body, HasSubstr(kQuestions[0]));
   EXPECT_THAT(lastRequest("openai").body, HasSubstr(R"("model":"standin-large")"));
 }
@@ -107,7 +107,7 @@ TEST_F(Move, OfTheModelAloneKeepsTheConversationAndItsPlace) {
   EXPECT_EQ(board_.model(), "standin-large");
   EXPECT_EQ(server("openai").requests().size(), 1U);
   server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
-  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error, "");
   EXPECT_THAT(lastRequest("openai").body,
               testing::AllOf(HasSubstr(kQuestions[0]), HasSubstr(R"("model":"standin-large")"), HasSubstr("Be brief."),
                              HasSubstr(R"("temperature":0.7)")));
@@ -115,12 +115,12 @@ TEST_F(Move, OfTheModelAloneKeepsTheConversationAndItsPlace) {
 
 TEST_F(Move, OfTheModelToOneThatIsNotThereIsToldAndLeavesTheTurns) {
   EXPECT_EQ(board_.changeModel("nobody"), "");
-  EXPECT_EQ(board_.ask(kQuestions[1]).error,
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error,
             "The model `nobody` does not exist or you do not have access to it. The model is nobody; --model or, at a "
             "terminal, /model names another.");
   EXPECT_EQ(board_.changeModel("standin-small"), "");
   server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
-  EXPECT_EQ(board_.ask(kQuestions[2]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[2]}).error, "");
   EXPECT_THAT(lastRequest("openai").body, testing::AllOf(HasSubstr(kQuestions[0]), Not(HasSubstr(kQuestions[1]))));
 }
 
@@ -128,10 +128,10 @@ TEST_F(Move, AndBackKeepsAllTurns) {
   ASSERT_EQ(board_.moveTo(profile("ollama"), "m"), "");
   server("ollama").script(
       {.status = 200, .body = R"({"message":{"role":"assistant","content":"local"}})", .headers = {}});
-  ASSERT_EQ(board_.ask(kQuestions[1]).error, "");
+  ASSERT_EQ(board_.ask({kQuestions[1]}).error, "");
   ASSERT_EQ(board_.moveTo(profile("openai"), "standin-small"), "");
   server("openai").script({.status = 200, .body = kCompletion, .headers = {}});
-  ASSERT_EQ(board_.ask(kQuestions[2]).error, "");
+  ASSERT_EQ(board_.ask({kQuestions[2]}).error, "");
   for (const char* part : {kQuestions[0], kQuestions[1], "local", kQuestions[2]}) {
     EXPECT_THAT(lastRequest("openai").body, HasSubstr(part));
   }
@@ -141,7 +141,7 @@ TEST_F(Move, BeginsAnewAtTheNewService) {
   ASSERT_EQ(board_.moveTo(profile("deepseek"), "m"), "");
   EXPECT_EQ(board_.startConversation(), "");
   server("deepseek").script({.status = 200, .body = kCompletion, .headers = {}});
-  EXPECT_EQ(board_.ask(kQuestions[1]).error, "");
+  EXPECT_EQ(board_.ask({kQuestions[1]}).error, "");
   EXPECT_THAT(lastRequest("deepseek").body, Not(HasSubstr(kQuestions[0])));
 }
 
