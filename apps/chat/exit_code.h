@@ -5,7 +5,7 @@ enum class ExitCode {
   Fine = 0,
   WrongUsage = 64,
   NotADatabase = 65,
-  StatementFailed = 65,  // bad data, too: what the service wrote
+  StatementFailed = 65,  // or was refused: bad data, too, which the service wrote
   NoInput = 66,
   ServiceFailed = 69,
   Internal = 70,

@@ -145,6 +145,7 @@ TEST_P(Refusing, TellsWhyAndLeavesTheFileAsItIs) {
   const std::string before = readBytes(people_);
   answer(GetParam().sql);
   const ProgramRun run = ask(GetParam().options);
+  EXPECT_EQ(run.code, 65);
   EXPECT_THAT(run.err, HasSubstr(GetParam().told));
   EXPECT_THAT(run.out, Not(HasSubstr(" ms\n")));
   EXPECT_EQ(server_.requests().size(), 1U) << "the service is not told of it";
@@ -160,6 +161,35 @@ INSTANTIATE_TEST_SUITE_P(
         RefusedCase{"that_attach", {"--write"}, "ATTACH 'other.db' AS other", "The statement is not run: "},
         RefusedCase{"with_a_nul", {}, std::string("SELECT 1 \0 FROM people", 22), "It has a NUL character"}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(Running, OfSeveralStatementsThatOneIsRefusedIsTheEndThoughOthersGaveRows) {
+  answer("SELECT name FROM people WHERE id = 2; DELETE FROM people; SELECT 6 * 7");
+  const ProgramRun run = ask();
+  EXPECT_EQ(run.code, 65);
+  EXPECT_THAT(run.out, AllOf(HasSubstr("\nBo"), HasSubstr("42")));
+  EXPECT_THAT(run.err, HasSubstr("Statement 2 is not run: "));
+}
+
+TEST_F(Running, OfAPipeThatAStatementIsRefusedIsTheEndThoughTheNextQuestionIsFine) {
+  answer("DELETE FROM people");
+  answer("SELECT 6 * 7");
+  const ProgramRun run = runCommand(command({people_}, "Who?\nWhat?\n"));
+  EXPECT_EQ(run.code, 65);
+  EXPECT_THAT(run.out, HasSubstr("42"));
+}
+
+TEST_F(Running, RefusesNothingThatIsNotToRun) {
+  answer("DELETE FROM people");
+  const ProgramRun run = ask({"--run", "never"});
+  EXPECT_EQ(run.code, 0);
+  EXPECT_THAT(run.err, HasSubstr("The statement is not run: "));
+}
+
+TEST_F(Running, ForgetsARefusalWithTheAnswerThatIsWrittenAnew) {
+  answer("DELETE FROM people; SELECT nam FROM people");
+  answer("SELECT name FROM people WHERE id = 2");
+  EXPECT_EQ(ask().code, 0);
+}
 
 TEST_F(Running, MarksHiddenCharactersOfStatements) {
   answer("SELECT 'a' AS \"b\u202E\"");

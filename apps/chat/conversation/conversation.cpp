@@ -29,7 +29,7 @@ void tellStop(const ProviderProfile& provider, std::ostream& err) {
   }
 }
 
-/// Runs what an answer brings. @return whether none of it failed
+/// Runs what an answer brings. @return whether none of it failed or was refused
 bool work(Talk& talk, const Answer& answer) {
   talk.tokens.add(answer.tokens);
   if (talk.background.workbench == nullptr) return true;

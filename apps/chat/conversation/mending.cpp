@@ -21,7 +21,7 @@ std::string makeReport(const StatementFailure& failure, const Agree& agree) {
 
 bool runStatements(Workbench& workbench, const std::string& answer, const Mender& mender) {
   const std::optional<StatementFailure> first = workbench.take(answer);
-  if (!first) return true;
+  if (!first) return !workbench.hasRefused();
   std::ostream& err = mender.streams.err;
   complain(err, first->forUser);
   const std::string report = makeReport(*first, workbench.agree());
@@ -34,7 +34,7 @@ bool runStatements(Workbench& workbench, const std::string& answer, const Mender
   }
   if (mender.note) mender.note(second);
   const std::optional<StatementFailure> again = workbench.take(second.text);
-  if (!again) return true;
+  if (!again) return !workbench.hasRefused();
   complain(err, "First: " + first->forUser);
   complain(err, "Then: " + again->forUser);
   return false;

@@ -16,5 +16,5 @@ struct Mender {
 
 /// Has `workbench` take the statements of `answer`. One that fails is asked for anew, once: told is what is wrong in
 /// our words and names of the schema; the database's own words, which may quote a row, only when the user agrees to it.
-/// @return whether none failed in the end; the user was told of those that did. @throw OutputError
+/// @return whether none failed in the end or was refused; the user was told of those. @throw OutputError
 bool runStatements(Workbench& workbench, const std::string& answer, const Mender& mender);

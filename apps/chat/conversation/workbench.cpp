@@ -49,6 +49,7 @@ void Workbench::explain(const std::string& sql) try {
 std::optional<StatementFailure> Workbench::handleEach(const std::vector<std::string>& statements, bool isNamed) {
   std::optional<StatementFailure> failure;
   isStopped_ = false;
+  hasRefused_ = false;
   count_ = statements.size();
   interruptibly([&] {
     for (number_ = 1; number_ <= count_ && !failure && !isStopped_; ++number_)
@@ -60,7 +61,7 @@ std::optional<StatementFailure> Workbench::handleEach(const std::vector<std::str
 std::optional<StatementFailure> Workbench::handle(const std::string& name, const std::string& sql, bool isNamed) try {
   const StatementCheck check = database_.check(sql);
   if (check.effect == Effect::Refused || (check.effect == Effect::Writes && !options_.writes)) {
-    complain(setting_.streams.err, name + " is not run: " + check.reason);
+    refuse(name + " is not run: " + check.reason);
   } else if (check.effect == Effect::Writes) {
     runWriting(name, sql);
   } else if (isNamed || mayRun(name, sql)) {
@@ -101,6 +102,11 @@ bool Workbench::mayRun(const std::string& name, const std::string& sql) {
   return false;
 }
 
+void Workbench::refuse(const std::string& sentence) {
+  complain(setting_.streams.err, sentence);
+  if (options_.mode != RunMode::Never) hasRefused_ = true;  // else it was not to run
+}
+
 void Workbench::runReading(const std::string& name, const std::string& sql, const StatementCheck& check) {
   result_ = database_.run(sql, {});
   if (count_ > 1 && options_.format == RowFormat::Table) setting_.streams.out << name << ":\n";
@@ -111,7 +117,7 @@ void Workbench::runReading(const std::string& name, const std::string& sql, cons
 void Workbench::runWriting(const std::string& name, const std::string& sql) {
   std::ostream& err = setting_.streams.err;
   if (!setting_.agree) {
-    complain(err, name + " would write, and nobody is here to agree; it is not run");
+    refuse(name + " would write, and nobody is here to agree; it is not run");
     return;
   }
   if (!setting_.agree(markHidden(sql).text + "\n" + name + " writes. Run it, and see how many rows it changes?"))

@@ -51,6 +51,8 @@ class Workbench {
   /// that fails or that Ctrl-C ends. @throw OutputError, as each operation that shows rows; DatabaseError, as each that
   /// runs something, when the database can't be opened any more
   std::optional<StatementFailure> take(std::string_view answer);
+  /// Whether one of those that were to run last was refused, which the user was told.
+  bool hasRefused() const { return hasRefused_; }
 
   /// The statements of the last answer; numbers count from 1.
   std::size_t size() const { return statements_.size(); }
@@ -79,6 +81,7 @@ class Workbench {
   void runReading(const std::string& name, const std::string& sql, const StatementCheck& check);
   void runWriting(const std::string& name, const std::string& sql);
   bool mayRun(const std::string& name, const std::string& sql);
+  void refuse(const std::string& sentence);
   void showDoubts(const std::string& sql, const StatementCheck& check);
   void write(std::string_view text) const;
   void interruptibly(const std::function<void()>& work);
@@ -89,8 +92,9 @@ class Workbench {
   WorkbenchSetting setting_;
   std::vector<std::string> statements_;
   std::optional<Result> result_;
-  std::size_t count_ = 0;    // of the statements that run together
-  std::size_t number_ = 0;   // of the one that runs
-  bool isStopped_ = false;   // the user ended what ran
+  std::size_t count_ = 0;   // of the statements that run together
+  std::size_t number_ = 0;  // of the one that runs
+  bool isStopped_ = false;  // the user ended what ran
+  bool hasRefused_ = false;
   bool hasWritten_ = false;  // a result, as CSV
 };

@@ -145,7 +145,9 @@ TEST_F(AtTheWorkbench, AskingNobodyRunsNothing) {
 }
 
 TEST_F(AtTheWorkbench, WhatWouldWriteIsNotRunOnWhatIsReadOnly) {
-  EXPECT_FALSE(open().take(fenced("DELETE FROM people")));
+  Workbench& bench = open();
+  EXPECT_FALSE(bench.take(fenced("DELETE FROM people")));
+  EXPECT_TRUE(bench.hasRefused());
   EXPECT_THAT(err_.str(), StartsWith("qai-chat: The statement is not run: "));
   EXPECT_THAT(count("people"), HasSubstr("3"));
 }
@@ -161,8 +163,9 @@ class Writing : public AtTheWorkbench, public testing::WithParamInterface<WriteC
 
 TEST_P(Writing, IsKeptOnlyWhenTheNumberOfRowsIsAgreedTo) {
   agreeTo(GetParam().replies);
-  EXPECT_FALSE(
-      open({.writes = true}, Access::Write).take(fenced("DELETE FROM people WHERE country = 'AT' AND id > 1")));
+  Workbench& bench = open({.writes = true}, Access::Write);
+  EXPECT_FALSE(bench.take(fenced("DELETE FROM people WHERE country = 'AT' AND id > 1")));
+  EXPECT_FALSE(bench.hasRefused());
   EXPECT_THAT(err_.str(), HasSubstr(GetParam().told));
   EXPECT_EQ(asked_.size(), GetParam().replies.size());
   EXPECT_THAT(count("people"), HasSubstr(GetParam().left));
@@ -175,9 +178,29 @@ INSTANTIATE_TEST_SUITE_P(Replies, Writing,
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST_F(AtTheWorkbench, WritingNeedsSomebodyToAgree) {
-  EXPECT_FALSE(open({.writes = true}, Access::Write).take(fenced("DELETE FROM people")));
+  Workbench& bench = open({.writes = true}, Access::Write);
+  EXPECT_FALSE(bench.take(fenced("DELETE FROM people")));
+  EXPECT_TRUE(bench.hasRefused());
   EXPECT_THAT(err_.str(), HasSubstr("nobody is here to agree"));
   EXPECT_THAT(count("people"), HasSubstr("3"));
+}
+
+TEST_F(AtTheWorkbench, ARefusalIsOfTheStatementsThatRanLast) {
+  Workbench& bench = open();
+  EXPECT_FALSE(bench.hasRefused());
+  EXPECT_FALSE(bench.take(fenced("DELETE FROM people; SELECT 1")));
+  EXPECT_TRUE(bench.hasRefused());
+  EXPECT_FALSE(bench.take(fenced("SELECT 1")));
+  EXPECT_FALSE(bench.hasRefused());
+}
+
+TEST_F(AtTheWorkbench, NothingIsRefusedThatIsNotToRun) {
+  Workbench& never = open({.mode = RunMode::Never});
+  EXPECT_FALSE(never.take(fenced("DELETE FROM people")));
+  EXPECT_FALSE(never.hasRefused());
+  Workbench& asking = open({.mode = RunMode::Ask});
+  EXPECT_FALSE(asking.take(fenced("SELECT 1")));
+  EXPECT_FALSE(asking.hasRefused());
 }
 
 TEST_F(AtTheWorkbench, HiddenCharactersAreShownBeforeAStatementRuns) {
@@ -244,6 +267,11 @@ TEST_F(Mending, ASecondFailureShowsBoth) {
   EXPECT_EQ(answerer_.inquiries.size(), 1U);
   EXPECT_THAT(err_.str(),
               testing::AllOf(HasSubstr("First: "), HasSubstr("nam"), HasSubstr("Then: "), HasSubstr("nome")));
+}
+
+TEST_F(Mending, WhatIsRefusedIsNotAskedForAnew) {
+  EXPECT_FALSE(work(fenced("DELETE FROM people"), {}));
+  EXPECT_THAT(answerer_.inquiries, IsEmpty());
 }
 
 TEST_F(Mending, TheDatabasesWordsStayHere) {
