@@ -1,9 +1,9 @@
 #include "conversation/doubts.h"
 
+#include "ascii_case.h"
 #include "sql/literals.h"
 
 #include <algorithm>
-#include <cctype>
 #include <chrono>
 #include <string_view>
 
@@ -18,10 +18,7 @@ std::chrono::milliseconds remaining(Clock::time_point end) {
                   std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now()));
 }
 
-bool isSameName(std::string_view one, std::string_view other) {
-  return std::equal(one.begin(), one.end(), other.begin(), other.end(),
-                    [](unsigned char a, unsigned char b) { return std::tolower(a) == std::tolower(b); });
-}
+bool isSameName(std::string_view one, std::string_view other) { return toLowerAscii(one) == toLowerAscii(other); }
 
 /// Whether the literal stands for a value of the column, and not for a pattern or a format.
 bool isLookedFor(const TextLiteral& literal) {

@@ -1,5 +1,5 @@
+#include "ascii_case.h"
 #include "databases/database.h"
-#include "databases/sql_text.h"
 #include "databases/sqlite_database.h"
 #include "path_text.h"
 

@@ -1,6 +1,7 @@
 #include "databases/query_error.h"
 
-#include "databases/sql_text.h"
+#include "ascii_case.h"
+#include "sql/names.h"
 
 #include <algorithm>
 #include <array>
@@ -67,10 +68,10 @@ QueryError::QueryError(QueryProblem aProblem, std::string aName, std::string tex
       engineText(std::move(text)) {}
 
 std::string describeWithoutValues(const QueryError& error, const DatabaseDescription& database, std::string_view sql) {
-  const std::vector<std::string> identifiers = listIdentifiers(sql);
+  const std::vector<std::string> used = listSqlNames(sql);
   const auto isKnown = [&](const std::string& name) {
     const std::string lower = toLowerAscii(name);
-    return isNameIn(database, lower) || std::find(identifiers.begin(), identifiers.end(), lower) != identifiers.end();
+    return isNameIn(database, lower) || std::find(used.begin(), used.end(), lower) != used.end();
   };
   // A name with dots in it may be one, or several.
   bool isGood = !error.name.empty();

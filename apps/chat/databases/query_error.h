@@ -49,5 +49,5 @@ class QueryError : public std::runtime_error {
 };
 
 /// What may be told of `error` to one who must not see a value: our words and the name it concerns. The name is left
-/// out unless `database` has it as the name of a schema, table or column, or `sql` has it as an identifier.
+/// out unless `database` has it as the name of a schema, table or column, or `sql` has it among its names.
 std::string describeWithoutValues(const QueryError& error, const DatabaseDescription& database, std::string_view sql);

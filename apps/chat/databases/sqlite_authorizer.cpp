@@ -1,6 +1,6 @@
 #include "databases/sqlite_authorizer.h"
 
-#include "databases/sql_text.h"
+#include "ascii_case.h"
 
 #include <algorithm>
 #include <array>

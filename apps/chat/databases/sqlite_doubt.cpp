@@ -1,6 +1,8 @@
 #include "databases/sqlite_doubt.h"
 
-#include "databases/sql_text.h"
+#include "ascii_case.h"
+#include "sql/lexer.h"
+#include "sql/names.h"
 
 #include <algorithm>
 #include <array>
@@ -27,8 +29,8 @@ std::string makeOthersSQL(const std::string& table, const std::string& column) {
 }
 
 void lookFor(sqlite3* connection, const ColumnName& name, const std::string& literal, NearValues& near) {
-  const std::string table = quoteIdentifier(name.table) + " AS t";
-  const std::string column = "t." + quoteIdentifier(name.column);
+  const std::string table = quoteSqlName(name.table) + " AS t";
+  const std::string column = "t." + quoteSqlName(name.column);
   SqliteQuery exact(connection, ("SELECT 1 FROM " + table + " WHERE " + column + " = ?1 LIMIT 1").c_str());
   exact.bind(literal);
   near.presence = exact.nextRow() ? Presence::There : Presence::Absent;
@@ -58,23 +60,15 @@ struct Call {
   std::string table;
 };
 
-bool isOther(std::string_view sql, const SqlWord& word, char c) {
-  return word.kind == SqlWord::Kind::Other && sql[word.begin] == c;
-}
-
-bool isName(const SqlWord& word) {
-  return word.kind == SqlWord::Kind::Identifier || word.kind == SqlWord::Kind::QuotedIdentifier;
-}
-
 /// The calls in a statement that add up columns of one table each.
 class CallFinder {
  public:
   CallFinder(std::string_view sql, const std::vector<ColumnName>& columns)
-      : sql_(sql), words_(splitSql(sql)), columns_(columns) {}
+      : sql_(sql), tokens_(readSolidTokens(sql)), columns_(columns) {}
 
   std::vector<Call> find() const {
     std::vector<Call> calls;
-    for (std::size_t at = 0; at + 1 < words_.size() && calls.size() < kMostCalls; ++at) {
+    for (std::size_t at = 0; at + 1 < tokens_.size() && calls.size() < kMostCalls; ++at) {
       if (auto call = readCall(at)) calls.push_back(*std::move(call));
     }
     return calls;
@@ -82,41 +76,41 @@ class CallFinder {
 
  private:
   std::string lower(std::size_t at) const {
-    return at < words_.size() && isName(words_[at]) ? toLowerAscii(readIdentifier(sql_, words_[at])) : "";
+    return at < tokens_.size() && tokens_[at].isName() ? toLowerAscii(unquoteSql(tokens_[at])) : "";
   }
 
-  bool is(std::size_t at, char c) const { return at < words_.size() && isOther(sql_, words_[at], c); }
+  bool is(std::size_t at, std::string_view symbol) const { return at < tokens_.size() && tokens_[at].isSymbol(symbol); }
 
   std::optional<Call> readCall(std::size_t at) const {
     constexpr std::array<std::string_view, 4> kSums{"avg", "count", "sum", "total"};
-    if (std::find(kSums.begin(), kSums.end(), lower(at)) == kSums.end() || !is(at + 1, '(')) return std::nullopt;
+    if (std::find(kSums.begin(), kSums.end(), lower(at)) == kSums.end() || !is(at + 1, "(")) return std::nullopt;
     std::size_t end = at + 2;
-    for (std::size_t open = 1; end < words_.size(); ++end) {
-      if (is(end, '(')) ++open;
-      if (is(end, ')') && --open == 0) break;
+    for (std::size_t open = 1; end < tokens_.size(); ++end) {
+      if (is(end, "(")) ++open;
+      if (is(end, ")") && --open == 0) break;
     }
-    if (end >= words_.size() || lower(end + 1) == "over" || lower(end + 1) == "filter") return std::nullopt;
+    if (end >= tokens_.size() || lower(end + 1) == "over" || lower(end + 1) == "filter") return std::nullopt;
     const auto table = findTable(at + 2, end);
     if (!table) return std::nullopt;
-    const std::size_t argument = words_[at + 1].end;
-    return Call{.begin = words_[at].begin,
-                .end = words_[end].end,
-                .argument = std::string(sql_.substr(argument, words_[end].begin - argument)),
+    const std::size_t argument = tokens_[at + 1].end();
+    return Call{.begin = tokens_[at].begin,
+                .end = tokens_[end].end(),
+                .argument = std::string(sql_.substr(argument, tokens_[end].begin - argument)),
                 .table = *table};
   }
 
-  /// The one table, or alias, whose columns stand in the words from `begin` to `end`.
+  /// The one table, or alias, whose columns stand in the tokens from `begin` to `end`.
   std::optional<std::string> findTable(std::size_t begin, std::size_t end) const {
     std::optional<std::string> found;
     for (std::size_t at = begin; at < end; ++at) {
-      if (!isName(words_[at]) || is(at + 1, '(')) continue;
+      if (!tokens_[at].isName() || is(at + 1, "(")) continue;
       const std::string word = lower(at);
       if (word == "distinct" || word == "select") return std::nullopt;
       std::optional<std::string> table;
-      if (is(at + 1, '.')) {
-        table = readIdentifier(sql_, words_[at]);
+      if (is(at + 1, ".")) {
+        table = unquoteSql(tokens_[at]);
         at += 2;
-        if (is(at + 1, '.')) return std::nullopt;  // a schema's name comes first
+        if (is(at + 1, ".")) return std::nullopt;  // a schema's name comes first
       } else {
         table = findOwner(word);
       }
@@ -139,7 +133,7 @@ class CallFinder {
   }
 
   std::string_view sql_;
-  std::vector<SqlWord> words_;
+  std::vector<SqlToken> tokens_;
   const std::vector<ColumnName>& columns_;
 };
 
@@ -173,7 +167,7 @@ class Noter {
 
 /// A name for the rowid that is no column of anything.
 std::optional<std::string> chooseRowid(sqlite3* connection, const std::string& sql) {
-  const std::vector<std::string> used = listIdentifiers(sql);
+  const std::vector<std::string> used = listSqlNames(sql);
   SqliteQuery inSchema(connection, "SELECT 1 FROM sqlite_schema WHERE instr(lower(sql), ?1) LIMIT 1");
   for (const char* name : {"rowid", "_rowid_", "oid"}) {
     inSchema.bind(name);
@@ -185,7 +179,7 @@ std::optional<std::string> chooseRowid(sqlite3* connection, const std::string& s
 /// `sql` as it is, but that what `call` takes in is noted.
 std::string addNoting(const std::string& sql, const Call& call, const std::string& rowid) {
   const std::string row =
-      "CASE WHEN (" + call.argument + ") IS NOT NULL THEN " + quoteIdentifier(call.table) + "." + rowid + " END";
+      "CASE WHEN (" + call.argument + ") IS NOT NULL THEN " + quoteSqlName(call.table) + "." + rowid + " END";
   return sql.substr(0, call.begin) + kNoter + "(" + sql.substr(call.begin, call.end - call.begin) + ", count(" + row +
          "), count(DISTINCT " + row + "))" + sql.substr(call.end);
 }

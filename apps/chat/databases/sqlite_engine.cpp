@@ -1,15 +1,13 @@
 #include "databases/sqlite_engine.h"
 
-#include "databases/sql_text.h"
 #include "databases/sqlite_bounds.h"
 #include "databases/sqlite_rows.h"
+#include "sql/statements.h"
 
-#include <algorithm>
 #include <chrono>
 #include <new>
 #include <string_view>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -41,11 +39,6 @@ class Deadline {
 };
 
 QueryError notAllowed(const std::string& reason) { return {QueryProblem::NotAllowed, "", reason}; }
-
-bool holdsNothing(std::string_view sql) {
-  const std::vector<SqlWord> words = splitSql(sql);
-  return std::all_of(words.begin(), words.end(), [&](const SqlWord& word) { return sql[word.begin] == ';'; });
-}
 
 std::chrono::milliseconds since(Clock::time_point start) {
   return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
@@ -141,7 +134,7 @@ SqliteEngine::Prepared SqliteEngine::prepare(const std::string& sql) {
     prepared.requests = authorizer_.takeRequests();
     if (result == SQLITE_OK) {
       prepared.requests.refusal.clear();  // of what a virtual table does without
-      prepared.isSingle = holdsNothing(std::string_view(sql).substr(static_cast<std::size_t>(tail - sql.data())));
+      prepared.isSingle = isEmptyStatement(std::string_view(sql).substr(static_cast<std::size_t>(tail - sql.data())));
     } else if (prepared.requests.refusal.empty()) {
       throw SqliteError(result, sqlite3_errmsg(connection()));
     }

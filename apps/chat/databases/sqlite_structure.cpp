@@ -1,8 +1,9 @@
 #include "databases/sqlite_structure.h"
 
-#include "databases/sql_text.h"
+#include "ascii_case.h"
 #include "databases/sqlite_bounds.h"
 #include "databases/sqlite_connection.h"
+#include "sql/names.h"
 
 #include <algorithm>
 #include <array>
@@ -82,8 +83,7 @@ void eraseShadows(std::vector<Object>& objects) {
 
 std::vector<Object> readObjects(sqlite3* connection, const std::string& schema) {
   std::vector<Object> objects;
-  const std::string sql =
-      "SELECT name, type = 'view', sql LIKE 'create virtual table%' FROM " + quoteIdentifier(schema);
+  const std::string sql = "SELECT name, type = 'view', sql LIKE 'create virtual table%' FROM " + quoteSqlName(schema);
   SqliteQuery query(connection, (sql + kObjectsSQL).c_str());
   while (query.nextRow())
     objects.push_back({.name = query.text(0), .isView = query.integer(1) != 0, .isVirtual = query.integer(2) != 0});

@@ -1,13 +1,14 @@
 #include "results/export.h"
 
+#include "ascii_case.h"
 #include "path_text.h"
 #include "private_file.h"
 #include "results/sql_literal.h"
 #include "results/value_text.h"
+#include "sql/names.h"
 
 #include <cf/json.h>
 
-#include <algorithm>
 #include <array>
 #include <unordered_map>
 #include <unordered_set>
@@ -60,12 +61,6 @@ std::vector<std::string> uniqueNames(const std::vector<std::string>& columns) {
   return names;
 }
 
-std::string lowerCase(std::string text) {
-  std::transform(text.begin(), text.end(), text.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return text;
-}
-
 }  // namespace
 
 std::string writeCsv(const Result& result) {
@@ -114,7 +109,7 @@ std::string writeInserts(const Result& result, std::string_view table) {
 
 std::string exportResult(const Result& result, const std::string& path) {
   const std::filesystem::path file = makePath(path);
-  const std::string ending = lowerCase(makePathText(file.extension()));
+  const std::string ending = toLowerAscii(makePathText(file.extension()));
   if (ending == ".csv") return writePrivateFile(path, writeCsv(result));
   if (ending == ".json") return writePrivateFile(path, writeJson(result));
   if (ending == ".sql") return writePrivateFile(path, writeInserts(result, makePathText(file.stem())));

@@ -1,6 +1,7 @@
 #include "results/sql_literal.h"
 
 #include "results/value_text.h"
+#include "sql/lexer.h"
 
 #include <cf/text.h>
 
@@ -11,12 +12,6 @@
 #include <limits>
 
 namespace {
-
-std::string quote(std::string_view text, char mark) {
-  std::string quoted(1, mark);
-  for (const char c : text) quoted.append(c == mark ? 2 : 1, c);
-  return quoted + mark;
-}
 
 std::string bytesLiteral(std::string_view bytes) { return "x'" + hexText(bytes) + "'"; }
 
@@ -63,7 +58,7 @@ struct LiteralWriter {
   std::string operator()(double value) const { return realLiteral(value); }
   std::string operator()(const std::string& text) const {
     const bool isPlain = cfIsUTF8(text) && text.find('\0') == std::string::npos;
-    return isPlain ? quote(text, '\'') : "CAST(" + bytesLiteral(text) + " AS TEXT)";
+    return isPlain ? quoteSql(text, '\'') : "CAST(" + bytesLiteral(text) + " AS TEXT)";
   }
   std::string operator()(const Blob& blob) const { return bytesLiteral(blob.bytes); }
 };
@@ -71,5 +66,3 @@ struct LiteralWriter {
 }  // namespace
 
 std::string sqlLiteral(const Value& value) { return std::visit(LiteralWriter{}, value); }
-
-std::string quoteSqlName(std::string_view name) { return quote(name, '"'); }

@@ -4,11 +4,7 @@
 #include "databases/result.h"
 
 #include <string>
-#include <string_view>
 
 /// `value` as an expression that gives it back to the bit, in SQLite 3.40 and later; nan, which SQLite knows no value
 /// for, becomes NULL.
 std::string sqlLiteral(const Value& value);
-
-/// `name` in double quotes.
-std::string quoteSqlName(std::string_view name);

@@ -1,10 +1,10 @@
 #include "services/address.h"
 
+#include "ascii_case.h"
+
 #include <cf/text.h>
 #include <qai/redaction.hpp>
 
-#include <algorithm>
-#include <cctype>
 #include <optional>
 
 namespace {
@@ -22,9 +22,7 @@ std::size_t findAuthority(std::string_view address) {
 bool takeScheme(std::string& address) {
   const std::size_t mark = address.find(kMark);
   if (mark == std::string::npos) return true;
-  const auto end = address.begin() + static_cast<std::ptrdiff_t>(mark);
-  std::transform(address.begin(), end, address.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  address.replace(0, mark, toLowerAscii(address.substr(0, mark)));
   return address.starts_with("http://") || address.starts_with("https://");
 }
 

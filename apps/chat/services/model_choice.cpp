@@ -1,5 +1,7 @@
 #include "services/model_choice.h"
 
+#include "ascii_case.h"
+
 #include <algorithm>
 #include <array>
 #include <cctype>
@@ -101,9 +103,7 @@ struct Candidate {
 std::vector<Candidate> dropOtherWork(const Provider& provider, const std::vector<std::string>& models) {
   std::vector<Candidate> candidates;
   for (const std::string& model : models) {
-    Candidate candidate{.model = &model, .name = model, .isSpecial = false};
-    std::transform(model.begin(), model.end(), candidate.name.begin(),
-                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    Candidate candidate{.model = &model, .name = toLowerAscii(model), .isSpecial = false};
     const std::vector<std::string_view> words = splitWords(candidate.name);
     if (hasWord(words, kOtherWork)) continue;
     candidate.isSpecial = hasWord(words, provider.specialModels);

@@ -1,5 +1,7 @@
 #include "services/ollama_host.h"
 
+#include "ascii_case.h"
+
 #include <cf/text.h>
 
 #include <algorithm>
@@ -33,9 +35,7 @@ std::string trimQuotes(std::string_view text) {
 std::optional<Scheme> takeScheme(std::string& rest) {
   const std::size_t mark = rest.find("://");
   if (mark == std::string::npos) return Scheme{"http", "11434"};
-  std::string name = rest.substr(0, mark);
-  std::transform(name.begin(), name.end(), name.begin(),
-                 [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+  const std::string name = toLowerAscii(rest.substr(0, mark));
   rest.erase(0, mark + 3);
   if (name == "http") return Scheme{name, "80"};
   if (name == "https") return Scheme{name, "443"};

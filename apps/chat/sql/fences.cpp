@@ -1,5 +1,7 @@
 #include "sql/fences.h"
 
+#include "ascii_case.h"
+
 #include <algorithm>
 #include <optional>
 #include <utility>
@@ -72,10 +74,7 @@ std::string readLanguage(std::string_view info) {
   constexpr std::string_view kAround = " \t\r{.";
   constexpr std::string_view kBehind = " \t\r{},:;";
   info.remove_prefix(std::min(info.find_first_not_of(kAround), info.size()));
-  std::string language(info.substr(0, std::min(info.find_first_of(kBehind), info.size())));
-  std::transform(language.begin(), language.end(), language.begin(),
-                 [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; });
-  return language;
+  return toLowerAscii(info.substr(0, std::min(info.find_first_of(kBehind), info.size())));
 }
 
 class FenceReader {

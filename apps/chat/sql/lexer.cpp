@@ -1,5 +1,7 @@
 #include "sql/lexer.h"
 
+#include "ascii_case.h"
+
 #include <algorithm>
 #include <array>
 
@@ -11,11 +13,9 @@ bool isBlankByte(char c) { return kBlanks.find(c) != std::string_view::npos; }
 
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-char toCapital(char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; }
-
 /// All of a character beyond ASCII counts as a letter, as it does for engines.
 bool isWordByte(char c) {
-  const char capital = toCapital(c);
+  const char capital = toCapitalAscii(c);
   return isDigit(c) || (capital >= 'A' && capital <= 'Z') || c == '_' || c == '$' ||
          static_cast<unsigned char>(c) >= 0x80U;
 }
@@ -46,7 +46,8 @@ std::size_t sizeOfQuoted(std::string_view text) {
 std::size_t sizeOfNumber(std::string_view text) {
   std::size_t size = 0;
   while (size < text.size() && (isWordByte(text[size]) || text[size] == '.')) {
-    const bool isExponent = toCapital(text[size]) == 'E' && toCapital(text[std::min<std::size_t>(1, size)]) != 'X';
+    const bool isExponent =
+        toCapitalAscii(text[size]) == 'E' && toCapitalAscii(text[std::min<std::size_t>(1, size)]) != 'X';
     ++size;
     if (isExponent && size + 1 < text.size() && (text[size] == '+' || text[size] == '-') && isDigit(text[size + 1])) {
       ++size;
@@ -88,7 +89,7 @@ Extent measureToken(std::string_view text) {
 
 bool SqlToken::isWord(std::string_view capitals) const {
   return kind == SqlTokenKind::Word && std::equal(text.begin(), text.end(), capitals.begin(), capitals.end(),
-                                                  [](char left, char right) { return toCapital(left) == right; });
+                                                  [](char left, char right) { return toCapitalAscii(left) == right; });
 }
 
 bool SqlLexer::next(SqlToken& token) {
@@ -106,6 +107,13 @@ bool SqlLexer::nextSolid(SqlToken& token) {
   return false;
 }
 
+std::vector<SqlToken> readSolidTokens(std::string_view text) {
+  std::vector<SqlToken> tokens;
+  SqlLexer lexer(text);
+  for (SqlToken token; lexer.nextSolid(token);) tokens.push_back(token);
+  return tokens;
+}
+
 std::string unquoteSql(const SqlToken& token) {
   if (token.kind != SqlTokenKind::Text && token.kind != SqlTokenKind::QuotedName) return std::string(token.text);
   const char quote = token.text.front() == '[' ? ']' : token.text.front();
@@ -119,8 +127,8 @@ std::string unquoteSql(const SqlToken& token) {
   return plain;
 }
 
-std::string toCapitals(std::string_view word) {
-  std::string capitals(word);
-  std::transform(capitals.begin(), capitals.end(), capitals.begin(), toCapital);
-  return capitals;
+std::string quoteSql(std::string_view text, char quote) {
+  std::string quoted(1, quote);
+  for (const char c : text) quoted.append(c == quote ? 2 : 1, c);
+  return quoted + quote;
 }

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 enum class SqlTokenKind : std::uint8_t {
   Blank,
@@ -23,7 +24,10 @@ struct SqlToken {
   std::string_view text;
   std::size_t begin = 0;  // in the whole text
 
+  std::size_t end() const { return begin + text.size(); }
   bool isBlank() const { return kind == SqlTokenKind::Blank || kind == SqlTokenKind::Comment; }
+  /// Whether it is a name, with quotes or without them, or a key word.
+  bool isName() const { return kind == SqlTokenKind::Word || kind == SqlTokenKind::QuotedName; }
   bool isSymbol(std::string_view symbol) const { return kind == SqlTokenKind::Symbol && text == symbol; }
   /// Whether it is this word, given in capitals, in whatever case.
   bool isWord(std::string_view capitals) const;
@@ -48,8 +52,11 @@ class SqlLexer {
   std::size_t at_ = 0;
 };
 
+/// All tokens of `text` but blanks and comments.
+std::vector<SqlToken> readSolidTokens(std::string_view text);
+
 /// What a token in quotes stands for: without them, and with doubled ones once. Any other token's own text.
 std::string unquoteSql(const SqlToken& token);
 
-/// `word` with its ASCII letters in capitals.
-std::string toCapitals(std::string_view word);
+/// `text` between two of `quote`, which are doubled inside: ' for a text, " or ` for a name.
+std::string quoteSql(std::string_view text, char quote);

@@ -1,5 +1,6 @@
 #include "sql/literals.h"
 
+#include "ascii_case.h"
 #include "sql/lexer.h"
 
 #include <algorithm>
@@ -21,9 +22,7 @@ bool isOneOf(const SqlToken& token, const std::array<std::string_view, Count>& w
   return std::any_of(words.begin(), words.end(), [&](std::string_view word) { return token.isWord(word); });
 }
 
-bool isName(const SqlToken& token) {
-  return token.kind == SqlTokenKind::QuotedName || (token.kind == SqlTokenKind::Word && !isOneOf(token, kNoNames));
-}
+bool isName(const SqlToken& token) { return token.isName() && !isOneOf(token, kNoNames); }
 
 bool isComparison(const SqlToken& token) {
   if (token.kind == SqlTokenKind::Word) return isOneOf(token, kComparisonWords);
@@ -40,10 +39,7 @@ struct ColumnName {
 /// empty symbol.
 class Reader {
  public:
-  explicit Reader(std::string_view statement) {
-    SqlLexer lexer(statement);
-    for (SqlToken token; lexer.nextSolid(token);) tokens_.push_back(token);
-  }
+  explicit Reader(std::string_view statement) : tokens_(readSolidTokens(statement)) {}
 
   const Tokens& tokens() const { return tokens_; }
 
@@ -108,7 +104,7 @@ class HintReader {
   std::optional<Hint> hintAt(std::size_t place) const {
     if (list_) return list_;
     const SqlToken& before = reader_.at(place - 1);
-    if (isComparison(before)) return hintBefore(place - 1, toCapitals(before.text));
+    if (isComparison(before)) return hintBefore(place - 1, toCapitalsAscii(before.text));
     if (before.isWord("NOT") && reader_.at(place - 2).isWord("IS")) return hintBefore(place - 2, "IS NOT");
     if (before.isWord("BETWEEN")) return hintBefore(place - 1, "BETWEEN");
     if (before.isWord("AND") && reader_.at(place - 2).kind == SqlTokenKind::Text &&
@@ -140,7 +136,7 @@ class HintReader {
 
 /// x'…' are bytes, and a text behind AS is a name.
 bool isOtherThanText(const SqlToken& before, const SqlToken& literal) {
-  return before.isWord("AS") || (before.isWord("X") && before.begin + before.text.size() == literal.begin);
+  return before.isWord("AS") || (before.isWord("X") && before.end() == literal.begin);
 }
 
 }  // namespace

@@ -77,7 +77,14 @@ TEST(SqlWords, AreTheSameInAnyCase) {
   ASSERT_TRUE(SqlLexer("SeLeCt").next(token));
   EXPECT_TRUE(token.isWord("SELECT"));
   EXPECT_FALSE(token.isWord("SELECTS"));
-  EXPECT_EQ(toCapitals(token.text), "SELECT");
+}
+
+TEST(SolidSqlTokens, TellWhereTheyStand) {
+  const std::vector<SqlToken> tokens = readSolidTokens(" a ='b'");
+  ASSERT_EQ(tokens.size(), 3U);
+  EXPECT_EQ(tokens[2].kind, SqlTokenKind::Text);
+  EXPECT_EQ(tokens[2].begin, 4U);
+  EXPECT_EQ(tokens[2].end(), 7U);
 }
 
 }  // namespace
