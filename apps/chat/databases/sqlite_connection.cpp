@@ -1,6 +1,7 @@
 #include "databases/sqlite_connection.h"
 
 #include "databases/database.h"
+#include "databases/sqlite_functions.h"
 #include "path_text.h"
 #include "start.h"
 
@@ -60,10 +61,12 @@ void setUp(sqlite3* connection) {
   sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_FTS3_TOKENIZER, 0, nullptr);
   sqlite3_db_config(connection, SQLITE_DBCONFIG_ENABLE_LOAD_EXTENSION, 0, nullptr);
   sqlite3_limit(connection, SQLITE_LIMIT_LENGTH, kMostBytesInValue);
+  sqlite3_limit(connection, SQLITE_LIMIT_LIKE_PATTERN_LENGTH, kMostBytesInPattern);
   sqlite3_limit(connection, SQLITE_LIMIT_ATTACHED, 0);
   sqlite3_limit(connection, SQLITE_LIMIT_WORKER_THREADS, 0);
   sqlite3_busy_timeout(connection, kBusyMilliseconds);
   execute(connection, "PRAGMA cell_size_check=ON");
+  boundFunctions(connection);
 }
 
 SqliteConnection open(const std::string& path, int flags, const char* parameters) {
