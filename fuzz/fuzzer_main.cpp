@@ -1,7 +1,7 @@
 // A target under libFuzzer, which brings the main function: QAI_FUZZ_TARGET names the target, because the processes
 // that libFuzzer starts for some of its work get the environment, but none of the arguments that it doesn't know.
-#include "host.h"
-#include "targets.h"
+#include "quiet_assertions.h"
+#include "target.h"
 
 #include <cstddef>
 #include <cstdint>

@@ -5,7 +5,6 @@
 #include "support/host.h"
 #include "support/services.h"
 
-#include <cf/assert.h>
 #include <qai.h>
 
 #include <string>
@@ -27,16 +26,3 @@ std::vector<Reply> healthyCreation();
 
 /// All settings as one text.
 std::string settingsOf(IQAIAssistant& assistant);
-
-/// Each text of the input is meant to fail somewhere, which need not be told.
-class QuietAssertions {
- public:
-  QuietAssertions()
-      : previous_(cfSetAssertionHandler([](const char* /*expression*/, const char* /*file*/, int /*line*/) {})) {}
-  ~QuietAssertions() { cfSetAssertionHandler(previous_); }
-  QuietAssertions(const QuietAssertions&) = delete;
-  QuietAssertions& operator=(const QuietAssertions&) = delete;
-
- private:
-  CFAssertionHandler previous_;
-};

@@ -1,7 +1,7 @@
 // fuzz_replay FOLDER: runs each target over its files in FOLDER/seeds and FOLDER/crashes. What a fuzzer once found
 // stays found, with any compiler.
-#include "host.h"
-#include "targets.h"
+#include "quiet_assertions.h"
+#include "target.h"
 
 #include <cstddef>
 #include <filesystem>

@@ -1,6 +1,6 @@
 #include "targets.h"
 
-#include <algorithm>
+#include "target.h"
 
 namespace {
 
@@ -37,10 +37,4 @@ const std::vector<Target>& allTargets() {
                                             replyTarget("reply_gemini", BodyForm::Gemini),
                                             replyTarget("reply_assistants", BodyForm::Assistants)};
   return kTargets;
-}
-
-const Target* findTarget(std::string_view name) {
-  const auto found = std::find_if(allTargets().begin(), allTargets().end(),
-                                  [name](const Target& target) { return target.name == name; });
-  return found == allTargets().end() ? nullptr : &*found;
 }

@@ -1,17 +1,9 @@
-// What is fuzzed, by name. A target takes any bytes, and ends the process when a rule does not hold.
+// The targets over the library.
 #pragma once
 
 #include "support/services.h"
 
-#include <functional>
-#include <string>
 #include <string_view>
-#include <vector>
-
-struct Target {
-  std::string name;  // of its folders under seeds and crashes
-  std::function<void(std::string_view input)> run;
-};
 
 /// A turn with each service whose bodies have the form, against the replies in the input.
 void fuzzTurn(BodyForm form, std::string_view input);
@@ -32,8 +24,3 @@ void fuzzEventStream(std::string_view input);
 void fuzzLineStream(std::string_view input);
 /// The same as a reply of the form.
 void fuzzReplyStream(BodyForm form, std::string_view input);
-
-const std::vector<Target>& allTargets();
-
-/// The target of this name; null when there is none.
-const Target* findTarget(std::string_view name);
