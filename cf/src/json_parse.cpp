@@ -319,7 +319,6 @@ void JsonDocument::reuse() noexcept {
   lists.reuse();
   indexes.clear();
   top.content = JsonContent();
-  isValid = true;
   jsonSize = 0;
 }
 
