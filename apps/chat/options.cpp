@@ -64,8 +64,7 @@ Exit codes:
    0  fine
   64  wrong usage, piped input that is no question, or what was not agreed to
   65  the file is not a database, or its structure is damaged; it is no saved
-      conversation; or a statement of the answer failed, and so did the next,
-      or it was refused
+      conversation; or a statement failed for good, or was refused
   66  the file is missing or can't be read
   69  the service can't be reached, or failed
   70  an error inside the program

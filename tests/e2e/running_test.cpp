@@ -66,6 +66,16 @@ TEST_F(Running, OfPipedLinesShowsRowsBelowEachAnswer) {
   EXPECT_LT(run.out.find("SELECT 'second'"), run.out.find("\nsecond\n"));
 }
 
+TEST_F(Running, OfNamedStatementsInAPipeTellsTheirFailureAtTheEnd) {
+  answer("SELECT name FROM people");
+  EXPECT_EQ(runCommand(command({people_}, "Who?\n/run\n/sql SELECT 1\n")).code, 0);
+  for (const char* line : {"/sql SELECT nam FROM people\n/sql SELECT 1\n", "/sql DELETE FROM people\n"}) {
+    const ProgramRun run = runCommand(command({people_}, line));
+    EXPECT_EQ(run.code, 65) << line;
+    EXPECT_THAT(run.err, HasSubstr("The statement ")) << line;
+  }
+}
+
 struct FormatCase {
   const char* name;
   const char* option;

@@ -34,7 +34,7 @@ bool runStatements(Workbench& workbench, const std::string& answer, const Mender
   }
   if (mender.note) mender.note(second);
   const std::optional<StatementFailure> again = workbench.take(second.text);
-  if (!again) return !workbench.hasRefused();
+  if (!again) return workbench.size() != 0 && !workbench.hasRefused();  // words alone mend nothing
   complain(err, "First: " + first->forUser);
   complain(err, "Then: " + again->forUser);
   return false;

@@ -51,6 +51,11 @@ const std::string* chooseStatement(Talk& talk, const CommandCall& call) {
   return number ? &talk.background.workbench->statement(*number) : nullptr;
 }
 
+/// Runs what was named. In a pipe, the program's end tells that it failed.
+void runNamed(Talk& talk, const std::string& sql) {
+  if (!talk.background.workbench->run(sql) && talk.isPiped) talk.note(ExitCode::StatementFailed);
+}
+
 /// What ran last gave; null where nothing did, which is told.
 const Result* findResult(Talk& talk) {
   if (findWorkbench(talk) == nullptr) return nullptr;
@@ -62,12 +67,12 @@ const Result* findResult(Talk& talk) {
 }  // namespace
 
 bool runStatement(Talk& talk, const CommandCall& call) {
-  if (const std::string* const statement = chooseStatement(talk, call)) talk.background.workbench->run(*statement);
+  if (const std::string* const statement = chooseStatement(talk, call)) runNamed(talk, *statement);
   return true;
 }
 
 bool runTypedStatement(Talk& talk, const CommandCall& call) {
-  if (findWorkbench(talk) != nullptr) talk.background.workbench->run(call.rest);
+  if (findWorkbench(talk) != nullptr) runNamed(talk, call.rest);
   return true;
 }
 
@@ -80,7 +85,7 @@ bool changeStatement(Talk& talk, const CommandCall& call) {
     return true;
   }
   talk.streams.err << terminalSafe(markHidden(*edited.text).text) << '\n';
-  talk.background.workbench->run(*edited.text);
+  runNamed(talk, *edited.text);
   return true;
 }
 

@@ -33,7 +33,10 @@ std::optional<StatementFailure> Workbench::take(std::string_view answer) {
   return handleEach(statements_, false);
 }
 
-void Workbench::run(const std::string& sql) { static_cast<void>(handleEach(splitStatements(sql), true)); }
+bool Workbench::run(const std::string& sql) {
+  static_cast<void>(handleEach(splitStatements(sql), true));
+  return !hasRefused_;
+}
 
 void Workbench::explain(const std::string& sql) try {
   Result steps;
@@ -50,6 +53,7 @@ std::optional<StatementFailure> Workbench::handleEach(const std::vector<std::str
   std::optional<StatementFailure> failure;
   isStopped_ = false;
   hasRefused_ = false;
+  isToRun_ = isNamed || options_.mode != RunMode::Never;
   count_ = statements.size();
   interruptibly([&] {
     for (number_ = 1; number_ <= count_ && !failure && !isStopped_; ++number_)
@@ -79,8 +83,8 @@ std::optional<StatementFailure> Workbench::handle(const std::string& name, const
   StatementFailure failure{.forModel = name + " can't be run: " + known,
                            .forUser = name + " can't be run: " + error.what(),
                            .engineText = isKnown ? "" : error.engineText};
-  if (!isNamed && options_.mode != RunMode::Never) return failure;
-  complain(setting_.streams.err, failure.forUser);
+  if (!isNamed && isToRun_) return failure;
+  refuse(failure.forUser);
   return std::nullopt;
 }
 
@@ -104,7 +108,7 @@ bool Workbench::mayRun(const std::string& name, const std::string& sql) {
 
 void Workbench::refuse(const std::string& sentence) {
   complain(setting_.streams.err, sentence);
-  if (options_.mode != RunMode::Never) hasRefused_ = true;  // else it was not to run
+  hasRefused_ = hasRefused_ || isToRun_;
 }
 
 void Workbench::runReading(const std::string& name, const std::string& sql, const StatementCheck& check) {

@@ -51,7 +51,8 @@ class Workbench {
   /// that fails or that Ctrl-C ends. @throw OutputError, as each operation that shows rows; DatabaseError, as each that
   /// runs something, when the database can't be opened any more
   std::optional<StatementFailure> take(std::string_view answer);
-  /// Whether one of those that were to run last was refused, which the user was told.
+  /// Whether one of those that were to run last was refused, or failed and went to nobody else, which the user was
+  /// told.
   bool hasRefused() const { return hasRefused_; }
 
   /// The statements of the last answer; numbers count from 1.
@@ -59,7 +60,8 @@ class Workbench {
   const std::string& statement(std::size_t number) const { return statements_.at(number - 1); }
 
   /// Runs the statements that the user names; what writes only when it is agreed to. Says what is wrong.
-  void run(const std::string& sql);
+  /// @return whether none failed or was refused
+  bool run(const std::string& sql);
   /// Shows how the engine would go about it.
   void explain(const std::string& sql);
 
@@ -95,6 +97,7 @@ class Workbench {
   std::size_t count_ = 0;   // of the statements that run together
   std::size_t number_ = 0;  // of the one that runs
   bool isStopped_ = false;  // the user ended what ran
+  bool isToRun_ = false;    // what runs: it was named, or runs as part of an answer
   bool hasRefused_ = false;
   bool hasWritten_ = false;  // a result, as CSV
 };

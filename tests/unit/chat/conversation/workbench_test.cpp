@@ -194,6 +194,16 @@ TEST_F(AtTheWorkbench, ARefusalIsOfTheStatementsThatRanLast) {
   EXPECT_FALSE(bench.hasRefused());
 }
 
+TEST_F(AtTheWorkbench, ANamedStatementTellsWhetherItRan) {
+  for (const RunMode mode : {RunMode::Auto, RunMode::Never}) {
+    Workbench& bench = open({.mode = mode});
+    EXPECT_TRUE(bench.run("SELECT 1"));
+    EXPECT_FALSE(bench.run("SELECT nam FROM people; SELECT 1"));
+    EXPECT_FALSE(bench.run("DELETE FROM people"));
+    EXPECT_TRUE(bench.run("SELECT 1; SELECT 2"));
+  }
+}
+
 TEST_F(AtTheWorkbench, NothingIsRefusedThatIsNotToRun) {
   Workbench& never = open({.mode = RunMode::Never});
   EXPECT_FALSE(never.take(fenced("DELETE FROM people")));
@@ -275,7 +285,7 @@ TEST_F(Mending, WhatIsRefusedIsNotAskedForAnew) {
 }
 
 TEST_F(Mending, TheDatabasesWordsStayHere) {
-  EXPECT_TRUE(work(fenced("SELECT json_extract('{}', (SELECT json FROM notes))"), {"No idea."}));
+  EXPECT_FALSE(work(fenced("SELECT json_extract('{}', (SELECT json FROM notes))"), {"No idea."}));
   ASSERT_EQ(answerer_.inquiries.size(), 1U);
   EXPECT_THAT(answerer_.inquiries.front().text, Not(HasSubstr("Ann")));
   EXPECT_THAT(err_.str(), HasSubstr("secret Ann")) << "the user sees them";
