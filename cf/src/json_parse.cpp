@@ -115,11 +115,11 @@ struct cf_rapidjson::StreamTraits<TextStream<isWritable>> {
 
 namespace {
 
-/// UTF-8 whose escapes can't put a lone surrogate into a text; the library lets the low ones pass.
+/// UTF-8 whose escapes can't put a lone surrogate into a text; the library refuses the high ones alone.
 struct StrictUTF8 : cf_rapidjson::UTF8<> {
   template <typename OutputStream>
   static void Encode(OutputStream& output, unsigned codePoint) {
-    if (codePoint >= 0xD800 && codePoint <= 0xDFFF) throw InvalidJson();
+    if (codePoint >= 0xDC00 && codePoint <= 0xDFFF) throw InvalidJson();
     cf_rapidjson::UTF8<>::Encode(output, codePoint);
   }
 };
