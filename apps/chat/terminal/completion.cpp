@@ -1,5 +1,6 @@
 #include "terminal/completion.h"
 
+#include "ascii_case.h"
 #include "terminal/rendering.h"
 
 #include <algorithm>
@@ -11,9 +12,7 @@ namespace {
 constexpr std::size_t kMostShown = 60;
 constexpr std::size_t kGap = 2;  // between columns
 
-char lowered(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-
-bool isAlike(char a, char b) { return lowered(a) == lowered(b); }
+bool isAlike(char a, char b) { return toLowerAscii(a) == toLowerAscii(b); }
 
 bool isContinuation(char c) { return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U; }
 
