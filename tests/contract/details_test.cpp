@@ -147,6 +147,11 @@ INSTANTIATE_TEST_SUITE_P(
                 R"({"model":7,"choices":[{"message":{"role":"assistant","content":"a"},"finish_reason":"stop"}],)"
                 R"("usage":{"prompt_tokens":-1,"completion_tokens":"3","prompt_tokens_details":7}})",
                 {.finishReason = "stop", .request = "r-1"}},
+        BodyRow{"as_many_tokens_as_are_counted",
+                OPENAI_v1,
+                R"({"choices":[{"message":{"role":"assistant","content":"a"},"finish_reason":"stop"}],"usage":)"
+                R"({"prompt_tokens":9000000000000000,"completion_tokens":9000000000000002}})",
+                {.finishReason = "stop", .input = 9'000'000'000'000'000, .request = "r-1"}},
         BodyRow{
             "gemini",
             GOOGLE,
