@@ -1,6 +1,7 @@
 # mutants.awk [-v seed=N] FILE…: every mutant of these C++ files: one token replaced, or one assignment left out. Prints
 # a line for each, with tabs between: the file, the line's number, the line as it is and as it becomes; in the order of
-# the files, or in one that the seed decides. Comments, texts, characters and preprocessor lines stay as they are.
+# the files, or in one that the seed decides. Comments, texts, characters, preprocessor lines and those that only make room
+# stay as they are.
 
 BEGIN {
   count = split("== != <= < >= > && || + - * / & | << >> += -= *= /= |= &= ++ -- true false", pairs, " ")
@@ -67,6 +68,7 @@ directive != "" || (ending == "" && /^ *#/) {
   directive = /\\$/ ? "on" : ""
   next
 }
+ending == "" && /[.]reserve\(/ { next }
 ending == "" && /^ *[A-Za-z_][][A-Za-z0-9_.>()*-]* = .*;$/ {
   match($0, /^ */)
   line_of_mutant(substr($0, 1, RLENGTH) ";")
