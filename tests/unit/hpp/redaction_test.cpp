@@ -63,6 +63,7 @@ INSTANTIATE_TEST_SUITE_P(
                     Row{"base64_of_user_and_password", "Basic " + canary::base64("me:s/cr\"t"), "Basic [redacted]"},
                     Row{"base64_behind_one", "Basic " + canary::base64("u:s/cr\"t!") + ",", "Basic [redacted],"},
                     Row{"base64_first", canary::base64("s/cr\"t") + ".", "[redacted]."},
+                    Row{"base64_behind_two_first", canary::base64("u:s/cr\"t") + ".", "[redacted]."},
                     Row{"base64_in_braces", "{" + canary::base64("s/cr\"t") + "}", "{[redacted]}"},
                     Row{"base64_between_colons", ":" + canary::base64("s/cr\"t") + ":", ":[redacted]:"},
                     Row{"base64_among_all_signs", "[+/-_z0" + canary::base64("s/cr\"t") + "9AZa_-/+]", "[[redacted]]"},
