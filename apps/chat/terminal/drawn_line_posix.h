@@ -23,7 +23,7 @@ class DrawnLine {
   explicit DrawnLine(const UTF8Locale& locale);
 
   /// Null where it could not begin; nothing but isAble() may be asked then.
-  EditLine* library() const { return line_.get(); }
+  EditLine* libedit() const { return line_.get(); }
   /// Whether the terminal can do what is needed.
   bool isAble() const;
 

@@ -43,7 +43,7 @@ class EditLineEditor final : public LineEditor {
   static unsigned char call(EditLine* line, int key);
   template <Handler kHandler>
   void addFunction(const wchar_t* name) {
-    el_wset(line_.library(), EL_ADDFN, name, L"of qai-chat", call<kHandler>);
+    el_wset(line_.libedit(), EL_ADDFN, name, L"of qai-chat", call<kHandler>);
   }
   void bindKeys();
 
@@ -82,12 +82,12 @@ class EditLineEditor final : public LineEditor {
 
 EditLineEditor::EditLineEditor(const TypingHelp& help) : help_(help), walk_(help.history.entries()) {
   const UTF8Locale::Use utf8(locale_);
-  if (line_.library() == nullptr) return;
-  el_wset(line_.library(), EL_CLIENTDATA, this);
-  el_wset(line_.library(), EL_PROMPT, obtainPrompt);
-  el_wset(line_.library(), EL_GETCFN, readKey);
-  el_wset(line_.library(), EL_EDITOR, L"emacs");
-  el_source(line_.library(), nullptr);  // what the user has set
+  if (line_.libedit() == nullptr) return;
+  el_wset(line_.libedit(), EL_CLIENTDATA, this);
+  el_wset(line_.libedit(), EL_PROMPT, obtainPrompt);
+  el_wset(line_.libedit(), EL_GETCFN, readKey);
+  el_wset(line_.libedit(), EL_EDITOR, L"emacs");
+  el_source(line_.libedit(), nullptr);  // what the user has set
   bindKeys();
 }
 
@@ -118,9 +118,9 @@ void EditLineEditor::bindKeys() {
   addFunction<&EditLineEditor::searchBack>(L"qai-search-back");
   addFunction<&EditLineEditor::stop>(L"qai-stop");
   for (const KeyBinding& binding : listKeyBindings())
-    el_wset(line_.library(), EL_BIND, binding.key, binding.function, nullptr);
+    el_wset(line_.libedit(), EL_BIND, binding.key, binding.function, nullptr);
   // What ends the lines of a paste could not be told from empty lines.
-  el_wset(line_.library(), EL_SETTY, L"-d", L"-icrnl", L"-inlcr", nullptr);
+  el_wset(line_.libedit(), EL_SETTY, L"-d", L"-icrnl", L"-inlcr", nullptr);
 }
 
 int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
@@ -140,7 +140,7 @@ int EditLineEditor::readKey(EditLine* line, wchar_t* key) {
 }
 
 unsigned char EditLineEditor::enterPending() {
-  el_winsertstr(line_.library(), std::exchange(pending_, {}).c_str());
+  el_winsertstr(line_.libedit(), std::exchange(pending_, {}).c_str());
   return CC_REFRESH;
 }
 
@@ -155,7 +155,7 @@ unsigned char EditLineEditor::paste() {
   }
   text.erase(text.size() - kEnd.size());
   const std::wstring lines = toWide(tidyPaste(toUTF8(text)));
-  if (!lines.empty()) el_winsertstr(line_.library(), lines.c_str());
+  if (!lines.empty()) el_winsertstr(line_.libedit(), lines.c_str());
   return CC_REFRESH;
 }
 
@@ -239,7 +239,7 @@ unsigned char EditLineEditor::stop() {
 }
 
 void EditLineEditor::take() {
-  el_wset(line_.library(), EL_PREP_TERM, 1);
+  el_wset(line_.libedit(), EL_PREP_TERM, 1);
   // The terminal would stop the process with its settings as they are for editing.
   termios settings{};
   tcgetattr(STDIN_FILENO, &settings);
@@ -250,7 +250,7 @@ void EditLineEditor::take() {
 
 void EditLineEditor::giveBack() {
   setPasteMode(false);
-  el_wset(line_.library(), EL_PREP_TERM, 0);
+  el_wset(line_.libedit(), EL_PREP_TERM, 0);
 }
 
 void EditLineEditor::endBySignal() {
@@ -264,7 +264,7 @@ bool EditLineEditor::handle(KeyEvent event) {
   switch (event) {
     case KeyEvent::Resized:
       line_.wipe();
-      el_resize(line_.library());
+      el_resize(line_.libedit());
       line_.drawAgain();
       return true;
     case KeyEvent::Resumed:
@@ -297,7 +297,7 @@ TypedLine EditLineEditor::readLine(const std::string& prompt) {
   take();  // before the prompt is shown, at which one begins to type
   const CODefer end([this] { giveBack(); });
   int size = 0;
-  const wchar_t* const text = el_wgets(line_.library(), &size);
+  const wchar_t* const text = el_wgets(line_.libedit(), &size);
   if (failure_) std::rethrow_exception(std::exchange(failure_, nullptr));
   if (event_ == KeyEvent::Interrupted) {
     line_.leave();
